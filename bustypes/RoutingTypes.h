@@ -1,0 +1,82 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+/// The data of the routing bus as C++ values; the wire form is that of `routing.idl`.
+namespace com::tallowcrest::dds_::routing
+{
+
+using FrameId = std::uint32_t;
+using ComponentId = std::uint32_t;
+using MacroXpt = std::uint32_t;
+using Timecode = std::uint32_t;
+using LPRId = std::uint32_t;
+using MacroLevelId = std::uint16_t;
+using ControllerNumber = std::uint32_t;
+
+// Unscoped, because the enumerators are names of the bus.
+enum LPRState : std::uint32_t
+{
+    LPR_RELEASED = 0,
+    LPR_PROTECTED = 1,
+    LPR_LOCKED = 2
+};
+
+enum MacroLevelSignalType : std::uint32_t
+{
+    LST_Video = 0,
+    LST_Audio = 1
+};
+
+/// A component announces itself. Key: frameId, componentId.
+struct ComponentInfo
+{
+    FrameId frameId = 0;
+    ComponentId componentId = 0;
+    std::string name;        ///< at most 32 characters
+    std::string description; ///< at most 128 characters
+};
+
+/// A frame is a member of a router. Key: frameId.
+struct RouterMember
+{
+    FrameId frameId = 0;
+    std::string routerPartition; ///< at most 16 characters
+    std::uint16_t memberIndex = 0;
+};
+
+/// The route and lock of one router output. Key: macroXptOutput.
+struct MacroXptOutput
+{
+    MacroXpt macroXptOutput = 0;
+    MacroXpt macroXptInput = 0;
+    Timecode when = 0; ///< packed timecode at which the route is to take or took effect
+    LPRId lprId = 0;
+    LPRState lprState = LPR_RELEASED;
+};
+
+/// A level of a router. Key: levelId.
+struct MacroLevel
+{
+    MacroLevelId levelId = 0;
+    MacroLevelSignalType levelSignalType = LST_Video;
+    MacroXpt macroXptInputStart = 0;
+    std::uint32_t numMacroXptInputs = 0;
+    ControllerNumber controllerInputStart = 0;
+    MacroXpt macroXptOutputStart = 0;
+    std::uint32_t numMacroXptOutputs = 0;
+    ControllerNumber controllerOutputStart = 0;
+};
+
+/// The crosspoint ranges that one member frame offers. Key: memberIndex.
+struct RouterMemberMacroXpts
+{
+    std::uint16_t memberIndex = 0;
+    MacroXpt macroXptInputStart = 0;
+    std::uint32_t numMacroXptInputs = 0;
+    MacroXpt macroXptOutputStart = 0;
+    std::uint32_t numMacroXptOutputs = 0;
+};
+
+} // namespace com::tallowcrest::dds_::routing

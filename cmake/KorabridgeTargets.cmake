@@ -1,0 +1,77 @@
+# Helpers that give every target of this project the same language rules, warnings and sanitizers.
+
+set(KORABRIDGE_SANITIZE "" CACHE STRING "Sanitizers for the whole build: empty, 'address,undefined' or 'thread'")
+option(KORABRIDGE_FUZZ "Instrument for libFuzzer (clang only)" OFF)
+option(KORABRIDGE_COVERAGE "Instrument for line and branch coverage (g++ only)" OFF)
+
+add_library(korabridge_flags INTERFACE)
+target_compile_options(korabridge_flags INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor -Wold-style-cast
+  -Woverloaded-virtual -Wformat=2 -Wcast-align -Werror)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  # g++ 12 reports notes about the ARM calling convention that concern no code of ours.
+  target_compile_options(korabridge_flags INTERFACE -Wno-psabi)
+endif()
+if(KORABRIDGE_SANITIZE)
+  target_compile_options(korabridge_flags INTERFACE -fsanitize=${KORABRIDGE_SANITIZE} -fno-omit-frame-pointer
+    -fno-sanitize-recover=all)
+  target_link_options(korabridge_flags INTERFACE -fsanitize=${KORABRIDGE_SANITIZE})
+  if(KORABRIDGE_SANITIZE STREQUAL "thread")
+    # g++ warns that std::atomic_thread_fence is unknown to the thread sanitizer; we use none.
+    target_compile_options(korabridge_flags INTERFACE -Wno-tsan)
+  endif()
+endif()
+if(KORABRIDGE_FUZZ)
+  target_compile_options(korabridge_flags INTERFACE -fsanitize=fuzzer-no-link,address,undefined -fno-omit-frame-pointer)
+  target_link_options(korabridge_flags INTERFACE -fsanitize=address,undefined)
+endif()
+if(KORABRIDGE_COVERAGE)
+  target_compile_options(korabridge_flags INTERFACE --coverage -fprofile-update=atomic)
+  target_link_options(korabridge_flags INTERFACE --coverage)
+endif()
+target_link_libraries(korabridge_flags INTERFACE Threads::Threads)
+
+# korabridge_library(NAME SOURCES a.cpp ... [LINKS lib ...]): one static library per folder.
+function(korabridge_library NAME)
+  cmake_parse_arguments(ARG "" "" "SOURCES;LINKS" ${ARGN})
+  if(ARG_SOURCES)
+    add_library(${NAME} STATIC ${ARG_SOURCES})
+    target_include_directories(${NAME} PUBLIC ${PROJECT_SOURCE_DIR})
+    target_link_libraries(${NAME} PUBLIC ${ARG_LINKS} PRIVATE $<BUILD_INTERFACE:korabridge_flags>)
+    target_link_libraries(${NAME} PUBLIC Threads::Threads)
+    if(KORABRIDGE_SANITIZE)
+      target_link_options(${NAME} PUBLIC -fsanitize=${KORABRIDGE_SANITIZE})
+    endif()
+  else()
+    add_library(${NAME} INTERFACE)
+    target_include_directories(${NAME} INTERFACE ${PROJECT_SOURCE_DIR})
+    target_link_libraries(${NAME} INTERFACE ${ARG_LINKS})
+  endif()
+endfunction()
+
+# korabridge_program(NAME SOURCES main.cpp ... LINKS lib ...): a program in build/<preset>/bin.
+function(korabridge_program NAME)
+  cmake_parse_arguments(ARG "" "" "SOURCES;LINKS" ${ARGN})
+  add_executable(${NAME} ${ARG_SOURCES})
+  target_include_directories(${NAME} PRIVATE ${PROJECT_SOURCE_DIR})
+  target_link_libraries(${NAME} PRIVATE ${ARG_LINKS} korabridge_flags)
+endfunction()
+
+# korabridge_test(NAME SOURCES ... LINKS ... [TIMEOUT s] [LABELS ...]): a GoogleTest program whose cases run one
+# process each, in a network and IPC namespace of their own (tests/support/in-namespace).
+function(korabridge_test NAME)
+  cmake_parse_arguments(ARG "" "TIMEOUT" "SOURCES;LINKS;LABELS" ${ARGN})
+  if(NOT ARG_TIMEOUT)
+    set(ARG_TIMEOUT 60)
+  endif()
+  add_executable(${NAME} ${ARG_SOURCES})
+  set_target_properties(${NAME} PROPERTIES
+    RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/tests
+    CROSSCOMPILING_EMULATOR "${PROJECT_SOURCE_DIR}/tests/support/in-namespace;${CMAKE_CROSSCOMPILING_EMULATOR}")
+  target_include_directories(${NAME} PRIVATE ${PROJECT_SOURCE_DIR})
+  target_compile_definitions(${NAME} PRIVATE
+    KORABRIDGE_SOURCE_DIR="${PROJECT_SOURCE_DIR}" KORABRIDGE_BINARY_DIR="${PROJECT_BINARY_DIR}")
+  target_link_libraries(${NAME} PRIVATE ${ARG_LINKS} GTest::gtest GTest::gmock GTest::gtest_main korabridge_flags)
+  gtest_discover_tests(${NAME} TEST_PREFIX "${NAME}." DISCOVERY_TIMEOUT 120
+    PROPERTIES TIMEOUT ${ARG_TIMEOUT} LABELS "${ARG_LABELS}")
+endfunction()

@@ -1,0 +1,20 @@
+#pragma once
+
+namespace com::tallowcrest::apartment
+{
+
+/// One unit of work for an apartment. The sender allocates it; once it is sent, the apartment owns it, runs `doIt` on
+/// its own thread and deletes it. An exception thrown by `doIt` is logged by the apartment and ends nothing.
+class DoItEvent
+{
+public:
+    DoItEvent() = default;
+    virtual ~DoItEvent() = default;
+    DoItEvent(const DoItEvent&) = delete;
+    DoItEvent& operator=(const DoItEvent&) = delete;
+
+    /// Runs the work, on the thread of the apartment to which the event was sent.
+    virtual void doIt() = 0;
+};
+
+} // namespace com::tallowcrest::apartment
