@@ -1,0 +1,267 @@
+#include "bridge/Director.h"
+
+#include "bridge/Logging.h"
+#include "bustypes/TopicNames.h"
+#include "buswrappers/ComponentInfoPub.h"
+#include "buswrappers/RouterMemberMgr.h"
+#include "ddskorabridge/LevelContainer.h"
+#include "ddskorabridge/LevelMgr.h"
+#include "ddskorabridge/MacroXptMgrLocalTarget.h"
+#include "ddskorabridge/MacroXptMgrStatus.h"
+#include "ddskorabridge/MacroXptMgrTarget.h"
+#include "ddskorabridge/RouterMembers.h"
+#include "koracommand/CmdHandlerFactoryImpl.h"
+#include "koracommand/LevelAccess.h"
+#include "koraserver/ConnectionFactoryImpl.h"
+#include "koraserver/Server.h"
+#include "runtime/apartment/Apartment.h"
+#include "runtime/apartment/BridgeApartment.h"
+#include "runtime/hwobjs/CurrentTimecodeReader.h"
+#include "runtime/hwobjs/TimecodeSharedMem.h"
+#include "runtime/misc/ConsoleSlot.h"
+#include "runtime/misc/TelnetIO.h"
+#include "runtime/util/Log.h"
+
+#include <exception>
+#include <utility>
+
+namespace apartment = com::tallowcrest::apartment;
+namespace hwobjs = com::tallowcrest::hwobjs;
+namespace misc = com::tallowcrest::misc;
+namespace routing = com::tallowcrest::routing;
+using com::tallowcrest::dds_::routing::LST_Audio;
+using com::tallowcrest::dds_::routing::LST_Video;
+using com::tallowcrest::dds_::routing::MacroLevel;
+using routing::TopicName;
+using routing::topicName;
+
+namespace
+{
+
+constexpr const char* loggerName = "KORABRIDGE";
+constexpr const char* loggingConfiguration = "/etc/tc/log/korabridge-log.xml";
+constexpr std::uint16_t telnetPort = 8882;
+
+} // namespace
+
+bool Director::m_started = false;
+std::shared_ptr<Server> Director::m_server;
+std::shared_ptr<MacroXptMgrTarget> Director::m_audioTargetMgr;
+std::shared_ptr<MacroXptMgrTarget> Director::m_videoTargetMgr;
+std::shared_ptr<MacroXptMgrStatus> Director::m_audioStatusMgr;
+std::shared_ptr<MacroXptMgrStatus> Director::m_videoStatusMgr;
+std::shared_ptr<LevelContainer> Director::m_videoLevels;
+std::shared_ptr<LevelContainer> Director::m_audioLevels;
+std::shared_ptr<LevelMgr> Director::m_levelMgr;
+log4cxx::LoggerPtr Director::m_logger;
+std::shared_ptr<routing::RouterMemberMgr> Director::m_routerMemberMgr;
+std::shared_ptr<RouterMembers> Director::m_routerMembers;
+std::shared_ptr<MacroXptMgrLocalTarget> Director::m_audioLocalTargetMgr;
+std::shared_ptr<MacroXptMgrLocalTarget> Director::m_videoLocalTargetMgr;
+std::uint32_t Director::m_koraBridgeId = 0;
+std::uint32_t Director::m_frameId = 0;
+std::string Director::m_koraBridgeName;
+std::string Director::m_description;
+std::shared_ptr<routing::ComponentInfoPub> Director::m_componentInfoPub;
+std::shared_ptr<ConnectionFactoryImpl> Director::m_connectionFactory;
+std::shared_ptr<CmdHandlerFactoryImpl> Director::m_cmdHandlerFactory;
+std::shared_ptr<hwobjs::TimecodeSharedMem> Director::m_timecodeSource;
+
+const MacroLevel Director::m_audioLevelDescriptor{.levelId = 2,
+                                                  .levelSignalType = LST_Audio,
+                                                  .macroXptInputStart = 1,
+                                                  .numMacroXptInputs = 2304,
+                                                  .controllerInputStart = 1,
+                                                  .macroXptOutputStart = 1,
+                                                  .numMacroXptOutputs = 2304,
+                                                  .controllerOutputStart = 1};
+
+const MacroLevel Director::m_videoLevelDescriptor{.levelId = 1,
+                                                  .levelSignalType = LST_Video,
+                                                  .macroXptInputStart = 1,
+                                                  .numMacroXptInputs = 288,
+                                                  .controllerInputStart = 1,
+                                                  .macroXptOutputStart = 1,
+                                                  .numMacroXptOutputs = 288,
+                                                  .controllerOutputStart = 1};
+
+bool Director::startSystem(std::uint32_t frameId, std::uint32_t koraBridgeId, std::string koraBridgeName,
+                           std::string description)
+{
+    if (m_started)
+    {
+        return true;
+    }
+    // 1, 2: flag, identity, logging
+    m_started = true;
+    m_koraBridgeId = koraBridgeId;
+    m_frameId = frameId;
+    m_koraBridgeName = std::move(koraBridgeName);
+    m_description = std::move(description);
+    configureLogging(loggingConfiguration, 0);
+    m_logger = log4cxx::Logger::getLogger(loggerName);
+
+    createControllerLink(); // 3, 4
+    createTelnetConsole();  // 5
+
+    // 6: timecode
+    m_timecodeSource = std::make_shared<hwobjs::TimecodeSharedMem>();
+    hwobjs::setCurrentTimecodeReader(m_timecodeSource);
+
+    // 7: the apartment
+    apartment::createBridgeApartment();
+
+    // 8: level containers
+    m_audioLevels = std::make_shared<LevelContainer>();
+    m_videoLevels = std::make_shared<LevelContainer>();
+
+    // 9: announcement
+    m_componentInfoPub = std::make_shared<routing::ComponentInfoPub>(apartment::bridgeApartment(),
+                                                                     topicName(TopicName::ComponentInfoKoraBridge));
+    m_componentInfoPub->publish(m_frameId, m_koraBridgeId, m_koraBridgeName, m_description);
+
+    createCrosspointManagers(); // 10 to 15
+    createLevels();             // 16, 17
+
+    // 18: the server, not started yet
+    m_server = std::make_shared<Server>(loggerName, m_connectionFactory, m_levelMgr);
+
+    createRouterMembership(); // 19, 20
+
+    // 21, 22
+    LOG_INFO_F(m_logger, "Starting korabridge, koraBridgeId %d, koraBridgeName %s", static_cast<int>(m_koraBridgeId),
+               m_koraBridgeName.c_str());
+    m_server->start();
+    return true;
+}
+
+void Director::createControllerLink()
+{
+    m_cmdHandlerFactory = std::make_shared<CmdHandlerFactoryImpl>(loggerName);
+    m_connectionFactory = std::make_shared<ConnectionFactoryImpl>(loggerName, m_cmdHandlerFactory);
+}
+
+void Director::createTelnetConsole()
+{
+    auto console = std::make_shared<misc::TelnetIO>(loggerName, telnetPort, true);
+    misc::setConsole(console);
+    console->start();
+}
+
+void Director::createCrosspointManagers()
+{
+    const auto bridge = apartment::bridgeApartment();
+    const auto& audio = m_audioLevelDescriptor;
+    const auto& video = m_videoLevelDescriptor;
+    m_audioTargetMgr = std::make_shared<MacroXptMgrTarget>(bridge, topicName(TopicName::RouterMemberMacroXptsDxAudio),
+                                                           audio.numMacroXptInputs, audio.numMacroXptOutputs,
+                                                           topicName(TopicName::MacroXptOutputAudioTarget));
+    m_videoTargetMgr = std::make_shared<MacroXptMgrTarget>(bridge, topicName(TopicName::RouterMemberMacroXptsDxVideo),
+                                                           video.numMacroXptInputs, video.numMacroXptOutputs,
+                                                           topicName(TopicName::MacroXptOutputVideoTarget));
+    m_audioStatusMgr = std::make_shared<MacroXptMgrStatus>(
+        bridge, audio.numMacroXptOutputs, topicName(TopicName::MacroXptOutputAudioStatus), m_audioLevels);
+    m_videoStatusMgr = std::make_shared<MacroXptMgrStatus>(
+        bridge, video.numMacroXptOutputs, topicName(TopicName::MacroXptOutputVideoStatus), m_videoLevels);
+    m_videoLocalTargetMgr = std::make_shared<MacroXptMgrLocalTarget>(
+        bridge, topicName(TopicName::MacroXptOutputVideoLocalTarget), m_videoTargetMgr);
+    m_audioLocalTargetMgr = std::make_shared<MacroXptMgrLocalTarget>(
+        bridge, topicName(TopicName::MacroXptOutputAudioLocalTarget), m_audioTargetMgr);
+}
+
+void Director::createLevels()
+{
+    m_levelMgr =
+        std::make_shared<LevelMgr>(apartment::bridgeApartment(), topicName(TopicName::MacroLevel), m_audioTargetMgr,
+                                   m_videoTargetMgr, m_audioStatusMgr, m_videoStatusMgr, m_audioLevels, m_videoLevels);
+    setLevelAccess(m_levelMgr);
+    // No membership is read and no controller is served yet, so the apartment has nothing to do with levels so far.
+    m_levelMgr->handleSample(m_videoLevelDescriptor);
+    m_levelMgr->handleSample(m_audioLevelDescriptor);
+}
+
+void Director::createRouterMembership()
+{
+    m_routerMembers =
+        std::make_shared<RouterMembers>(m_levelMgr, m_audioTargetMgr, m_videoTargetMgr, m_audioStatusMgr,
+                                        m_videoStatusMgr, m_audioLocalTargetMgr, m_videoLocalTargetMgr, m_server);
+    m_routerMemberMgr = std::make_shared<routing::RouterMemberMgr>(
+        apartment::bridgeApartment(), topicName(TopicName::RouterMember), m_frameId, m_routerMembers);
+}
+
+bool Director::stopSystem()
+{
+    if (!m_started)
+    {
+        return true;
+    }
+    // 1
+    m_started = false;
+    LOG_INFO_F(m_logger, "Stopping korabridge");
+
+    // 2, 3: nothing runs on a manager from here on
+    if (m_server)
+    {
+        m_server->stop();
+    }
+    if (const auto bridge = apartment::bridgeApartment())
+    {
+        bridge->stop();
+    }
+
+    // 4
+    if (const auto console = misc::console())
+    {
+        console->stop();
+    }
+    misc::resetConsole();
+
+    releaseManagers();       // 5
+    withdrawComponentInfo(); // 6
+
+    // 7
+    m_audioLevels.reset();
+    m_videoLevels.reset();
+    m_server.reset();
+    m_connectionFactory.reset();
+    m_cmdHandlerFactory.reset();
+    m_timecodeSource.reset();
+
+    // 8 to 10
+    hwobjs::resetCurrentTimecodeReader();
+    m_logger = nullptr;
+    apartment::resetBridgeApartment();
+    return true;
+}
+
+void Director::releaseManagers()
+{
+    m_routerMemberMgr.reset();
+    m_routerMembers.reset();
+    m_audioTargetMgr.reset();
+    m_videoTargetMgr.reset();
+    m_audioStatusMgr.reset();
+    m_videoStatusMgr.reset();
+    resetLevelAccess();
+    m_levelMgr.reset();
+    m_audioLocalTargetMgr.reset();
+    m_videoLocalTargetMgr.reset();
+}
+
+void Director::withdrawComponentInfo()
+{
+    if (!m_componentInfoPub)
+    {
+        return;
+    }
+    try
+    {
+        m_componentInfoPub->withdraw(m_frameId, m_koraBridgeId, m_koraBridgeName, m_description);
+    }
+    catch (const std::exception& error)
+    {
+        LOG_ERROR_F(m_logger, "Component info of bridge %d not withdrawn, %s", static_cast<int>(m_koraBridgeId),
+                    error.what());
+    }
+    m_componentInfoPub.reset();
+}

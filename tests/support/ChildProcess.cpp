@@ -1,0 +1,179 @@
+#include "tests/support/ChildProcess.h"
+
+#include "tests/support/TempDir.h"
+#include "tests/support/WaitUntil.h"
+
+#include <csignal>
+#include <cstdlib>
+#include <stdexcept>
+
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace testsupport
+{
+
+namespace
+{
+
+int openOrThrow(const std::filesystem::path& path, int flags)
+{
+    const int fd = ::open(path.c_str(), flags | O_CLOEXEC, 0600);
+    if (fd < 0)
+    {
+        throw std::runtime_error("cannot open " + path.string());
+    }
+    return fd;
+}
+
+int exitStatus(int waitStatus)
+{
+    return WIFEXITED(waitStatus) ? WEXITSTATUS(waitStatus) : 128 + WTERMSIG(waitStatus);
+}
+
+} // namespace
+
+ChildProcess::ChildProcess(const std::filesystem::path& program, const std::vector<std::string>& arguments,
+                           Options options)
+{
+    std::string pattern = (std::filesystem::temp_directory_path() / "korabridge-child-XXXXXX").string();
+    if (mkdtemp(pattern.data()) == nullptr)
+    {
+        throw std::runtime_error("mkdtemp failed for " + pattern);
+    }
+    m_directory = pattern;
+    const int out = openOrThrow(m_directory / "out", O_CREAT | O_WRONLY | O_APPEND);
+    const int err = openOrThrow(m_directory / "err", O_CREAT | O_WRONLY | O_APPEND);
+    int input[2] = {-1, -1};
+    if (options.closeInput)
+    {
+        input[0] = openOrThrow("/dev/null", O_RDONLY);
+    }
+    else if (pipe2(input, O_CLOEXEC) != 0)
+    {
+        throw std::runtime_error("pipe failed");
+    }
+
+    std::vector<std::string> words{program.string()};
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    std::vector<char*> argv;
+    argv.reserve(words.size() + 1);
+    for (auto& word : words)
+    {
+        argv.push_back(word.data());
+    }
+    argv.push_back(nullptr);
+
+    m_pid = fork();
+    if (m_pid < 0)
+    {
+        throw std::runtime_error("fork failed");
+    }
+    if (m_pid == 0)
+    {
+        dup2(input[0], STDIN_FILENO);
+        dup2(out, STDOUT_FILENO);
+        dup2(err, STDERR_FILENO);
+        for (const auto& [name, value] : options.environment)
+        {
+            setenv(name.c_str(), value.c_str(), 1); // NOLINT(concurrency-mt-unsafe): the only thread after fork
+        }
+        execv(argv[0], argv.data());
+        _exit(127);
+    }
+    ::close(out);
+    ::close(err);
+    ::close(input[0]);
+    m_input = input[1];
+}
+
+ChildProcess::~ChildProcess()
+{
+    closeInput();
+    if (isRunning())
+    {
+        signal(SIGKILL);
+        waitForExit();
+    }
+    std::error_code ignored; // a leftover directory fails no test
+    std::filesystem::remove_all(m_directory, ignored);
+}
+
+bool ChildProcess::isRunning()
+{
+    if (m_status)
+    {
+        return false;
+    }
+    int status = 0;
+    if (waitpid(m_pid, &status, WNOHANG) == m_pid)
+    {
+        m_status = exitStatus(status);
+    }
+    return !m_status;
+}
+
+void ChildProcess::signal(int number) const
+{
+    if (!m_status)
+    {
+        kill(m_pid, number);
+    }
+}
+
+void ChildProcess::write(const std::string& text) const
+{
+    std::size_t done = 0;
+    while (done < text.size())
+    {
+        const auto count = ::write(m_input, text.data() + done, text.size() - done);
+        if (count <= 0)
+        {
+            throw std::runtime_error("the program does not read its input");
+        }
+        done += static_cast<std::size_t>(count);
+    }
+}
+
+void ChildProcess::closeInput()
+{
+    if (m_input >= 0)
+    {
+        ::close(m_input);
+        m_input = -1;
+    }
+}
+
+std::optional<int> ChildProcess::waitForExit(std::chrono::milliseconds deadline)
+{
+    waitUntil([this] { return !isRunning(); }, deadline);
+    return m_status;
+}
+
+std::string ChildProcess::output() const
+{
+    return readFile(m_directory / "out");
+}
+
+std::string ChildProcess::errors() const
+{
+    return readFile(m_directory / "err");
+}
+
+bool ChildProcess::waitForOutput(const std::string& text, std::chrono::milliseconds deadline) const
+{
+    return waitUntil([&] { return output().find(text) != std::string::npos; }, deadline);
+}
+
+bool ChildProcess::waitForErrors(const std::string& text, std::chrono::milliseconds deadline) const
+{
+    return waitUntil([&] { return errors().find(text) != std::string::npos; }, deadline);
+}
+
+std::filesystem::path programPath(const std::string& name)
+{
+    return std::filesystem::path(KORABRIDGE_BINARY_DIR) / "bin" / name;
+}
+
+} // namespace testsupport
