@@ -1,0 +1,40 @@
+#include "runtime/misc/ConsoleStop.h"
+
+#include "runtime/misc/WakeEvent.h"
+
+#include <atomic>
+
+namespace com::tallowcrest::misc
+{
+namespace
+{
+std::atomic<bool> stopRequested{false};
+static_assert(std::atomic<bool>::is_always_lock_free, "a signal handler may only use lock-free atomics");
+
+// Made during static initialisation: a signal handler must not be the first to touch it.
+const WakeEvent stopEvent;
+} // namespace
+
+void requestConsoleStop() noexcept
+{
+    stopRequested.store(true);
+    stopEvent.signal();
+}
+
+bool consoleStopRequested() noexcept
+{
+    return stopRequested.load();
+}
+
+void clearConsoleStop() noexcept
+{
+    stopRequested.store(false);
+    stopEvent.clear();
+}
+
+int consoleStopFd() noexcept
+{
+    return stopEvent.fd();
+}
+
+} // namespace com::tallowcrest::misc

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <mutex>
+#include <optional>
+#include <string>
+
+namespace com::tallowcrest::misc
+{
+
+/// Lines from a descriptor that is read as text: standard input. Thread-safe. Reads the descriptor directly, because a
+/// wait in the C library's input could not be ended; nobody else may read standard input through it.
+class StandardInput
+{
+public:
+    /// Reads from `fd`, which stays the caller's.
+    explicit StandardInput(int fd) : m_fd(fd) {}
+    StandardInput(const StandardInput&) = delete;
+    StandardInput& operator=(const StandardInput&) = delete;
+
+    /// Waits for a line, copies what fits into `buffer` without its trailing CR and LF characters and returns the
+    /// length. Text before the end of input without a line end counts as a line. Negative as in Console.h.
+    int getline(char* buffer, int size);
+
+    /// The next complete line that is already held, if any; never waits.
+    std::optional<std::string> takeLine();
+    /// Reads once; call when the descriptor is readable. False at the end of input.
+    bool readMore();
+    bool atEnd() const;
+    int fd() const { return m_fd; }
+
+private:
+    static constexpr std::size_t maxLineSize = 4096;
+
+    void append(const char* bytes, std::size_t count);
+
+    const int m_fd;
+    mutable std::mutex m_mutex;
+    std::string m_held;
+    bool m_atEnd = false;
+};
+
+/// The process's standard input.
+StandardInput& standardInput();
+
+/// Copies what fits of a line into a terminated buffer; returns the length copied.
+int copyLine(const std::string& line, char* buffer, int size);
+
+} // namespace com::tallowcrest::misc
