@@ -29,6 +29,29 @@ enum MacroLevelSignalType : std::uint32_t
     LST_Audio = 1
 };
 
+/// The size of a router. The bridge never reads it.
+enum Topology : std::uint32_t
+{
+    T288x288_IP = 0,
+    T144x144 = 1,
+    T288x288 = 2,
+    T216x432 = 3,
+    T432x216 = 4,
+    T192x576 = 5,
+    T576x192 = 6,
+    T288x576 = 7,
+    T576x288 = 8,
+    T288x864 = 9,
+    T864x288 = 10,
+    T288x1152 = 11,
+    T576x576 = 12,
+    T1152x288 = 13,
+    T288x1728 = 14,
+    T576x864 = 15,
+    T864x576 = 16,
+    T1728x288 = 17
+};
+
 /// A component announces itself. Key: frameId, componentId.
 struct ComponentInfo
 {
@@ -36,6 +59,14 @@ struct ComponentInfo
     ComponentId componentId = 0;
     std::string name;        ///< at most 32 characters
     std::string description; ///< at most 128 characters
+};
+
+/// A router. Key: routerPartition. No topic of the bridge carries it.
+struct MacroRouter
+{
+    std::string routerPartition; ///< at most 16 characters
+    std::string name;            ///< at most 32 characters
+    Topology topology = T288x288_IP;
 };
 
 /// A frame is a member of a router. Key: frameId.
