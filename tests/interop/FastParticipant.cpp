@@ -34,7 +34,8 @@ DomainParticipantQos loopbackQos(int domainId)
     qos.transport().use_builtin_transports = false;
     qos.transport().user_transports.push_back(transport);
 
-    // A unicast locator of our own keeps the implementation from adding its multicast one; port 0 means the standard one.
+    // A unicast locator of our own keeps the implementation from adding its multicast one; port 0 means the standard
+    // one.
     auto& builtin = qos.wire_protocol().builtin;
     Locator_t own;
     IPLocator::setIPv4(own, "127.0.0.1");
@@ -75,9 +76,9 @@ T& created(T* entity, const std::string& what)
 
 } // namespace
 
-FastParticipant::FastParticipant(int domainId) :
-    m_participant(DomainParticipantFactory::get_instance()->create_participant(
-        static_cast<DomainId_t>(domainId), loopbackQos(domainId)))
+FastParticipant::FastParticipant(int domainId)
+    : m_participant(DomainParticipantFactory::get_instance()->create_participant(static_cast<DomainId_t>(domainId),
+                                                                                 loopbackQos(domainId)))
 {
     created(m_participant, "the participant");
 }

@@ -22,9 +22,8 @@ public:
     FastParticipant& operator=(const FastParticipant&) = delete;
 
     /// The writer lives as long as this object. Unregistering an instance does not dispose of it.
-    eprosima::fastdds::dds::DataWriter& createWriter(const std::string& topicName,
-                                                     eprosima::fastdds::dds::TypeSupport type,
-                                                     const std::string& partition);
+    eprosima::fastdds::dds::DataWriter&
+    createWriter(const std::string& topicName, eprosima::fastdds::dds::TypeSupport type, const std::string& partition);
     /// The reader lives as long as this object; so must `listener`.
     eprosima::fastdds::dds::DataReader& createReader(const std::string& topicName,
                                                      eprosima::fastdds::dds::TypeSupport type,

@@ -6,24 +6,48 @@
 #include <fastdds/dds/subscriber/DataReaderListener.hpp>
 #include <fastdds/dds/subscriber/SampleInfo.hpp>
 
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <string>
+#include <vector>
 
-/// Prints each sample of one topic as a line: "<label> <fields>" for data, "<label> disposed <key>" and
+/// The texts of one sample.
+struct SampleText
+{
+    std::string key;
+    std::vector<std::uint32_t> keyWords; ///< the key fields as numbers, in declaration order
+    std::string fields;
+};
+
+/// The instance handle that this implementation gives a message of another vendor that carries nothing but a serialised
+/// key: the first 16 bytes of the payload as they came, the encoding's four bytes (plain, little endian) included.
+inline eprosima::fastrtps::rtps::InstanceHandle_t keyMessageHandle(const std::vector<std::uint32_t>& keyWords)
+{
+    eprosima::fastrtps::rtps::InstanceHandle_t handle;
+    handle.value[1] = 1;
+    std::size_t at = 4;
+    for (const std::uint32_t word : keyWords)
+    {
+        for (unsigned shift = 0; shift < 32; shift += 8)
+        {
+            handle.value[at++] = static_cast<eprosima::fastrtps::rtps::octet>(word >> shift);
+        }
+    }
+    return handle;
+}
+
+/// Prints each sample of one topic as a line: "<label> <key> <fields>" for data, "<label> disposed <key>" and
 /// "<label> no-writers <key>" for an instance that went. The implementation hands over no key with a sample that went,
-/// only an instance handle, so the key text of each handle is remembered. Runs on the implementation's threads.
+/// only an instance handle, so the key text of each handle is remembered. It does not tell of an instance that a writer
+/// of another vendor unregisters. Runs on the implementation's threads.
 template <typename T>
 class FastReader : public eprosima::fastdds::dds::DataReaderListener
 {
 public:
-    using Text = std::function<std::string(const T&)>;
+    using Describe = std::function<SampleText(const T&)>;
 
-    /// `key` and `fields` make the texts of one sample.
-    FastReader(std::string label, Text key, Text fields) :
-        m_label(std::move(label)), m_key(std::move(key)), m_fields(std::move(fields))
-    {
-    }
+    FastReader(std::string label, Describe describe) : m_label(std::move(label)), m_describe(std::move(describe)) {}
 
     void on_data_available(eprosima::fastdds::dds::DataReader* reader) override
     {
@@ -34,8 +58,10 @@ public:
         {
             if (info.valid_data)
             {
-                m_keys[info.instance_handle] = m_key(sample);
-                printEventLine(m_label + " " + m_key(sample) + " " + m_fields(sample));
+                const SampleText text = m_describe(sample);
+                m_keys[info.instance_handle] = text.key;
+                m_keys[keyMessageHandle(text.keyWords)] = text.key;
+                printEventLine(m_label + " " + text.key + " " + text.fields);
                 continue;
             }
             const auto known = m_keys.find(info.instance_handle);
@@ -59,7 +85,6 @@ public:
 
 private:
     std::string m_label;
-    Text m_key;
-    Text m_fields;
+    Describe m_describe;
     std::map<eprosima::fastrtps::rtps::InstanceHandle_t, std::string> m_keys;
 };

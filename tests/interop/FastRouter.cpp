@@ -46,51 +46,45 @@ void apply(DataWriter& writer, Operation operation, T& sample)
     }
 }
 
-std::string outputKey(const MacroXptOutput& sample)
+SampleText describeOutput(const MacroXptOutput& sample)
 {
-    return "output=" + std::to_string(sample.macroXptOutput());
+    return {"output=" + std::to_string(sample.macroXptOutput()),
+            {sample.macroXptOutput()},
+            "input=" + std::to_string(sample.macroXptInput()) + " when=" + std::to_string(sample.when()) +
+                " lprId=" + std::to_string(sample.lprId()) + " lprState=" + std::to_string(sample.lprState())};
 }
 
-std::string outputFields(const MacroXptOutput& sample)
+SampleText describeComponent(const ComponentInfo& sample)
 {
-    return "input=" + std::to_string(sample.macroXptInput()) + " when=" + std::to_string(sample.when()) +
-           " lprId=" + std::to_string(sample.lprId()) + " lprState=" + std::to_string(sample.lprState());
-}
-
-std::string componentKey(const ComponentInfo& sample)
-{
-    return "frameId=" + std::to_string(sample.frameId()) + " componentId=" + std::to_string(sample.componentId());
-}
-
-std::string componentFields(const ComponentInfo& sample)
-{
-    return "name='" + sample.name().to_string() + "' description='" + sample.description().to_string() + "'";
+    return {"frameId=" + std::to_string(sample.frameId()) + " componentId=" + std::to_string(sample.componentId()),
+            {sample.frameId(), sample.componentId()},
+            "name='" + sample.name().to_string() + "' description='" + sample.description().to_string() + "'"};
 }
 
 } // namespace
 
-FastRouter::FastRouter(int domainId, const std::string& routerPartition) :
-    m_videoTargets("video-target", outputKey, outputFields), m_audioTargets("audio-target", outputKey, outputFields),
-    m_components("component", componentKey, componentFields), m_participant(domainId),
-    m_member(m_participant.createWriter("TopicRouterMember", typeSupport<RouterMemberPubSubType>(), barePartition)),
-    m_videoRanges(m_participant.createWriter("TopicRouterMemberMacroXptsDxVideo",
-                                             typeSupport<RouterMemberMacroXptsPubSubType>(),
-                                             barePartition + routerPartition)),
-    m_audioRanges(m_participant.createWriter("TopicRouterMemberMacroXptsDxAudio",
-                                             typeSupport<RouterMemberMacroXptsPubSubType>(),
-                                             barePartition + routerPartition)),
-    m_level(m_participant.createWriter("TopicMacroLevel", typeSupport<MacroLevelPubSubType>(),
-                                       barePartition + routerPartition)),
-    m_videoStatus(m_participant.createWriter("TopicMacroXptOutputVideoStatus", typeSupport<MacroXptOutputPubSubType>(),
-                                             barePartition + routerPartition)),
-    m_audioStatus(m_participant.createWriter("TopicMacroXptOutputAudioStatus", typeSupport<MacroXptOutputPubSubType>(),
-                                             barePartition + routerPartition)),
-    m_videoLocalTarget(m_participant.createWriter("TopicMacroXptOutputVideoLocalTarget",
-                                                  typeSupport<MacroXptOutputPubSubType>(),
-                                                  barePartition + routerPartition)),
-    m_audioLocalTarget(m_participant.createWriter("TopicMacroXptOutputAudioLocalTarget",
-                                                  typeSupport<MacroXptOutputPubSubType>(),
-                                                  barePartition + routerPartition))
+FastRouter::FastRouter(int domainId, const std::string& routerPartition)
+    : m_videoTargets("video-target", describeOutput), m_audioTargets("audio-target", describeOutput),
+      m_components("component", describeComponent), m_participant(domainId),
+      m_member(m_participant.createWriter("TopicRouterMember", typeSupport<RouterMemberPubSubType>(), barePartition)),
+      m_videoRanges(m_participant.createWriter("TopicRouterMemberMacroXptsDxVideo",
+                                               typeSupport<RouterMemberMacroXptsPubSubType>(),
+                                               barePartition + routerPartition)),
+      m_audioRanges(m_participant.createWriter("TopicRouterMemberMacroXptsDxAudio",
+                                               typeSupport<RouterMemberMacroXptsPubSubType>(),
+                                               barePartition + routerPartition)),
+      m_level(m_participant.createWriter("TopicMacroLevel", typeSupport<MacroLevelPubSubType>(),
+                                         barePartition + routerPartition)),
+      m_videoStatus(m_participant.createWriter(
+          "TopicMacroXptOutputVideoStatus", typeSupport<MacroXptOutputPubSubType>(), barePartition + routerPartition)),
+      m_audioStatus(m_participant.createWriter(
+          "TopicMacroXptOutputAudioStatus", typeSupport<MacroXptOutputPubSubType>(), barePartition + routerPartition)),
+      m_videoLocalTarget(m_participant.createWriter("TopicMacroXptOutputVideoLocalTarget",
+                                                    typeSupport<MacroXptOutputPubSubType>(),
+                                                    barePartition + routerPartition)),
+      m_audioLocalTarget(m_participant.createWriter("TopicMacroXptOutputAudioLocalTarget",
+                                                    typeSupport<MacroXptOutputPubSubType>(),
+                                                    barePartition + routerPartition))
 {
     m_participant.createReader("TopicMacroXptOutputVideoTarget", typeSupport<MacroXptOutputPubSubType>(),
                                barePartition + routerPartition, m_videoTargets);
