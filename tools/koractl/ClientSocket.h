@@ -1,0 +1,34 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <span>
+#include <string>
+
+#include "runtime/util/UniqueFd.h"
+
+namespace koractl
+{
+
+/// A connected, non-blocking TCP socket whose every operation ends at a deadline. Owned by one thread. Failures are
+/// thrown: ConnectError, TimeoutError, PeerClosed.
+class ClientSocket
+{
+public:
+    using Clock = std::chrono::steady_clock;
+
+    /// Resolves `host` (a name or a numeric address) and connects to the first of its addresses that accepts. Only the
+    /// resolving of a name is not bound by the deadline: it is the system resolver's.
+    ClientSocket(const std::string& host, std::uint16_t port, Clock::time_point deadline);
+
+    /// Sends all bytes. A peer that is gone gives PeerClosed, never a signal.
+    void sendAll(std::span<const std::uint8_t> bytes, Clock::time_point deadline);
+
+    /// Waits for bytes and returns how many were put into `buffer`, at least 1.
+    std::size_t receiveSome(std::span<std::uint8_t> buffer, Clock::time_point deadline);
+
+private:
+    com::tallowcrest::util::UniqueFd m_fd;
+};
+
+} // namespace koractl

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <iosfwd>
+
+#include <nlohmann/json.hpp>
+
+namespace koractl
+{
+
+/// What one command found out, ready to be printed. Implementations are plain values that know nothing of sockets.
+class Report
+{
+public:
+    Report() = default;
+    virtual ~Report() = default;
+
+    /// For people: whole lines.
+    virtual void printText(std::ostream& out) const = 0;
+    /// For programs: one object, documented in README.md of this folder.
+    virtual nlohmann::ordered_json toJson() const = 0;
+    /// True when the bridge did, or could answer, everything that was asked. Decides the exit status.
+    virtual bool isAllDone() const = 0;
+
+protected:
+    Report(const Report&) = default;
+    Report& operator=(const Report&) = default;
+    Report(Report&&) = default;
+    Report& operator=(Report&&) = default;
+};
+
+} // namespace koractl
