@@ -3,7 +3,6 @@
 #include "runtime/apartment/SendDoItEvent.h"
 #include "runtime/apartment/Task.h"
 
-#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <deque>
@@ -15,7 +14,8 @@ namespace com::tallowcrest::apartment
 {
 
 /// One worker thread with a first-in first-out queue of events. Objects that live in an apartment are touched by its
-/// thread alone, so they need no locks. `send`, `isRunning` are thread-safe; `start` and `stop` belong to one owner.
+/// thread alone, so they need no locks. `send` and `isRunning` are thread-safe; `start`, `stop` and the destructor
+/// belong to one owner, which is never the apartment's own thread.
 /// An exception that leaves an event is logged at ERROR to "KORABRIDGE" and the next event runs.
 class Apartment : public SendDoItEvent, public Task
 {
@@ -26,9 +26,9 @@ public:
     ~Apartment() override;
 
     void send(DoItEvent* event) override;
-    /// Starts the thread; nothing when already running.
+    /// Starts the thread, which first works off what is queued already; nothing when already running.
     void start() override;
-    /// Ends the loop after the event that runs, and joins the thread. Not from the apartment's own thread. Idempotent.
+    /// Ends the loop after the event that runs, and joins the thread. Events behind it stay queued. Idempotent.
     void stop() override;
     bool isRunning() const override;
 
@@ -37,12 +37,20 @@ protected:
     virtual void run();
 
 private:
+    /// Waits for an event until the wait timeout has passed or the apartment stops; null when none came.
+    std::unique_ptr<DoItEvent> waitForEvent();
+    std::unique_ptr<DoItEvent> takeEvent();
+    /// Takes the front of the queue, with the mutex held; null when the queue is empty.
+    std::unique_ptr<DoItEvent> popEvent();
+    static void runEvent(DoItEvent& event);
+    void nameThread() const;
+
     std::chrono::milliseconds m_waitTimeout{10000};
-    std::atomic<bool> m_running{false};
     std::thread m_thread;
     std::deque<DoItEvent*> m_events;
     std::mutex m_mutex;
     std::condition_variable m_eventQueued;
+    const std::string m_name;
 };
 
 } // namespace com::tallowcrest::apartment

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <string>
 
@@ -8,11 +9,15 @@ namespace com::tallowcrest::apartment
 
 /// Something that owns a thread and can be started and stopped. Every task enrols in the process-wide task table under
 /// a name for as long as it lives. Creating and destroying tasks is thread-safe.
+///
+/// The base keeps the running flag, so that the table can be printed at any moment of a task's life, also while a
+/// derived class is still being built or is already gone. Derived classes set it and return it from `isRunning`.
 class Task
 {
 public:
     /// Takes the next task id (0, 1, 2, ... never reused) and enrols under `name`.
     explicit Task(const std::string& name);
+    /// Leaves the task table.
     virtual ~Task();
     Task(const Task&) = delete;
     Task& operator=(const Task&) = delete;
@@ -23,7 +28,17 @@ public:
 
     std::uint32_t taskId() const { return m_taskId; }
 
+protected:
+    /// The running flag, as the table shows it. Any thread.
+    bool runningFlag() const { return m_running; }
+    void setRunning(bool running) { m_running = running; }
+    /// Sets the flag and returns what it was.
+    bool exchangeRunning(bool running) { return m_running.exchange(running); }
+
 private:
+    friend void showTasks();
+
+    std::atomic<bool> m_running{false};
     std::uint32_t m_taskId = 0;
 };
 

@@ -1,0 +1,154 @@
+#include "runtime/apartment/Apartment.h"
+
+#include "runtime/apartment/EmptyDoItEvent.h"
+#include "runtime/util/Log.h"
+
+#include <pthread.h>
+
+#include <exception>
+
+namespace com::tallowcrest::apartment
+{
+
+namespace
+{
+
+/// A thread name of the system, without its terminating zero.
+constexpr std::size_t maxThreadNameLength = 15;
+
+log4cxx::LoggerPtr logger()
+{
+    return log4cxx::Logger::getLogger("KORABRIDGE");
+}
+
+} // namespace
+
+Apartment::Apartment(const std::string& name) : Task(name), m_name(name) {}
+
+Apartment::~Apartment()
+{
+    try
+    {
+        // As stop(), but without the wake-up event, so that the end needs no memory.
+        {
+            const std::lock_guard lock(m_mutex);
+            setRunning(false);
+        }
+        m_eventQueued.notify_all();
+        if (m_thread.joinable())
+        {
+            m_thread.join();
+        }
+        // Deleted without the mutex: an event's destructor may send another one.
+        while (takeEvent() != nullptr)
+        {}
+    }
+    catch (const std::exception& error)
+    {
+        LOG_ERROR_F(logger(), "Apartment %s failed to end, %s", m_name.c_str(), error.what());
+    }
+}
+
+void Apartment::send(DoItEvent* event)
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        m_events.push_back(event);
+    }
+    m_eventQueued.notify_one();
+}
+
+void Apartment::start()
+{
+    if (exchangeRunning(true))
+    {
+        return;
+    }
+    try
+    {
+        m_thread = std::thread([this] {
+            nameThread();
+            run();
+        });
+    }
+    catch (...)
+    {
+        setRunning(false);
+        throw;
+    }
+}
+
+void Apartment::stop()
+{
+    setRunning(false);
+    post(*this, std::make_unique<EmptyDoItEvent>());
+    if (m_thread.joinable())
+    {
+        m_thread.join();
+    }
+}
+
+bool Apartment::isRunning() const
+{
+    return runningFlag();
+}
+
+void Apartment::run()
+{
+    while (isRunning())
+    {
+        if (const auto event = waitForEvent())
+        {
+            runEvent(*event);
+        }
+    }
+}
+
+std::unique_ptr<DoItEvent> Apartment::waitForEvent()
+{
+    std::unique_lock lock(m_mutex);
+    m_eventQueued.wait_until(lock, std::chrono::system_clock::now() + m_waitTimeout,
+                             [this] { return !m_events.empty() || !runningFlag(); });
+    return popEvent();
+}
+
+std::unique_ptr<DoItEvent> Apartment::takeEvent()
+{
+    const std::lock_guard lock(m_mutex);
+    return popEvent();
+}
+
+std::unique_ptr<DoItEvent> Apartment::popEvent()
+{
+    if (m_events.empty())
+    {
+        return nullptr;
+    }
+    std::unique_ptr<DoItEvent> event(m_events.front());
+    m_events.pop_front();
+    return event;
+}
+
+void Apartment::runEvent(DoItEvent& event)
+{
+    try
+    {
+        event.doIt();
+    }
+    catch (const std::exception& error)
+    {
+        LOG_ERROR_F(logger(), "Apartment event failed, %s", error.what());
+    }
+    catch (...)
+    {
+        LOG_ERROR_F(logger(), "Apartment event failed, unknown exception");
+    }
+}
+
+void Apartment::nameThread() const
+{
+    // Only a help for whoever looks at the process from outside; a refusal changes nothing.
+    static_cast<void>(pthread_setname_np(pthread_self(), m_name.substr(0, maxThreadNameLength).c_str()));
+}
+
+} // namespace com::tallowcrest::apartment
