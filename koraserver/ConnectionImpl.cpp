@@ -1,0 +1,214 @@
+#include "koraserver/ConnectionImpl.h"
+
+#include "koracommand/WireLayout.h"
+#include "koracommand/WireWords.h"
+#include "koraserver/Ipv4Address.h"
+#include "koraserver/MessageCutter.h"
+#include "koraserver/SocketClose.h"
+#include "koraserver/TextFormat.h"
+#include "runtime/util/Log.h"
+#include "runtime/util/SystemError.h"
+
+#include <poll.h>
+#include <pthread.h>
+#include <sys/socket.h>
+
+#include <cerrno>
+#include <chrono>
+#include <exception>
+#include <utility>
+
+using com::tallowcrest::util::systemErrorText;
+
+namespace
+{
+
+/// How long a wait for the next bytes lasts before the running flag is looked at.
+constexpr std::chrono::milliseconds receiveWait{10};
+/// What the system keeps of a thread's name.
+constexpr std::size_t maxThreadNameLength = 15;
+
+} // namespace
+
+ConnectionImpl::ConnectionImpl(log4cxx::LoggerPtr logger, int socket, std::uint16_t clientPort,
+                               std::uint32_t connectionId, std::uint32_t clientAddress,
+                               std::unique_ptr<CmdHandler> cmdHandler,
+                               com::tallowcrest::misc::TimingSamples& timingSamples)
+    : m_logger(std::move(logger)), m_timingSamples(timingSamples), m_socket(socket), m_connectionId(connectionId),
+      m_clientAddress(clientAddress),
+      m_threadName(
+          formatText("Kora Connection:%s:%u-%d", dottedText(clientAddress).c_str(), unsigned{clientPort}, socket)),
+      m_shortThreadName(formatText("Kora:%u-%d", unsigned{clientPort}, socket).substr(0, maxThreadNameLength)),
+      m_cmdHandler(std::move(cmdHandler)), m_unexpectedProtocols(m_logger)
+{}
+
+ConnectionImpl::~ConnectionImpl()
+{
+    stop();
+    if (m_ownedSocket.isOpen())
+    {
+        prepareToClose(m_ownedSocket.get());
+    }
+}
+
+void ConnectionImpl::start()
+{
+    if (m_thread.joinable())
+    {
+        return;
+    }
+    m_running = true;
+    try
+    {
+        m_thread = std::thread(&ConnectionImpl::run, this);
+    }
+    catch (...)
+    {
+        m_running = false;
+        throw;
+    }
+    m_ownedSocket.reset(m_socket);
+}
+
+void ConnectionImpl::requestStop()
+{
+    m_running = false;
+    if (m_ownedSocket.isOpen())
+    {
+        // Fails only when the peer has gone already.
+        static_cast<void>(::shutdown(m_ownedSocket.get(), SHUT_RDWR));
+    }
+}
+
+void ConnectionImpl::stop()
+{
+    requestStop();
+    if (m_thread.joinable())
+    {
+        m_thread.join();
+    }
+}
+
+void ConnectionImpl::showUnexpectedProtocols()
+{
+    m_unexpectedProtocols.show();
+}
+
+void ConnectionImpl::run()
+{
+    static_cast<void>(::pthread_setname_np(::pthread_self(), m_shortThreadName.c_str()));
+    try
+    {
+        processStream();
+    }
+    catch (const std::exception& error)
+    {
+        LOG_ERROR_F(m_logger, "%s ended by an exception, %s", m_threadName.c_str(), error.what());
+    }
+    catch (...)
+    {
+        LOG_ERROR_F(m_logger, "%s ended by an unknown exception", m_threadName.c_str());
+    }
+    m_running = false;
+}
+
+void ConnectionImpl::processStream()
+{
+    MessageCutter cutter;
+    while (m_running)
+    {
+        pollfd polled{m_socket, POLLIN, 0};
+        const int ready = ::poll(&polled, 1, static_cast<int>(receiveWait.count()));
+        if (!m_running)
+        {
+            return;
+        }
+        if (ready < 0 && errno != EINTR)
+        {
+            LOG_INFO_F(m_logger, "select failed %s, shutting down client connection", systemErrorText().c_str());
+            return;
+        }
+        if (ready <= 0)
+        {
+            continue;
+        }
+
+        const std::span<std::uint8_t> space = cutter.freeSpace();
+        const ssize_t count = ::recv(m_socket, space.data(), space.size(), 0);
+        if (count < 0)
+        {
+            if (errno == EINTR)
+            {
+                continue;
+            }
+            LOG_INFO_F(m_logger, "recv failed socket %d, %s", m_socket, systemErrorText().c_str());
+            return;
+        }
+        if (count == 0)
+        {
+            LOG_INFO_F(m_logger, "recv disconnect, fd = %d", m_socket);
+            return;
+        }
+        cutter.stored(static_cast<std::size_t>(count));
+        while (m_running)
+        {
+            const auto message = cutter.next();
+            if (!message)
+            {
+                break;
+            }
+            handleMessage(*message);
+        }
+    }
+}
+
+void ConnectionImpl::handleMessage(std::span<const std::uint8_t> message)
+{
+    const std::uint32_t protocolType = WireReader(message).bigEndianWordAt(wireLayout::header::protocolType);
+    if (protocolType == wireLayout::routerControlProtocol)
+    {
+        processEnetRtrMessageCommand(message);
+    }
+    else
+    {
+        m_unexpectedProtocols.addUnexpectedProtocol(protocolType, UnexpectedProtocols::nameOf(protocolType));
+    }
+}
+
+void ConnectionImpl::processEnetRtrMessageCommand(std::span<const std::uint8_t> message)
+{
+    // Timing samples: the message id, with the request's tag or the sequence that its response is about to get.
+    const WireReader request(message);
+    m_timingSamples.record(request.bigEndianWordAt(wireLayout::header::msgId),
+                           request.bigEndianWordAt(wireLayout::header::sequence));
+    const std::unique_ptr<Rsp> response = m_cmdHandler->handle(message);
+    if (response == nullptr)
+    {
+        LOG_INFO_F(m_logger, "no response, shutting down client connection, fd = %d", m_socket);
+        m_running = false;
+        return;
+    }
+    const WireReader answer({response->getData(), response->getLength()});
+    m_timingSamples.record(answer.bigEndianWordAt(wireLayout::header::msgId), m_responseSequence);
+    response->setSequence(m_responseSequence++);
+    sendResponse(*response);
+}
+
+void ConnectionImpl::sendResponse(const Rsp& response)
+{
+    std::span<const std::uint8_t> unsent(response.getData(), response.getLength());
+    while (!unsent.empty())
+    {
+        // One call takes the whole response, unless a signal cuts it short.
+        const ssize_t count = ::send(m_socket, unsent.data(), unsent.size(), MSG_NOSIGNAL);
+        if (count >= 0)
+        {
+            unsent = unsent.subspan(static_cast<std::size_t>(count));
+        }
+        else if (errno != EINTR)
+        {
+            LOG_WARN_F(m_logger, "send client response failed, %s", systemErrorText().c_str());
+            return;
+        }
+    }
+}

@@ -1,0 +1,69 @@
+#pragma once
+
+#include "koracommand/CmdHandler.h"
+#include "koraserver/Connection.h"
+#include "koraserver/UnexpectedProtocols.h"
+#include "runtime/misc/TimingSamples.h"
+#include "runtime/util/UniqueFd.h"
+
+#include <log4cxx/logger.h>
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+#include <thread>
+
+/// Serves one controller on a thread of its own: cuts its byte stream into messages, has router-control messages
+/// handled one at a time and writes each response back; messages of other protocols are noted and get no answer.
+///
+/// `start`, `requestStop`, `stop` and destruction belong to the server's thread, everything else private to the
+/// connection's thread or thread-safe. Owned by the server's slot. Any failure to receive, an exception, or a handler
+/// that has no response ends this connection alone; the server then finds it not running and releases it.
+class ConnectionImpl final : public Connection
+{
+public:
+    /// Owns `socket` once `start` has returned, not before. `clientPort` in host order, `clientAddress` in network
+    /// order.
+    ConnectionImpl(log4cxx::LoggerPtr logger, int socket, std::uint16_t clientPort, std::uint32_t connectionId,
+                   std::uint32_t clientAddress, std::unique_ptr<CmdHandler> cmdHandler,
+                   com::tallowcrest::misc::TimingSamples& timingSamples);
+    /// Stops the thread and closes the socket without waiting for the peer.
+    ~ConnectionImpl() override;
+
+    void start() override;
+    void requestStop() override;
+    void stop() override;
+    bool isRunning() const override { return m_running; }
+    std::uint32_t connectionId() const override { return m_connectionId; }
+    int socket() const override { return m_socket; }
+    std::uint32_t clientAddress() const override { return m_clientAddress; }
+    void showUnexpectedProtocols() override;
+
+    /// "Kora Connection:192.168.0.7:40112-9": address, port and descriptor of the client.
+    const std::string& threadName() const { return m_threadName; }
+    /// The name under which the system lists the thread, which has room for 15 characters: "Kora:40112-9".
+    const std::string& shortThreadName() const { return m_shortThreadName; }
+
+private:
+    void run();
+    void processStream();
+    void handleMessage(std::span<const std::uint8_t> message);
+    void processEnetRtrMessageCommand(std::span<const std::uint8_t> message);
+    void sendResponse(const Rsp& response);
+
+    log4cxx::LoggerPtr m_logger;
+    com::tallowcrest::misc::TimingSamples& m_timingSamples;
+    const int m_socket;
+    com::tallowcrest::util::UniqueFd m_ownedSocket; ///< the same descriptor, once owned
+    const std::uint32_t m_connectionId;
+    const std::uint32_t m_clientAddress;
+    const std::string m_threadName;
+    const std::string m_shortThreadName;
+    std::unique_ptr<CmdHandler> m_cmdHandler;
+    std::uint32_t m_responseSequence = 0;
+    UnexpectedProtocols m_unexpectedProtocols;
+    std::atomic<bool> m_running{false};
+    std::thread m_thread;
+};

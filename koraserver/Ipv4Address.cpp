@@ -1,0 +1,23 @@
+#include "koraserver/Ipv4Address.h"
+
+#include "koraserver/TextFormat.h"
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+
+#include <array>
+#include <bit>
+
+std::string dottedText(std::uint32_t networkOrderAddress)
+{
+    std::array<char, INET_ADDRSTRLEN> text{};
+    in_addr address{};
+    address.s_addr = networkOrderAddress;
+    return ::inet_ntop(AF_INET, &address, text.data(), text.size()) != nullptr ? text.data() : "";
+}
+
+std::string paddedText(std::uint32_t networkOrderAddress)
+{
+    const auto bytes = std::bit_cast<std::array<std::uint8_t, 4>>(networkOrderAddress);
+    return formatText("%03d.%03d.%03d.%03d", bytes[0], bytes[1], bytes[2], bytes[3]);
+}

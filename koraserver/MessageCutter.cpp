@@ -1,0 +1,44 @@
+#include "koraserver/MessageCutter.h"
+
+#include "koracommand/WireWords.h"
+
+#include <cassert>
+
+std::span<std::uint8_t> MessageCutter::freeSpace()
+{
+    if (m_begin > 0)
+    {
+        std::copy(m_buffer.data() + m_begin, m_buffer.data() + m_end, m_buffer.data());
+        m_end -= m_begin;
+        m_begin = 0;
+    }
+    return std::span(m_buffer).subspan(m_end);
+}
+
+void MessageCutter::stored(std::size_t count)
+{
+    assert(count <= capacity - m_end);
+    m_end += std::min(count, capacity - m_end);
+}
+
+std::optional<std::span<const std::uint8_t>> MessageCutter::next()
+{
+    const auto held = std::span<const std::uint8_t>(m_buffer).subspan(m_begin, heldBytes());
+    if (held.size() < wireLayout::header::bytes)
+    {
+        return std::nullopt;
+    }
+    const std::uint32_t length = WireReader(held).bigEndianWordAt(wireLayout::header::length);
+    if (length < wireLayout::header::bytes || length > wireLayout::maxMessageBytes)
+    {
+        m_begin = 0;
+        m_end = 0;
+        return std::nullopt;
+    }
+    if (held.size() < length)
+    {
+        return std::nullopt;
+    }
+    m_begin += length;
+    return held.first(length);
+}

@@ -1,0 +1,59 @@
+#pragma once
+
+#include "koracommand/WireLayout.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+
+/// Cuts a controller's byte stream into whole messages. No I/O. Owned and used by one connection's thread.
+///
+/// A message is cut once all its bytes are held, wherever the stream was split on its way; a header is judged only once
+/// its 16 bytes are held, so bytes that were not received are never looked at. A length outside 16 to 8192 discards
+/// everything held, and cutting begins anew with the next byte received: the sender of such a header finds the stream
+/// in step again only after a pause.
+class MessageCutter
+{
+public:
+    static constexpr std::size_t capacity = wireLayout::maxMessageBytes;
+
+    /// Where the next bytes go: the capacity less what is held. Never empty once `next` came back empty. Ends the life
+    /// of the span that `next` gave out.
+    std::span<std::uint8_t> freeSpace();
+
+    /// Tells that `count` bytes (at most the free space) were stored at the start of the free space.
+    void stored(std::size_t count);
+
+    /// The next whole message, 16 to 8192 bytes, or empty when more bytes are needed.
+    std::optional<std::span<const std::uint8_t>> next();
+
+    /// Takes `bytes` of any number and calls `onMessage(std::span<const std::uint8_t>)` for every message they
+    /// complete.
+    template <typename OnMessage>
+    void feed(std::span<const std::uint8_t> bytes, OnMessage&& onMessage)
+    {
+        while (!bytes.empty())
+        {
+            const std::span<std::uint8_t> space = freeSpace();
+            const std::size_t count = std::min(space.size(), bytes.size());
+            std::copy_n(bytes.begin(), count, space.begin());
+            stored(count);
+            bytes = bytes.subspan(count);
+            while (const auto message = next())
+            {
+                onMessage(*message);
+            }
+        }
+    }
+
+    /// Bytes received that belong to no message yet.
+    std::size_t heldBytes() const { return m_end - m_begin; }
+
+private:
+    std::array<std::uint8_t, capacity> m_buffer{};
+    std::size_t m_begin = 0;
+    std::size_t m_end = 0;
+};

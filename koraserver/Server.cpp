@@ -1,0 +1,352 @@
+#include "koraserver/Server.h"
+
+#include "koraserver/Ipv4Address.h"
+#include "koraserver/ListeningSocket.h"
+#include "koraserver/SocketClose.h"
+#include "koraserver/SocketOption.h"
+#include "koraserver/TextFormat.h"
+#include "runtime/misc/Console.h"
+#include "runtime/util/Log.h"
+#include "runtime/util/SystemError.h"
+
+#include <arpa/inet.h>
+#include <poll.h>
+#include <pthread.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <exception>
+#include <utility>
+
+using com::tallowcrest::misc::print;
+using com::tallowcrest::util::systemErrorText;
+
+Server::Server(const std::string& loggerName, std::shared_ptr<ConnectionFactory> connectionFactory,
+               std::shared_ptr<NotifyNewConnection> newConnectionListener)
+    : Task("Kora Server"), m_logger(log4cxx::Logger::getLogger(loggerName)),
+      m_connectionFactory(std::move(connectionFactory)), m_newConnectionListener(std::move(newConnectionListener)),
+      m_openFailures(m_logger), m_acceptFailures(m_logger), m_connectionFailures(m_logger)
+{}
+
+Server::~Server()
+{
+    Server::stop();
+}
+
+void Server::start()
+{
+    if (m_running)
+    {
+        return;
+    }
+    m_running = true;
+    try
+    {
+        m_thread = std::thread(&Server::run, this);
+    }
+    catch (...)
+    {
+        m_running = false;
+        throw;
+    }
+}
+
+void Server::stop()
+{
+    m_running = false;
+    m_wakeEvent.signal();
+    if (m_thread.joinable())
+    {
+        m_thread.join();
+    }
+}
+
+void Server::connectToRouter()
+{
+    m_connectedToRouter = true;
+    LOG_INFO_F(m_logger, "connected to router\n");
+    m_wakeEvent.signal();
+}
+
+void Server::disconnectFromRouter()
+{
+    m_connectedToRouter = false;
+    m_dropRequested = true;
+    LOG_INFO_F(m_logger, "not connected to router\n");
+    m_wakeEvent.signal();
+}
+
+void Server::showServerStats() const
+{
+    print("--------------------------------- Server Stats ---------------------------------\n");
+    print("Tcp Server Socket Reopen Cnt: %8d    Tcp Accepted Cnt:             %8d\n",
+          static_cast<int>(m_reopenCount.load()), static_cast<int>(m_acceptedCount.load()));
+    print("Tcp Server Open Error Cnt:    %8d    Set Socket Option Error Cnt:  %8d\n",
+          static_cast<int>(m_openErrorCount.load()), static_cast<int>(m_setOptionErrorCount.load()));
+}
+
+void Server::requestShowConnections()
+{
+    m_showConnectionsRequested = true;
+    m_wakeEvent.signal();
+}
+
+void Server::run()
+{
+    static_cast<void>(::pthread_setname_np(::pthread_self(), "Kora Server"));
+    for (;;)
+    {
+        m_wakeEvent.clear(); // before any flag is read, so that no signal is lost
+        if (!m_running)
+        {
+            break;
+        }
+        try
+        {
+            runPass();
+        }
+        catch (const std::exception& error)
+        {
+            LOG_ERROR_F(m_logger, "Kora Server pass ended by an exception, %s", error.what());
+            pause();
+        }
+    }
+    closeServerSocket();
+    removeAllClients();
+}
+
+void Server::runPass()
+{
+    if (m_showConnectionsRequested.exchange(false))
+    {
+        showConnections();
+    }
+    if (m_dropRequested.exchange(false) || !m_connectedToRouter)
+    {
+        closeServerSocket();
+        removeAllClients();
+    }
+    if (!m_connectedToRouter)
+    {
+        pause();
+        return;
+    }
+    removeAnyDeadClients();
+    if (!hasFreeSlot())
+    {
+        closeServerSocket();
+        pause();
+        return;
+    }
+    openServerSocketIfClosed();
+    checkForClient();
+}
+
+void Server::showConnections() const
+{
+    print("clientFd         Ip Addr\n-------- ---------------\n");
+    for (const auto& connection : m_slots)
+    {
+        if (connection != nullptr)
+        {
+            print("%8d %s\n", connection->socket(), paddedText(connection->clientAddress()).c_str());
+            connection->showUnexpectedProtocols();
+        }
+    }
+}
+
+bool Server::openServerSocketIfClosed()
+{
+    if (m_listenSocket.isOpen() && !m_listenSocketStale)
+    {
+        return true;
+    }
+    if (m_listenSocket.isOpen())
+    {
+        LOG_INFO_F(m_logger, "shutting down TCP server socket prior to re-opening");
+        ++m_reopenCount;
+        closeServerSocket();
+    }
+    auto opened = openListeningSocket(serverPort, m_logger);
+    if (const auto* failure = std::get_if<Failure>(&opened))
+    {
+        m_openFailures.warn(*failure);
+        return false;
+    }
+    m_openFailures.succeeded();
+    m_listenSocket = std::get<com::tallowcrest::util::UniqueFd>(std::move(opened));
+    return true;
+}
+
+void Server::closeServerSocket()
+{
+    if (m_listenSocket.isOpen())
+    {
+        static_cast<void>(::shutdown(m_listenSocket.get(), SHUT_RDWR));
+        m_listenSocket.reset();
+    }
+    m_listenSocketStale = false;
+}
+
+void Server::checkForClient()
+{
+    if (!m_listenSocket.isOpen())
+    {
+        pause();
+        return;
+    }
+    // poll has no limit on descriptor numbers, unlike select.
+    std::array<pollfd, 2> polled{{{m_listenSocket.get(), POLLIN, 0}, {m_wakeEvent.fd(), POLLIN, 0}}};
+    const int ready =
+        ::poll(polled.data(), polled.size(), static_cast<int>(std::chrono::milliseconds(passWait).count()));
+    if (ready < 0 && errno != EINTR)
+    {
+        const int error = errno;
+        m_acceptFailures.warn({formatText("select %d", error),
+                               formatText("select failed socket %u %s", static_cast<unsigned>(m_listenSocket.get()),
+                                          systemErrorText(error).c_str())});
+        closeServerSocket();
+        return;
+    }
+    if (ready <= 0 || polled[0].revents == 0)
+    {
+        return;
+    }
+
+    sockaddr_in client{};
+    socklen_t clientSize = sizeof client;
+    const int socket = ::accept4(m_listenSocket.get(), reinterpret_cast<sockaddr*>(&client), &clientSize, SOCK_CLOEXEC);
+    if (socket < 0)
+    {
+        acceptFailed(errno);
+        return;
+    }
+    m_acceptFailures.succeeded();
+    ++m_acceptedCount;
+    addClient(socket, client);
+}
+
+void Server::acceptFailed(int error)
+{
+    if (error == EINTR)
+    {
+        return;
+    }
+    m_acceptFailures.warn(
+        {formatText("accept %d", error),
+         formatText("listen failed socket %u to address/port %s, %s", static_cast<unsigned>(m_listenSocket.get()),
+                    dottedText(htonl(INADDR_ANY)).c_str(), systemErrorText(error).c_str())});
+    if (error == EINVAL || error == EBADF || error == ENOTSOCK)
+    {
+        m_listenSocketStale = true; // it listens no more
+    }
+    if (error != ECONNABORTED)
+    {
+        pause(); // the client still waits, and would wake the next pass at once
+    }
+}
+
+void Server::addClient(int socket, const sockaddr_in& client)
+{
+    const std::uint32_t address = client.sin_addr.s_addr;
+    LOG_INFO_F(m_logger, "accepted tcp connection from %s, fd = %d", dottedText(address).c_str(), socket);
+    const auto slot = findFreeSlot();
+    if (!slot)
+    {
+        LOG_WARN_F(m_logger, "Connection rejected from %s would exceed max connections: %d",
+                   paddedText(address).c_str(), static_cast<int>(m_slots.size()));
+        rejectClient(socket);
+        return;
+    }
+    if (!setSocketOptions(socket))
+    {
+        LOG_WARN_F(m_logger, "Connection rejected from %s failed setting socket options", paddedText(address).c_str());
+        rejectClient(socket);
+        return;
+    }
+    LOG_INFO_F(m_logger, "connectionId %d", static_cast<int>(*slot));
+    try
+    {
+        m_newConnectionListener->notifyNewConnection(*slot);
+        m_slots[*slot] = m_connectionFactory->createConnection(socket, ntohs(client.sin_port), *slot, address);
+        m_connectionFailures.succeeded();
+    }
+    catch (const std::exception& error)
+    {
+        m_connectionFailures.warn({error.what(), formatText("Connection rejected from %s failed starting it, %s",
+                                                            paddedText(address).c_str(), error.what())});
+        rejectClient(socket);
+    }
+}
+
+bool Server::setSocketOptions(int socket)
+{
+    const auto failure = applySocketOptions(socket, acceptedOptions);
+    if (failure)
+    {
+        LOG_WARN_F(m_logger, "%s", failure->text.c_str());
+    }
+    return !failure;
+}
+
+void Server::rejectClient(int socket)
+{
+    if (::shutdown(socket, SHUT_RDWR) != 0)
+    {
+        LOG_INFO_F(m_logger, "Rejecting connection: failed shutdown on socket %d, %s", socket,
+                   systemErrorText().c_str());
+    }
+    prepareToClose(socket);
+    if (::close(socket) != 0)
+    {
+        LOG_INFO_F(m_logger, "Rejecting connection: failed close on socket %d, %s", socket, systemErrorText().c_str());
+    }
+}
+
+void Server::removeAnyDeadClients()
+{
+    for (auto& connection : m_slots)
+    {
+        if (connection != nullptr && !connection->isRunning())
+        {
+            LOG_INFO_F(m_logger, "removed dead tcp connection, fd = %i", connection->socket());
+            connection.reset();
+        }
+    }
+}
+
+void Server::removeAllClients()
+{
+    // All are told before the first is waited for, so that the slowest alone decides how long this takes.
+    for (const auto& connection : m_slots)
+    {
+        if (connection != nullptr)
+        {
+            connection->requestStop();
+        }
+    }
+    for (auto& connection : m_slots)
+    {
+        connection.reset();
+    }
+}
+
+std::optional<std::uint32_t> Server::findFreeSlot() const
+{
+    const auto slot = std::find(m_slots.begin(), m_slots.end(), nullptr);
+    if (slot == m_slots.end())
+    {
+        return std::nullopt;
+    }
+    return static_cast<std::uint32_t>(slot - m_slots.begin());
+}
+
+void Server::pause()
+{
+    pollfd polled{m_wakeEvent.fd(), POLLIN, 0};
+    // An interrupted wait makes the pass come early, which does no harm.
+    static_cast<void>(::poll(&polled, 1, static_cast<int>(std::chrono::milliseconds(passWait).count())));
+}

@@ -1,0 +1,17 @@
+#include "koraserver/TextFormat.h"
+
+#include "runtime/util/Log.h"
+
+#include <array>
+#include <cstdarg>
+#include <cstdio>
+
+std::string formatText(const char* format, ...)
+{
+    std::array<char, com::tallowcrest::util::logLineSize> text{};
+    va_list arguments;
+    va_start(arguments, format);
+    static_cast<void>(std::vsnprintf(text.data(), text.size(), format, arguments));
+    va_end(arguments);
+    return text.data();
+}
