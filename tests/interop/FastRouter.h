@@ -3,9 +3,17 @@
 #include "tests/interop/FastParticipant.h"
 #include "tests/interop/FastReader.h"
 
-#include "FastRouting.h"
-
 #include <string>
+
+// Generated at build time (FastRouting.h).
+namespace com::tallowcrest::dds_::routing
+{
+class ComponentInfo;
+class MacroLevel;
+class MacroXptOutput;
+class RouterMember;
+class RouterMemberMacroXpts;
+} // namespace com::tallowcrest::dds_::routing
 
 /// What a sample's writer does with it.
 enum class Operation

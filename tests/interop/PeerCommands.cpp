@@ -1,5 +1,7 @@
 #include "tests/interop/PeerCommands.h"
 
+#include "FastRouting.h"
+
 #include <sstream>
 #include <stdexcept>
 

@@ -6,6 +6,8 @@
 #include "tests/interop/FastRouter.h"
 #include "tests/interop/PeerCommands.h"
 
+#include "FastRouting.h"
+
 #include <exception>
 #include <iostream>
 #include <string>
