@@ -1,6 +1,8 @@
 #include "runtime/misc/Console.h"
 
+#include "runtime/misc/ConsoleSlot.h"
 #include "runtime/misc/StandardInput.h"
+#include "runtime/misc/TelnetIO.h"
 
 #include <cstdio>
 
@@ -17,15 +19,30 @@ void print(const char* format, ...)
 
 void vprint(const char* format, std::va_list arguments)
 {
+    if (const auto telnet = console())
+    {
+        telnet->Print(format, arguments);
+        return;
+    }
     static_cast<void>(std::vprintf(format, arguments));
     static_cast<void>(std::fflush(stdout));
 }
 
 int getline(char* buffer, int size)
 {
+    if (const auto telnet = console())
+    {
+        return telnet->Getline(buffer, size);
+    }
     return standardInput().getline(buffer, size);
 }
 
-void beginConsoleRound() {}
+void beginConsoleRound()
+{
+    if (const auto telnet = console())
+    {
+        telnet->beginRound();
+    }
+}
 
 } // namespace com::tallowcrest::misc

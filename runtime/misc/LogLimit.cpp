@@ -1,0 +1,29 @@
+#include "runtime/misc/LogLimit.h"
+
+#include <utility>
+
+namespace com::tallowcrest::misc
+{
+
+bool LogLimit::allow(Clock::time_point now)
+{
+    if (m_written == 0 || now - m_begin >= m_interval)
+    {
+        m_begin = now;
+        m_written = 0;
+    }
+    if (m_written < m_burst)
+    {
+        ++m_written;
+        return true;
+    }
+    ++m_heldBack;
+    return false;
+}
+
+std::uint32_t LogLimit::takeHeldBack()
+{
+    return std::exchange(m_heldBack, 0);
+}
+
+} // namespace com::tallowcrest::misc

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+
+namespace com::tallowcrest::misc
+{
+
+/// Decides which of many equal log lines are written: a few per interval, the rest is counted. Owned by one thread.
+class LogLimit
+{
+public:
+    using Clock = std::chrono::steady_clock;
+
+    /// At most `burst` lines in each `interval`.
+    LogLimit(int burst, Clock::duration interval) : m_burst(burst), m_interval(interval) {}
+
+    /// True when a line that is due `now` is to be written; otherwise it is counted.
+    bool allow(Clock::time_point now = Clock::now());
+    /// How many lines were held back since the last call.
+    std::uint32_t takeHeldBack();
+
+private:
+    const int m_burst;
+    const Clock::duration m_interval;
+    Clock::time_point m_begin;
+    int m_written = 0;
+    std::uint32_t m_heldBack = 0;
+};
+
+} // namespace com::tallowcrest::misc

@@ -1,0 +1,207 @@
+#include "runtime/misc/Menu.h"
+
+#include "runtime/misc/Console.h"
+#include "runtime/util/Log.h"
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <charconv>
+#include <cstdio>
+#include <exception>
+#include <iterator>
+#include <limits>
+#include <optional>
+#include <utility>
+#include <vector>
+
+namespace com::tallowcrest::misc
+{
+namespace
+{
+constexpr std::size_t screenWidth = 80;
+constexpr const char* quitTitle = "q:  quit";
+
+std::string lowerCase(std::string text)
+{
+    std::transform(text.begin(), text.end(), text.begin(),
+                   [](unsigned char character) { return static_cast<char>(std::tolower(character)); });
+    return text;
+}
+
+/// The number at the beginning of the text, cut to the range of an int; nothing when there is none ("-").
+std::optional<int> leadingNumber(const std::string& text)
+{
+    int number = 0;
+    const auto result = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (result.ec == std::errc::result_out_of_range)
+    {
+        return text.front() == '-' ? std::numeric_limits<int>::min() : std::numeric_limits<int>::max();
+    }
+    return result.ec == std::errc() ? std::optional(number) : std::nullopt;
+}
+
+std::string itemText(std::size_t index, const std::string& title)
+{
+    std::array<char, 16> number{};
+    static_cast<void>(std::snprintf(number.data(), number.size(), "%2d. ", static_cast<int>(index)));
+    return number.data() + title;
+}
+} // namespace
+
+Menu::Menu(std::string title) : m_title(std::move(title)) {}
+
+void Menu::addItem(std::string title, Handler handler)
+{
+    auto last = m_items.before_begin();
+    while (std::next(last) != m_items.end())
+    {
+        ++last;
+    }
+    m_items.insert_after(last, Item{std::move(title), std::move(handler)});
+    ++m_itemCount;
+}
+
+void Menu::removeItem(const std::string& title)
+{
+    for (auto before = m_items.before_begin(); std::next(before) != m_items.end(); ++before)
+    {
+        if (std::next(before)->title == title)
+        {
+            m_items.erase_after(before);
+            --m_itemCount;
+            return;
+        }
+    }
+}
+
+void Menu::display() const
+{
+    print("\n%s\n", m_title.c_str());
+
+    std::vector<const Item*> items;
+    std::size_t longest = 0;
+    for (const Item& item : m_items)
+    {
+        items.push_back(&item);
+        longest = std::max(longest, item.title.size());
+    }
+    const std::size_t columns = std::max<std::size_t>(1, screenWidth / (longest + 8));
+    const std::size_t rows = (items.size() + columns - 1) / columns;
+    for (std::size_t row = 0; row < rows; ++row)
+    {
+        std::string line;
+        for (std::size_t index = row; index < items.size(); index += rows)
+        {
+            std::string text = itemText(index, items[index]->title);
+            if (index + rows < items.size())
+            {
+                text.resize(std::max(text.size(), longest + 4), ' ');
+            }
+            line += text;
+        }
+        print("%s\n", line.c_str());
+    }
+    print("Enter selection: ");
+}
+
+Menu::Choice Menu::select() const
+{
+    std::array<char, 256> buffer{};
+    const int result = getline(buffer.data(), static_cast<int>(buffer.size()));
+    if (result < 0)
+    {
+        // A change of operators and a stop are no errors of his, so he is not told.
+        if (result == consoleEndOfInput)
+        {
+            print("scanf error: %d\n", result);
+        }
+        return {result, nullptr};
+    }
+    const std::string input(buffer.data());
+    const bool isNumber =
+        !input.empty() && (input.front() == '-' || std::isdigit(static_cast<unsigned char>(input.front())) != 0);
+    return {result, isNumber ? findByNumber(input) : findByTitle(input)};
+}
+
+void Menu::run(const std::function<void()>& beforeEachRound, const std::function<void()>& onEnter,
+               const std::function<void()>& onExit)
+{
+    const auto callHook = [](const std::function<void()>& hook) {
+        if (hook)
+        {
+            hook();
+        }
+    };
+    bool quit = false;
+    addItem(quitTitle, [&quit] { quit = true; });
+    callHook(onEnter);
+    while (!quit && !consoleStopRequested())
+    {
+        beginConsoleRound();
+        callHook(beforeEachRound);
+        display();
+        const Choice choice = select();
+        if (choice.inputResult == consoleEndOfInput || choice.inputResult == consoleStopping)
+        {
+            break; // no operator will ever choose again: asking on would only spin
+        }
+        if (choice.item != nullptr)
+        {
+            runHandler(*choice.item);
+        }
+    }
+    removeItem(quitTitle);
+    callHook(onExit);
+}
+
+const Menu::Item* Menu::findByTitle(const std::string& input) const
+{
+    const std::string wanted = lowerCase(input);
+    for (const Item& item : m_items)
+    {
+        if (lowerCase(item.title).compare(0, wanted.size(), wanted) == 0)
+        {
+            return &item;
+        }
+    }
+    print("%s is not a valid choice.\n", input.c_str());
+    return nullptr;
+}
+
+const Menu::Item* Menu::findByNumber(const std::string& input) const
+{
+    const auto number = leadingNumber(input);
+    if (!number)
+    {
+        print("%s is not a valid choice.\n", input.c_str());
+        return nullptr;
+    }
+    if (*number < 0 || *number >= m_itemCount)
+    {
+        print("%d is not a valid choice.\n", *number);
+        return nullptr;
+    }
+    return &*std::next(m_items.begin(), *number);
+}
+
+/// Takes a copy of the item, because the handler may remove it from the menu.
+void Menu::runHandler(Item item) const
+{
+    if (!item.handler)
+    {
+        return;
+    }
+    try
+    {
+        item.handler();
+    }
+    catch (const std::exception& error)
+    {
+        LOG_ERROR_F(log4cxx::Logger::getLogger("KORABRIDGE"), "menu item '%s' failed, %s", item.title.c_str(),
+                    error.what());
+        print("%s failed: %s\n", item.title.c_str(), error.what());
+    }
+}
+
+} // namespace com::tallowcrest::misc

@@ -1,0 +1,172 @@
+#include "runtime/misc/TelnetClient.h"
+
+#include "runtime/misc/SocketOptions.h"
+#include "runtime/util/Log.h"
+#include "runtime/util/SystemError.h"
+
+#include <array>
+#include <cerrno>
+#include <cinttypes>
+#include <utility>
+
+#include <poll.h>
+#include <sys/socket.h>
+
+namespace com::tallowcrest::misc
+{
+using util::systemErrorText;
+
+TelnetClient::TelnetClient(log4cxx::LoggerPtr logger, TelnetListener::Accepted accepted, std::uint64_t session)
+    : m_logger(std::move(logger)), m_address(accepted.address), m_session(session), m_socket(std::move(accepted.socket))
+{}
+
+void TelnetClient::setOptions() const
+{
+    const int socket = m_socket.get();
+    if (!lingerOnClose(socket, std::chrono::seconds(1)))
+    {
+        LOG_WARN_F(m_logger, "failed setting SO_LINGER socket option on socket %d, %s", socket,
+                   systemErrorText().c_str());
+    }
+    if (!sendWithoutDelay(socket))
+    {
+        LOG_WARN_F(m_logger, "failed setting TCP_NODELAY socket option on client socket %d, %s", socket,
+                   systemErrorText().c_str());
+    }
+    if (!keepUrgentBytesInline(socket))
+    {
+        LOG_WARN_F(m_logger, "failed setting SO_OOBINLINE socket option on client socket %d, %s", socket,
+                   systemErrorText().c_str());
+    }
+    if (!probeIdlePeer(socket))
+    {
+        LOG_WARN_F(m_logger, "failed setting SO_KEEPALIVE socket option on client socket %d, %s", socket,
+                   systemErrorText().c_str());
+    }
+}
+
+void TelnetClient::send(std::string_view text)
+{
+    const std::lock_guard lock(m_mutex);
+    if (m_hasFailed || m_isClosing)
+    {
+        return;
+    }
+    // Once text was dropped, dropping goes on until the client has caught up: one gap rather than many small ones.
+    if (m_droppedBytes > 0 || m_pending.size() + text.size() > maxPendingSize)
+    {
+        if (m_droppedBytes == 0)
+        {
+            LOG_INFO_F(m_logger, "telnet clientFd %d does not read, dropping text", m_socket.get());
+        }
+        m_droppedBytes += text.size();
+        return;
+    }
+    m_pending += text;
+    sendPending();
+}
+
+void TelnetClient::flush()
+{
+    const std::lock_guard lock(m_mutex);
+    sendPending();
+}
+
+std::uint64_t TelnetClient::droppedBytes() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_droppedBytes;
+}
+
+bool TelnetClient::receive()
+{
+    std::array<char, 512> bytes{};
+    const ssize_t count = ::recv(m_socket.get(), bytes.data(), bytes.size(), 0);
+    if (count > 0)
+    {
+        m_lines.feed(std::string_view(bytes.data(), static_cast<std::size_t>(count)));
+        return true;
+    }
+    return count < 0 && (errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR);
+}
+
+void TelnetClient::close()
+{
+    if (!m_socket.isOpen())
+    {
+        return;
+    }
+    bool mayCatchUp = false;
+    {
+        const std::lock_guard lock(m_mutex);
+        m_isClosing = true;
+        mayCatchUp = m_droppedBytes == 0;
+    }
+    constexpr auto drainTime = std::chrono::milliseconds(500);
+    const auto deadline = std::chrono::steady_clock::now() + drainTime;
+    while (mayCatchUp && hasPendingText() && std::chrono::steady_clock::now() < deadline)
+    {
+        constexpr int stepMs = 50;
+        pollfd wait{m_socket.get(), POLLOUT, 0};
+        static_cast<void>(::poll(&wait, 1, stepMs));
+        flush();
+    }
+    util::UniqueFd socket;
+    {
+        const std::lock_guard lock(m_mutex);
+        if (!m_pending.empty())
+        {
+            lingerOnClose(m_socket.get(), std::chrono::seconds(0));
+            m_pending.clear();
+            setPending();
+        }
+        socket = std::move(m_socket);
+    }
+    // Outside the lock: closing may linger for a second.
+    ::shutdown(socket.get(), SHUT_RDWR);
+}
+
+void TelnetClient::sendPending()
+{
+    std::size_t sent = 0;
+    while (sent < m_pending.size())
+    {
+        const ssize_t count =
+            ::send(m_socket.get(), m_pending.data() + sent, m_pending.size() - sent, MSG_NOSIGNAL | MSG_DONTWAIT);
+        if (count >= 0)
+        {
+            sent += static_cast<std::size_t>(count);
+        }
+        else if (errno == EAGAIN || errno == EWOULDBLOCK)
+        {
+            break;
+        }
+        else if (errno != EINTR)
+        {
+            noteFailure();
+            sent = m_pending.size();
+        }
+    }
+    m_pending.erase(0, sent);
+    if (m_pending.empty() && m_droppedBytes > 0 && !m_hasFailed)
+    {
+        LOG_INFO_F(m_logger, "telnet clientFd %d reads again, %" PRIu64 " bytes of text were dropped", m_socket.get(),
+                   m_droppedBytes);
+        m_droppedBytes = 0;
+    }
+    setPending();
+}
+
+void TelnetClient::noteFailure()
+{
+    // Once per connection: each later text would only fail in the same way.
+    m_hasFailed = true;
+    LOG_INFO_F(m_logger, "Failed to write data to telnet clientFd %d, %s", m_socket.get(), systemErrorText().c_str());
+}
+
+void TelnetClient::setPending()
+{
+    m_hasPendingText.store(!m_pending.empty());
+}
+
+} // namespace com::tallowcrest::misc

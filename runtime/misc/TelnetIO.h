@@ -1,0 +1,99 @@
+#pragma once
+
+#include "runtime/apartment/Task.h"
+#include "runtime/misc/LogLimit.h"
+#include "runtime/misc/TelnetListener.h"
+#include "runtime/misc/WakeEvent.h"
+
+#include <log4cxx/logger.h>
+
+#include <atomic>
+#include <chrono>
+#include <cstdarg>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+
+namespace com::tallowcrest::misc
+{
+
+class TelnetClient;
+
+/// The telnet console: a task that accepts one operator at a time. `Print` and `isRunning` may be called by any thread
+/// and never wait for the operator; `Getline` by one thread at a time, the menu's; `start` and `stop` belong to one
+/// owner. Socket failures are logged and retried; none ends the task.
+class TelnetIO : public apartment::Task
+{
+public:
+    /// With `telnetOnly`, text is dropped and reading waits while no client is connected; without, standard output and
+    /// standard input take the client's place.
+    TelnetIO(const std::string& loggerName, std::uint16_t port, bool telnetOnly);
+    /// Stops.
+    ~TelnetIO() override;
+
+    /// Starts the accepting thread; nothing when already running.
+    void start() override;
+    /// Ends the accepting thread and a waiting `Getline`, and closes the sockets, within about a second. Idempotent.
+    void stop() override;
+    bool isRunning() const override { return m_running.load(); }
+    bool isTelnetOnly() const { return m_telnetOnly; }
+
+    /// Formats at most 2047 bytes (longer text is cut) for the connected client; returns their number, also when they
+    /// are dropped, or a negative value when the format is wrong.
+    [[gnu::format(printf, 2, 3)]] int Print(const char* format, ...);
+    [[gnu::format(printf, 2, 0)]] int Print(const char* format, std::va_list arguments);
+
+    /// As `getline` in Console.h.
+    int Getline(char* buffer, int size);
+
+    /// As `beginConsoleRound` in Console.h.
+    void beginRound();
+
+private:
+    bool openServerSocket();
+    void acceptConnections();
+    void acceptOnce();
+    void acceptClient();
+    void takeClient(TelnetListener::Accepted accepted);
+    void reject(TelnetListener::Accepted newcomer, const Ipv4Octets& connected);
+    void waitAccepting(std::chrono::milliseconds timeout) const;
+    void logHeldBack(LogLimit& limit) const;
+
+    std::shared_ptr<TelnetClient> client() const;
+    bool isNewSessionForReader(const std::shared_ptr<TelnetClient>& current);
+    int readClient(TelnetClient& current, char* buffer, int size, bool& isGone) const;
+    int waitForClient(char* buffer, int size) const;
+    void endSession(const std::shared_ptr<TelnetClient>& gone);
+
+    const log4cxx::LoggerPtr m_logger;
+    const bool m_telnetOnly;
+    std::atomic<bool> m_running{false};
+    std::thread m_thread;
+    WakeEvent m_acceptorWake; ///< stop, or text that a client's socket did not take
+    WakeEvent m_readerWake;   ///< stop, or a new client
+
+    // Of the accepting thread.
+    TelnetListener m_listener;
+    std::uint64_t m_lastSession = 0;
+    LogLimit m_openFailures;
+    LogLimit m_waitFailures;
+    LogLimit m_acceptFailures;
+    LogLimit m_rejections;
+
+    std::mutex m_readMutex; // held while a line is read; guards the closing of a client against its reader
+
+    /// The thread that reads lines, and the session that it believes to be talking to.
+    struct Reader
+    {
+        std::thread::id thread;
+        std::uint64_t session = 0;
+    };
+    mutable std::mutex m_mutex; // guards the two below; never held while waiting
+    std::shared_ptr<TelnetClient> m_client;
+    std::optional<Reader> m_reader;
+};
+
+} // namespace com::tallowcrest::misc

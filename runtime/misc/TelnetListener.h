@@ -1,0 +1,48 @@
+#pragma once
+
+#include "runtime/util/UniqueFd.h"
+
+#include <log4cxx/logger.h>
+
+#include <array>
+#include <cstdint>
+#include <optional>
+
+namespace com::tallowcrest::misc
+{
+
+/// The four octets of an IPv4 address, most significant first.
+using Ipv4Octets = std::array<std::uint8_t, 4>;
+
+/// The listening socket of the telnet console. Owned by one thread. Every failure is logged and leaves it closed.
+class TelnetListener
+{
+public:
+    struct Accepted
+    {
+        util::UniqueFd socket; ///< non-blocking
+        Ipv4Octets address{};
+    };
+
+    TelnetListener(log4cxx::LoggerPtr logger, std::uint16_t port);
+
+    /// Opens the port on all local addresses. With `logFailures` false only success is logged.
+    bool open(bool logFailures);
+    void close() { m_socket.reset(); }
+    bool isOpen() const { return m_socket.isOpen(); }
+    int fd() const { return m_socket.get(); }
+
+    /// A waiting client; nothing when there is none or the system refuses (`errno`). Never waits.
+    std::optional<Accepted> accept() const;
+
+private:
+    static constexpr int backlog = 4;
+
+    bool bindToPort(const log4cxx::LoggerPtr& failures);
+
+    const log4cxx::LoggerPtr m_logger;
+    const std::uint16_t m_port;
+    util::UniqueFd m_socket;
+};
+
+} // namespace com::tallowcrest::misc
