@@ -1,0 +1,15 @@
+#include "koracommand/KoraMessageBuffer.h"
+
+#include <algorithm>
+#include <cassert>
+
+void KoraMessageBuffer::resize(std::size_t bytes)
+{
+    assert(bytes <= capacity);
+    const std::size_t newSize = std::min(bytes, capacity);
+    if (newSize > m_size)
+    {
+        std::fill_n(m_bytes.data() + m_size, newSize - m_size, std::uint8_t{0});
+    }
+    m_size = newSize;
+}
