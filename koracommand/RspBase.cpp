@@ -1,0 +1,43 @@
+#include "koracommand/RspBase.h"
+
+#include "koracommand/WireLayout.h"
+
+RspBase::RspBase(const WireReader& request, std::uint32_t rspId) : m_buffer(std::make_unique<KoraMessageBuffer>())
+{
+    setWord(wireLayout::header::protocolType, wireLayout::routerControlProtocol);
+    setWord(wireLayout::header::sequence, 0);
+    setWord(wireLayout::header::length, 0);
+    setWord(wireLayout::header::msgId, rspId);
+    setWord(wireLayout::rsp::tag, request.hostWordAt(wireLayout::header::sequence));
+}
+
+void RspBase::setSequence(std::uint32_t sequence)
+{
+    setWord(wireLayout::header::sequence, sequence);
+}
+
+const std::uint8_t* RspBase::getData() const
+{
+    return m_buffer->getData();
+}
+
+std::uint32_t RspBase::getLength() const
+{
+    return m_buffer->reader().hostWordAt(wireLayout::header::length);
+}
+
+void RspBase::setLength(std::uint32_t bytes)
+{
+    m_buffer->resize(bytes);
+    setWord(wireLayout::header::length, bytes);
+}
+
+void RspBase::setWord(std::size_t offset, std::uint32_t word)
+{
+    const std::size_t end = offset + wireLayout::wordBytes;
+    if (end > m_buffer->size())
+    {
+        m_buffer->resize(end);
+    }
+    m_buffer->writer().setHostWordAt(offset, word);
+}

@@ -1,0 +1,31 @@
+#pragma once
+
+#include "koracommand/KoraMessageBuffer.h"
+#include "koracommand/Rsp.h"
+#include "koracommand/WireWords.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+
+/// A response in host order, as the classes derived from it build it. Built on the bridge apartment, then owned by one
+/// holder at a time. Throws std::bad_alloc when there is no memory for its buffer.
+class RspBase : public Rsp
+{
+public:
+    /// Writes the header (length 0 for now) and echoes the tag of `request`, the host-order words of the command.
+    RspBase(const WireReader& request, std::uint32_t rspId);
+
+    void setSequence(std::uint32_t sequence) override;
+    const std::uint8_t* getData() const override;
+    std::uint32_t getLength() const override;
+
+protected:
+    /// Sets the length, header included; words up to there that were never written are 0.
+    void setLength(std::uint32_t bytes);
+    /// Writes a payload word.
+    void setWord(std::size_t offset, std::uint32_t word);
+
+private:
+    std::unique_ptr<KoraMessageBuffer> m_buffer;
+};
