@@ -6,8 +6,8 @@
 #include <memory>
 #include <span>
 
-/// Turns one router-control request into one response for its connection. Owned by one connection; `handle` is called on
-/// that connection's thread only, `show` from any thread.
+/// Turns one router-control request into one response for its connection. Owned by one connection; `handle` is called
+/// on that connection's thread only, `show` from any thread.
 class CmdHandler
 {
 public:
