@@ -1,0 +1,45 @@
+#pragma once
+
+#include <memory>
+#include <utility>
+
+#include "dds/core/Exception.hpp"
+
+namespace dds::core
+{
+
+/// The value of a reference that names nothing.
+struct NullType
+{};
+inline constexpr NullType null{};
+
+/// A shared handle: copies name the same entity, which lives until the last of them goes. Copying and dropping handles
+/// is thread-safe; one handle object belongs to one thread.
+template <typename Delegate>
+class Reference
+{
+public:
+    using DelegateType = Delegate;
+
+    Reference(NullType) {}
+    explicit Reference(std::shared_ptr<Delegate> delegate) : m_delegate(std::move(delegate)) {}
+
+    bool is_nil() const { return m_delegate == nullptr; }
+    bool operator==(NullType) const { return is_nil(); }
+    bool operator==(const Reference& other) const { return m_delegate == other.m_delegate; }
+
+    /// What the handle shares; for the other classes of this interface. Throws NullReferenceError on nil.
+    const std::shared_ptr<Delegate>& delegate() const
+    {
+        if (m_delegate == nullptr)
+        {
+            throw NullReferenceError("the DDS reference is nil");
+        }
+        return m_delegate;
+    }
+
+private:
+    std::shared_ptr<Delegate> m_delegate;
+};
+
+} // namespace dds::core

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <compare>
+#include <cstdint>
+
+namespace dds::core
+{
+
+/// A point in time: nanoseconds since 1970 (UTC), as samples carry it.
+class Time
+{
+public:
+    constexpr Time() = default;
+    constexpr explicit Time(std::int64_t nanosecondsSinceEpoch) : m_nanoseconds(nanosecondsSinceEpoch) {}
+
+    /// A point before every other; on received samples it says that the writer gave none.
+    static constexpr Time invalid() { return Time(INT64_MIN); }
+
+    constexpr std::int64_t to_nanoseconds() const { return m_nanoseconds; }
+    constexpr auto operator<=>(const Time&) const = default;
+
+private:
+    std::int64_t m_nanoseconds = 0;
+};
+
+} // namespace dds::core

@@ -1,0 +1,20 @@
+#pragma once
+
+// The part of the standard C++ interface to DDS that this project uses, over the C interface of Cyclone DDS.
+
+#include "dds/core/Duration.hpp"
+#include "dds/core/Exception.hpp"
+#include "dds/core/InstanceHandle.hpp"
+#include "dds/core/Reference.hpp"
+#include "dds/core/Status.hpp"
+#include "dds/core/Time.hpp"
+#include "dds/core/WeakReference.hpp"
+#include "dds/core/policy/CorePolicy.hpp"
+#include "dds/domain/DomainParticipant.hpp"
+#include "dds/pub/DataWriter.hpp"
+#include "dds/pub/Publisher.hpp"
+#include "dds/sub/DataReader.hpp"
+#include "dds/sub/DataReaderListener.hpp"
+#include "dds/sub/LoanedSamples.hpp"
+#include "dds/sub/Subscriber.hpp"
+#include "dds/topic/Topic.hpp"

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <dds/dds.h>
+
+namespace dds::detail
+{
+
+/// Owns one entity of the DDS library from its creation to its deletion. Thread-safe to use, as the library is.
+class Entity
+{
+public:
+    /// Takes a handle that creation returned and has been checked.
+    explicit Entity(dds_entity_t handle) : m_handle(handle) {}
+    /// Deletes the entity; a refusal is reported in the DDS library's own log.
+    virtual ~Entity();
+    Entity(const Entity&) = delete;
+    Entity& operator=(const Entity&) = delete;
+
+    dds_entity_t handle() const { return m_handle; }
+
+private:
+    dds_entity_t m_handle;
+};
+
+} // namespace dds::detail

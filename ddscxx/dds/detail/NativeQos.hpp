@@ -1,0 +1,42 @@
+#pragma once
+
+#include <dds/dds.h>
+
+#include <memory>
+#include <tuple>
+
+#include "dds/core/policy/CorePolicy.hpp"
+
+namespace dds::detail
+{
+
+/// A QoS in the DDS library's own form: every policy of a QoS value, and nothing else, set explicitly.
+class NativeQos
+{
+public:
+    template <typename Qos>
+    explicit NativeQos(const Qos& qos) : NativeQos()
+    {
+        std::apply([this](const auto&... policy) { (set(policy), ...); }, qos.policies());
+    }
+
+    const dds_qos_t* get() const { return m_qos.get(); }
+
+private:
+    struct Deleter
+    {
+        void operator()(dds_qos_t* qos) const { dds_delete_qos(qos); }
+    };
+
+    NativeQos();
+    void set(const core::policy::Durability& policy);
+    void set(const core::policy::Reliability& policy);
+    void set(const core::policy::History& policy);
+    void set(const core::policy::DestinationOrder& policy);
+    void set(const core::policy::Partition& policy);
+    void set(const core::policy::WriterDataLifecycle& policy);
+
+    std::unique_ptr<dds_qos_t, Deleter> m_qos;
+};
+
+} // namespace dds::detail

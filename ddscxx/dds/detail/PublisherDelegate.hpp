@@ -1,0 +1,26 @@
+#pragma once
+
+#include <memory>
+
+#include "dds/detail/Entity.hpp"
+#include "dds/detail/ParticipantDelegate.hpp"
+#include "dds/pub/qos/PublisherQos.hpp"
+
+namespace dds::detail
+{
+
+/// A publisher of the DDS library, and the participant that it needs to live.
+class PublisherDelegate : public Entity
+{
+public:
+    PublisherDelegate(std::shared_ptr<ParticipantDelegate> participant, const pub::qos::PublisherQos& qos);
+
+    const std::shared_ptr<ParticipantDelegate>& participant() const { return m_participant; }
+    const pub::qos::PublisherQos& qos() const { return m_qos; }
+
+private:
+    const std::shared_ptr<ParticipantDelegate> m_participant;
+    const pub::qos::PublisherQos m_qos;
+};
+
+} // namespace dds::detail

@@ -1,0 +1,59 @@
+#pragma once
+
+#include <dds/dds.h>
+
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "dds/core/Duration.hpp"
+#include "dds/core/Status.hpp"
+#include "dds/detail/Entity.hpp"
+#include "dds/detail/ReaderCallbacks.hpp"
+#include "dds/detail/SubscriberDelegate.hpp"
+#include "dds/detail/TopicDelegate.hpp"
+#include "dds/sub/qos/DataReaderQos.hpp"
+
+namespace dds::detail
+{
+
+/// A reader of the DDS library, without its type: samples are the generated C structs.
+class ReaderDelegate : public Entity
+{
+public:
+    /// Gets one sample, valid or not; the data is lent for the time of the call.
+    using Visitor = std::function<void(const void* data, const dds_sample_info_t& info)>;
+
+    ReaderDelegate(std::shared_ptr<SubscriberDelegate> subscriber, std::shared_ptr<TopicDelegate> topic,
+                   const sub::qos::DataReaderQos& qos);
+    /// Detaches the listener first, which waits for callbacks that run; none comes after that.
+    ~ReaderDelegate() override;
+
+    /// Visits every sample that is there, of any sample, view and instance state, and removes them from the reader.
+    void take(const Visitor& visit);
+    /// The same, but leaves the samples in the reader, marked as read.
+    void read(const Visitor& visit);
+
+    /// Returns at once: what TRANSIENT_LOCAL writers hold arrives on its own, and no store keeps PERSISTENT data yet.
+    void waitForHistoricalData(core::Duration timeout);
+
+    /// Attaches `callbacks` in place of earlier ones; null detaches. Waits for callbacks that run, so it must not be
+    /// called from one. Statuses that were raised before are called for on this thread.
+    void listen(std::unique_ptr<ReaderCallbacks> callbacks, core::status::StatusMask mask);
+
+    core::status::SubscriptionMatchedStatus subscriptionMatchedStatus();
+
+    const std::shared_ptr<SubscriberDelegate>& subscriber() const { return m_subscriber; }
+    const std::shared_ptr<TopicDelegate>& topic() const { return m_topic; }
+    const sub::qos::DataReaderQos& qos() const { return m_qos; }
+
+private:
+    std::string call(const char* what) const;
+
+    const std::shared_ptr<SubscriberDelegate> m_subscriber;
+    const std::shared_ptr<TopicDelegate> m_topic;
+    const sub::qos::DataReaderQos m_qos;
+    std::unique_ptr<ReaderCallbacks> m_callbacks;
+};
+
+} // namespace dds::detail

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <memory>
+
+#include "dds/detail/Entity.hpp"
+#include "dds/detail/ParticipantDelegate.hpp"
+#include "dds/sub/qos/SubscriberQos.hpp"
+
+namespace dds::detail
+{
+
+/// A subscriber of the DDS library, and the participant that it needs to live.
+class SubscriberDelegate : public Entity
+{
+public:
+    SubscriberDelegate(std::shared_ptr<ParticipantDelegate> participant, const sub::qos::SubscriberQos& qos);
+
+    const std::shared_ptr<ParticipantDelegate>& participant() const { return m_participant; }
+    const sub::qos::SubscriberQos& qos() const { return m_qos; }
+
+private:
+    const std::shared_ptr<ParticipantDelegate> m_participant;
+    const sub::qos::SubscriberQos m_qos;
+};
+
+} // namespace dds::detail

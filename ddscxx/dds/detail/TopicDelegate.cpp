@@ -1,0 +1,32 @@
+#include "dds/detail/TopicDelegate.hpp"
+
+#include <utility>
+
+#include "dds/detail/Check.hpp"
+#include "dds/detail/NativeQos.hpp"
+
+namespace dds::detail
+{
+
+namespace
+{
+
+dds_entity_t create(const ParticipantDelegate& participant, const dds_topic_descriptor_t& descriptor,
+                    const std::string& name, const topic::qos::TopicQos& qos)
+{
+    const dds_entity_t topic =
+        dds_create_topic(participant.handle(), &descriptor, name.c_str(), NativeQos(qos).get(), nullptr);
+    return check(topic, "creating topic \"" + name + "\" of type " + descriptor.m_typename,
+                 topic == DDS_RETCODE_INCONSISTENT_POLICY ? "the participant already has this topic with another QoS"
+                                                          : "");
+}
+
+} // namespace
+
+TopicDelegate::TopicDelegate(std::shared_ptr<ParticipantDelegate> participant, const dds_topic_descriptor_t& descriptor,
+                             std::string name, const topic::qos::TopicQos& qos)
+    : Entity(create(*participant, descriptor, name, qos)), m_participant(std::move(participant)),
+      m_name(std::move(name)), m_qos(qos)
+{}
+
+} // namespace dds::detail

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <memory>
+
+#include "dds/core/InstanceHandle.hpp"
+#include "dds/core/Status.hpp"
+#include "dds/core/Time.hpp"
+#include "dds/detail/Entity.hpp"
+#include "dds/detail/PublisherDelegate.hpp"
+#include "dds/detail/TopicDelegate.hpp"
+#include "dds/pub/qos/DataWriterQos.hpp"
+
+namespace dds::detail
+{
+
+/// A writer of the DDS library, without its type: samples are the generated C structs. Every change of every instance
+/// passes through here, once, with its source timestamp.
+class WriterDelegate : public Entity
+{
+public:
+    WriterDelegate(std::shared_ptr<PublisherDelegate> publisher, std::shared_ptr<TopicDelegate> topic,
+                   const pub::qos::DataWriterQos& qos);
+
+    /// Waits at most the writer's max blocking time for a slow reader, then throws TimeoutError.
+    void write(const void* sample, core::Time sourceTimestamp);
+    core::InstanceHandle registerInstance(const void* sample);
+    core::InstanceHandle lookupInstance(const void* sample) const;
+    void unregisterInstance(core::InstanceHandle instance, core::Time sourceTimestamp);
+    void disposeInstance(core::InstanceHandle instance, core::Time sourceTimestamp);
+
+    core::status::PublicationMatchedStatus publicationMatchedStatus();
+
+    const std::shared_ptr<PublisherDelegate>& publisher() const { return m_publisher; }
+    const std::shared_ptr<TopicDelegate>& topic() const { return m_topic; }
+    const pub::qos::DataWriterQos& qos() const { return m_qos; }
+
+private:
+    std::string call(const char* what) const;
+
+    const std::shared_ptr<PublisherDelegate> m_publisher;
+    const std::shared_ptr<TopicDelegate> m_topic;
+    const pub::qos::DataWriterQos m_qos;
+};
+
+} // namespace dds::detail

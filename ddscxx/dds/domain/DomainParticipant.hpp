@@ -1,0 +1,38 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "dds/core/Reference.hpp"
+#include "dds/detail/ParticipantDelegate.hpp"
+#include "dds/domain/qos/DomainParticipantQos.hpp"
+#include "dds/pub/qos/PublisherQos.hpp"
+#include "dds/sub/qos/SubscriberQos.hpp"
+#include "dds/topic/qos/TopicQos.hpp"
+
+namespace dds::domain
+{
+
+/// The domain that the deployment's configuration names.
+constexpr std::uint32_t default_id()
+{
+    return DDS_DOMAIN_DEFAULT;
+}
+
+/// A member of the bus; everything else is made from one. A shared handle; the entity goes when the last handle and the
+/// last entity made from it are gone. Thread-safe. Construction throws dds::core::Error or one of its family.
+class DomainParticipant : public core::Reference<detail::ParticipantDelegate>
+{
+public:
+    using Reference::Reference;
+    explicit DomainParticipant(std::uint32_t domainId)
+        : Reference(std::make_shared<detail::ParticipantDelegate>(domainId))
+    {}
+
+    topic::qos::TopicQos default_topic_qos() const { return {}; }
+    pub::qos::PublisherQos default_publisher_qos() const { return {}; }
+    sub::qos::SubscriberQos default_subscriber_qos() const { return {}; }
+    qos::DomainParticipantQos qos() const { return {}; }
+};
+
+} // namespace dds::domain

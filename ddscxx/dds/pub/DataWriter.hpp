@@ -1,0 +1,82 @@
+#pragma once
+
+#include <dds/dds.h>
+
+#include <memory>
+
+#include "dds/core/InstanceHandle.hpp"
+#include "dds/core/Reference.hpp"
+#include "dds/core/Status.hpp"
+#include "dds/core/Time.hpp"
+#include "dds/detail/WriterDelegate.hpp"
+#include "dds/pub/Publisher.hpp"
+#include "dds/pub/qos/DataWriterQos.hpp"
+#include "dds/topic/Topic.hpp"
+
+namespace dds::pub
+{
+
+/// Writes values of one type to a topic. A shared handle; its operations are thread-safe. Every operation throws
+/// dds::core::Error or one of its family when the DDS library refuses; a write that a slow reader holds up for longer
+/// than the writer's max blocking time throws TimeoutError. Deleting the writer unregisters its instances.
+template <typename T>
+class DataWriter : public core::Reference<detail::WriterDelegate>
+{
+public:
+    using DataType = T;
+    using Reference::Reference;
+
+    DataWriter(const Publisher& publisher, const topic::Topic<T>& topic, const qos::DataWriterQos& qos)
+        : Reference(std::make_shared<detail::WriterDelegate>(publisher.delegate(), topic.delegate(), qos))
+    {}
+
+    void write(const T& sample) { write(sample, core::Time(dds_time())); }
+    void write(const T& sample, const core::Time& sourceTimestamp)
+    {
+        const auto native = Support::toBus(sample);
+        delegate()->write(&native, sourceTimestamp);
+    }
+
+    /// The handle of the instance that the key fields of `key` name; the other fields do not matter.
+    core::InstanceHandle register_instance(const T& key)
+    {
+        const auto native = Support::toBus(key);
+        return delegate()->registerInstance(&native);
+    }
+    /// The same, or nil when this process has never seen the instance.
+    core::InstanceHandle lookup_instance(const T& key) const
+    {
+        const auto native = Support::toBus(key);
+        return delegate()->lookupInstance(&native);
+    }
+
+    /// This writer no longer keeps the instance up to date. Disposes it too when the writer's lifecycle says so.
+    void unregister_instance(const core::InstanceHandle& instance)
+    {
+        unregister_instance(instance, core::Time(dds_time()));
+    }
+    void unregister_instance(const core::InstanceHandle& instance, const core::Time& sourceTimestamp)
+    {
+        delegate()->unregisterInstance(instance, sourceTimestamp);
+    }
+
+    /// The instance has ceased to exist.
+    void dispose_instance(const core::InstanceHandle& instance) { dispose_instance(instance, core::Time(dds_time())); }
+    void dispose_instance(const core::InstanceHandle& instance, const core::Time& sourceTimestamp)
+    {
+        delegate()->disposeInstance(instance, sourceTimestamp);
+    }
+
+    core::status::PublicationMatchedStatus publication_matched_status()
+    {
+        return delegate()->publicationMatchedStatus();
+    }
+    qos::DataWriterQos qos() const { return delegate()->qos(); }
+    topic::Topic<T> topic() const { return topic::Topic<T>(delegate()->topic()); }
+    Publisher publisher() const { return Publisher(delegate()->publisher()); }
+
+private:
+    using Support = topic::topic_type_support<T>;
+};
+
+} // namespace dds::pub

@@ -1,0 +1,128 @@
+#pragma once
+
+#include <memory>
+#include <utility>
+#include <vector>
+
+#include "dds/core/Duration.hpp"
+#include "dds/core/Reference.hpp"
+#include "dds/core/Status.hpp"
+#include "dds/detail/ReaderDelegate.hpp"
+#include "dds/sub/DataReaderListener.hpp"
+#include "dds/sub/LoanedSamples.hpp"
+#include "dds/sub/Subscriber.hpp"
+#include "dds/sub/qos/DataReaderQos.hpp"
+#include "dds/topic/Topic.hpp"
+
+namespace dds::sub
+{
+
+/// Reads values of one type from a topic. A shared handle; `take` and `read` are thread-safe, attaching a listener
+/// belongs to the owner. Deleting the reader waits for callbacks that run; none comes after that. Every operation
+/// throws dds::core::Error or one of its family when the DDS library refuses.
+template <typename T>
+class DataReader : public core::Reference<detail::ReaderDelegate>
+{
+public:
+    using DataType = T;
+    using Listener = DataReaderListener<T>;
+    using Reference::Reference;
+
+    DataReader(const Subscriber& subscriber, const topic::Topic<T>& topic, const qos::DataReaderQos& qos)
+        : Reference(std::make_shared<detail::ReaderDelegate>(subscriber.delegate(), topic.delegate(), qos))
+    {}
+
+    /// All samples that are there, of any sample, view and instance state; they leave the reader.
+    LoanedSamples<T> take()
+    {
+        std::vector<Sample<T>> samples;
+        delegate()->take(collectInto(samples));
+        return LoanedSamples<T>(std::move(samples));
+    }
+    /// The same, but the samples stay.
+    LoanedSamples<T> read()
+    {
+        std::vector<Sample<T>> samples;
+        delegate()->read(collectInto(samples));
+        return LoanedSamples<T>(std::move(samples));
+    }
+
+    /// Waits until what was written before the reader existed is there, for `timeout` at most. What TRANSIENT_LOCAL
+    /// writers hold comes like any other sample and is not waited for; PERSISTENT data is not kept by anyone yet, so
+    /// there is nothing to wait for and the call returns at once.
+    void wait_for_historical_data(const core::Duration& timeout) { delegate()->waitForHistoricalData(timeout); }
+
+    /// Attaches `listener` for the statuses of `mask`, in place of an earlier one; null detaches. A status that was
+    /// raised earlier and not yet looked at is called for at once, on this thread. Not from a listener's own call.
+    void listener(Listener* listener, const core::status::StatusMask& mask)
+    {
+        delegate()->listen(listener == nullptr ? nullptr : std::make_unique<Callbacks>(*listener, *delegate()), mask);
+    }
+
+    core::status::SubscriptionMatchedStatus subscription_matched_status()
+    {
+        return delegate()->subscriptionMatchedStatus();
+    }
+    qos::DataReaderQos qos() const { return delegate()->qos(); }
+    topic::Topic<T> topic() const { return topic::Topic<T>(delegate()->topic()); }
+    Subscriber subscriber() const { return Subscriber(delegate()->subscriber()); }
+
+private:
+    using Support = topic::topic_type_support<T>;
+
+    /// Calls the typed listener. Its handle of the reader owns nothing: were it the last one, the reader would be
+    /// deleted inside its own callback, and that waits for the callback to end.
+    class Callbacks final : public detail::ReaderCallbacks
+    {
+    public:
+        Callbacks(Listener& listener, detail::ReaderDelegate& reader)
+            : m_listener(listener), m_reader(std::shared_ptr<detail::ReaderDelegate>(std::shared_ptr<void>(), &reader))
+        {}
+
+        void onRequestedDeadlineMissed(const core::status::RequestedDeadlineMissedStatus& status) override
+        {
+            m_listener.on_requested_deadline_missed(m_reader, status);
+        }
+        void onRequestedIncompatibleQos(const core::status::RequestedIncompatibleQosStatus& status) override
+        {
+            m_listener.on_requested_incompatible_qos(m_reader, status);
+        }
+        void onSampleRejected(const core::status::SampleRejectedStatus& status) override
+        {
+            m_listener.on_sample_rejected(m_reader, status);
+        }
+        void onLivelinessChanged(const core::status::LivelinessChangedStatus& status) override
+        {
+            m_listener.on_liveliness_changed(m_reader, status);
+        }
+        void onDataAvailable() override { m_listener.on_data_available(m_reader); }
+        void onSubscriptionMatched(const core::status::SubscriptionMatchedStatus& status) override
+        {
+            m_listener.on_subscription_matched(m_reader, status);
+        }
+        void onSampleLost(const core::status::SampleLostStatus& status) override
+        {
+            m_listener.on_sample_lost(m_reader, status);
+        }
+
+    private:
+        Listener& m_listener;
+        DataReader<T> m_reader;
+    };
+
+    static detail::ReaderDelegate::Visitor collectInto(std::vector<Sample<T>>& samples)
+    {
+        return [&samples](const void* data, const dds_sample_info_t& info) {
+            samples.emplace_back(Support::fromBus(*static_cast<const typename Support::BusType*>(data)),
+                                 SampleInfo(info.valid_data,
+                                            status::DataState(static_cast<status::SampleState>(info.sample_state),
+                                                              static_cast<status::ViewState>(info.view_state),
+                                                              static_cast<status::InstanceState>(info.instance_state)),
+                                            core::Time(info.source_timestamp),
+                                            core::InstanceHandle(info.instance_handle),
+                                            core::InstanceHandle(info.publication_handle)));
+        };
+    }
+};
+
+} // namespace dds::sub

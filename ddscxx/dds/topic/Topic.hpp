@@ -1,0 +1,37 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "dds/core/Reference.hpp"
+#include "dds/core/Status.hpp"
+#include "dds/detail/TopicDelegate.hpp"
+#include "dds/domain/DomainParticipant.hpp"
+#include "dds/topic/TopicTraits.hpp"
+#include "dds/topic/qos/TopicQos.hpp"
+
+namespace dds::topic
+{
+
+/// A named stream of values of one type on the bus. Made without a listener and with an empty status mask. The same
+/// name can be made again on a participant while the first lives, but with the same QoS only: otherwise
+/// InconsistentPolicyError, whose text says so. A shared handle; thread-safe.
+template <typename T>
+class Topic : public core::Reference<detail::TopicDelegate>
+{
+public:
+    using DataType = T;
+    using Reference::Reference;
+
+    Topic(const domain::DomainParticipant& participant, const std::string& name, const qos::TopicQos& qos)
+        : Reference(std::make_shared<detail::TopicDelegate>(participant.delegate(), topic_type_support<T>::descriptor(),
+                                                            name, qos))
+    {}
+
+    const std::string& name() const { return delegate()->name(); }
+    std::string type_name() const { return topic_type_name<T>::value(); }
+    qos::TopicQos qos() const { return delegate()->qos(); }
+    domain::DomainParticipant participant() const { return domain::DomainParticipant(delegate()->participant()); }
+};
+
+} // namespace dds::topic

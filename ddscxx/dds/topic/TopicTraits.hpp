@@ -1,0 +1,19 @@
+#pragma once
+
+#include "bustypes/TypeSupport.h"
+
+namespace dds::topic
+{
+
+/// What the DDS interface needs to know of a data type: its C struct, name, descriptor and conversions.
+template <typename T>
+using topic_type_support = com::tallowcrest::dds_::routing::TypeSupport<T>;
+
+/// The registered name of a data type.
+template <typename T>
+struct topic_type_name
+{
+    static constexpr const char* value() { return topic_type_support<T>::typeName; }
+};
+
+} // namespace dds::topic
