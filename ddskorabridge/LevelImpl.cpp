@@ -1,0 +1,217 @@
+#include "ddskorabridge/LevelImpl.h"
+
+#include "koracommand/ResultCode.h"
+#include "runtime/misc/Console.h"
+#include "runtime/util/Log.h"
+
+#include <utility>
+
+using namespace com::tallowcrest::dds_::routing;
+
+namespace
+{
+
+// Lock, protect and release as controllers number them; the bus numbers lock and protect the other way round.
+constexpr std::uint32_t controllerReleased = 0;
+constexpr std::uint32_t controllerLock = 1;
+constexpr std::uint32_t controllerProtect = 2;
+constexpr std::uint32_t controllerForcedRelease = 16;
+
+LPRState busState(std::uint32_t lprCommand)
+{
+    switch (lprCommand)
+    {
+    case controllerLock:
+        return LPR_LOCKED;
+    case controllerProtect:
+        return LPR_PROTECTED;
+    default:
+        return LPR_RELEASED;
+    }
+}
+
+std::uint32_t controllerState(LPRState lprState)
+{
+    switch (lprState)
+    {
+    case LPR_LOCKED:
+        return controllerLock;
+    case LPR_PROTECTED:
+        return controllerProtect;
+    default:
+        return controllerReleased;
+    }
+}
+
+} // namespace
+
+LevelImpl::LevelImpl(std::shared_ptr<IXptTarget> target, std::shared_ptr<IXptStatus> status,
+                     const MappingNumbers& numbers)
+    : m_target(std::move(target)), m_status(std::move(status)), m_mapping(numbers),
+      m_changes(numbers.controllerOutputStart, numbers.numXptOutputs),
+      m_logger(log4cxx::Logger::getLogger("KORABRIDGE"))
+{}
+
+bool LevelImpl::isSame(const ILevel& other) const
+{
+    const auto* level = dynamic_cast<const LevelImpl*>(&other);
+    return level != nullptr && level->m_target == m_target && level->m_status == m_status &&
+           level->m_mapping.numbers() == m_mapping.numbers();
+}
+
+std::uint32_t LevelImpl::take(std::uint32_t lprId, std::uint32_t controllerInput, std::uint32_t controllerOutput,
+                              std::uint32_t when)
+{
+    const auto xptInput = m_mapping.controllerInputToXpt(controllerInput);
+    if (!xptInput)
+    {
+        LOG_INFO_F(m_logger, "take(controllerInput %d, controllerOutput %d lprid %d) esfInvalidSrc",
+                   static_cast<int>(controllerInput), static_cast<int>(controllerOutput), static_cast<int>(lprId));
+        return resultCode::esfInvalidSrc;
+    }
+    const auto xptOutput = m_mapping.controllerOutputToXpt(controllerOutput);
+    if (!xptOutput)
+    {
+        LOG_INFO_F(m_logger, "take(controllerInput %d, controllerOutput %d lprid %d) esfInvalidDst",
+                   static_cast<int>(controllerInput), static_cast<int>(controllerOutput), static_cast<int>(lprId));
+        return resultCode::esfInvalidDst;
+    }
+    const std::uint32_t numXpts = m_mapping.numXptsPer();
+    std::uint32_t result = resultCode::done;
+    for (std::uint32_t i = 0; i < numXpts && result == resultCode::done; ++i)
+    {
+        result = m_target->checkTake(*xptOutput + i, *xptInput + i, lprId);
+    }
+    if (result != resultCode::done)
+    {
+        LOG_INFO_F(m_logger, "take(controllerInput %d, controllerOutput %d lprid %d, result %d) not permitted",
+                   static_cast<int>(controllerInput), static_cast<int>(controllerOutput), static_cast<int>(lprId),
+                   static_cast<int>(result));
+        return result;
+    }
+    for (std::uint32_t i = 0; i < numXpts; ++i)
+    {
+        m_target->take(*xptOutput + i, *xptInput + i, lprId, when);
+    }
+    return resultCode::done;
+}
+
+std::uint32_t LevelImpl::setOutputLPR(std::uint32_t controllerOutput, std::uint32_t lprCommand, std::uint32_t lprId,
+                                      std::uint32_t when)
+{
+    const auto xptOutput = m_mapping.controllerOutputToXpt(controllerOutput);
+    if (!xptOutput)
+    {
+        return resultCode::esfInvalidDst;
+    }
+    const LPRState state = busState(lprCommand);
+    const bool force = lprCommand == controllerForcedRelease;
+    const std::uint32_t numXpts = m_mapping.numXptsPer();
+    std::uint32_t result = resultCode::done;
+    for (std::uint32_t i = 0; i < numXpts && result == resultCode::done; ++i)
+    {
+        result = m_target->checkLpr(*xptOutput + i, force, lprId);
+    }
+    if (result != resultCode::done)
+    {
+        LOG_INFO_F(m_logger, "setLPR(controllerOutput %d lprid %d) not permitted", static_cast<int>(controllerOutput),
+                   static_cast<int>(lprId));
+        return result;
+    }
+    for (std::uint32_t i = 0; i < numXpts; ++i)
+    {
+        m_target->setLpr(*xptOutput + i, lprId, state, when);
+    }
+    return resultCode::done;
+}
+
+std::uint32_t LevelImpl::getOutputStatus(std::uint32_t controllerOutput, std::uint32_t& controllerInput,
+                                         std::uint32_t& lprState, std::uint32_t& lprId)
+{
+    controllerInput = 0;
+    lprState = 0;
+    lprId = 0;
+    const auto xptOutput = m_mapping.controllerOutputToXpt(controllerOutput);
+    if (!xptOutput)
+    {
+        return resultCode::esfInvalidDst;
+    }
+    std::uint32_t xptInput = 0;
+    LPRState state = LPR_RELEASED;
+    std::uint32_t result = m_status->getStatus(*xptOutput, xptInput, state, lprId);
+    lprState = controllerState(state);
+    if (result != resultCode::done)
+    {
+        return result;
+    }
+    const auto input = m_mapping.xptInputToController(xptInput);
+    if (!input)
+    {
+        return resultCode::esfInvalidSrc;
+    }
+    controllerInput = *input;
+    for (std::uint32_t i = 1; i < m_mapping.numXptsPer(); ++i)
+    {
+        std::uint32_t followingInput = 0;
+        LPRState followingState = LPR_RELEASED;
+        std::uint32_t followingLprId = 0;
+        result = m_status->getStatus(*xptOutput + i, followingInput, followingState, followingLprId);
+        if (result != resultCode::done)
+        {
+            return result;
+        }
+        if (followingInput != xptInput + i)
+        {
+            return resultCode::groupDisagrees;
+        }
+    }
+    return resultCode::done;
+}
+
+void LevelImpl::beginOutputChanges(std::uint32_t connectionIndex)
+{
+    m_changes.beginOutputChanges(connectionIndex);
+}
+
+bool LevelImpl::getNextOutputChange(std::uint32_t& statusResult, std::uint32_t& controllerOutput,
+                                    std::uint32_t& controllerInput, std::uint32_t& lprState, std::uint32_t& lprId)
+{
+    if (!m_changes.next(controllerOutput))
+    {
+        return false;
+    }
+    statusResult = getOutputStatus(controllerOutput, controllerInput, lprState, lprId);
+    return true;
+}
+
+void LevelImpl::noteSourceChange(std::uint32_t xptOutput)
+{
+    if (const auto controllerOutput = m_mapping.xptOutputToController(xptOutput))
+    {
+        m_changes.noteSourceChange(*controllerOutput);
+    }
+}
+
+void LevelImpl::noteLprChange(std::uint32_t xptOutput)
+{
+    if (const auto controllerOutput = m_mapping.xptOutputToController(xptOutput))
+    {
+        m_changes.noteLprChange(*controllerOutput);
+    }
+}
+
+void LevelImpl::notifyNewConnection(std::uint32_t connectionIndex)
+{
+    m_changes.markAllForConnection(connectionIndex);
+}
+
+void LevelImpl::show() const
+{
+    const MappingNumbers& numbers = m_mapping.numbers();
+    com::tallowcrest::misc::print("numXptsPer %1d, IN (xpt %5d, num %5d, ctl %5d)   OUT (xpt %5d num %5d ctl %5d)\n",
+                                  static_cast<int>(numbers.numXptsPer), static_cast<int>(numbers.xptInputStart),
+                                  static_cast<int>(numbers.numXptInputs),
+                                  static_cast<int>(numbers.controllerInputStart),
+                                  static_cast<int>(numbers.xptOutputStart), static_cast<int>(numbers.numXptOutputs),
+                                  static_cast<int>(numbers.controllerOutputStart));
+}

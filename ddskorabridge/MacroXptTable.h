@@ -1,0 +1,38 @@
+#pragma once
+
+#include "bustypes/RoutingTypes.h"
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+/// One record per macro output, 0 to the maximum output inclusive, and its printed form. Owned by one crosspoint
+/// manager; apartment-bound. Allocates in the constructor only (the text apart).
+class MacroXptTable
+{
+public:
+    using Record = com::tallowcrest::dds_::routing::MacroXptOutput;
+
+    /// Stands for "no route known" or "no target yet".
+    static constexpr std::uint32_t noInput = 0xFFFFFFFF;
+
+    /// Every record starts with no input, timecode 0 and released.
+    explicit MacroXptTable(std::uint32_t maxOutput);
+
+    bool contains(std::uint32_t output) const { return output <= m_maxOutput; }
+
+    /// `output` must be contained.
+    const Record& record(std::uint32_t output) const { return m_records[output]; }
+    /// Replaces the record of the output that `record` names, which must be contained.
+    void store(const Record& record) { m_records[record.macroXptOutput] = record; }
+    /// Puts the record back as it started.
+    void reset(std::uint32_t output);
+
+    /// The header and one row per output from `first` to the smaller of `last` and the maximum output; empty when
+    /// `first` is beyond the maximum output.
+    std::string text(const std::string& routerPartition, std::uint32_t first, std::uint32_t last) const;
+
+private:
+    std::uint32_t m_maxOutput = 0;
+    std::vector<Record> m_records; // by output
+};

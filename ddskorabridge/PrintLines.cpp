@@ -1,0 +1,14 @@
+#include "ddskorabridge/PrintLines.h"
+
+#include "runtime/misc/Console.h"
+
+void printLines(std::string_view text)
+{
+    while (!text.empty())
+    {
+        const std::size_t lineEnd = text.find('\n');
+        const std::size_t length = lineEnd == std::string_view::npos ? text.size() : lineEnd + 1;
+        com::tallowcrest::misc::print("%.*s", static_cast<int>(length), text.data());
+        text.remove_prefix(length);
+    }
+}
