@@ -32,7 +32,7 @@ Apartment::~Apartment()
         // As stop(), but without the wake-up event, so that the end needs no memory.
         {
             const std::lock_guard lock(m_mutex);
-            setRunning(false);
+            m_running = false;
         }
         m_eventQueued.notify_all();
         if (m_thread.joinable())
@@ -60,7 +60,7 @@ void Apartment::send(DoItEvent* event)
 
 void Apartment::start()
 {
-    if (exchangeRunning(true))
+    if (m_running.exchange(true))
     {
         return;
     }
@@ -73,14 +73,14 @@ void Apartment::start()
     }
     catch (...)
     {
-        setRunning(false);
+        m_running = false;
         throw;
     }
 }
 
 void Apartment::stop()
 {
-    setRunning(false);
+    m_running = false;
     post(*this, std::make_unique<EmptyDoItEvent>());
     if (m_thread.joinable())
     {
@@ -90,7 +90,7 @@ void Apartment::stop()
 
 bool Apartment::isRunning() const
 {
-    return runningFlag();
+    return m_running;
 }
 
 void Apartment::run()
@@ -108,7 +108,7 @@ std::unique_ptr<DoItEvent> Apartment::waitForEvent()
 {
     std::unique_lock lock(m_mutex);
     m_eventQueued.wait_until(lock, std::chrono::system_clock::now() + m_waitTimeout,
-                             [this] { return !m_events.empty() || !runningFlag(); });
+                             [this] { return !m_events.empty() || !m_running; });
     return popEvent();
 }
 

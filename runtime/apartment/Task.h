@@ -11,7 +11,8 @@ namespace com::tallowcrest::apartment
 /// a name for as long as it lives. Creating and destroying tasks is thread-safe.
 ///
 /// The base keeps the running flag, so that the table can be printed at any moment of a task's life, also while a
-/// derived class is still being built or is already gone. Derived classes set it and return it from `isRunning`.
+/// derived class is still being built or is already gone. Derived classes set it, have no flag of their own beside it,
+/// and return it from `isRunning`.
 class Task
 {
 public:
@@ -29,16 +30,12 @@ public:
     std::uint32_t taskId() const { return m_taskId; }
 
 protected:
-    /// The running flag, as the table shows it. Any thread.
-    bool runningFlag() const { return m_running; }
-    void setRunning(bool running) { m_running = running; }
-    /// Sets the flag and returns what it was.
-    bool exchangeRunning(bool running) { return m_running.exchange(running); }
+    /// What `isRunning` returns and the table shows. Any thread.
+    std::atomic<bool> m_running{false};
 
 private:
     friend void showTasks();
 
-    std::atomic<bool> m_running{false};
     std::uint32_t m_taskId = 0;
 };
 

@@ -1,0 +1,93 @@
+#include "runtime/util/Log.h"
+#include "tests/unit/runtime/CapturedLog.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace
+{
+
+int countCalls(int& calls)
+{
+    return ++calls;
+}
+
+TEST(LogTest, theLineIsFormattedAndLoggedWithLevelAndTheCallersLocation)
+{
+    const CapturedLog log;
+    const auto logger = log4cxx::Logger::getLogger("some logger");
+
+    LOG_WARN_F(logger, "client %d of %s", 7, "sixteen");
+    const int line = __LINE__ - 1;
+
+    const auto lines = log.lines();
+    ASSERT_EQ(lines.size(), 1U);
+    EXPECT_EQ(lines[0].text, "client 7 of sixteen");
+    EXPECT_EQ(lines[0].logger, "some logger");
+    EXPECT_EQ(lines[0].level, "WARN");
+    EXPECT_EQ(lines[0].file, "LogTest.cpp");
+    EXPECT_EQ(lines[0].line, line);
+}
+
+TEST(LogTest, eachMacroHasItsLevel)
+{
+    const CapturedLog log;
+    const auto logger = log4cxx::Logger::getLogger("some logger");
+
+    LOG_DEBUG_F(logger, "a");
+    LOG_INFO_F(logger, "b");
+    LOG_WARN_F(logger, "c");
+    LOG_ERROR_F(logger, "d");
+
+    const auto lines = log.lines();
+    ASSERT_EQ(lines.size(), 4U);
+    EXPECT_EQ(lines[0].level, "DEBUG");
+    EXPECT_EQ(lines[1].level, "INFO");
+    EXPECT_EQ(lines[2].level, "WARN");
+    EXPECT_EQ(lines[3].level, "ERROR");
+}
+
+TEST(LogTest, aLineOfTwoHundredBytesIsCutByOne)
+{
+    const CapturedLog log;
+    const auto logger = log4cxx::Logger::getLogger("some logger");
+    const std::string longest(199, 'x');
+
+    LOG_INFO_F(logger, "%s", longest.c_str());
+    LOG_INFO_F(logger, "%sy", longest.c_str());
+
+    const auto lines = log.lines();
+    ASSERT_EQ(lines.size(), 2U);
+    EXPECT_EQ(lines[0].text, longest);
+    EXPECT_EQ(lines[1].text, longest);
+}
+
+TEST(LogTest, nothingIsFormattedWhileTheLevelIsOff)
+{
+    const CapturedLog log;
+    const auto logger = log4cxx::Logger::getLogger("some logger");
+    log4cxx::Logger::getRootLogger()->setLevel(log4cxx::Level::getError());
+    int calls = 0;
+
+    LOG_WARN_F(logger, "%d", countCalls(calls));
+    EXPECT_EQ(calls, 0);
+    LOG_ERROR_F(logger, "%d", countCalls(calls));
+    EXPECT_EQ(calls, 1);
+
+    EXPECT_EQ(log.lines().size(), 1U);
+}
+
+TEST(LogTest, aNullLoggerLogsNothing)
+{
+    const CapturedLog log;
+    const log4cxx::LoggerPtr logger;
+    int calls = 0;
+
+    LOG_ERROR_F(logger, "%d", countCalls(calls));
+
+    EXPECT_EQ(calls, 0);
+    EXPECT_TRUE(log.lines().empty());
+}
+
+} // namespace
