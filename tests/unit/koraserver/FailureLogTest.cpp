@@ -1,0 +1,82 @@
+#include "koraserver/FailureLog.h"
+
+#include "tests/unit/koraserver/LogRecorder.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+
+using std::chrono::seconds;
+using Lines = std::vector<std::string>;
+
+namespace
+{
+
+class FailureLogTest : public testing::Test
+{
+protected:
+    LogRecorder m_log;
+    std::chrono::steady_clock::time_point m_now{};
+    FailureLog m_sut{m_log.logger(), [this] { return m_now; }};
+};
+
+} // namespace
+
+TEST_F(FailureLogTest, FirstFailureIsLoggedAndRepeatsWithinAMinuteAreNot)
+{
+    m_sut.warn({"bind 98", "failed"});
+    m_now += seconds(59);
+    m_sut.warn({"bind 98", "failed"});
+
+    EXPECT_EQ(m_log.lines(), Lines{"WARN failed"});
+}
+
+TEST_F(FailureLogTest, RepeatsAreLoggedOnceAMinuteWithTheirNumber)
+{
+    for (int second = 0; second <= 120; ++second)
+    {
+        m_sut.warn({"bind 98", "failed"});
+        m_now += seconds(1);
+    }
+
+    EXPECT_EQ(m_log.lines(),
+              (Lines{"WARN failed", "WARN repeated 60 times: failed", "WARN repeated 60 times: failed"}));
+}
+
+TEST_F(FailureLogTest, AnotherCauseIsLoggedAtOnceAfterTheRepeatsOfTheLastOne)
+{
+    m_sut.warn({"bind 98", "in use"});
+    m_sut.warn({"bind 98", "in use"});
+    m_sut.warn({"socket 24", "too many"});
+
+    EXPECT_EQ(m_log.lines(), (Lines{"WARN in use", "WARN repeated 1 times: in use", "WARN too many"}));
+}
+
+TEST_F(FailureLogTest, AfterSuccessTheSameCauseIsLoggedAgain)
+{
+    m_sut.warn({"bind 98", "in use"});
+    m_sut.succeeded();
+    m_sut.succeeded();
+    m_sut.warn({"bind 98", "in use"});
+
+    EXPECT_EQ(m_log.lines(), (Lines{"WARN in use", "WARN in use"}));
+}
+
+TEST_F(FailureLogTest, SuccessLogsTheRepeatsThatNobodyHasSeen)
+{
+    m_sut.warn({"bind 98", "in use"});
+    m_sut.warn({"bind 98", "in use"});
+    m_sut.warn({"bind 98", "in use"});
+    m_sut.succeeded();
+
+    EXPECT_EQ(m_log.lines(), (Lines{"WARN in use", "WARN repeated 2 times: in use"}));
+}
+
+TEST_F(FailureLogTest, SameCauseWithAnotherTextIsARepeat)
+{
+    m_sut.warn({"bind 98", "socket 5"});
+    m_sut.warn({"bind 98", "socket 6"});
+    m_sut.succeeded();
+
+    EXPECT_EQ(m_log.lines(), (Lines{"WARN socket 5", "WARN repeated 1 times: socket 6"}));
+}
