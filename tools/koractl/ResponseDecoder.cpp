@@ -1,9 +1,9 @@
 #include "tools/koractl/ResponseDecoder.h"
 
 #include <algorithm>
-#include <cstdio>
 
 #include "koracommand/WireLayout.h"
+#include "tools/koractl/HexText.h"
 
 namespace koractl
 {
@@ -11,13 +11,6 @@ namespace
 {
 
 namespace wire = wireLayout;
-
-std::string hex(std::uint32_t value)
-{
-    char text[11];
-    (void)std::snprintf(text, sizeof text, "0x%08x", value);
-    return text;
-}
 
 Fault unexpected(const std::string& what, const std::string& came, const std::string& wanted)
 {
@@ -54,7 +47,7 @@ std::optional<Fault> ResponseDecoder::checkEnvelope() const
     }
     if (m_message.tag() != m_expected.tag)
     {
-        return unexpected("tag", hex(m_message.tag()), hex(m_expected.tag));
+        return unexpected("tag", hexText(m_message.tag()), hexText(m_expected.tag));
     }
     return std::nullopt;
 }
@@ -72,7 +65,7 @@ std::optional<Fault> ResponseDecoder::checkStart(std::size_t bytes) const
     }
     if (m_message.id() != m_expected.responseId)
     {
-        return unexpected("response id", hex(m_message.id()), hex(m_expected.responseId));
+        return unexpected("response id", hexText(m_message.id()), hexText(m_expected.responseId));
     }
     if (m_message.size() < bytes)
     {
@@ -146,7 +139,7 @@ Decoded<LprResult> ResponseDecoder::lprResult(std::size_t asked) const
     const std::uint32_t wanted = allDone ? wire::setOutputLprRsp::statusDone : wire::setOutputLprRsp::statusFailed;
     if (result.status != wanted)
     {
-        return unexpected("status", hex(result.status), hex(wanted));
+        return unexpected("status", hexText(result.status), hexText(wanted));
     }
     return result;
 }
@@ -205,9 +198,11 @@ Decoded<OutputChanges> ResponseDecoder::outputChanges(std::uint32_t format, std:
         return *std::move(fault);
     }
     const std::uint32_t more = m_message.word(rsp::more);
-    if (more > 1)
+    const std::uint32_t wantedMore = count == rsp::maxEntries(format) ? 1 : 0;
+    if (more != wantedMore)
     {
-        return unexpected("a more flag of", std::to_string(more), "0 or 1");
+        return unexpected("a more flag of", std::to_string(more),
+                          std::to_string(wantedMore) + " for " + std::to_string(count) + " entries");
     }
     OutputChanges result{.format = format, .level = level, .more = more == 1, .entries = {}};
     const std::size_t entryBytes = rsp::entryBytes(format);

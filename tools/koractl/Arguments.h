@@ -1,0 +1,72 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+
+#include "tools/koractl/ParseText.h"
+
+namespace koractl
+{
+
+/// Adds an option or positional (CLI11 naming rules) whose text `parse` turns into the target's type; what `parse`
+/// throws as std::invalid_argument becomes a usage error.
+template <class T, class Parse>
+CLI::Option* addParsed(CLI::App& app, const std::string& name, T& target, Parse parse, const std::string& typeName,
+                       const std::string& description)
+{
+    return app
+        .add_option_function<std::string>(
+            name,
+            [&target, parse, name](const std::string& text) {
+                try
+                {
+                    target = parse(text);
+                }
+                catch (const std::invalid_argument& problem)
+                {
+                    throw CLI::ValidationError(name, problem.what());
+                }
+            },
+            description)
+        ->type_name(typeName);
+}
+
+/// The same for a list of values.
+template <class T, class Parse>
+CLI::Option* addParsedList(CLI::App& app, const std::string& name, std::vector<T>& target, Parse parse,
+                           const std::string& typeName, const std::string& description)
+{
+    return app
+        .add_option_function<std::vector<std::string>>(
+            name,
+            [&target, parse, name](const std::vector<std::string>& texts) {
+                try
+                {
+                    for (const std::string& text : texts)
+                    {
+                        target.push_back(parse(text));
+                    }
+                }
+                catch (const std::invalid_argument& problem)
+                {
+                    throw CLI::ValidationError(name, problem.what());
+                }
+            },
+            description)
+        ->type_name(typeName);
+}
+
+/// An unsigned 32-bit number.
+inline CLI::Option* addNumber(CLI::App& app, const std::string& name, std::uint32_t& target,
+                              const std::string& description)
+{
+    return addParsed(app, name, target, &parseNumber, "NUMBER", description);
+}
+
+} // namespace koractl

@@ -1,0 +1,91 @@
+#include "tools/koractl/CommandLine.h"
+
+#include <algorithm>
+#include <ostream>
+
+#include <CLI/CLI.hpp>
+
+#include "tools/koractl/Arguments.h"
+#include "tools/koractl/ChangesCommands.h"
+#include "tools/koractl/CommandContext.h"
+#include "tools/koractl/LprCommands.h"
+#include "tools/koractl/QueryCommands.h"
+#include "tools/koractl/RawCommand.h"
+#include "tools/koractl/SystemCommands.h"
+#include "tools/koractl/TakeCommands.h"
+
+namespace koractl
+{
+namespace
+{
+
+std::uint16_t parsePort(const std::string& text)
+{
+    const std::uint32_t port = parseNumber(text);
+    if (port == 0 || port > 65535)
+    {
+        throw std::invalid_argument("'" + text + "' is not a port from 1 to 65535");
+    }
+    return static_cast<std::uint16_t>(port);
+}
+
+void addGlobalOptions(CLI::App& app, CommandContext::Options& options)
+{
+    app.add_option("--host", options.host, "the bridge's name or address (default 127.0.0.1)")->type_name("HOST");
+    addParsed(app, "--port", options.port, &parsePort, "PORT", "the bridge's controller port (default 5194)");
+    addParsed(app, "--timeout", options.timeout, &parseDuration, "DURATION",
+              "how long to wait for the connection and for each answer (default 2s)");
+    app.add_flag("--json", options.json, "print one JSON object instead of a table");
+    app.set_version_flag("--version", std::string("koractl ") + KORABRIDGE_VERSION);
+    app.require_subcommand(1);
+    app.footer("Numbers are decimal, or hexadecimal with 0x. Durations: 500ms, 2s, 1min.\n"
+               "Exit status: 0 all done, 1 something refused, 2 wrong arguments, 3 no connection or a wrong answer.");
+}
+
+int parseAndRun(CLI::App& app, const CommandContext& context, const std::vector<std::string>& arguments,
+                std::ostream& out, std::ostream& err)
+{
+    try
+    {
+        // The library takes the arguments last one first.
+        app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
+    }
+    catch (const CLI::ParseError& problem)
+    {
+        return app.exit(problem, out, err) == 0 ? static_cast<int>(ExitStatus::done)
+                                                : static_cast<int>(ExitStatus::usage);
+    }
+    return static_cast<int>(context.runChosen());
+}
+
+} // namespace
+
+int runCommandLine(const std::vector<std::string>& arguments, std::ostream& out, std::ostream& err)
+{
+    CommandContext context(out, err);
+    try
+    {
+        CLI::App app("Controls a router through korabridge.", "koractl");
+        app.fallthrough();
+        addGlobalOptions(app, context.options());
+        addTakeCommands(app, context);
+        addLprCommands(app, context);
+        addQueryCommands(app, context);
+        addChangesCommands(app, context);
+        addSystemCommands(app, context);
+        addRawCommand(app, context);
+        return parseAndRun(app, context, arguments, out, err);
+    }
+    catch (const std::length_error& problem)
+    {
+        context.warn(problem.what());
+        return static_cast<int>(ExitStatus::usage);
+    }
+    catch (const std::exception& problem)
+    {
+        context.warn(problem.what());
+        return static_cast<int>(ExitStatus::trouble);
+    }
+}
+
+} // namespace koractl

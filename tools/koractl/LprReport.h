@@ -1,0 +1,38 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "tools/koractl/KoraTypes.h"
+#include "tools/koractl/Report.h"
+
+namespace koractl
+{
+
+/// Outcome of one lock, protect or release entry; `holder` as in `TakeRow`.
+struct LprRow
+{
+    LprEntry entry;
+    std::uint32_t result = 0;
+    std::optional<std::uint32_t> holder;
+};
+
+/// Outcome of a lock, protect or release. Plain value.
+class LprReport : public Report
+{
+public:
+    /// `command` is the command's name as the user types it.
+    LprReport(std::string command, std::vector<LprRow> rows);
+
+    void printText(std::ostream& out) const override;
+    nlohmann::ordered_json toJson() const override;
+    bool isAllDone() const override;
+
+private:
+    std::string m_command;
+    std::vector<LprRow> m_rows;
+};
+
+} // namespace koractl

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include <nlohmann/json.hpp>
+
+namespace koractl
+{
+
+/// Lock state of an output and the lprId stored with it.
+struct OutputLpr
+{
+    std::uint32_t state = 0; ///< see `LprState`
+    std::uint32_t lprId = 0;
+};
+
+/// One output as tally, status, changes and watch print it. Plain value.
+struct OutputRow
+{
+    std::uint32_t output = 0;
+    std::uint32_t result = 0;     ///< result code of the query
+    std::uint32_t input = 0;      ///< meaningful only when `result` is 0
+    std::optional<OutputLpr> lpr; ///< absent where the message does not carry it
+
+    /// The input's number, "-" when no input of the level is routed.
+    std::string inputText() const;
+    /// "released", "locked by 5", "protected by 12"; empty without lpr.
+    std::string stateText() const;
+    /// Fields output, result, input (null when none), state and lprId (where carried), text.
+    nlohmann::ordered_json toJson(std::uint32_t level) const;
+};
+
+} // namespace koractl

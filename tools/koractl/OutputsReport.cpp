@@ -1,0 +1,71 @@
+#include "tools/koractl/OutputsReport.h"
+
+#include <algorithm>
+#include <ostream>
+#include <utility>
+
+#include "koracommand/ResultCode.h"
+#include "tools/koractl/ResultText.h"
+#include "tools/koractl/Table.h"
+
+namespace koractl
+{
+
+OutputsReport::OutputsReport(std::string command, std::uint32_t level, nlohmann::ordered_json details,
+                             std::vector<OutputRow> rows)
+    : m_command(std::move(command)), m_level(level), m_details(std::move(details)), m_rows(std::move(rows))
+{}
+
+void OutputsReport::printText(std::ostream& out) const
+{
+    if (m_isLevelMissing)
+    {
+        out << statusResultText(resultCode::noSuchLevel, m_level, 0) << '\n';
+        return;
+    }
+    if (m_rows.empty())
+    {
+        out << "no changes on level " << m_level << '\n';
+        return;
+    }
+    const bool hasLpr = m_rows.front().lpr.has_value();
+    std::vector<Table::Column> columns{{"LEVEL"}, {"OUTPUT"}, {"INPUT"}};
+    if (hasLpr)
+    {
+        columns.push_back({"STATE", Table::Align::left});
+    }
+    columns.push_back({"RESULT", Table::Align::left});
+    Table table(std::move(columns));
+    for (const OutputRow& row : m_rows)
+    {
+        std::vector<std::string> cells{std::to_string(m_level), std::to_string(row.output), row.inputText()};
+        if (hasLpr)
+        {
+            cells.push_back(row.stateText());
+        }
+        cells.push_back(statusResultText(row.result, m_level, row.output));
+        table.addRow(std::move(cells));
+    }
+    table.print(out);
+}
+
+nlohmann::ordered_json OutputsReport::toJson() const
+{
+    nlohmann::ordered_json json{{"command", m_command}, {"done", isAllDone()}, {"level", m_level}};
+    json.update(m_details);
+    auto entries = nlohmann::ordered_json::array();
+    for (const OutputRow& row : m_rows)
+    {
+        entries.push_back(row.toJson(m_level));
+    }
+    json["entries"] = std::move(entries);
+    return json;
+}
+
+bool OutputsReport::isAllDone() const
+{
+    return !m_isLevelMissing &&
+           std::all_of(m_rows.begin(), m_rows.end(), [](const OutputRow& row) { return isStatusAnswered(row.result); });
+}
+
+} // namespace koractl
