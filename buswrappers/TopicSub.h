@@ -1,0 +1,83 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <utility>
+
+#include "buswrappers/BusQos.h"
+#include "buswrappers/DataReaderListenerHandler.h"
+#include "buswrappers/ListenerEventSender.h"
+#include "buswrappers/Participant.h"
+#include "dds/sub/DataReader.hpp"
+#include "dds/sub/Subscriber.hpp"
+#include "dds/topic/Topic.hpp"
+#include "runtime/apartment/SendDoItEvent.h"
+
+namespace com::tallowcrest::routing
+{
+
+/// Reads one topic in the partition of the router that was joined last, and tells the derived class on the apartment.
+/// Apartment-bound. It may be made, and joined for the first time, on another thread; it must be destroyed on the
+/// apartment or when the apartment has stopped. Events that are still queued then do nothing.
+template <typename T>
+class TopicSub : public DataReaderListenerHandler
+{
+public:
+    TopicSub(std::shared_ptr<apartment::SendDoItEvent> apartment, std::string topicName,
+             dds::core::policy::DurabilityKind durability)
+        : m_participant(sharedParticipant()), m_topicName(std::move(topicName)), m_durability(durability),
+          m_self(this, [](DataReaderListenerHandler*) {}), m_sender(m_self, std::move(apartment))
+    {}
+
+    /// Makes topic, subscriber, reader and listener for `routerPartition` (empty: the bare prefix), also when it is the
+    /// one already joined, and releases the earlier ones. Throws the DDS interface's exceptions; the earlier ones then
+    /// stay in use.
+    virtual void joinRouterPartition(const std::string& routerPartition)
+    {
+        dds::topic::Topic<T> topic(m_participant, m_topicName, busTopicQos(m_participant, m_durability));
+        dds::sub::Subscriber subscriber(m_participant, busSubscriberQos(m_participant, routerPartition));
+        dds::sub::DataReader<T> reader(subscriber, topic, dds::sub::qos::DataReaderQos(topic.qos()));
+
+        // In its place before the listener is attached: from then on events for it may run on the apartment.
+        std::swap(m_reader, reader);
+        try
+        {
+            m_reader.listener(&m_sender, listenedStatuses());
+        }
+        catch (...)
+        {
+            std::swap(m_reader, reader);
+            throw;
+        }
+        m_routerPartition = routerPartition;
+    }
+
+    const std::string& topicName() const { return m_topicName; }
+    /// The router partition joined last; empty before that.
+    const std::string& routerPartition() const { return m_routerPartition; }
+
+protected:
+    /// All samples that are there, of any state, valid or not; none before the first join.
+    dds::sub::LoanedSamples<T> takeAll() { return m_reader.is_nil() ? dds::sub::LoanedSamples<T>() : m_reader.take(); }
+
+private:
+    static dds::core::status::StatusMask listenedStatuses()
+    {
+        using dds::core::status::StatusMask;
+        return StatusMask::requested_deadline_missed() | StatusMask::requested_incompatible_qos() |
+               StatusMask::sample_rejected() | StatusMask::liveliness_changed() | StatusMask::data_available() |
+               StatusMask::subscription_matched() | StatusMask::sample_lost();
+    }
+
+    const dds::domain::DomainParticipant m_participant;
+    const std::string m_topicName;
+    const dds::core::policy::DurabilityKind m_durability;
+    std::string m_routerPartition;
+    /// Owns nothing: events hold it weakly, and so know when this object is gone.
+    const std::shared_ptr<DataReaderListenerHandler> m_self;
+    ListenerEventSender<T> m_sender;
+    /// Holds its topic and subscriber. Last, so that it goes first and no callback finds the sender gone.
+    dds::sub::DataReader<T> m_reader{dds::core::null};
+};
+
+} // namespace com::tallowcrest::routing
