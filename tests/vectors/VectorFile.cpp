@@ -1,0 +1,108 @@
+#include "tests/vectors/VectorFile.h"
+
+#include <algorithm>
+#include <charconv>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+
+namespace testsupport
+{
+
+namespace
+{
+
+constexpr std::size_t hexDigits = 8;
+constexpr int hexadecimal = 16;
+constexpr int decimal = 10;
+
+std::filesystem::path vectorFolder()
+{
+    return std::filesystem::path(KORABRIDGE_SOURCE_DIR) / "tests" / "vectors";
+}
+
+[[noreturn]] void fail(const std::string& source, std::size_t line, const std::string& what)
+{
+    throw std::runtime_error(source + ":" + std::to_string(line) + ": " + what);
+}
+
+/// The number that makes up all of `text`; false when it is none.
+bool parseNumber(const std::string& text, int base, std::uint32_t& number)
+{
+    const char* const end = text.data() + text.size();
+    const auto [parsed, error] = std::from_chars(text.data(), end, number, base);
+    return error == std::errc() && parsed == end;
+}
+
+void appendBigEndian(std::vector<std::uint8_t>& bytes, std::uint32_t word)
+{
+    for (const unsigned shift : {24U, 16U, 8U, 0U})
+    {
+        bytes.push_back(static_cast<std::uint8_t>(word >> shift));
+    }
+}
+
+} // namespace
+
+std::vector<std::uint8_t> loadVector(const std::string& name)
+{
+    const auto path = vectorFolder() / (name + ".txt");
+    std::ifstream file(path);
+    if (!file)
+    {
+        throw std::runtime_error("cannot open " + path.string());
+    }
+    std::ostringstream text;
+    text << file.rdbuf();
+    return parseVector(text.str(), path.string());
+}
+
+std::vector<std::string> vectorNames()
+{
+    std::vector<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(vectorFolder()))
+    {
+        const auto name = entry.path().stem().string();
+        if (entry.path().extension() == ".txt" && name != "CMakeLists")
+        {
+            names.push_back(name);
+        }
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+std::vector<std::uint8_t> parseVector(const std::string& text, const std::string& source)
+{
+    std::vector<std::uint8_t> bytes;
+    std::istringstream lines(text);
+    std::size_t lineNumber = 0;
+    for (std::string line; std::getline(lines, line);)
+    {
+        ++lineNumber;
+        std::istringstream fields(line.substr(0, line.find('#')));
+        std::string offsetText;
+        if (!(fields >> offsetText))
+        {
+            continue;
+        }
+        std::string wordText;
+        std::string rest;
+        std::uint32_t offset = 0;
+        std::uint32_t word = 0;
+        if (!(fields >> wordText) || fields >> rest || !parseNumber(offsetText, decimal, offset) ||
+            wordText.size() != hexDigits || !parseNumber(wordText, hexadecimal, word))
+        {
+            fail(source, lineNumber, "expected an offset and 8 hexadecimal digits");
+        }
+        if (offset != bytes.size())
+        {
+            fail(source, lineNumber, "expected offset " + std::to_string(bytes.size()));
+        }
+        appendBigEndian(bytes, word);
+    }
+    return bytes;
+}
+
+} // namespace testsupport

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace testsupport
+{
+
+/// The bytes of the golden message tests/vectors/<name>.txt. Throws std::runtime_error that names file and line when
+/// the file is absent or malformed.
+std::vector<std::uint8_t> loadVector(const std::string& name);
+
+/// The names of all golden messages, sorted.
+std::vector<std::string> vectorNames();
+
+/// Reads the text of a golden message; `source` names it in errors.
+std::vector<std::uint8_t> parseVector(const std::string& text, const std::string& source);
+
+} // namespace testsupport
