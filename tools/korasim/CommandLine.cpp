@@ -1,0 +1,113 @@
+#include "tools/korasim/CommandLine.h"
+
+#include "tools/korasim/WordReader.h"
+
+#include <CLI/CLI.hpp>
+
+#include <stdexcept>
+#include <string>
+
+namespace korasim
+{
+
+namespace
+{
+
+MatrixSize parseSize(const std::string& text)
+{
+    WordReader words(text, "x");
+    MatrixSize size;
+    size.inputs = words.number("inputs");
+    size.outputs = words.number("outputs");
+    words.end();
+    return size;
+}
+
+std::pair<Signal, std::uint32_t> parseRefused(const std::string& text)
+{
+    WordReader words(text, ":");
+    const Signal signal = words.signal();
+    const std::uint32_t output = words.number("output");
+    words.end();
+    return {signal, output};
+}
+
+com::tallowcrest::dds_::routing::MacroLevel parseLevel(const std::string& text)
+{
+    WordReader words(text, ",");
+    const auto level = words.level();
+    words.end();
+    return level;
+}
+
+/// Makes the error of one option a complaint of the argument parser.
+template <typename Parse>
+auto option(const std::string& name, Parse&& parse)
+{
+    return [name, parse](const std::string& text) {
+        try
+        {
+            parse(text);
+        }
+        catch (const std::invalid_argument& error)
+        {
+            throw CLI::ValidationError(name, error.what());
+        }
+    };
+}
+
+} // namespace
+
+std::optional<CommandLine> parseCommandLine(int argc, char** argv, int& status)
+{
+    CommandLine result;
+    auto& router = result.router;
+    CLI::App app("A simulated router on the routing bus: announces itself, follows the crosspoint targets and reports "
+                 "their status. Reads an event script from standard input; its command \"help\" lists what it can do.",
+                 "korasim");
+    app.set_version_flag("--version", "korasim " KORABRIDGE_VERSION);
+    app.add_option("--frame", router.frameId, "Frame that is a member of the router")->capture_default_str();
+    app.add_option("--partition", router.partition, "Router partition, at most 16 characters")
+        ->capture_default_str()
+        ->check([](const std::string& text) {
+            return text.size() <= 16 ? std::string() : std::string("longer than 16 characters");
+        });
+    app.add_option("--member-index", router.memberIndex, "Index of the frame within the router")->capture_default_str();
+    app.add_option_function<std::string>(
+           "--video-size", option("--video-size", [&](const std::string& text) { router.video = parseSize(text); }),
+           "Video inputs x outputs, numbered from 1 [288x288]")
+        ->type_name("INPUTSxOUTPUTS");
+    app.add_option_function<std::string>(
+           "--audio-size", option("--audio-size", [&](const std::string& text) { router.audio = parseSize(text); }),
+           "Audio inputs x outputs, numbered from 1 [2304x2304]")
+        ->type_name("INPUTSxOUTPUTS");
+    // A function option is called once for each time it is given.
+    app.add_option_function<std::string>(
+           "--level", option("--level", [&](const std::string& text) { router.levels.push_back(parseLevel(text)); }),
+           "An extra level, e.g. 3,video,1,16,1,1,16,1; may be given again")
+        ->type_name("ID,video|audio,FIRST_INPUT,INPUTS,CONTROLLER_INPUT,FIRST_OUTPUT,OUTPUTS,CONTROLLER_OUTPUT")
+        ->trigger_on_parse();
+    app.add_option_function<std::string>(
+           "--refuse", option("--refuse", [&](const std::string& text) { router.refused.insert(parseRefused(text)); }),
+           "An output whose targets never become status, e.g. video:7; may be given again")
+        ->type_name("video|audio:OUTPUT")
+        ->trigger_on_parse();
+    app.add_option_function<std::uint32_t>(
+           "--status-delay", [&](const std::uint32_t& delay) { router.statusDelay = std::chrono::milliseconds(delay); },
+           "Milliseconds from a target to its status [0]")
+        ->type_name("MS");
+    app.add_flag("--exit-at-eof", result.isExitingAtEof, "End when the script ends, instead of at a signal");
+    app.add_flag("--silent", result.isSilentStart, "Publish nothing until the script says \"announce\"");
+    try
+    {
+        app.parse(argc, argv);
+    }
+    catch (const CLI::ParseError& error)
+    {
+        status = app.exit(error);
+        return std::nullopt;
+    }
+    return result;
+}
+
+} // namespace korasim

@@ -1,0 +1,86 @@
+#pragma once
+
+#include "tools/korasim/RouterObserver.h"
+
+#include <chrono>
+#include <condition_variable>
+#include <functional>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <utility>
+#include <vector>
+
+namespace korasim
+{
+
+/// Remembers all that a simulated router saw, and lets tests wait for it. Thread-safe. The bus keeps the last sample of
+/// each output, so of several targets set for one output in quick succession the earlier ones may never be seen.
+class RouterRecord final : public RouterObserver
+{
+public:
+    using MacroXptOutput = com::tallowcrest::dds_::routing::MacroXptOutput;
+    using ComponentInfo = com::tallowcrest::dds_::routing::ComponentInfo;
+    using TargetPredicate = std::function<bool(const MacroXptOutput&)>;
+
+    struct Component
+    {
+        ComponentInfo info; ///< the last data that came
+        Liveness liveness = Liveness::Alive;
+    };
+
+    static constexpr std::chrono::seconds defaultTimeout{10};
+
+    void onTarget(Signal signal, const MacroXptOutput& target, bool isRefused) override;
+    void onTargetGone(Signal signal, std::uint32_t output, Liveness liveness) override;
+    void onStatus(Signal signal, const MacroXptOutput& status) override;
+    void onComponent(const ComponentInfo& component, Liveness liveness) override;
+
+    /// Every target of a signal type, in the order in which they came.
+    std::vector<MacroXptOutput> targets(Signal signal) const;
+    std::size_t targetCount(Signal signal) const;
+    /// The last target of an output, if any came.
+    std::optional<MacroXptOutput> lastTarget(Signal signal, std::uint32_t output) const;
+    /// Every status that the router published, in order.
+    std::vector<MacroXptOutput> statuses(Signal signal) const;
+    /// How an output's target went, if it did after its last sample.
+    std::optional<Liveness> targetGone(Signal signal, std::uint32_t output) const;
+    std::optional<Component> component(std::uint32_t frameId, std::uint32_t componentId) const;
+    /// Forgets targets and status, so that a test can wait for what comes next. Component records stay.
+    void clear();
+
+    /// Waits until the last target of an output satisfies the predicate and returns it; nothing when time is up.
+    std::optional<MacroXptOutput> waitForTarget(Signal signal, std::uint32_t output, const TargetPredicate& predicate,
+                                                std::chrono::milliseconds timeout = defaultTimeout) const;
+    /// Waits for any target of an output.
+    std::optional<MacroXptOutput> waitForTarget(Signal signal, std::uint32_t output,
+                                                std::chrono::milliseconds timeout = defaultTimeout) const;
+    /// Waits until at least `count` targets came.
+    bool waitForTargetCount(Signal signal, std::size_t count, std::chrono::milliseconds timeout = defaultTimeout) const;
+    bool waitForTargetGone(Signal signal, std::uint32_t output, Liveness liveness,
+                           std::chrono::milliseconds timeout = defaultTimeout) const;
+    bool waitForStatusCount(Signal signal, std::size_t count, std::chrono::milliseconds timeout = defaultTimeout) const;
+    bool waitForComponent(std::uint32_t frameId, std::uint32_t componentId, Liveness liveness,
+                          std::chrono::milliseconds timeout = defaultTimeout) const;
+
+private:
+    struct SignalRecord
+    {
+        std::vector<MacroXptOutput> targets;
+        std::map<std::uint32_t, MacroXptOutput> lastTargets;
+        std::map<std::uint32_t, Liveness> gone;
+        std::vector<MacroXptOutput> statuses;
+    };
+
+    const SignalRecord& of(Signal signal) const { return signal == Signal::Video ? m_video : m_audio; }
+    SignalRecord& of(Signal signal) { return signal == Signal::Video ? m_video : m_audio; }
+    bool waitFor(std::chrono::milliseconds timeout, const std::function<bool()>& isReached) const;
+
+    mutable std::mutex m_mutex;
+    mutable std::condition_variable m_changed;
+    SignalRecord m_video;
+    SignalRecord m_audio;
+    std::map<std::pair<std::uint32_t, std::uint32_t>, Component> m_components;
+};
+
+} // namespace korasim

@@ -1,0 +1,49 @@
+#include "tools/korasim/CommandLine.h"
+#include "tools/korasim/EventPrinter.h"
+#include "tools/korasim/EventScript.h"
+#include "tools/korasim/ScriptInput.h"
+#include "tools/korasim/SimulatedRouter.h"
+
+#include <exception>
+#include <iostream>
+
+int main(int argc, char** argv)
+{
+    int status = 0;
+    try
+    {
+        const auto commandLine = korasim::parseCommandLine(argc, argv, status);
+        if (!commandLine)
+        {
+            return status;
+        }
+        korasim::ScriptInput input;
+        korasim::SimulatedRouter router(commandLine->router, std::make_shared<korasim::EventPrinter>(std::cout));
+        if (!commandLine->isSilentStart)
+        {
+            router.announce();
+            std::cout << "announced frame " + std::to_string(commandLine->router.frameId) + " in partition '" +
+                             commandLine->router.partition + "'\n"
+                      << std::flush;
+        }
+        korasim::EventScript script(router, std::cout, std::cerr,
+                                    [&input](std::chrono::milliseconds time) { return input.pause(time); });
+        while (const auto line = input.nextLine())
+        {
+            if (script.runLine(*line) == korasim::EventScript::Outcome::Quit)
+            {
+                return 0;
+            }
+        }
+        if (!commandLine->isExitingAtEof)
+        {
+            input.waitForSignal();
+        }
+    }
+    catch (const std::exception& error)
+    {
+        std::cerr << "korasim: " << error.what() << std::endl;
+        status = 1;
+    }
+    return status;
+}
