@@ -81,7 +81,6 @@ private:
     log4cxx::LoggerPtr m_logger;
     std::shared_ptr<ConnectionFactory> m_connectionFactory;
     std::shared_ptr<NotifyNewConnection> m_newConnectionListener;
-    std::atomic<bool> m_running{false};
     com::tallowcrest::misc::WakeEvent m_wakeEvent;
     com::tallowcrest::util::UniqueFd m_listenSocket;
     bool m_listenSocketStale = false; ///< open, but it accepts nothing any more: to be opened anew

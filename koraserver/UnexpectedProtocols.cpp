@@ -34,7 +34,10 @@ void UnexpectedProtocols::addUnexpectedProtocol(std::uint32_t protocolType, cons
 {
     {
         const std::lock_guard lock(m_mutex);
-        m_names.try_emplace(protocolType, name);
+        if (m_names.size() < maxListedTypes)
+        {
+            m_names.try_emplace(protocolType, name);
+        }
     }
     LOG_INFO_F(m_logger, "Unexpected Protocol: %s 0x%x", name.c_str(), protocolType);
 }

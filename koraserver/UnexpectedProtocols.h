@@ -2,6 +2,7 @@
 
 #include <log4cxx/logger.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <mutex>
 #include <string>
@@ -12,6 +13,10 @@
 class UnexpectedProtocols
 {
 public:
+    /// Types that the table holds at most: a peer that sends noise must not fill the memory. Later ones are logged
+    /// only.
+    static constexpr std::size_t maxListedTypes = 4096;
+
     explicit UnexpectedProtocols(log4cxx::LoggerPtr logger);
 
     /// Notes the type under its name and logs it at INFO.

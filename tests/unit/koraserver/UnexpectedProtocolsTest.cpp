@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <string>
 
@@ -60,6 +61,19 @@ TEST(UnexpectedProtocols, SecondMessageOfATypeIsLoggedAndAddsNoRow)
     EXPECT_EQ(log.count("INFO Unexpected Protocol: nptZT4100ProtocolType 0xe"), 2U);
     EXPECT_EQ(shown(sut),
               "               ----- Unexpected Protocols -----\n               0x0e nptZT4100ProtocolType\n");
+}
+
+TEST(UnexpectedProtocols, TableStopsGrowingAtItsLimit)
+{
+    UnexpectedProtocols sut(nullptr);
+
+    for (std::uint32_t type = 1000; type < 1000 + 2 * UnexpectedProtocols::maxListedTypes; ++type)
+    {
+        sut.addUnexpectedProtocol(type, "Unknown Protocol");
+    }
+
+    const std::string table = shown(sut);
+    EXPECT_EQ(std::count(table.begin(), table.end(), '\n'), 1 + UnexpectedProtocols::maxListedTypes);
 }
 
 TEST(UnexpectedProtocols, LargeTypesAreShownInFull)

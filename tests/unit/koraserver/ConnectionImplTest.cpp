@@ -1,0 +1,427 @@
+#include "koraserver/ConnectionImpl.h"
+
+#include "koraserver/ListeningSocket.h"
+#include "koraserver/SocketOption.h"
+#include "tests/support/TcpSocket.h"
+#include "tests/support/WaitUntil.h"
+#include "tests/unit/koraserver/FakeCmdHandler.h"
+#include "tests/unit/koraserver/KoraBytes.h"
+#include "tests/unit/koraserver/LogRecorder.h"
+
+#include <gtest/gtest.h>
+
+#include <pthread.h>
+#include <sys/socket.h>
+
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <future>
+#include <regex>
+#include <sstream>
+#include <stdexcept>
+#include <system_error>
+
+using com::tallowcrest::misc::TimingSamples;
+using com::tallowcrest::util::UniqueFd;
+using korabytes::request;
+using korabytes::wordAt;
+using testsupport::TcpSocket;
+using testsupport::waitUntil;
+using Clock = std::chrono::steady_clock;
+using namespace std::chrono_literals;
+
+namespace
+{
+
+constexpr std::uint32_t answerLength = 20;
+
+/// A connection on a real socket pair of the loopback interface; the handler is a fake.
+class ConnectionImplTest : public testing::Test
+{
+protected:
+    ConnectionImplTest()
+    {
+        const auto listening = std::get<UniqueFd>(openListeningSocket(serverPort, nullptr));
+        m_client.emplace(*TcpSocket::connect(serverPort));
+        sockaddr_in address{};
+        socklen_t size = sizeof address;
+        m_socket = ::accept(listening.get(), reinterpret_cast<sockaddr*>(&address), &size);
+        EXPECT_EQ(applySocketOptions(m_socket, acceptedOptions), std::nullopt);
+        m_clientPort = ntohs(address.sin_port);
+        m_sut = std::make_unique<ConnectionImpl>(m_log.logger(), m_socket, m_clientPort, 7, address.sin_addr.s_addr,
+                                                 std::make_unique<FakeCmdHandler>(m_commands), m_samples);
+    }
+
+    std::string receiveAnswer() { return m_client->receive(answerLength); }
+    bool ends() const
+    {
+        return waitUntil([this] { return !m_sut->isRunning(); });
+    }
+
+    /// Sends requests with long answers and reads none, until the connection's thread is held up in its send and the
+    /// buffers on the way to it are full as well.
+    void floodWithoutReading()
+    {
+        const std::string bytes = request(1);
+        const auto full = Clock::now() + 20s;
+        while (Clock::now() < full)
+        {
+            if (::send(m_client->fd(), bytes.data(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT) < 0)
+            {
+                const std::size_t handled = m_commands.requests().size();
+                if (errno == EAGAIN &&
+                    !waitUntil([this, handled] { return m_commands.requests().size() > handled; }, 300ms))
+                {
+                    return;
+                }
+            }
+        }
+        FAIL() << "the connection went on receiving";
+    }
+
+    LogRecorder m_log;
+    FakeCommands m_commands;
+    TimingSamples m_samples;
+    std::optional<TcpSocket> m_client;
+    int m_socket = -1;
+    std::uint16_t m_clientPort = 0;
+    std::unique_ptr<ConnectionImpl> m_sut;
+};
+
+std::unique_ptr<Rsp> longestAnswer(std::span<const std::uint8_t> message)
+{
+    return std::make_unique<FakeRsp>(message, 8192);
+}
+
+} // namespace
+
+TEST_F(ConnectionImplTest, KnowsItsSlotSocketAddressAndNames)
+{
+    EXPECT_EQ(m_sut->connectionId(), 7U);
+    EXPECT_EQ(m_sut->socket(), m_socket);
+    EXPECT_EQ(m_sut->clientAddress(), htonl(INADDR_LOOPBACK));
+    EXPECT_EQ(m_sut->threadName(),
+              "Kora Connection:127.0.0.1:" + std::to_string(m_clientPort) + "-" + std::to_string(m_socket));
+    EXPECT_EQ(m_sut->shortThreadName(), "Kora:" + std::to_string(m_clientPort) + "-" + std::to_string(m_socket));
+    m_sut->start();
+}
+
+TEST_F(ConnectionImplTest, SystemListsItsThreadUnderTheShortName)
+{
+    m_sut->start();
+
+    const auto isListed = [this] {
+        for (const auto& task : std::filesystem::directory_iterator("/proc/self/task"))
+        {
+            std::string name;
+            std::getline(std::ifstream(task.path() / "comm"), name);
+            if (name == m_sut->shortThreadName())
+            {
+                return true;
+            }
+        }
+        return false;
+    };
+    EXPECT_TRUE(waitUntil(isListed));
+}
+
+TEST_F(ConnectionImplTest, RequestIsHandedOverWholeAndItsAnswerSent)
+{
+    m_sut->start();
+    const std::string bytes = request(0x01020304, wireLayout::msgId::tally, 28);
+
+    m_client->send(bytes);
+    const std::string answer = receiveAnswer();
+
+    EXPECT_EQ(m_commands.requests(), std::vector{bytes});
+    ASSERT_EQ(answer.size(), answerLength);
+    EXPECT_EQ(wordAt(answer, wireLayout::header::protocolType), 12U);
+    EXPECT_EQ(wordAt(answer, wireLayout::header::sequence), 0U);
+    EXPECT_EQ(wordAt(answer, wireLayout::header::length), answerLength);
+    EXPECT_EQ(wordAt(answer, wireLayout::header::msgId), 0x8000005eU);
+    EXPECT_EQ(wordAt(answer, wireLayout::rsp::tag), 0x01020304U);
+}
+
+TEST_F(ConnectionImplTest, TwoRequestsInOneSegmentAreAnsweredInOrderWithCountingSequence)
+{
+    m_sut->start();
+
+    m_client->send(request(11) + request(22));
+    const std::string first = receiveAnswer();
+    const std::string second = receiveAnswer();
+
+    ASSERT_EQ(first.size(), answerLength);
+    ASSERT_EQ(second.size(), answerLength);
+    EXPECT_EQ(wordAt(first, wireLayout::rsp::tag), 11U);
+    EXPECT_EQ(wordAt(first, wireLayout::header::sequence), 0U);
+    EXPECT_EQ(wordAt(second, wireLayout::rsp::tag), 22U);
+    EXPECT_EQ(wordAt(second, wireLayout::header::sequence), 1U);
+}
+
+TEST_F(ConnectionImplTest, RequestSplitOverSegmentsIsAnsweredOnce)
+{
+    m_sut->start();
+    const std::string bytes = request(5, wireLayout::msgId::take, 40);
+
+    for (const char byte : bytes)
+    {
+        m_client->send(std::string(1, byte));
+    }
+    m_client->send(request(6));
+
+    EXPECT_EQ(wordAt(receiveAnswer(), wireLayout::rsp::tag), 5U);
+    EXPECT_EQ(wordAt(receiveAnswer(), wireLayout::rsp::tag), 6U);
+    EXPECT_EQ(m_commands.requests(), (std::vector{bytes, request(6)}));
+}
+
+TEST_F(ConnectionImplTest, InvalidLengthIsDroppedAndTheConnectionStaysUp)
+{
+    m_sut->start();
+    m_client->send(request(1));
+    ASSERT_EQ(receiveAnswer().size(), answerLength);
+
+    // A request follows in the same segment: it is held when the header is judged, and goes with it.
+    m_client->send(korabytes::header(12, 2, 8193, 0x50) + request(3));
+    while (m_client->receive(answerLength, 20ms).empty()) // until the next request is no longer held with it
+    {
+        m_client->send(request(4));
+    }
+
+    const auto requests = m_commands.requests();
+    ASSERT_GE(requests.size(), 2U);
+    EXPECT_EQ(requests.back(), request(4));
+    EXPECT_EQ(std::count(requests.begin(), requests.end(), request(3)), 0);
+    EXPECT_TRUE(m_sut->isRunning());
+}
+
+TEST_F(ConnectionImplTest, OtherProtocolsGetNoAnswerAndAreListedOnce)
+{
+    m_sut->start();
+
+    m_client->send(korabytes::message(14, 1, 0x50, 24) + korabytes::message(14, 2, 0x50) +
+                   korabytes::message(99, 3, 0x50, 8192) + request(4));
+
+    EXPECT_EQ(wordAt(receiveAnswer(), wireLayout::rsp::tag), 4U);
+    EXPECT_EQ(m_commands.requests(), std::vector{request(4)});
+    EXPECT_EQ(m_log.count("INFO Unexpected Protocol: nptZT4100ProtocolType 0xe"), 2U);
+    EXPECT_EQ(m_log.count("INFO Unexpected Protocol: Unknown Protocol 0x63"), 1U);
+    testing::internal::CaptureStdout();
+    m_sut->showUnexpectedProtocols();
+    const std::string table = testing::internal::GetCapturedStdout();
+    EXPECT_EQ(std::count(table.begin(), table.end(), '\n'), 3);
+    EXPECT_NE(table.find("               0x0e nptZT4100ProtocolType\n"), std::string::npos);
+    EXPECT_NE(table.find("               0x63 Unknown Protocol\n"), std::string::npos);
+}
+
+TEST_F(ConnectionImplTest, ClientThatClosesEndsIt)
+{
+    m_sut->start();
+
+    m_client->close();
+
+    EXPECT_TRUE(ends());
+    EXPECT_EQ(m_log.lines(), std::vector{"INFO recv disconnect, fd = " + std::to_string(m_socket)});
+}
+
+TEST_F(ConnectionImplTest, ClientThatOnlyEndsItsSendingIsStillAnswered)
+{
+    m_sut->start();
+
+    m_client->send(request(1) + request(2));
+    ASSERT_EQ(::shutdown(m_client->fd(), SHUT_WR), 0);
+
+    EXPECT_EQ(receiveAnswer().size(), answerLength);
+    EXPECT_EQ(receiveAnswer().size(), answerLength);
+    EXPECT_TRUE(ends());
+}
+
+TEST_F(ConnectionImplTest, ClientThatResetsEndsIt)
+{
+    m_sut->start();
+
+    m_client->reset();
+
+    EXPECT_TRUE(ends());
+    EXPECT_EQ(m_log.lines(),
+              std::vector{"INFO recv failed socket " + std::to_string(m_socket) + ", Connection reset by peer"});
+}
+
+TEST_F(ConnectionImplTest, FailedSendIsLoggedAndTheNextReceiveEndsTheConnection)
+{
+    std::promise<void> gone;
+    m_commands.answer = [&gone](std::span<const std::uint8_t> message) {
+        gone.get_future().wait();
+        return std::make_unique<FakeRsp>(message, answerLength);
+    };
+    m_sut->start();
+    m_client->send(request(1));
+    ASSERT_TRUE(waitUntil([this] { return !m_commands.requests().empty(); }));
+
+    m_client->reset();
+    gone.set_value();
+
+    EXPECT_TRUE(ends());
+    ASSERT_EQ(m_log.lines().size(), 2U);
+    EXPECT_EQ(m_log.lines()[0], "WARN send client response failed, Connection reset by peer");
+    EXPECT_EQ(m_log.lines()[1].substr(0, 9), "INFO recv");
+}
+
+TEST_F(ConnectionImplTest, HandlerWithoutAResponseEndsItBeforeTheNextMessage)
+{
+    m_commands.answer = [](std::span<const std::uint8_t>) { return nullptr; };
+    m_sut->start();
+
+    m_client->send(request(1) + request(2));
+
+    EXPECT_TRUE(ends());
+    EXPECT_EQ(m_commands.requests().size(), 1U);
+}
+
+TEST_F(ConnectionImplTest, ExceptionIsLoggedAndEndsThisConnectionAlone)
+{
+    m_commands.answer = [](std::span<const std::uint8_t>) -> std::unique_ptr<Rsp> {
+        throw std::runtime_error("no such thing");
+    };
+    m_sut->start();
+
+    m_client->send(request(1));
+
+    EXPECT_TRUE(ends());
+    EXPECT_EQ(m_log.lines(), std::vector{"ERROR " + m_sut->threadName() + " ended by an exception, no such thing"});
+}
+
+TEST_F(ConnectionImplTest, ForeignExceptionIsLoggedToo)
+{
+    m_commands.answer = [](std::span<const std::uint8_t>) -> std::unique_ptr<Rsp> { throw 42; };
+    m_sut->start();
+
+    m_client->send(request(1));
+
+    EXPECT_TRUE(ends());
+    EXPECT_EQ(m_log.lines(), std::vector{"ERROR " + m_sut->threadName() + " ended by an unknown exception"});
+}
+
+TEST_F(ConnectionImplTest, RequestAndResponseAreSampledWithTagAndSequence)
+{
+    m_samples.start();
+    m_sut->start();
+
+    m_client->send(request(0xabc, wireLayout::msgId::take) + request(0xdef, wireLayout::msgId::tally));
+    ASSERT_EQ(receiveAnswer().size(), answerLength);
+    ASSERT_EQ(receiveAnswer().size(), answerLength);
+
+    std::ostringstream written;
+    m_samples.writeSamples(written);
+    const std::string samples = std::regex_replace(written.str(), std::regex("(^|\n)[0-9.]+, "), "$1");
+    EXPECT_EQ(samples, "80, 0xabc\n2147483728, 0x0\n94, 0xdef\n2147483742, 0x1\n");
+}
+
+TEST_F(ConnectionImplTest, StopEndsAnIdleConnectionAndTheClientSeesACleanEnd)
+{
+    m_sut->start();
+    m_client->send(request(1));
+    ASSERT_TRUE(waitUntil([this] { return !m_commands.requests().empty(); }));
+    ASSERT_EQ(receiveAnswer().size(), answerLength);
+
+    m_sut->stop();
+    EXPECT_FALSE(m_sut->isRunning());
+    m_sut->stop();
+    m_sut.reset();
+
+    char byte = 0;
+    EXPECT_EQ(::recv(m_client->fd(), &byte, 1, 0), 0) << "an orderly end, no reset";
+}
+
+TEST_F(ConnectionImplTest, ClientThatNeverReadsHoldsUpNeitherStopNorClose)
+{
+    m_commands.answer = longestAnswer;
+    m_sut->start();
+    floodWithoutReading();
+
+    const auto begin = Clock::now();
+    m_sut->stop();
+    const auto stopped = Clock::now();
+    m_sut.reset();
+    const auto closed = Clock::now();
+
+    EXPECT_LT(stopped - begin, 500ms);
+    EXPECT_LT(closed - stopped, 500ms);
+}
+
+TEST_F(ConnectionImplTest, EveryByteOfLongAnswersArrivesAtASlowReader)
+{
+    m_commands.answer = longestAnswer;
+    m_sut->start();
+    floodWithoutReading();
+    const std::size_t before = m_commands.requests().size();
+
+    for (std::uint32_t sequence = 0; sequence < before; ++sequence)
+    {
+        const std::string answer = m_client->receive(8192);
+        ASSERT_EQ(answer.size(), 8192U);
+        ASSERT_EQ(wordAt(answer, wireLayout::header::sequence), sequence);
+    }
+}
+
+TEST_F(ConnectionImplTest, SignalsDisturbNeitherReceivingNorSending)
+{
+    // A handler without SA_RESTART makes the system calls return EINTR.
+    struct sigaction action = {};
+    action.sa_handler = [](int) {};
+    ASSERT_EQ(::sigaction(SIGUSR1, &action, nullptr), 0);
+    std::promise<pthread_t> thread;
+    m_commands.answer = [&thread, told = false](std::span<const std::uint8_t> message) mutable {
+        if (!told)
+        {
+            thread.set_value(::pthread_self());
+            told = true;
+        }
+        return longestAnswer(message);
+    };
+    m_sut->start();
+    m_client->send(request(1));
+    const pthread_t connectionThread = thread.get_future().get();
+    ASSERT_EQ(m_client->receive(8192).size(), 8192U);
+    floodWithoutReading();
+    const std::size_t count = m_commands.requests().size();
+
+    for (std::size_t i = 1; i < count; ++i)
+    {
+        ASSERT_EQ(::pthread_kill(connectionThread, SIGUSR1), 0);
+        const std::string answer = m_client->receive(8192);
+        ASSERT_EQ(answer.size(), 8192U);
+        ASSERT_EQ(wordAt(answer, wireLayout::header::sequence), i);
+    }
+    EXPECT_TRUE(m_sut->isRunning());
+}
+
+TEST_F(ConnectionImplTest, StartWithoutAThreadToBeHadLeavesTheSocketToTheCaller)
+{
+    // No machine has room for a stack of this size.
+    pthread_attr_t before;
+    ASSERT_EQ(::pthread_getattr_default_np(&before), 0);
+    pthread_attr_t huge;
+    ASSERT_EQ(::pthread_getattr_default_np(&huge), 0);
+    ASSERT_EQ(::pthread_attr_setstacksize(&huge, std::size_t{1} << (sizeof(void*) == 4 ? 31U : 47U)), 0);
+    ASSERT_EQ(::pthread_setattr_default_np(&huge), 0);
+
+    EXPECT_THROW(m_sut->start(), std::system_error);
+
+    ASSERT_EQ(::pthread_setattr_default_np(&before), 0);
+    EXPECT_FALSE(m_sut->isRunning());
+    m_sut.reset();
+    EXPECT_EQ(::close(m_socket), 0) << "still open";
+}
+
+TEST_F(ConnectionImplTest, SecondStartChangesNothing)
+{
+    m_sut->start();
+    m_sut->start();
+
+    m_client->send(request(1));
+
+    EXPECT_EQ(receiveAnswer().size(), answerLength);
+}

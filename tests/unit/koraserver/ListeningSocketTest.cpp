@@ -1,0 +1,123 @@
+#include "koraserver/ListeningSocket.h"
+
+#include "tests/support/TcpSocket.h"
+#include "tests/unit/koraserver/LogRecorder.h"
+
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+
+#include <string>
+#include <vector>
+
+using com::tallowcrest::util::UniqueFd;
+using testsupport::TcpSocket;
+
+namespace
+{
+
+class ListeningSocketTest : public testing::Test
+{
+protected:
+    UniqueFd open() { return std::get<UniqueFd>(openListeningSocket(serverPort, m_log.logger())); }
+
+    static int intOption(const UniqueFd& socket, int level, int name)
+    {
+        int value = -1;
+        socklen_t size = sizeof value;
+        EXPECT_EQ(::getsockopt(socket.get(), level, name, &value, &size), 0);
+        return value;
+    }
+
+    LogRecorder m_log;
+};
+
+} // namespace
+
+TEST_F(ListeningSocketTest, ListensOnEveryAddressAtTheControllersPort)
+{
+    const UniqueFd sut = open();
+
+    sockaddr_in address{};
+    socklen_t size = sizeof address;
+    ASSERT_EQ(::getsockname(sut.get(), reinterpret_cast<sockaddr*>(&address), &size), 0);
+    EXPECT_EQ(address.sin_addr.s_addr, htonl(INADDR_ANY));
+    EXPECT_EQ(ntohs(address.sin_port), 5194);
+    EXPECT_TRUE(TcpSocket::connect(5194).has_value());
+}
+
+TEST_F(ListeningSocketTest, CarriesItsOptionsWithTcpNodelayCleared)
+{
+    const UniqueFd sut = open();
+
+    EXPECT_EQ(intOption(sut, IPPROTO_TCP, TCP_NODELAY), 0);
+    EXPECT_EQ(intOption(sut, SOL_SOCKET, SO_KEEPALIVE), 1);
+    EXPECT_EQ(intOption(sut, SOL_SOCKET, SO_REUSEADDR), 1);
+    linger value{};
+    socklen_t size = sizeof value;
+    ASSERT_EQ(::getsockopt(sut.get(), SOL_SOCKET, SO_LINGER, &value, &size), 0);
+    EXPECT_EQ(value.l_onoff, 1);
+    EXPECT_EQ(value.l_linger, 1);
+    EXPECT_EQ(::fcntl(sut.get(), F_GETFL) & O_NONBLOCK, 0) << "the socket is a blocking one";
+    EXPECT_NE(::fcntl(sut.get(), F_GETFD) & FD_CLOEXEC, 0) << "no child process inherits it";
+}
+
+TEST_F(ListeningSocketTest, BacklogIsFour)
+{
+    const UniqueFd sut = open();
+
+    tcp_info info{};
+    socklen_t size = sizeof info;
+    ASSERT_EQ(::getsockopt(sut.get(), IPPROTO_TCP, TCP_INFO, &info, &size), 0);
+    EXPECT_EQ(info.tcpi_sacked, 4U) << "of a listening socket this is the backlog";
+}
+
+TEST_F(ListeningSocketTest, BindIsLoggedWithAddressPortAndDescriptor)
+{
+    const UniqueFd sut = open();
+
+    EXPECT_EQ(m_log.lines(), std::vector<std::string>{"INFO bind IP addr 0x0 (0.0.0.0) Port: 5194 Socket " +
+                                                      std::to_string(sut.get())});
+}
+
+TEST_F(ListeningSocketTest, TakenPortIsReportedAndNothingStaysOpen)
+{
+    const UniqueFd other = open();
+
+    const auto failure = std::get<Failure>(openListeningSocket(serverPort, m_log.logger()));
+
+    const UniqueFd next(::socket(AF_INET, SOCK_STREAM, 0)); // gets the number that the failed socket had
+    EXPECT_EQ(failure.text, "failed binding socket " + std::to_string(next.get()) +
+                                " to address/port 0.0.0.0, Address already in use");
+}
+
+TEST_F(ListeningSocketTest, PortOfConnectionsThatAreStillClosingCanBeTakenAgain)
+{
+    auto first = open();
+    auto client = TcpSocket::connect(5194);
+    ASSERT_TRUE(client.has_value());
+    UniqueFd accepted(::accept(first.get(), nullptr, nullptr));
+    accepted.reset(); // the server's end closes first, so its port waits in TIME_WAIT
+    ASSERT_TRUE(client->waitForClose());
+    client->close();
+    first.reset();
+
+    EXPECT_TRUE(std::holds_alternative<UniqueFd>(openListeningSocket(serverPort, m_log.logger())));
+}
+
+TEST_F(ListeningSocketTest, NoDescriptorLeftIsReported)
+{
+    rlimit before{};
+    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
+    const rlimit none{0, before.rlim_max};
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
+
+    const auto opened = openListeningSocket(serverPort, m_log.logger());
+
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &before), 0);
+    EXPECT_EQ(std::get<Failure>(opened).text, "socket() failed, Too many open files");
+}
