@@ -135,10 +135,10 @@ TEST(TaskTest, theTableMayBePrintedWhileTasksComeAndGo)
     std::atomic<bool> done{false};
     testing::internal::CaptureStdout();
     std::thread printer([&done] {
-        while (!done)
+        do
         {
             showTasks();
-        }
+        } while (!done);
     });
 
     for (int i = 0; i < 500; ++i)
