@@ -50,10 +50,18 @@ int parseAndRun(CLI::App& app, const CommandContext& context, const std::vector<
         // The library takes the arguments last one first.
         app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
     }
+    catch (const CLI::Success& wish)
+    {
+        app.exit(wish, out, err); // --help or --version
+        return static_cast<int>(ExitStatus::done);
+    }
     catch (const CLI::ParseError& problem)
     {
-        return app.exit(problem, out, err) == 0 ? static_cast<int>(ExitStatus::done)
-                                                : static_cast<int>(ExitStatus::usage);
+        const std::vector<std::string> rest = app.remaining();
+        const bool isUnknownCommand = app.get_subcommands().empty() && !rest.empty();
+        context.warn(isUnknownCommand ? "there is no command '" + rest.front() + "'" : problem.what());
+        err << "Run koractl with --help for more information.\n";
+        return static_cast<int>(ExitStatus::usage);
     }
     return static_cast<int>(context.runChosen());
 }

@@ -31,6 +31,10 @@ StopSignal::StopSignal()
 
 StopSignal::~StopSignal()
 {
+    // A second Ctrl-C that is still pending would end the process as soon as the former mask is back.
+    signalfd_siginfo signal{};
+    while (::read(m_fd.get(), &signal, sizeof signal) > 0)
+    {}
     (void)::pthread_sigmask(SIG_SETMASK, &m_formerMask, nullptr);
 }
 
