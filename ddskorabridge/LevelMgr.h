@@ -1,0 +1,72 @@
+#pragma once
+
+#include "bustypes/RoutingTypes.h"
+#include "buswrappers/MacroLevelSub.h"
+#include "ddskorabridge/IXptStatus.h"
+#include "ddskorabridge/IXptTarget.h"
+#include "ddskorabridge/LevelContainer.h"
+#include "koracommand/LevelAccess.h"
+#include "koracommand/LevelInvalid.h"
+#include "koraserver/NotifyNewConnection.h"
+
+#include <log4cxx/logger.h>
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+/// Builds the levels from the level descriptions on the bus, finds them by number, and announces new connections to
+/// them. Owned by the Director through a shared pointer, which it needs for `notifyNewConnection`. Apartment-bound,
+/// except `notifyNewConnection`, which may be called from any thread. Failures of the bus leave as the bus layer's
+/// exceptions.
+class LevelMgr : public com::tallowcrest::routing::MacroLevelSub,
+                 public NotifyNewConnection,
+                 public ILevelAccess,
+                 public std::enable_shared_from_this<LevelMgr>
+{
+public:
+    using Sample = com::tallowcrest::dds_::routing::MacroLevel;
+
+    /// A level with more outputs is ignored: it is beyond the largest router, and its change masks would be taken from
+    /// the memory of everything else.
+    static constexpr std::uint32_t maxLevelOutputs = 73728;
+
+    LevelMgr(std::shared_ptr<com::tallowcrest::apartment::SendDoItEvent> apartment, const std::string& topicName,
+             std::shared_ptr<IXptTarget> audioTarget, std::shared_ptr<IXptTarget> videoTarget,
+             std::shared_ptr<IXptStatus> audioStatus, std::shared_ptr<IXptStatus> videoStatus,
+             std::shared_ptr<LevelContainer> audioLevels, std::shared_ptr<LevelContainer> videoLevels);
+
+    /// Moves into the partition and builds the levels that are published there already.
+    void joinRouterPartition(const std::string& routerPartition) override;
+    /// Forgets every level and moves out of every router's partition.
+    virtual void leaveRouterPartition();
+
+    /// Builds the level that a valid sample describes, in place of the one that had its number in the same container.
+    /// Ignored without a word: an unknown signal type. Ignored with a warning: no outputs, or more than the maximum.
+    void handleSample(const Sample& sample);
+
+    // DataReaderListenerHandler
+    void onDataAvailable() override;
+    // NotifyNewConnection; any thread
+    void notifyNewConnection(std::uint32_t connection) override;
+    // ILevelAccess; an audio level hides a video level of the same number
+    std::shared_ptr<ILevel> getLevelInstance(std::uint32_t levelNumber) override;
+
+    /// Marks every output of every level changed for the connection.
+    void notifyLevels(std::uint32_t connection);
+
+    /// Prints a level description under a title to the console, for diagnosis.
+    void printSample(const std::string& title, const Sample& sample) const;
+
+private:
+    const std::shared_ptr<com::tallowcrest::apartment::SendDoItEvent> m_apartment;
+    const std::shared_ptr<IXptTarget> m_audioTarget;
+    const std::shared_ptr<IXptTarget> m_videoTarget;
+    const std::shared_ptr<IXptStatus> m_audioStatus;
+    const std::shared_ptr<IXptStatus> m_videoStatus;
+    const std::shared_ptr<LevelContainer> m_audioLevels;
+    const std::shared_ptr<LevelContainer> m_videoLevels;
+    const std::shared_ptr<LevelInvalid> m_levelInvalid;
+    std::string m_routerPartition; ///< empty until joined
+    log4cxx::LoggerPtr m_logger;
+};

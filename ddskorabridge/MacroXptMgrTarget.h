@@ -1,0 +1,79 @@
+#pragma once
+
+#include "bustypes/RoutingTypes.h"
+#include "buswrappers/MacroXptOutputPub.h"
+#include "buswrappers/RouterMemberXptsSub.h"
+#include "ddskorabridge/IXptTable.h"
+#include "ddskorabridge/IXptTarget.h"
+#include "ddskorabridge/MacroXptAvailable.h"
+#include "ddskorabridge/MacroXptTable.h"
+
+#include <log4cxx/logger.h>
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+/// The crosspoint targets of one signal type: for every macro output the input that the bridge wants routed to it and
+/// who holds it locked or protected. Checks requests against the table and against what the router members offer,
+/// publishes every change on the target topic, and on a join takes over the last targets of the partition. Owned by the
+/// Director, shared by the levels and the local-target manager. Apartment-bound. Failures of the bus leave as the bus
+/// layer's exceptions; a take or lock that could not be published is not stored either.
+class MacroXptMgrTarget : public com::tallowcrest::routing::RouterMemberXptsSub, public IXptTarget, public IXptTable
+{
+public:
+    using Sample = com::tallowcrest::dds_::routing::MacroXptOutput;
+    using LPRState = com::tallowcrest::dds_::routing::LPRState;
+
+    /// `memberTopic` carries the ranges of the router members; `maxInput` and `maxOutput` are the greatest macro
+    /// numbers.
+    MacroXptMgrTarget(std::shared_ptr<com::tallowcrest::apartment::SendDoItEvent> apartment,
+                      const std::string& memberTopic, std::uint32_t maxInput, std::uint32_t maxOutput,
+                      const std::string& targetTopic);
+
+    /// Moves into the partition and republishes the targets last published there; waits for them at most 20 seconds.
+    void joinRouterPartition(const std::string& routerPartition) override;
+    /// Moves out of every router's partition; the table stays.
+    virtual void leaveRouterPartition();
+
+    // IXptTarget
+    std::uint32_t checkTake(std::uint32_t output, std::uint32_t input, std::uint32_t lprId) const override;
+    void take(std::uint32_t output, std::uint32_t input, std::uint32_t lprId, std::uint32_t when) override;
+    std::uint32_t checkLpr(std::uint32_t output, bool force, std::uint32_t lprId) const override;
+    void setLpr(std::uint32_t output, std::uint32_t lprId, LPRState lprState, std::uint32_t when) override;
+
+    /// A target that another party set: adopted when the output has none yet; the output's target is published either
+    /// way. Outputs beyond the table are ignored.
+    virtual void onLocalTarget(const Sample& sample);
+    /// A target published earlier in this partition: replaces the output's target and is published again. Outputs
+    /// beyond the table are ignored.
+    virtual void onDurableTarget(const Sample& sample);
+
+    /// The output's target. 0, 3 when no member offers its input, or 4 for an output beyond the table, which leaves the
+    /// three values as they were.
+    std::uint32_t getTarget(std::uint32_t output, std::uint32_t& input, LPRState& lprState, std::uint32_t& lprId) const;
+
+    // IXptTable
+    std::string table(std::uint32_t first, std::uint32_t last) const override;
+    /// Prints the same to the console.
+    void show(std::uint32_t first, std::uint32_t last) const;
+
+    // DataReaderListenerHandler
+    void onDataAvailable() override;
+
+private:
+    using MemberSample = com::tallowcrest::dds_::routing::RouterMemberMacroXpts;
+
+    bool isJoined() const { return !m_routerPartition.empty(); }
+    bool isOutputOffered(std::uint32_t output) const;
+    void getDurableData();
+    void logMember(const char* operation, const MemberSample& sample) const;
+
+    std::string m_routerPartition; ///< empty until joined
+    const std::uint32_t m_maxInput;
+    MacroXptTable m_targets;
+    const std::string m_targetTopic;
+    com::tallowcrest::routing::MacroXptOutputPub m_publisher;
+    MacroXptAvailable m_available;
+    log4cxx::LoggerPtr m_logger;
+};

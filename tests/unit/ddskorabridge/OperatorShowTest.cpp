@@ -1,0 +1,140 @@
+#include "ddskorabridge/OperatorShow.h"
+
+#include "PumpedApartment.h"
+#include "RecordingLevel.h"
+#include "ddskorabridge/ApartmentCall.h"
+#include "ddskorabridge/PrintLines.h"
+#include "runtime/apartment/Apartment.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <thread>
+
+using com::tallowcrest::apartment::Apartment;
+using namespace std::chrono_literals;
+
+namespace
+{
+
+class FakeTable final : public IXptTable
+{
+public:
+    std::string table(std::uint32_t first, std::uint32_t last) const override
+    {
+        thread = std::this_thread::get_id();
+        return "rows " + std::to_string(first) + " to " + std::to_string(last) + "\nend\n";
+    }
+
+    mutable std::thread::id thread;
+};
+
+TEST(OperatorShow, ATableIsMadeOnTheApartmentAndPrintedByTheCaller)
+{
+    Apartment apartment("test");
+    apartment.start();
+    const auto table = std::make_shared<FakeTable>();
+    testing::internal::CaptureStdout();
+
+    const bool isShown = operatorShow::showXpts(apartment, table, 1, 10, 10s);
+
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "rows 1 to 10\nend\n");
+    EXPECT_TRUE(isShown);
+    EXPECT_NE(table->thread, std::this_thread::get_id());
+    apartment.stop();
+}
+
+TEST(OperatorShow, LevelsAreCollectedOnTheApartmentAndPrintedByTheCaller)
+{
+    Apartment apartment("test");
+    apartment.start();
+    const auto levels = std::make_shared<LevelContainer>();
+    levels->set(1, std::make_shared<RecordingLevel>("one"));
+    testing::internal::CaptureStdout();
+
+    const bool isShown = operatorShow::showLevels(apartment, levels, "Video Levels", 10s);
+
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "Video Levels\n    Lvl  1: one\n");
+    EXPECT_TRUE(isShown);
+    apartment.stop();
+}
+
+TEST(OperatorShow, AnApartmentThatDoesNotAnswerIsGivenUpAndNothingIsPrinted)
+{
+    PumpedApartment apartment; // nobody runs its events
+    testing::internal::CaptureStdout();
+
+    const bool xptsShown = operatorShow::showXpts(apartment, std::make_shared<FakeTable>(), 1, 10, 1ms);
+    const bool levelsShown = operatorShow::showLevels(apartment, std::make_shared<LevelContainer>(), "title", 1ms);
+
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    EXPECT_FALSE(xptsShown);
+    EXPECT_FALSE(levelsShown);
+}
+
+TEST(OperatorShow, WorkThatRunsAfterTheTimeOutStillHasWhatItTouches)
+{
+    PumpedApartment apartment;
+    auto table = std::make_shared<FakeTable>();
+    const std::weak_ptr<FakeTable> watched = table;
+    operatorShow::showXpts(apartment, std::move(table), 1, 10, 1ms);
+    ASSERT_FALSE(watched.expired());
+
+    apartment.runAll();
+
+    EXPECT_TRUE(watched.expired());
+}
+
+TEST(ApartmentCall, WorkThatThrowsGivesNoResultAndTheApartmentGoesOn)
+{
+    Apartment apartment("test");
+    apartment.start();
+
+    const auto failed = callOnApartment(
+        apartment, std::function<int()>([]() -> int { throw std::runtime_error("expected by the test"); }), 10s);
+    const auto result = callOnApartment(apartment, std::function<int()>([] { return 7; }), 10s);
+
+    EXPECT_FALSE(failed.has_value());
+    EXPECT_EQ(result, 7);
+    apartment.stop();
+}
+
+/// Deletes every event without running it.
+class ClosedApartment final : public com::tallowcrest::apartment::SendDoItEvent
+{
+public:
+    void send(com::tallowcrest::apartment::DoItEvent* event) override
+    {
+        const std::unique_ptr<com::tallowcrest::apartment::DoItEvent> owned(event);
+    }
+};
+
+TEST(ApartmentCall, AnEventThatIsDeletedUnrunEndsTheWaitAtOnce)
+{
+    ClosedApartment apartment;
+
+    const auto result = callOnApartment(apartment, std::function<int()>([] { return 7; }), 1h);
+
+    EXPECT_FALSE(result.has_value());
+}
+
+TEST(PrintLines, ATextOfAnyLengthIsPrintedWhole)
+{
+    std::string text;
+    for (int line = 0; line < 200; ++line)
+    {
+        text += "a line of some forty characters, number " + std::to_string(line) + "\n";
+    }
+    text += "100% without an end";
+    testing::internal::CaptureStdout();
+
+    printLines(text);
+
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), text);
+}
+
+} // namespace
