@@ -24,7 +24,8 @@ inline constexpr int consoleStopping = -3;       ///< the console or the process
 int getline(char* buffer, int size);
 
 /// Says that what the calling thread prints from now on is meant for the operator who is connected now. When another
-/// one takes over meanwhile, that text is dropped and the next `getline` returns `consoleSessionChanged`.
+/// one takes over, `getline` returns `consoleSessionChanged`, and what the thread still prints for the first one is
+/// dropped until it comes here, or asks, again.
 void beginConsoleRound();
 
 } // namespace com::tallowcrest::misc

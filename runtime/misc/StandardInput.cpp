@@ -7,6 +7,7 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <utility>
 
 #include <poll.h>
 #include <unistd.h>
@@ -35,7 +36,7 @@ int StandardInput::getline(char* buffer, int size)
         {
             return copyLine(*line, buffer, size);
         }
-        if (atEnd())
+        if (takeEnd())
         {
             return consoleEndOfInput;
         }
@@ -53,47 +54,54 @@ std::optional<std::string> StandardInput::takeLine()
 {
     const std::lock_guard lock(m_mutex);
     const std::size_t lineEnd = m_held.find('\n');
-    if (lineEnd == std::string::npos && (!m_atEnd || m_held.empty()))
+    if (lineEnd == std::string::npos)
     {
         return std::nullopt;
     }
     std::string line = m_held.substr(0, lineEnd);
-    m_held.erase(0, lineEnd == std::string::npos ? lineEnd : lineEnd + 1);
+    m_held.erase(0, lineEnd + 1);
     line.erase(line.find_last_not_of("\r\n") + 1);
     return line;
 }
 
-bool StandardInput::readMore()
+void StandardInput::readMore()
 {
     std::array<char, 512> bytes{};
     const ssize_t count = ::read(m_fd, bytes.data(), bytes.size());
     const std::lock_guard lock(m_mutex);
     if (count > 0)
     {
-        append(bytes.data(), static_cast<std::size_t>(count));
+        append({bytes.data(), static_cast<std::size_t>(count)});
     }
     else if (count == 0 || (errno != EINTR && errno != EAGAIN))
     {
         m_atEnd = true;
+        if (!m_held.empty() && m_held.back() != '\n')
+        {
+            append("\n"); // the last line counts although nothing ends it
+        }
     }
-    return !m_atEnd;
 }
 
-bool StandardInput::atEnd() const
+bool StandardInput::takeEnd()
 {
     const std::lock_guard lock(m_mutex);
-    return m_atEnd;
+    return std::exchange(m_atEnd, false);
 }
 
-void StandardInput::append(const char* bytes, std::size_t count)
+void StandardInput::append(std::string_view bytes)
 {
-    for (const char byte : std::string_view(bytes, count))
+    for (const char byte : bytes)
     {
-        const std::size_t lastLineEnd = m_held.rfind('\n');
-        const std::size_t lineSize = m_held.size() - (lastLineEnd == std::string::npos ? 0 : lastLineEnd + 1);
-        if (byte == '\n' || lineSize < maxLineSize)
+        if (byte == '\n')
         {
             m_held += byte;
+            m_openLineSize = 0;
+        }
+        else if (m_openLineSize < maxLineSize)
+        {
+            m_held += byte;
+            ++m_openLineSize;
         }
     }
 }

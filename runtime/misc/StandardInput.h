@@ -1,8 +1,10 @@
 #pragma once
 
+#include <cstddef>
 #include <mutex>
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace com::tallowcrest::misc
 {
@@ -23,19 +25,21 @@ public:
 
     /// The next complete line that is already held, if any; never waits.
     std::optional<std::string> takeLine();
-    /// Reads once; call when the descriptor is readable. False at the end of input.
-    bool readMore();
-    bool atEnd() const;
+    /// Reads once; call when the descriptor is readable.
+    void readMore();
+    /// True once for each end of input that was met.
+    bool takeEnd();
     int fd() const { return m_fd; }
 
 private:
     static constexpr std::size_t maxLineSize = 4096;
 
-    void append(const char* bytes, std::size_t count);
+    void append(std::string_view bytes);
 
     const int m_fd;
-    mutable std::mutex m_mutex;
+    std::mutex m_mutex;
     std::string m_held;
+    std::size_t m_openLineSize = 0; ///< of the line at the end of what is held
     bool m_atEnd = false;
 };
 

@@ -114,6 +114,7 @@ int TelnetIO::Getline(char* buffer, int size)
 {
     copyLine("", buffer, size);
     const std::lock_guard reading(m_readMutex);
+    bindReader();
     while (m_running.load() && !consoleStopRequested())
     {
         const auto current = client();
@@ -154,22 +155,29 @@ std::shared_ptr<TelnetClient> TelnetIO::client() const
     return m_client;
 }
 
-/// True once for each client that came while the reader believed to be talking to another, or to none. Without the
-/// telnet-only flag the way back to standard input counts as well; with it there is nobody to tell.
+/// The calling thread asks a question: of the session that it talks to, or, when it was told that this one is over, of
+/// the one that is there now.
+void TelnetIO::bindReader()
+{
+    const std::lock_guard lock(m_mutex);
+    if (!m_reader || m_reader->isTold)
+    {
+        m_reader = Reader{std::this_thread::get_id(), m_client ? m_client->session() : 0};
+    }
+    m_reader->thread = std::this_thread::get_id();
+}
+
+/// True when the client is not the one that the reader talks to. Without the telnet-only flag the way back to standard
+/// input counts as well; with it there is nobody to tell.
 bool TelnetIO::isNewSessionForReader(const std::shared_ptr<TelnetClient>& current)
 {
     const std::lock_guard lock(m_mutex);
     const std::uint64_t session = current ? current->session() : 0;
-    if (!m_reader)
-    {
-        m_reader = Reader{std::this_thread::get_id(), session};
-    }
-    m_reader->thread = std::this_thread::get_id();
     if (m_reader->session == session || (!current && m_telnetOnly))
     {
         return false;
     }
-    m_reader->session = session;
+    m_reader->isTold = true;
     return true;
 }
 
@@ -197,7 +205,7 @@ int TelnetIO::readClient(TelnetClient& current, char* buffer, int size, bool& is
 }
 
 /// One wait without a client: the length of a line from standard input where that counts, or negative.
-int TelnetIO::waitForClient(char* buffer, int size) const
+int TelnetIO::waitForClient(char* buffer, int size)
 {
     StandardInput& input = standardInput();
     const bool isReadingInput = !m_telnetOnly;
@@ -208,13 +216,14 @@ int TelnetIO::waitForClient(char* buffer, int size) const
             return copyLine(*line, buffer, size);
         }
     }
-    const int inputFd = isReadingInput && !input.atEnd() ? input.fd() : -1;
+    const int inputFd = isReadingInput && !m_inputHasEnded ? input.fd() : -1;
     std::array<pollfd, 3> waits{{{inputFd, POLLIN, 0}, {m_readerWake.fd(), POLLIN, 0}, {consoleStopFd(), POLLIN, 0}}};
     if (::poll(waits.data(), waits.size(), lookAgainMs) > 0)
     {
         if (waits[0].revents != 0)
         {
             input.readMore();
+            m_inputHasEnded = input.takeEnd();
         }
         if (waits[1].revents != 0)
         {

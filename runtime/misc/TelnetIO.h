@@ -7,7 +7,6 @@
 
 #include <log4cxx/logger.h>
 
-#include <atomic>
 #include <chrono>
 #include <cstdarg>
 #include <cstdint>
@@ -63,14 +62,14 @@ private:
     void logHeldBack(LogLimit& limit) const;
 
     std::shared_ptr<TelnetClient> client() const;
+    void bindReader();
     bool isNewSessionForReader(const std::shared_ptr<TelnetClient>& current);
     int readClient(TelnetClient& current, char* buffer, int size, bool& isGone) const;
-    int waitForClient(char* buffer, int size) const;
+    int waitForClient(char* buffer, int size);
     void endSession(const std::shared_ptr<TelnetClient>& gone);
 
     const log4cxx::LoggerPtr m_logger;
     const bool m_telnetOnly;
-    std::atomic<bool> m_running{false};
     std::thread m_thread;
     WakeEvent m_acceptorWake; ///< stop, or text that a client's socket did not take
     WakeEvent m_readerWake;   ///< stop, or a new client
@@ -84,12 +83,14 @@ private:
     LogLimit m_rejections;
 
     std::mutex m_readMutex; // held while a line is read; guards the closing of a client against its reader
+    bool m_inputHasEnded = false;
 
     /// The thread that reads lines, and the session that it believes to be talking to.
     struct Reader
     {
         std::thread::id thread;
         std::uint64_t session = 0;
+        bool isTold = false; ///< that another session has begun; bound to it only with the next question
     };
     mutable std::mutex m_mutex; // guards the two below; never held while waiting
     std::shared_ptr<TelnetClient> m_client;

@@ -1,0 +1,636 @@
+#include "tests/unit/runtime_misc/ConsoleFixture.h"
+
+#include <csignal>
+#include <filesystem>
+#include <optional>
+#include <vector>
+
+#include <arpa/inet.h>
+#include <sys/socket.h>
+
+using namespace com::tallowcrest::misc;
+using testsupport::waitUntil;
+
+namespace
+{
+
+using Socket = testsupport::TcpSocket;
+
+class TelnetIOTest : public ConsoleFixture
+{
+protected:
+    using ConsoleFixture::ConsoleFixture;
+
+    /// A line as the console reads it; nothing when the result is negative.
+    struct Read
+    {
+        int result = 0;
+        std::string text;
+    };
+    Read getline(int size = 256)
+    {
+        std::vector<char> buffer(static_cast<std::size_t>(size), '?');
+        const int result = m_sut->Getline(buffer.data(), size);
+        return {result, buffer.data()};
+    }
+    /// Connects and lets the reading thread (the test's) notice.
+    Socket connectAndNotice()
+    {
+        m_sut->beginRound();
+        auto client = connect();
+        EXPECT_EQ(consoleSessionChanged, getline().result);
+        m_sut->beginRound();
+        return client;
+    }
+    /// Runs the reading thread so that it notices that the client has gone, until the console is free.
+    void noticeThatClientLeft()
+    {
+        runAsReader([this] { getline(); });
+        EXPECT_TRUE(waitUntil([this] { return countLogged("Telnet Session Closed") > m_closed; }));
+        ++m_closed;
+    }
+    void endReader()
+    {
+        requestConsoleStop();
+        EXPECT_TRUE(waitForReader(std::chrono::seconds(2)));
+        m_reader.join();
+        clearConsoleStop();
+    }
+
+    std::ptrdiff_t m_closed = 0;
+};
+
+std::size_t openDescriptors()
+{
+    const std::filesystem::directory_iterator entries("/proc/self/fd");
+    return static_cast<std::size_t>(std::distance(begin(entries), end(entries)));
+}
+
+TEST_F(TelnetIOTest, isATaskNamedTelnetIO)
+{
+    testing::internal::CaptureStdout();
+    com::tallowcrest::apartment::showTasks();
+    const std::string before = testing::internal::GetCapturedStdout();
+    EXPECT_NE(std::string::npos, before.find("not running")) << before;
+    EXPECT_NE(std::string::npos, before.find(" TelnetIO\n")) << before;
+
+    m_sut->start();
+
+    testing::internal::CaptureStdout();
+    com::tallowcrest::apartment::showTasks();
+    const std::string after = testing::internal::GetCapturedStdout();
+    EXPECT_NE(std::string::npos, after.find("    running")) << after;
+}
+
+TEST_F(TelnetIOTest, whenAClientConnects_announcesItEverywhere)
+{
+    testing::internal::CaptureStdout();
+    start();
+    m_sut->beginRound();
+
+    const auto client = connect();
+
+    ASSERT_TRUE(waitForLogged("Telnet connected to 127.000.000.001"));
+    EXPECT_EQ(consoleSessionChanged, getline().result);
+    EXPECT_EQ("\n* Telnet Session Connected - client:  127.000.000.001 *\n", testing::internal::GetCapturedStdout());
+    EXPECT_EQ(1, countLogged("bind IP addr 0x0 (0.0.0.0) Port: 8882 Socket "));
+}
+
+TEST_F(TelnetIOTest, whenTheClientLeaves_announcesItAndWaitsForTheNext)
+{
+    start();
+    {
+        const auto client = connectAndNotice();
+    }
+    testing::internal::CaptureStdout();
+    noticeThatClientLeft();
+
+    const auto next = connect();
+
+    EXPECT_TRUE(waitForReader());
+    const std::string printed = testing::internal::GetCapturedStdout();
+    EXPECT_EQ(0U, printed.find("\n* Telnet Session Closed *")) << printed;
+    m_reader.join();
+}
+
+TEST_F(TelnetIOTest, whenTheClientResets_theNextOneIsServed)
+{
+    start();
+    auto client = connectAndNotice();
+    client.reset();
+    noticeThatClientLeft();
+
+    const auto next = connect();
+
+    EXPECT_TRUE(waitForReader());
+    m_reader.join();
+    m_sut->Print("hello");
+    EXPECT_EQ("hello", next.receive(5));
+}
+
+TEST_F(TelnetIOTest, print_withoutAClient_isLost)
+{
+    start();
+    testing::internal::CaptureStdout();
+
+    EXPECT_EQ(4, m_sut->Print("lost"));
+
+    const auto client = connectAndNotice();
+    m_sut->Print("kept");
+    EXPECT_EQ("kept", client.receive(4));
+    EXPECT_EQ(std::string::npos, testing::internal::GetCapturedStdout().find("lost"));
+}
+
+TEST_F(TelnetIOTest, print_cutsAt2047Bytes)
+{
+    start();
+    const auto client = connectAndNotice();
+
+    EXPECT_EQ(2047, m_sut->Print("%s|", std::string(2047, 'x').c_str()));
+    EXPECT_EQ(2, m_sut->Print("%s", "\n."));
+
+    EXPECT_EQ(std::string(2047, 'x') + "\n.", client.receive(2049));
+}
+
+TEST_F(TelnetIOTest, print_whenTheWriteFails_saysSoOncePerClient)
+{
+    start();
+    auto client = connectAndNotice();
+    client.reset();
+
+    // The reset reaches the socket at some time after the call.
+    EXPECT_TRUE(waitUntil([this] {
+        m_sut->Print("to nobody");
+        return countLogged("Failed to write data to telnet clientFd ") > 0;
+    }));
+    for (int i = 0; i < 10; ++i)
+    {
+        m_sut->Print("to nobody");
+    }
+
+    EXPECT_EQ(1, countLogged("Failed to write data to telnet clientFd "));
+}
+
+TEST_F(TelnetIOTest, getline_givesOneLineHoweverItArrives)
+{
+    start();
+    const auto client = connectAndNotice();
+
+    client.send("sh");
+    client.send("ow t\r");
+    client.send("\nq\r");
+    EXPECT_EQ("show t", getline().text);
+    EXPECT_EQ("q", getline().text);
+    client.send(std::string("\0\xff\xfb\x1f", 4) + "3\n");
+    const auto last = getline();
+
+    EXPECT_EQ("3", last.text);
+    EXPECT_EQ(1, last.result);
+}
+
+TEST_F(TelnetIOTest, getline_whenTheLineDoesNotFit_dropsItsRest)
+{
+    start();
+    const auto client = connectAndNotice();
+
+    client.send("0123456789\r\n5\r\n");
+
+    EXPECT_EQ("0123", getline(5).text);
+    EXPECT_EQ("5", getline(5).text);
+}
+
+TEST_F(TelnetIOTest, getline_whenTheClientSendsUrgentBytes_keepsThemInPlace)
+{
+    start();
+    const auto client = connectAndNotice();
+
+    client.send("sho");
+    client.send("\xff\xf4");
+    ASSERT_EQ(1, ::send(client.fd(), "\xff", 1, MSG_OOB)); // as a telnet client marks "data mark"
+    client.send("\xf2w t\r\n");
+
+    EXPECT_EQ("show t", getline().text);
+}
+
+TEST_F(TelnetIOTest, getline_whenTheClientSendsLinesAndLeaves_givesThemAll)
+{
+    start();
+    auto client = connectAndNotice();
+
+    client.send("3\r\n4\r\nshow");
+    client.close();
+
+    EXPECT_EQ("3", getline().text);
+    EXPECT_EQ("4", getline().text);
+    noticeThatClientLeft();
+    EXPECT_FALSE(m_readerIsDone) << "the line that was never ended came out";
+}
+
+TEST_F(TelnetIOTest, whenASecondClientConnects_itIsResetAndTheFirstNoticesNothing)
+{
+    start();
+    const auto first = connectAndNotice();
+
+    const auto second = Socket::connect(port);
+    ASSERT_TRUE(second);
+    EXPECT_EQ("", second->receive(1));
+    EXPECT_TRUE(second->waitForClose());
+    ASSERT_TRUE(waitForLogged("Telnet connection rejected, already connected to 127.000.000.001"));
+
+    m_sut->Print("still here");
+    EXPECT_EQ("still here", first.receive(10));
+    first.send("q\n");
+    EXPECT_EQ("q", getline().text);
+    EXPECT_EQ(0, countLogged("Rejecting connection", "WARN"));
+}
+
+TEST_F(TelnetIOTest, whenASecondClientConnects_aSendOfItsIsAnsweredWithAReset)
+{
+    start();
+    const auto first = connectAndNotice();
+    const auto second = Socket::connect(port);
+    ASSERT_TRUE(second);
+    ASSERT_TRUE(second->waitForClose());
+
+    EXPECT_TRUE(waitUntil([&] { return ::send(second->fd(), "x", 1, MSG_NOSIGNAL) < 0; }));
+}
+
+TEST_F(TelnetIOTest, whenManyAreRejected_theLogDoesNotFlood)
+{
+    start();
+    const auto first = connectAndNotice();
+
+    for (int i = 0; i < 100; ++i)
+    {
+        const auto newcomer = Socket::connect(port);
+        ASSERT_TRUE(newcomer);
+        ASSERT_TRUE(newcomer->waitForClose());
+    }
+
+    EXPECT_EQ(20, countLogged("Telnet connection rejected"));
+}
+
+TEST_F(TelnetIOTest, whatTheReaderPrintsForOneClient_neverReachesTheNext)
+{
+    start();
+    auto first = connectAndNotice();
+    std::atomic<int> result{0};
+    runAsReader([&] {
+        result = getline().result; // a prompt of some item: the first client leaves, the second comes
+        print("table for the first\n");
+        std::thread([] { print("from another thread\n"); }).join();
+        beginConsoleRound();
+        print("for the second\n");
+    });
+    first.close();
+    ASSERT_TRUE(waitForLogged("Telnet Session Closed"));
+
+    const auto second = connect();
+
+    EXPECT_EQ("from another thread\nfor the second\n", second.receiveUntil("for the second\n"));
+    EXPECT_EQ(consoleSessionChanged, result);
+}
+
+TEST_F(TelnetIOTest, whatTheReaderPrintsWithoutAClient_doesNotReachOneThatComesMeanwhile)
+{
+    start();
+    beginConsoleRound();
+    print("the first half of a menu\n");
+    const auto client = connect();
+    ASSERT_TRUE(waitForLogged("Telnet connected to"));
+
+    print("the second half of a menu\n");
+
+    EXPECT_EQ(consoleSessionChanged, getline().result);
+    beginConsoleRound();
+    print("a whole menu\n");
+    EXPECT_EQ("a whole menu\n", client.receiveUntil("a whole menu\n"));
+}
+
+TEST_F(TelnetIOTest, whenAskedAgainAfterTheChange_readsFromTheNewClient)
+{
+    start();
+    m_sut->beginRound();
+    const auto client = connect();
+    ASSERT_EQ(consoleSessionChanged, getline().result);
+    client.send("an answer\n");
+
+    EXPECT_EQ("an answer", getline().text);
+    print("to the new one\n");
+    EXPECT_EQ("to the new one\n", client.receiveUntil("\n"));
+}
+
+TEST_F(TelnetIOTest, whenTheClientNeverReads_printingNeverWaitsAndStopWorks)
+{
+    start();
+    const auto client = connectAndNotice();
+
+    // Far more than all buffers on the way take.
+    std::atomic<bool> isPrinted{false};
+    std::thread printer([&] {
+        const std::string text(2000, 'x');
+        for (int i = 0; i < 20000; ++i)
+        {
+            m_sut->Print("%s", text.c_str());
+        }
+        isPrinted = true;
+    });
+    EXPECT_TRUE(waitUntil([&] { return isPrinted.load(); }, std::chrono::seconds(20)));
+    printer.join();
+    EXPECT_EQ(1, countLogged("does not read, dropping text"));
+
+    const auto before = std::chrono::steady_clock::now();
+    m_sut->stop();
+    EXPECT_LT(std::chrono::steady_clock::now() - before, std::chrono::milliseconds(1500));
+}
+
+TEST_F(TelnetIOTest, whenTheClientLagsAndCatchesUp_keepsTheOrderWithOneGapAtMost)
+{
+    start();
+    const auto client = connectAndNotice();
+    const std::string filler(90, '.');
+    int printed = 0;
+    ASSERT_TRUE(waitUntil([&] {
+        for (int i = 0; i < 1000; ++i)
+        {
+            m_sut->Print("%08d%s\n", printed++, filler.c_str());
+        }
+        return countLogged("does not read, dropping text") > 0;
+    }));
+
+    // Read until the console says that the client has caught up, then one more line.
+    std::string all;
+    ASSERT_TRUE(waitUntil([&] {
+        all += client.receive(1 << 20, std::chrono::milliseconds(30));
+        return countLogged("reads again") > 0;
+    }));
+    m_sut->Print("end\n");
+    all += client.receiveUntil("end\n");
+
+    int expected = 0;
+    for (std::size_t at = 0; all.compare(at, 4, "end\n") != 0; at += 99)
+    {
+        ASSERT_EQ(expected, std::stoi(all.substr(at, 8)));
+        ++expected;
+    }
+    EXPECT_GT(expected, 256 * 1024 / 99);
+    EXPECT_LT(expected, printed);
+}
+
+TEST_F(TelnetIOTest, whenTheSocketTakesNoMore_keptTextStillArrivesWithoutAnotherPrint)
+{
+    start();
+    const auto client = connectAndNotice();
+    const std::string text(2047, 'k');
+    std::size_t size = 0;
+    // Beyond the socket's buffers, within what the console keeps: the buffers on the way take a few megabytes at most.
+    while (countLogged("does not read, dropping text") == 0)
+    {
+        m_sut->Print("%s", text.c_str());
+        size += text.size();
+    }
+    size -= text.size(); // the dropped one
+
+    EXPECT_EQ(size, client.receive(size, std::chrono::seconds(20)).size());
+}
+
+TEST_F(TelnetIOTest, stop_endsAWaitingGetline)
+{
+    start();
+    std::atomic<int> result{0};
+    runAsReader([&] { result = getline().result; });
+
+    m_sut->stop();
+
+    EXPECT_TRUE(waitForReader(std::chrono::seconds(2)));
+    EXPECT_EQ(consoleStopping, result);
+    EXPECT_FALSE(m_sut->isRunning());
+}
+
+TEST_F(TelnetIOTest, stop_whileAClientIsReadFrom_closesIt)
+{
+    start();
+    const auto client = connectAndNotice();
+    std::atomic<int> result{0};
+    runAsReader([&] { result = getline().result; });
+
+    m_sut->stop();
+
+    EXPECT_TRUE(waitForReader(std::chrono::seconds(2)));
+    EXPECT_EQ(consoleStopping, result);
+    EXPECT_TRUE(client.waitForClose());
+    EXPECT_FALSE(testsupport::isListening(port));
+}
+
+TEST_F(TelnetIOTest, stop_deliversWhatWasPrintedLast)
+{
+    start();
+    const auto client = connectAndNotice();
+    const std::string text(2000, 'x');
+    for (int i = 0; i < 50; ++i)
+    {
+        m_sut->Print("%s", text.c_str());
+    }
+
+    m_sut->stop();
+
+    EXPECT_EQ(100000U, client.receive(200000).size());
+}
+
+TEST_F(TelnetIOTest, stop_twiceOrWithoutStart_doesNothing)
+{
+    m_sut->stop();
+    start();
+    m_sut->stop();
+    m_sut->stop();
+
+    EXPECT_FALSE(m_sut->isRunning());
+}
+
+TEST_F(TelnetIOTest, start_afterStop_servesAgain)
+{
+    start();
+    m_sut->start();
+    m_sut->stop();
+
+    m_sut->start();
+
+    ASSERT_TRUE(testsupport::waitForPort(port));
+    const auto client = connectAndNotice();
+    m_sut->Print("again");
+    EXPECT_EQ("again", client.receive(5));
+}
+
+TEST_F(TelnetIOTest, whenASignalRequestsTheStop_getlineReturns)
+{
+    start();
+    struct sigaction action
+    {};
+    struct sigaction previous
+    {};
+    action.sa_handler = [](int) { requestConsoleStop(); };
+    ::sigaction(SIGTERM, &action, &previous);
+    std::atomic<int> result{0};
+    runAsReader([&] { result = getline().result; });
+
+    EXPECT_EQ(0, ::raise(SIGTERM));
+
+    EXPECT_TRUE(waitForReader(std::chrono::seconds(2)));
+    EXPECT_EQ(consoleStopping, result);
+    ::sigaction(SIGTERM, &previous, nullptr);
+}
+
+TEST_F(TelnetIOTest, whenThePortIsTaken_retriesUntilItIsFreeAndLogsOnce)
+{
+    const int holder = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(port);
+    const int reuse = 1; // earlier connections to the port may not be forgotten yet
+    ASSERT_EQ(0, ::setsockopt(holder, SOL_SOCKET, SO_REUSEADDR, &reuse, sizeof(reuse)));
+    ASSERT_EQ(0, ::bind(holder, reinterpret_cast<const sockaddr*>(&address), sizeof(address)));
+    ASSERT_EQ(0, ::listen(holder, 1));
+    const auto begin = std::chrono::steady_clock::now();
+    setConsole(m_sut);
+    m_sut->start();
+    ASSERT_TRUE(waitUntil([this] { return countLogged("openServerSocket() failed", "WARN") == 1; }));
+
+    // Two more attempts pass before the port comes free.
+    ASSERT_TRUE(waitUntil([&] { return std::chrono::steady_clock::now() - begin > std::chrono::milliseconds(2200); }));
+    ::close(holder);
+
+    ASSERT_TRUE(testsupport::waitForPort(port, std::chrono::seconds(3)));
+    EXPECT_EQ(1, countLogged("openServerSocket() failed", "WARN"));
+    EXPECT_EQ(1, countLogged("failed binding socket ", "WARN"));
+    EXPECT_EQ(1, countLogged(" to address/port 0.0.0.0, Address already in use", "WARN"));
+    EXPECT_EQ(1, countLogged("bind IP addr 0x0 (0.0.0.0) Port: 8882 Socket "));
+}
+
+TEST_F(TelnetIOTest, afterManySessions_noDescriptorIsLeft)
+{
+    start();
+    const auto round = [this] {
+        auto client = connectAndNotice();
+        client.close();
+        noticeThatClientLeft();
+        endReader();
+    };
+    round();
+    const std::size_t before = openDescriptors();
+
+    for (int i = 0; i < 20; ++i)
+    {
+        round();
+    }
+
+    EXPECT_EQ(before, openDescriptors());
+}
+
+TEST_F(TelnetIOTest, whenManyThreadsPrintWhileClientsComeAndGo_eachLineArrivesWhole)
+{
+    start();
+    std::atomic<bool> done{false};
+    std::vector<std::thread> printers;
+    for (char name = 'a'; name < 'd'; ++name)
+    {
+        printers.emplace_back([this, &done, name] {
+            const std::string line(60, name);
+            while (!done)
+            {
+                print("%s\n", line.c_str());
+                std::this_thread::yield();
+            }
+        });
+    }
+    runAsReader([this, &done] {
+        while (!done)
+        {
+            if (getline().result >= 0)
+            {
+                print("read\n");
+            }
+        }
+    });
+
+    for (int i = 0; i < 30; ++i)
+    {
+        auto client = Socket::connect(port);
+        ASSERT_TRUE(client);
+        const auto newcomer = Socket::connect(port);
+        const std::string input = "a line\r\nand a half";
+        static_cast<void>(::send(client->fd(), input.data(), input.size(), MSG_NOSIGNAL)); // may have been rejected
+        std::string text = client->receive(3000);
+        if (i % 3 == 0)
+        {
+            client->reset();
+        }
+        client->close();
+        // A client that came before the last one was missed is rejected: it gets nothing.
+        std::istringstream stream(text);
+        for (std::string line; std::getline(stream, line) && !stream.eof();)
+        {
+            EXPECT_TRUE(line + "\n" == banner || line == "read" || line == std::string(60, line[0])) << line;
+        }
+    }
+    done = true;
+    for (auto& printer : printers)
+    {
+        printer.join();
+    }
+    m_sut->stop();
+    EXPECT_TRUE(waitForReader());
+    EXPECT_GE(countLogged("Telnet connected to"), 2);
+}
+
+/// With standard input and output in place of a missing client.
+class TelnetIOWithFallback : public TelnetIOTest
+{
+protected:
+    TelnetIOWithFallback() : TelnetIOTest(false) {}
+
+    ReplacedInput m_input;
+};
+
+TEST_F(TelnetIOWithFallback, withoutAClient_usesStandardInputAndOutput)
+{
+    start();
+    testing::internal::CaptureStdout();
+
+    m_sut->Print("ask: %d\n", 1);
+    m_input.write("answer\r\n");
+
+    EXPECT_EQ("answer", getline().text);
+    EXPECT_EQ("ask: 1\n", testing::internal::GetCapturedStdout());
+}
+
+TEST_F(TelnetIOWithFallback, whenAClientComesAndGoes_isToldBothTimes)
+{
+    start();
+    auto client = connectAndNotice();
+    client.send("by telnet\n");
+    EXPECT_EQ("by telnet", getline().text);
+
+    client.close();
+
+    EXPECT_EQ(consoleSessionChanged, getline().result);
+    m_input.write("by hand\n");
+    EXPECT_EQ("by hand", getline().text);
+}
+
+TEST_F(TelnetIOWithFallback, whenStandardInputEnds_waitsForAClient)
+{
+    start();
+    m_sut->beginRound();
+    m_input.write("last words");
+    m_input.end();
+    EXPECT_EQ("last words", getline().text);
+
+    std::atomic<int> result{0};
+    runAsReader([&] { result = getline().result; });
+    const auto client = connect();
+
+    EXPECT_TRUE(waitForReader());
+    EXPECT_EQ(consoleSessionChanged, result);
+}
+
+} // namespace
