@@ -1,0 +1,400 @@
+#include "koraserver/Server.h"
+
+#include "koraserver/ListeningSocket.h"
+#include "tests/support/TcpSocket.h"
+#include "tests/support/WaitUntil.h"
+#include "tests/unit/koraserver/FakeConnection.h"
+#include "tests/unit/koraserver/LogRecorder.h"
+
+#include <gtest/gtest.h>
+
+#include <arpa/inet.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+
+#include <algorithm>
+#include <chrono>
+#include <optional>
+#include <string>
+#include <vector>
+
+using com::tallowcrest::util::UniqueFd;
+using testsupport::TcpSocket;
+using testsupport::waitForClosedPort;
+using testsupport::waitForPort;
+using testsupport::waitUntil;
+using Clock = std::chrono::steady_clock;
+using Events = std::vector<std::string>;
+using namespace std::chrono_literals;
+
+namespace
+{
+
+class ServerTest : public testing::Test
+{
+protected:
+    ServerTest() : m_factory(std::make_shared<FakeConnectionFactory>(m_events))
+    {
+        m_sut =
+            std::make_unique<Server>("KORABRIDGE", m_factory, std::make_shared<FakeNewConnectionListener>(m_events));
+    }
+
+    void startConnected()
+    {
+        m_sut->start();
+        m_sut->connectToRouter();
+        ASSERT_TRUE(waitForPort(serverPort));
+    }
+
+    /// Connects a controller and waits until the server has made its connection.
+    void connectClient()
+    {
+        const std::size_t events = m_events.all().size();
+        auto client = TcpSocket::connect(serverPort);
+        ASSERT_TRUE(client.has_value());
+        m_clients.push_back(*std::move(client));
+        ASSERT_TRUE(m_events.waitForCount(events + 2));
+    }
+
+    void fillAllSlots()
+    {
+        for (std::size_t i = 0; i < Server::maxConnections; ++i)
+        {
+            ASSERT_NO_FATAL_FAILURE(connectClient());
+        }
+    }
+
+    std::string stats() const
+    {
+        testing::internal::CaptureStdout();
+        m_sut->showServerStats();
+        return testing::internal::GetCapturedStdout();
+    }
+
+    /// The descriptor of the socket that listens in this process; -1 when there is none.
+    static int listeningDescriptor()
+    {
+        for (int fd = 0; fd < 256; ++fd)
+        {
+            int listens = 0;
+            socklen_t size = sizeof listens;
+            if (::getsockopt(fd, SOL_SOCKET, SO_ACCEPTCONN, &listens, &size) == 0 && listens != 0)
+            {
+                return fd;
+            }
+        }
+        return -1;
+    }
+
+    LogRecorder m_log;
+    EventList m_events;
+    std::shared_ptr<FakeConnectionFactory> m_factory;
+    std::vector<TcpSocket> m_clients;
+    std::unique_ptr<Server> m_sut;
+};
+
+} // namespace
+
+TEST_F(ServerTest, RunsFromStartToStop)
+{
+    EXPECT_FALSE(m_sut->isRunning());
+    m_sut->start();
+    EXPECT_TRUE(m_sut->isRunning());
+    m_sut->start();
+    EXPECT_TRUE(m_sut->isRunning());
+    m_sut->stop();
+    EXPECT_FALSE(m_sut->isRunning());
+    m_sut->stop();
+    EXPECT_FALSE(m_sut->isRunning());
+}
+
+TEST_F(ServerTest, ListensOnlyWhileConnectedToTheRouter)
+{
+    m_sut->start();
+    EXPECT_FALSE(m_sut->isConnectedToRouter());
+    EXPECT_FALSE(waitForPort(serverPort, 200ms));
+    EXPECT_FALSE(TcpSocket::connect(serverPort).has_value());
+
+    m_sut->connectToRouter();
+    EXPECT_TRUE(m_sut->isConnectedToRouter());
+    EXPECT_TRUE(waitForPort(serverPort));
+
+    m_sut->disconnectFromRouter();
+    EXPECT_FALSE(m_sut->isConnectedToRouter());
+    EXPECT_TRUE(waitForClosedPort(serverPort));
+    EXPECT_EQ(m_log.count("INFO connected to router\n"), 1U);
+    EXPECT_EQ(m_log.count("INFO not connected to router\n"), 1U);
+}
+
+TEST_F(ServerTest, RouterConnectedBeforeTheStartIsNotForgotten)
+{
+    m_sut->connectToRouter();
+    m_sut->start();
+
+    EXPECT_TRUE(waitForPort(serverPort));
+}
+
+TEST_F(ServerTest, ListenerHearsOfAClientBeforeItsConnectionIsMade)
+{
+    startConnected();
+
+    connectClient();
+
+    EXPECT_EQ(m_events.all(), (Events{"notify 0", "create 0"}));
+    sockaddr_in address{};
+    socklen_t size = sizeof address;
+    ASSERT_EQ(::getsockname(m_clients[0].fd(), reinterpret_cast<sockaddr*>(&address), &size), 0);
+    EXPECT_EQ(m_factory->ports(), std::vector{ntohs(address.sin_port)});
+}
+
+TEST_F(ServerTest, AcceptedClientIsLoggedWithAddressDescriptorAndSlot)
+{
+    startConnected();
+
+    connectClient();
+
+    ASSERT_TRUE(m_log.waitFor("INFO connectionId 0"));
+    const auto lines = m_log.lines();
+    const auto accepted = std::find_if(lines.begin(), lines.end(), [](const std::string& line) {
+        return line.starts_with("INFO accepted tcp connection from 127.0.0.1, fd = ");
+    });
+    ASSERT_NE(accepted, lines.end());
+    EXPECT_EQ(*(accepted + 1), "INFO connectionId 0");
+}
+
+TEST_F(ServerTest, DeadClientIsRemovedAndItsSlotIsTheNextToBeUsed)
+{
+    startConnected();
+    for (int i = 0; i < 4; ++i)
+    {
+        ASSERT_NO_FATAL_FAILURE(connectClient());
+    }
+
+    m_factory->letDie(3);
+    m_factory->letDie(1);
+    ASSERT_TRUE(waitUntil([this] { return m_log.countHolding("INFO removed dead tcp connection, fd = ") == 2; }));
+    ASSERT_NO_FATAL_FAILURE(connectClient());
+    ASSERT_NO_FATAL_FAILURE(connectClient());
+    ASSERT_NO_FATAL_FAILURE(connectClient());
+
+    auto events = m_events.all();
+    events.erase(events.begin(), events.begin() + 8);
+    std::sort(events.begin(), events.begin() + 2); // the two may have died in one pass or in two
+    EXPECT_EQ(events, (Events{"release 1", "release 3", "notify 1", "create 1", "notify 3", "create 3", "notify 4",
+                              "create 4"}));
+}
+
+TEST_F(ServerTest, PortIsClosedWhileAllSlotsAreTakenAndOpensWhenOneIsFree)
+{
+    startConnected();
+    ASSERT_NO_FATAL_FAILURE(fillAllSlots());
+    ASSERT_TRUE(waitForClosedPort(serverPort, 2s));
+    EXPECT_FALSE(TcpSocket::connect(serverPort).has_value());
+
+    m_factory->letDie(9);
+    ASSERT_TRUE(waitForPort(serverPort, 2500ms));
+    ASSERT_NO_FATAL_FAILURE(connectClient());
+
+    EXPECT_EQ(m_events.all().back(), "create 9");
+    EXPECT_TRUE(waitForClosedPort(serverPort, 2s));
+    EXPECT_EQ(m_log.countHolding("would exceed max connections"), 0U);
+}
+
+TEST_F(ServerTest, DisconnectTellsAllClientsBeforeItWaitsForOneAndReleasesThem)
+{
+    startConnected();
+    connectClient();
+    connectClient();
+
+    m_sut->disconnectFromRouter();
+
+    ASSERT_TRUE(m_events.waitForCount(8));
+    EXPECT_EQ(m_events.all(), (Events{"notify 0", "create 0", "notify 1", "create 1", "requestStop 0", "requestStop 1",
+                                      "release 0", "release 1"}));
+    EXPECT_TRUE(waitForClosedPort(serverPort));
+    EXPECT_TRUE(m_clients[0].waitForClose());
+    EXPECT_TRUE(m_clients[1].waitForClose());
+}
+
+TEST_F(ServerTest, DisconnectAtOnceFollowedByConnectStillDropsTheClients)
+{
+    startConnected();
+    connectClient();
+
+    m_sut->disconnectFromRouter();
+    m_sut->connectToRouter();
+
+    EXPECT_TRUE(m_clients[0].waitForClose());
+    EXPECT_TRUE(waitForPort(serverPort));
+    connectClient();
+    EXPECT_EQ(m_events.all(), (Events{"notify 0", "create 0", "requestStop 0", "release 0", "notify 0", "create 0"}));
+}
+
+TEST_F(ServerTest, StopClosesThePortAndReleasesTheClients)
+{
+    startConnected();
+    connectClient();
+
+    const auto begin = Clock::now();
+    m_sut->stop();
+
+    EXPECT_LT(Clock::now() - begin, 500ms);
+    EXPECT_FALSE(testsupport::isListening(serverPort));
+    EXPECT_EQ(m_events.all().back(), "release 0");
+}
+
+TEST_F(ServerTest, StartsAgainAfterStop)
+{
+    startConnected();
+    m_sut->stop();
+
+    m_sut->start();
+
+    ASSERT_TRUE(waitForPort(serverPort));
+    connectClient();
+}
+
+TEST_F(ServerTest, DestructionStopsIt)
+{
+    startConnected();
+    connectClient();
+
+    m_sut.reset();
+
+    EXPECT_FALSE(testsupport::isListening(serverPort));
+    EXPECT_EQ(m_events.all().back(), "release 0");
+}
+
+TEST_F(ServerTest, IsListedAsATask)
+{
+    m_sut->start();
+
+    testing::internal::CaptureStdout();
+    com::tallowcrest::apartment::showTasks();
+    const std::string table = testing::internal::GetCapturedStdout();
+
+    EXPECT_NE(table.find("    running"), std::string::npos);
+    EXPECT_NE(table.find(" Kora Server\n"), std::string::npos);
+}
+
+TEST_F(ServerTest, StatsShowTheCounters)
+{
+    startConnected();
+    connectClient();
+    connectClient();
+
+    EXPECT_EQ(stats(), "--------------------------------- Server Stats ---------------------------------\n"
+                       "Tcp Server Socket Reopen Cnt:        0    Tcp Accepted Cnt:                    2\n"
+                       "Tcp Server Open Error Cnt:           0    Set Socket Option Error Cnt:         0\n");
+}
+
+TEST_F(ServerTest, ConnectionTableIsPrintedOnceByRequest)
+{
+    startConnected();
+    connectClient();
+    connectClient();
+    testing::internal::CaptureStdout();
+
+    m_sut->requestShowConnections();
+    const bool shown = m_events.waitForCount(6);
+    connectClient(); // a pass later
+    const std::string table = testing::internal::GetCapturedStdout();
+
+    ASSERT_TRUE(shown);
+    auto events = m_events.all();
+    EXPECT_EQ(Events(events.begin() + 4, events.begin() + 6), (Events{"show 0", "show 1"}));
+    EXPECT_EQ(std::count(events.begin(), events.end(), "show 0"), 1);
+    EXPECT_TRUE(table.starts_with("clientFd         Ip Addr\n-------- ---------------\n")) << table;
+    EXPECT_EQ(std::count(table.begin(), table.end(), '\n'), 4) << table;
+    EXPECT_NE(table.find(" 127.000.000.001\n"), std::string::npos) << table;
+    EXPECT_EQ(table.find('\n', 50) - 50, 24U) << "a row is 8 + 1 + 15 characters";
+}
+
+TEST_F(ServerTest, ClientWhoseConnectionCannotBeMadeIsRejectedAndTheServerLivesOn)
+{
+    startConnected();
+    m_factory->failing = true;
+    auto rejected = TcpSocket::connect(serverPort);
+    ASSERT_TRUE(rejected.has_value());
+    EXPECT_TRUE(rejected->waitForClose());
+    EXPECT_TRUE(m_log.waitFor("WARN Connection rejected from 127.000.000.001 failed starting it, no thread"));
+    auto again = TcpSocket::connect(serverPort);
+    ASSERT_TRUE(again.has_value());
+    EXPECT_TRUE(again->waitForClose());
+
+    m_factory->failing = false;
+    const std::size_t events = m_events.all().size();
+    m_clients.push_back(*TcpSocket::connect(serverPort));
+    ASSERT_TRUE(m_events.waitForCount(events + 2));
+
+    EXPECT_EQ(m_events.all().back(), "create 0");
+    EXPECT_EQ(m_log.count("WARN Connection rejected from 127.000.000.001 failed starting it, no thread"), 1U)
+        << "repeats are counted, not repeated";
+    EXPECT_TRUE(m_log.waitForHolding("WARN repeated 1 times: Connection rejected from 127.000.000.001"));
+}
+
+TEST_F(ServerTest, TakenPortIsReportedOnceAndTakenWhenItIsFree)
+{
+    auto other = std::get<UniqueFd>(openListeningSocket(serverPort, nullptr));
+    m_sut->connectToRouter();
+    m_sut->start();
+    ASSERT_TRUE(m_log.waitForHolding("to address/port 0.0.0.0, Address already in use"));
+
+    other.reset();
+
+    EXPECT_TRUE(m_log.waitForHolding("INFO bind IP addr 0x0 (0.0.0.0) Port: 5194 Socket "));
+    EXPECT_EQ(m_log.countHolding("WARN failed binding socket"), 1U);
+    EXPECT_TRUE(waitForPort(serverPort));
+    connectClient();
+}
+
+TEST_F(ServerTest, NoDescriptorForAClientIsReportedOnceWithoutSpinningAndTheClientIsAcceptedLater)
+{
+    startConnected();
+    const int listening = listeningDescriptor();
+    rlimit before{};
+    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
+    const UniqueFd client(::socket(AF_INET, SOCK_STREAM, 0));
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    address.sin_port = htons(serverPort);
+
+    const rlimit none{3, before.rlim_max}; // standard input, output and error exist
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
+    rusage usedBefore{};
+    ::getrusage(RUSAGE_SELF, &usedBefore);
+    const int connected = ::connect(client.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address);
+    const std::string text =
+        "WARN listen failed socket " + std::to_string(listening) + " to address/port 0.0.0.0, Too many open files";
+    const bool reported = m_log.waitFor(text);
+    static_cast<void>(waitUntil([] { return false; }, 1500ms)); // long enough for a spin to show
+    rusage usedAfter{};
+    ::getrusage(RUSAGE_SELF, &usedAfter);
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &before), 0);
+
+    EXPECT_EQ(connected, 0);
+    EXPECT_TRUE(reported);
+    const auto microseconds = [](const rusage& used) {
+        return 1000000 * (used.ru_utime.tv_sec + used.ru_stime.tv_sec) + used.ru_utime.tv_usec + used.ru_stime.tv_usec;
+    };
+    EXPECT_LT(microseconds(usedAfter) - microseconds(usedBefore), 700000);
+    EXPECT_EQ(m_log.count(text), 1U);
+    EXPECT_TRUE(m_events.waitForCount(2)) << "accepted after all";
+}
+
+TEST_F(ServerTest, SocketThatListensNoMoreIsReplaced)
+{
+    startConnected();
+    const int listening = listeningDescriptor();
+    ASSERT_GE(listening, 0);
+
+    ASSERT_EQ(::shutdown(listening, SHUT_RDWR), 0);
+
+    EXPECT_TRUE(m_log.waitFor("WARN listen failed socket " + std::to_string(listening) +
+                              " to address/port 0.0.0.0, Invalid argument"));
+    EXPECT_TRUE(m_log.waitFor("INFO shutting down TCP server socket prior to re-opening"));
+    EXPECT_TRUE(waitForPort(serverPort));
+    connectClient();
+    EXPECT_NE(stats().find("Tcp Server Socket Reopen Cnt:        1 "), std::string::npos);
+}
