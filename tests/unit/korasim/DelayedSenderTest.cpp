@@ -1,0 +1,84 @@
+#include "tools/korasim/DelayedSender.h"
+
+#include "tests/support/WaitUntil.h"
+#include "tools/korasim/FunctionEvent.h"
+
+#include <gtest/gtest.h>
+
+#include <mutex>
+#include <vector>
+
+using namespace korasim;
+using namespace std::chrono_literals;
+
+namespace
+{
+
+/// Runs events at once, on the sender's thread.
+class InlineSender final : public com::tallowcrest::apartment::SendDoItEvent
+{
+public:
+    void send(com::tallowcrest::apartment::DoItEvent* event) override
+    {
+        event->doIt();
+        delete event;
+    }
+};
+
+/// Remembers in which order events ran.
+class RunOrder
+{
+public:
+    DelayedSender::Event event(int number)
+    {
+        return std::make_unique<FunctionEvent>([this, number] {
+            const std::lock_guard lock(m_mutex);
+            m_numbers.push_back(number);
+        });
+    }
+    std::vector<int> numbers()
+    {
+        const std::lock_guard lock(m_mutex);
+        return m_numbers;
+    }
+
+private:
+    std::mutex m_mutex;
+    std::vector<int> m_numbers;
+};
+
+} // namespace
+
+TEST(DelayedSenderTest, EventsRunInTheOrderOfTheirTimes)
+{
+    RunOrder order;
+    DelayedSender sut(std::make_shared<InlineSender>());
+
+    sut.send(order.event(3), 60ms);
+    sut.send(order.event(2), 30ms);
+    sut.send(order.event(1), 0ms);
+
+    ASSERT_TRUE(testsupport::waitUntil([&] { return order.numbers().size() == 3; }));
+    EXPECT_EQ(order.numbers(), (std::vector<int>{1, 2, 3}));
+}
+
+TEST(DelayedSenderTest, EventsThatAreNotDueAreDroppedAtTheEnd)
+{
+    RunOrder order;
+    {
+        DelayedSender sut(std::make_shared<InlineSender>());
+        sut.send(order.event(1), 1h);
+    }
+    EXPECT_TRUE(order.numbers().empty());
+}
+
+TEST(DelayedSenderTest, EarlierEventIsNotHeldUpByALaterOne)
+{
+    RunOrder order;
+    DelayedSender sut(std::make_shared<InlineSender>());
+
+    sut.send(order.event(2), 1h);
+    sut.send(order.event(1), 1ms);
+
+    EXPECT_TRUE(testsupport::waitUntil([&] { return order.numbers() == std::vector<int>{1}; }));
+}
