@@ -134,11 +134,11 @@ TEST_F(ApartmentTest, manySendersKeepTheirOwnOrderAndNothingRunsConcurrently)
 TEST_F(ApartmentTest, anEventMaySendFurtherEvents)
 {
     Apartment sut("sut");
-    sut.start();
     std::promise<void> done;
 
     send(sut, 1, [&] { send(sut, 3, [&] { done.set_value(); }); });
     send(sut, 2);
+    sut.start();
     done.get_future().wait();
 
     EXPECT_THAT(m_ran.numbers(), ElementsAre(1, 2, 3));
