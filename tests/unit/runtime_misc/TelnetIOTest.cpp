@@ -337,18 +337,19 @@ TEST_F(TelnetIOTest, whenTheClientNeverReads_printingNeverWaitsAndStopWorks)
     });
     EXPECT_TRUE(waitUntil([&] { return isPrinted.load(); }, std::chrono::seconds(20)));
     printer.join();
-    EXPECT_EQ(1, countLogged("does not read, dropping text"));
+    EXPECT_GE(countLogged("does not read, dropping text"), 1);
 
     const auto before = std::chrono::steady_clock::now();
     m_sut->stop();
     EXPECT_LT(std::chrono::steady_clock::now() - before, std::chrono::milliseconds(1500));
 }
 
-TEST_F(TelnetIOTest, whenTheClientLagsAndCatchesUp_keepsTheOrderWithOneGapAtMost)
+TEST_F(TelnetIOTest, whenTheClientLagsAndCatchesUp_seesWholeLinesInOrder)
 {
     start();
     const auto client = connectAndNotice();
-    const std::string filler(90, '.');
+    constexpr std::size_t lineSize = 99;
+    const std::string filler(lineSize - 9, '.');
     int printed = 0;
     ASSERT_TRUE(waitUntil([&] {
         for (int i = 0; i < 1000; ++i)
@@ -358,23 +359,25 @@ TEST_F(TelnetIOTest, whenTheClientLagsAndCatchesUp_keepsTheOrderWithOneGapAtMost
         return countLogged("does not read, dropping text") > 0;
     }));
 
-    // Read until the console says that the client has caught up, then one more line.
     std::string all;
     ASSERT_TRUE(waitUntil([&] {
+        m_sut->Print("end\n"); // dropped until the client has caught up
         all += client.receive(1 << 20, std::chrono::milliseconds(30));
-        return countLogged("reads again") > 0;
+        return all.find("end\n") != std::string::npos;
     }));
-    m_sut->Print("end\n");
-    all += client.receiveUntil("end\n");
 
-    int expected = 0;
-    for (std::size_t at = 0; all.compare(at, 4, "end\n") != 0; at += 99)
+    EXPECT_GE(countLogged("reads again"), 1);
+    int last = -1;
+    int received = 0;
+    for (std::size_t at = 0; all.compare(at, 4, "end\n") != 0; at += lineSize)
     {
-        ASSERT_EQ(expected, std::stoi(all.substr(at, 8)));
-        ++expected;
+        const int number = std::stoi(all.substr(at, 8));
+        ASSERT_GT(number, last);
+        last = number;
+        ++received;
     }
-    EXPECT_GT(expected, 256 * 1024 / 99);
-    EXPECT_LT(expected, printed);
+    EXPECT_GT(received, static_cast<int>(256 * 1024 / lineSize));
+    EXPECT_LT(received, printed);
 }
 
 TEST_F(TelnetIOTest, whenTheSocketTakesNoMore_keptTextStillArrivesWithoutAnotherPrint)
