@@ -16,6 +16,11 @@ namespace com::tallowcrest::misc
 {
 using util::systemErrorText;
 
+namespace
+{
+constexpr std::string_view timingMarkRefusal = "\xff\xfc\x06"; // IAC WONT TIMING-MARK
+}
+
 TelnetClient::TelnetClient(log4cxx::LoggerPtr logger, TelnetListener::Accepted accepted, std::uint64_t session)
     : m_logger(std::move(logger)), m_address(accepted.address), m_session(session), m_socket(std::move(accepted.socket))
 {}
@@ -85,6 +90,10 @@ bool TelnetClient::receive()
     if (count > 0)
     {
         m_lines.feed(std::string_view(bytes.data(), static_cast<std::size_t>(count)));
+        if (m_lines.takeTimingMarkRequest())
+        {
+            answerTimingMark();
+        }
         return true;
     }
     return count < 0 && (errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR);
@@ -118,7 +127,7 @@ void TelnetClient::close()
         {
             lingerOnClose(m_socket.get(), std::chrono::seconds(0));
             m_pending.clear();
-            setPending();
+            m_hasPendingText.store(false);
         }
         socket = std::move(m_socket);
     }
@@ -126,7 +135,33 @@ void TelnetClient::close()
     ::shutdown(socket.get(), SHUT_RDWR);
 }
 
+void TelnetClient::answerTimingMark()
+{
+    const std::lock_guard lock(m_mutex);
+    m_owesTimingMark = !m_hasFailed && !m_isClosing;
+    sendPending();
+}
+
 void TelnetClient::sendPending()
+{
+    writeToSocket();
+    if (m_pending.empty() && m_droppedBytes > 0 && !m_hasFailed)
+    {
+        LOG_INFO_F(m_logger, "telnet clientFd %d reads again, %" PRIu64 " bytes of text were dropped", m_socket.get(),
+                   m_droppedBytes);
+        m_droppedBytes = 0;
+    }
+    // Behind the text that was kept, and not while text is dropped: any number of requests is owed one answer.
+    if (m_owesTimingMark && m_droppedBytes == 0)
+    {
+        m_owesTimingMark = false;
+        m_pending += timingMarkRefusal;
+        writeToSocket();
+    }
+    m_hasPendingText.store(!m_pending.empty());
+}
+
+void TelnetClient::writeToSocket()
 {
     std::size_t sent = 0;
     while (sent < m_pending.size())
@@ -148,25 +183,14 @@ void TelnetClient::sendPending()
         }
     }
     m_pending.erase(0, sent);
-    if (m_pending.empty() && m_droppedBytes > 0 && !m_hasFailed)
-    {
-        LOG_INFO_F(m_logger, "telnet clientFd %d reads again, %" PRIu64 " bytes of text were dropped", m_socket.get(),
-                   m_droppedBytes);
-        m_droppedBytes = 0;
-    }
-    setPending();
 }
 
 void TelnetClient::noteFailure()
 {
     // Once per connection: each later text would only fail in the same way.
     m_hasFailed = true;
+    m_owesTimingMark = false;
     LOG_INFO_F(m_logger, "Failed to write data to telnet clientFd %d, %s", m_socket.get(), systemErrorText().c_str());
-}
-
-void TelnetClient::setPending()
-{
-    m_hasPendingText.store(!m_pending.empty());
 }
 
 } // namespace com::tallowcrest::misc

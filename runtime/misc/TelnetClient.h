@@ -59,9 +59,10 @@ public:
     void close();
 
 private:
+    void answerTimingMark();
     void sendPending();
+    void writeToSocket();
     void noteFailure();
-    void setPending();
 
     const log4cxx::LoggerPtr m_logger;
     const Ipv4Octets m_address;
@@ -73,6 +74,7 @@ private:
     mutable std::mutex m_mutex; // guards everything below and all writing to the socket
     std::string m_pending;
     std::uint64_t m_droppedBytes = 0;
+    bool m_owesTimingMark = false;
     bool m_hasFailed = false;
     bool m_isClosing = false;
     std::atomic<bool> m_hasPendingText{false};

@@ -13,7 +13,9 @@ constexpr unsigned char eraseCharacterCommand = 247;
 constexpr unsigned char eraseLineCommand = 248;
 constexpr unsigned char beginSubnegotiation = 250;
 constexpr unsigned char lowestOptionCommand = 251; // WILL, WONT, DO, DONT
+constexpr unsigned char doOption = 253;
 constexpr unsigned char interpretAsCommand = 255;
+constexpr unsigned char timingMarkOption = 6; // RFC 860
 
 constexpr unsigned char backspace = 0x08;
 constexpr unsigned char firstPrintable = 0x20;
@@ -44,6 +46,11 @@ std::optional<std::string> TelnetLineReader::takeLine()
     return line;
 }
 
+bool TelnetLineReader::takeTimingMarkRequest()
+{
+    return std::exchange(m_timingMarkRequested, false);
+}
+
 void TelnetLineReader::takeByte(unsigned char byte)
 {
     switch (m_state)
@@ -60,6 +67,10 @@ void TelnetLineReader::takeByte(unsigned char byte)
         break;
     case State::Command:
         takeCommand(byte);
+        break;
+    case State::RequestedOption:
+        m_timingMarkRequested = m_timingMarkRequested || byte == timingMarkOption;
+        m_state = State::Text;
         break;
     case State::Option:
         m_state = State::Text;
@@ -80,7 +91,7 @@ void TelnetLineReader::takeCommand(unsigned char command)
     }
     else if (command >= lowestOptionCommand)
     {
-        m_state = State::Option;
+        m_state = command == doOption ? State::RequestedOption : State::Option;
     }
     else if (command == beginSubnegotiation)
     {

@@ -26,12 +26,17 @@ public:
     /// The oldest complete line, without its end.
     std::optional<std::string> takeLine();
 
+    /// True once after requests for a timing mark (IAC DO TIMING-MARK): the client throws all output away until it has
+    /// an answer, so this one must be given.
+    bool takeTimingMarkRequest();
+
 private:
     enum class State
     {
         Text,
         Command,           ///< after IAC
-        Option,            ///< after IAC WILL, WONT, DO, DONT
+        Option,            ///< after IAC WILL, WONT, DONT
+        RequestedOption,   ///< after IAC DO
         Subnegotiation,    ///< after IAC SB
         SubnegotiationIac, ///< after an IAC in a sub-negotiation
     };
@@ -47,6 +52,7 @@ private:
     State m_state = State::Text;
     std::size_t m_subnegotiationSize = 0;
     bool m_afterCarriageReturn = false;
+    bool m_timingMarkRequested = false;
     std::string m_line;
     std::size_t m_overflow = 0; ///< bytes of the line that did not fit
     std::deque<std::string> m_lines;

@@ -212,6 +212,21 @@ TEST_F(TelnetIOTest, getline_whenTheClientSendsUrgentBytes_keepsThemInPlace)
     EXPECT_EQ("show t", getline().text);
 }
 
+TEST_F(TelnetIOTest, getline_whenTheClientNegotiates_answersNothingButTheTimingMark)
+{
+    start();
+    const auto client = connectAndNotice();
+
+    // A terminal that offers itself, then the interrupt key: interrupt process, timing mark.
+    client.send(std::string("\xff\xfb\x18\xff\xfd\x03\xff\xfd\x01\xff\xf4\xff\xfd\x06q\r\n"));
+    EXPECT_EQ("q", getline().text);
+    m_sut->Print("end\n");
+
+    EXPECT_EQ("\xff\xfc\x06"
+              "end\n",
+              client.receiveUntil("end\n"));
+}
+
 TEST_F(TelnetIOTest, getline_whenTheClientSendsLinesAndLeaves_givesThemAll)
 {
     start();

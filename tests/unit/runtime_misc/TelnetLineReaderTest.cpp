@@ -202,6 +202,20 @@ TEST(TelnetLineReader, whenFedArbitraryBytes_givesTheSameCleanLinesHoweverTheyAr
     }
 }
 
+TEST(TelnetLineReader, whenATimingMarkIsRequested_tellsOnce)
+{
+    TelnetLineReader sut;
+    sut.feed("a\xff\xfb\x06\xff\xfe\x06\xff\xfd\x01");
+    EXPECT_FALSE(sut.takeTimingMarkRequest());
+
+    sut.feed("\xff\xfd");
+    EXPECT_FALSE(sut.takeTimingMarkRequest());
+    sut.feed("\x06\xff\xfd\x06");
+
+    EXPECT_TRUE(sut.takeTimingMarkRequest());
+    EXPECT_FALSE(sut.takeTimingMarkRequest());
+}
+
 TEST(TelnetLineReader, whenALineNeverEnds_doesNotGrow)
 {
     TelnetLineReader sut;
