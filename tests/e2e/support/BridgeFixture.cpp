@@ -1,0 +1,113 @@
+#include "tests/e2e/support/BridgeFixture.h"
+
+#include "tools/koractl/Errors.h"
+
+#include <algorithm>
+#include <csignal>
+#include <iostream>
+
+namespace e2e
+{
+
+using testsupport::ChildProcess;
+using testsupport::waitUntil;
+
+BridgeFixture::BridgeFixture(korasim::RouterOptions options) : m_router(std::move(options)) {}
+
+BridgeFixture::~BridgeFixture()
+{
+    if (HasFailure() && m_bridge)
+    {
+        std::cerr << "--- bridge output\n" << m_bridge->output() << "--- bridge errors\n" << m_bridge->errors();
+    }
+}
+
+void BridgeFixture::startBridge(const std::vector<std::string>& arguments)
+{
+    m_bridge = std::make_unique<ChildProcess>(testsupport::programPath("korabridge"), arguments);
+}
+
+void BridgeFixture::startJoined()
+{
+    startBridge();
+    m_router.announce();
+    waitForJoin();
+}
+
+void BridgeFixture::waitForJoin()
+{
+    ASSERT_TRUE(testsupport::waitForPort(koraPort, std::chrono::seconds(30)));
+    ASSERT_TRUE(m_bridge->waitForOutput("addRouterMemberMacroXpts  TopicMacroXptOutputVideoTarget"));
+    ASSERT_TRUE(m_bridge->waitForOutput("addRouterMemberMacroXpts  TopicMacroXptOutputAudioTarget"));
+}
+
+int BridgeFixture::stopBridge()
+{
+    m_bridge->signal(SIGTERM);
+    return m_bridge->waitForExit().value_or(-1);
+}
+
+koractl::KoraClient BridgeFixture::connectController()
+{
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while (true)
+    {
+        try
+        {
+            return koractl::KoraClient("127.0.0.1", koraPort, std::chrono::seconds(10));
+        }
+        catch (const koractl::ConnectError&)
+        {
+            if (std::chrono::steady_clock::now() >= end)
+            {
+                throw;
+            }
+            testsupport::waitForPort(koraPort);
+        }
+    }
+}
+
+bool BridgeFixture::waitForInput(koractl::KoraClient& client, std::uint32_t level, std::uint32_t output,
+                                 std::uint32_t input)
+{
+    return waitUntil([&] {
+        const auto entry = client.outputStatus(0, level, output, 1).entries.at(0);
+        return entry.result == 0 && entry.input == input;
+    });
+}
+
+std::vector<koractl::OutputChange> BridgeFixture::drainChanges(koractl::KoraClient& client, std::uint32_t level,
+                                                               std::uint32_t format)
+{
+    std::vector<koractl::OutputChange> all;
+    bool more = true;
+    while (more)
+    {
+        const auto changes = client.outputChanges(format, level);
+        all.insert(all.end(), changes.entries.begin(), changes.entries.end());
+        more = changes.more;
+    }
+    return all;
+}
+
+bool BridgeFixture::waitForChange(koractl::KoraClient& client, std::uint32_t level,
+                                  const std::function<bool(const koractl::OutputChange&)>& predicate)
+{
+    return waitUntil([&] {
+        const auto changes = drainChanges(client, level);
+        return std::any_of(changes.begin(), changes.end(), predicate);
+    });
+}
+
+MacroXptOutput BridgeFixture::xpt(std::uint32_t output, std::uint32_t input, std::uint32_t lprId,
+                                  com::tallowcrest::dds_::routing::LPRState state)
+{
+    MacroXptOutput sample;
+    sample.macroXptOutput = output;
+    sample.macroXptInput = input;
+    sample.lprId = lprId;
+    sample.lprState = state;
+    return sample;
+}
+
+} // namespace e2e
