@@ -5,14 +5,15 @@
 namespace dds::detail
 {
 
-/// Owns one entity of the DDS library from its creation to its deletion. Thread-safe to use, as the library is.
+/// Owns one entity of the DDS library from its creation to its deletion. Thread-safe to use, as the library is. A
+/// class that holds one declares it after whatever the entity needs to live, so that the entity goes first.
 class Entity
 {
 public:
     /// Takes a handle that creation returned and has been checked.
     explicit Entity(dds_entity_t handle) : m_handle(handle) {}
     /// Deletes the entity; a refusal is reported in the DDS library's own log.
-    virtual ~Entity();
+    ~Entity();
     Entity(const Entity&) = delete;
     Entity& operator=(const Entity&) = delete;
 

@@ -6,7 +6,7 @@ namespace dds::detail
 {
 
 ParticipantDelegate::ParticipantDelegate(std::uint32_t domainId)
-    : Entity(check(dds_create_participant(domainId, nullptr, nullptr), "creating the DDS domain participant"))
+    : m_entity(check(dds_create_participant(domainId, nullptr, nullptr), "creating the DDS domain participant"))
 {}
 
 } // namespace dds::detail

@@ -10,8 +10,9 @@ namespace dds::detail
 
 PublisherDelegate::PublisherDelegate(std::shared_ptr<ParticipantDelegate> participant,
                                      const pub::qos::PublisherQos& qos)
-    : Entity(check(dds_create_publisher(participant->handle(), NativeQos(qos).get(), nullptr), "creating a publisher")),
-      m_participant(std::move(participant)), m_qos(qos)
+    : m_participant(std::move(participant)), m_qos(qos),
+      m_entity(
+          check(dds_create_publisher(m_participant->handle(), NativeQos(m_qos).get(), nullptr), "creating a publisher"))
 {}
 
 } // namespace dds::detail

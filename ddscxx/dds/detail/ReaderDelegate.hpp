@@ -18,7 +18,7 @@ namespace dds::detail
 {
 
 /// A reader of the DDS library, without its type: samples are the generated C structs.
-class ReaderDelegate : public Entity
+class ReaderDelegate
 {
 public:
     /// Gets one sample, valid or not; the data is lent for the time of the call.
@@ -27,7 +27,9 @@ public:
     ReaderDelegate(std::shared_ptr<SubscriberDelegate> subscriber, std::shared_ptr<TopicDelegate> topic,
                    const sub::qos::DataReaderQos& qos);
     /// Detaches the listener first, which waits for callbacks that run; none comes after that.
-    ~ReaderDelegate() override;
+    ~ReaderDelegate();
+    ReaderDelegate(const ReaderDelegate&) = delete;
+    ReaderDelegate& operator=(const ReaderDelegate&) = delete;
 
     /// Visits every sample that is there, of any sample, view and instance state, and removes them from the reader.
     void take(const Visitor& visit);
@@ -48,12 +50,16 @@ public:
     const sub::qos::DataReaderQos& qos() const { return m_qos; }
 
 private:
+    /// Samples in memory of our own: the bus types hold no pointers, so nothing needs to be lent.
+    class Buffer;
+
     std::string call(const char* what) const;
 
     const std::shared_ptr<SubscriberDelegate> m_subscriber;
     const std::shared_ptr<TopicDelegate> m_topic;
     const sub::qos::DataReaderQos m_qos;
     std::unique_ptr<ReaderCallbacks> m_callbacks;
+    const Entity m_entity;
 };
 
 } // namespace dds::detail

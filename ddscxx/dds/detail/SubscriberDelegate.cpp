@@ -10,9 +10,9 @@ namespace dds::detail
 
 SubscriberDelegate::SubscriberDelegate(std::shared_ptr<ParticipantDelegate> participant,
                                        const sub::qos::SubscriberQos& qos)
-    : Entity(
-          check(dds_create_subscriber(participant->handle(), NativeQos(qos).get(), nullptr), "creating a subscriber")),
-      m_participant(std::move(participant)), m_qos(qos)
+    : m_participant(std::move(participant)), m_qos(qos),
+      m_entity(check(dds_create_subscriber(m_participant->handle(), NativeQos(m_qos).get(), nullptr),
+                     "creating a subscriber"))
 {}
 
 } // namespace dds::detail

@@ -10,17 +10,19 @@ namespace dds::detail
 {
 
 /// A subscriber of the DDS library, and the participant that it needs to live.
-class SubscriberDelegate : public Entity
+class SubscriberDelegate
 {
 public:
     SubscriberDelegate(std::shared_ptr<ParticipantDelegate> participant, const sub::qos::SubscriberQos& qos);
 
+    dds_entity_t handle() const { return m_entity.handle(); }
     const std::shared_ptr<ParticipantDelegate>& participant() const { return m_participant; }
     const sub::qos::SubscriberQos& qos() const { return m_qos; }
 
 private:
     const std::shared_ptr<ParticipantDelegate> m_participant;
     const sub::qos::SubscriberQos m_qos;
+    const Entity m_entity;
 };
 
 } // namespace dds::detail

@@ -25,8 +25,8 @@ dds_entity_t create(const ParticipantDelegate& participant, const dds_topic_desc
 
 TopicDelegate::TopicDelegate(std::shared_ptr<ParticipantDelegate> participant, const dds_topic_descriptor_t& descriptor,
                              std::string name, const topic::qos::TopicQos& qos)
-    : Entity(create(*participant, descriptor, name, qos)), m_participant(std::move(participant)),
-      m_name(std::move(name)), m_qos(qos)
+    : m_participant(std::move(participant)), m_name(std::move(name)), m_qos(qos), m_sampleSize(descriptor.m_size),
+      m_entity(create(*m_participant, descriptor, m_name, m_qos))
 {}
 
 } // namespace dds::detail

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <memory>
 #include <string>
 
@@ -11,14 +12,17 @@ namespace dds::detail
 {
 
 /// A topic of the DDS library, and the participant that it needs to live.
-class TopicDelegate : public Entity
+class TopicDelegate
 {
 public:
     /// The same name may be created again on a participant, with the same QoS only.
     TopicDelegate(std::shared_ptr<ParticipantDelegate> participant, const dds_topic_descriptor_t& descriptor,
                   std::string name, const topic::qos::TopicQos& qos);
 
+    dds_entity_t handle() const { return m_entity.handle(); }
     const std::shared_ptr<ParticipantDelegate>& participant() const { return m_participant; }
+    /// Bytes of one sample in its C form.
+    std::size_t sampleSize() const { return m_sampleSize; }
     const std::string& name() const { return m_name; }
     const topic::qos::TopicQos& qos() const { return m_qos; }
 
@@ -26,6 +30,8 @@ private:
     const std::shared_ptr<ParticipantDelegate> m_participant;
     const std::string m_name;
     const topic::qos::TopicQos m_qos;
+    const std::size_t m_sampleSize;
+    const Entity m_entity;
 };
 
 } // namespace dds::detail

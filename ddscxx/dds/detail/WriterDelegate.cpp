@@ -11,14 +11,14 @@ namespace dds::detail
 
 WriterDelegate::WriterDelegate(std::shared_ptr<PublisherDelegate> publisher, std::shared_ptr<TopicDelegate> topic,
                                const pub::qos::DataWriterQos& qos)
-    : Entity(check(dds_create_writer(publisher->handle(), topic->handle(), NativeQos(qos).get(), nullptr),
-                   "creating the writer of topic \"" + topic->name() + "\"")),
-      m_publisher(std::move(publisher)), m_topic(std::move(topic)), m_qos(qos)
+    : m_publisher(std::move(publisher)), m_topic(std::move(topic)), m_qos(qos),
+      m_entity(check(dds_create_writer(m_publisher->handle(), m_topic->handle(), NativeQos(m_qos).get(), nullptr),
+                     "creating the writer of topic \"" + m_topic->name() + "\""))
 {}
 
 void WriterDelegate::write(const void* sample, core::Time sourceTimestamp)
 {
-    const dds_return_t code = dds_write_ts(handle(), sample, sourceTimestamp.to_nanoseconds());
+    const dds_return_t code = dds_write_ts(m_entity.handle(), sample, sourceTimestamp.to_nanoseconds());
     if (code < 0)
     {
         check(code, call("writing to"));
@@ -28,31 +28,31 @@ void WriterDelegate::write(const void* sample, core::Time sourceTimestamp)
 core::InstanceHandle WriterDelegate::registerInstance(const void* sample)
 {
     dds_instance_handle_t instance = DDS_HANDLE_NIL;
-    check(dds_register_instance(handle(), &instance, sample), call("registering an instance of"));
+    check(dds_register_instance(m_entity.handle(), &instance, sample), call("registering an instance of"));
     return core::InstanceHandle(instance);
 }
 
 core::InstanceHandle WriterDelegate::lookupInstance(const void* sample) const
 {
-    return core::InstanceHandle(dds_lookup_instance(handle(), sample));
+    return core::InstanceHandle(dds_lookup_instance(m_entity.handle(), sample));
 }
 
 void WriterDelegate::unregisterInstance(core::InstanceHandle instance, core::Time sourceTimestamp)
 {
-    check(dds_unregister_instance_ih_ts(handle(), instance.value(), sourceTimestamp.to_nanoseconds()),
+    check(dds_unregister_instance_ih_ts(m_entity.handle(), instance.value(), sourceTimestamp.to_nanoseconds()),
           call("unregistering an instance of"));
 }
 
 void WriterDelegate::disposeInstance(core::InstanceHandle instance, core::Time sourceTimestamp)
 {
-    check(dds_dispose_ih_ts(handle(), instance.value(), sourceTimestamp.to_nanoseconds()),
+    check(dds_dispose_ih_ts(m_entity.handle(), instance.value(), sourceTimestamp.to_nanoseconds()),
           call("disposing an instance of"));
 }
 
 core::status::PublicationMatchedStatus WriterDelegate::publicationMatchedStatus()
 {
     dds_publication_matched_status_t status{};
-    check(dds_get_publication_matched_status(handle(), &status), call("asking for the readers of"));
+    check(dds_get_publication_matched_status(m_entity.handle(), &status), call("asking for the readers of"));
     return fromNative(status);
 }
 

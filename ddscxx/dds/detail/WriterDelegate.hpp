@@ -15,7 +15,7 @@ namespace dds::detail
 
 /// A writer of the DDS library, without its type: samples are the generated C structs. Every change of every instance
 /// passes through here, once, with its source timestamp.
-class WriterDelegate : public Entity
+class WriterDelegate
 {
 public:
     WriterDelegate(std::shared_ptr<PublisherDelegate> publisher, std::shared_ptr<TopicDelegate> topic,
@@ -40,6 +40,7 @@ private:
     const std::shared_ptr<PublisherDelegate> m_publisher;
     const std::shared_ptr<TopicDelegate> m_topic;
     const pub::qos::DataWriterQos m_qos;
+    const Entity m_entity;
 };
 
 } // namespace dds::detail

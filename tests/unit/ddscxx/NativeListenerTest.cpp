@@ -1,0 +1,130 @@
+#include <dds/ddsrt/log.h>
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "dds/detail/NativeListener.hpp"
+
+using namespace dds::core::status;
+using dds::core::InstanceHandle;
+
+namespace
+{
+
+/// Keeps what it was called with.
+class RecordingCallbacks final : public dds::detail::ReaderCallbacks
+{
+public:
+    void onRequestedDeadlineMissed(const RequestedDeadlineMissedStatus& status) override { m_deadline = status; }
+    void onRequestedIncompatibleQos(const RequestedIncompatibleQosStatus& status) override { m_incompatible = status; }
+    void onSampleRejected(const SampleRejectedStatus& status) override { m_rejected = status; }
+    void onLivelinessChanged(const LivelinessChangedStatus& status) override { m_liveliness = status; }
+    void onDataAvailable() override
+    {
+        ++m_dataAvailable;
+        if (m_throws)
+        {
+            throw std::runtime_error("the listener failed");
+        }
+    }
+    void onSubscriptionMatched(const SubscriptionMatchedStatus& status) override { m_matched = status; }
+    void onSampleLost(const SampleLostStatus& status) override { m_lost = status; }
+
+    bool m_throws = false;
+    int m_dataAvailable = 0;
+    RequestedDeadlineMissedStatus m_deadline;
+    RequestedIncompatibleQosStatus m_incompatible;
+    SampleRejectedStatus m_rejected;
+    LivelinessChangedStatus m_liveliness;
+    SubscriptionMatchedStatus m_matched;
+    SampleLostStatus m_lost;
+};
+
+const StatusMask allStatuses = StatusMask::requested_deadline_missed() | StatusMask::requested_incompatible_qos() |
+                               StatusMask::sample_rejected() | StatusMask::liveliness_changed() |
+                               StatusMask::data_available() | StatusMask::subscription_matched() |
+                               StatusMask::sample_lost();
+
+} // namespace
+
+TEST(NativeListener, ForwardsEachStatusAsACopy)
+{
+    RecordingCallbacks callbacks;
+    const dds::detail::NativeListener sut(callbacks, allStatuses);
+
+    dds_on_requested_deadline_missed_fn deadlineMissed = nullptr;
+    dds_lget_requested_deadline_missed(sut.get(), &deadlineMissed);
+    ASSERT_NE(deadlineMissed, nullptr);
+    deadlineMissed(1, {3, 1, 77}, &callbacks);
+    EXPECT_EQ(callbacks.m_deadline, RequestedDeadlineMissedStatus({3, 1}, InstanceHandle(77)));
+
+    dds_on_requested_incompatible_qos_fn incompatibleQos = nullptr;
+    dds_lget_requested_incompatible_qos(sut.get(), &incompatibleQos);
+    ASSERT_NE(incompatibleQos, nullptr);
+    incompatibleQos(1, {4, 2, 11}, &callbacks);
+    EXPECT_EQ(callbacks.m_incompatible, RequestedIncompatibleQosStatus({4, 2}, 11));
+
+    dds_on_sample_rejected_fn sampleRejected = nullptr;
+    dds_lget_sample_rejected(sut.get(), &sampleRejected);
+    ASSERT_NE(sampleRejected, nullptr);
+    sampleRejected(1, {5, 1, DDS_REJECTED_BY_SAMPLES_LIMIT, 78}, &callbacks);
+    EXPECT_EQ(callbacks.m_rejected,
+              SampleRejectedStatus({5, 1}, SampleRejectedState::RejectedBySamplesLimit, InstanceHandle(78)));
+
+    dds_on_liveliness_changed_fn livelinessChanged = nullptr;
+    dds_lget_liveliness_changed(sut.get(), &livelinessChanged);
+    ASSERT_NE(livelinessChanged, nullptr);
+    livelinessChanged(1, {2, 1, -1, 1, 79}, &callbacks);
+    EXPECT_EQ(callbacks.m_liveliness, LivelinessChangedStatus(2, 1, -1, 1, InstanceHandle(79)));
+
+    dds_on_subscription_matched_fn subscriptionMatched = nullptr;
+    dds_lget_subscription_matched(sut.get(), &subscriptionMatched);
+    ASSERT_NE(subscriptionMatched, nullptr);
+    subscriptionMatched(1, {6, 1, 2, -1, 80}, &callbacks);
+    EXPECT_EQ(callbacks.m_matched, SubscriptionMatchedStatus({6, 1}, 2, -1, InstanceHandle(80)));
+
+    dds_on_sample_lost_fn sampleLost = nullptr;
+    dds_lget_sample_lost(sut.get(), &sampleLost);
+    ASSERT_NE(sampleLost, nullptr);
+    sampleLost(1, {9, 2}, &callbacks);
+    EXPECT_EQ(callbacks.m_lost, SampleLostStatus(9, 2));
+
+    dds_on_data_available_fn dataAvailable = nullptr;
+    dds_lget_data_available(sut.get(), &dataAvailable);
+    ASSERT_NE(dataAvailable, nullptr);
+    dataAvailable(1, &callbacks);
+    EXPECT_EQ(callbacks.m_dataAvailable, 1);
+}
+
+TEST(NativeListener, TakesNoCallbackForAStatusOutsideTheMask)
+{
+    RecordingCallbacks callbacks;
+    const dds::detail::NativeListener sut(callbacks, StatusMask::sample_lost());
+
+    dds_on_data_available_fn dataAvailable = nullptr;
+    dds_lget_data_available(sut.get(), &dataAvailable);
+    EXPECT_EQ(dataAvailable, nullptr);
+    dds_on_sample_lost_fn sampleLost = nullptr;
+    dds_lget_sample_lost(sut.get(), &sampleLost);
+    EXPECT_NE(sampleLost, nullptr);
+}
+
+TEST(NativeListener, AnExceptionEndsInTheLibrarysLog)
+{
+    std::string log;
+    dds_set_log_sink(
+        [](void* text, const dds_log_data_t* line) { static_cast<std::string*>(text)->append(line->message); }, &log);
+    RecordingCallbacks callbacks;
+    callbacks.m_throws = true;
+    const dds::detail::NativeListener sut(callbacks, StatusMask::data_available());
+    dds_on_data_available_fn dataAvailable = nullptr;
+    dds_lget_data_available(sut.get(), &dataAvailable);
+
+    EXPECT_NO_THROW(dataAvailable(1, &callbacks));
+
+    dds_set_log_sink(nullptr, nullptr);
+    EXPECT_EQ(callbacks.m_dataAvailable, 1);
+    EXPECT_NE(log.find("a reader's listener threw: the listener failed"), std::string::npos) << log;
+}

@@ -1,0 +1,67 @@
+#include "tests/unit/ddscxx/BusFixture.h"
+
+using namespace dds::core::policy;
+
+class TopicTest : public BusFixture
+{};
+
+TEST_F(TopicTest, KnowsItsNameTypeAndQos)
+{
+    const Topic sut = makeTopic(m_participant);
+
+    EXPECT_EQ(sut.name(), topicName);
+    EXPECT_EQ(sut.type_name(), "com::tallowcrest::dds_::routing::MacroXptOutput");
+    EXPECT_EQ(sut.qos(), transientLocal());
+    EXPECT_EQ(sut.participant(), m_participant);
+}
+
+TEST_F(TopicTest, CanBeMadeAgainWithTheSameQos)
+{
+    const Topic first = makeTopic(m_participant);
+
+    EXPECT_NO_THROW(makeTopic(m_participant));
+}
+
+TEST_F(TopicTest, CannotBeMadeAgainWithAnotherQosAndTheTextSaysSo)
+{
+    const Topic first = makeTopic(m_participant);
+    auto qos = transientLocal();
+    qos << Durability::Persistent();
+
+    try
+    {
+        makeTopic(m_participant, qos);
+        FAIL() << "nothing was thrown";
+    }
+    catch (const dds::core::InconsistentPolicyError& error)
+    {
+        EXPECT_STREQ(error.what(),
+                     "creating topic \"TopicUnderTest\" of type com::tallowcrest::dds_::routing::MacroXptOutput: "
+                     "Inconsistent Policy (the participant already has this topic with another QoS)");
+    }
+}
+
+TEST_F(TopicTest, CanBeMadeWithAnotherQosOnceTheFirstIsGone)
+{
+    {
+        const Topic first = makeTopic(m_participant);
+    }
+    auto qos = transientLocal();
+    qos << Durability::Persistent();
+
+    EXPECT_NO_THROW(makeTopic(m_participant, qos));
+}
+
+TEST_F(TopicTest, LivesAsLongAsAReaderOfIt)
+{
+    const Reader reader = makeReader(makeTopic(m_participant));
+    auto qos = transientLocal();
+    qos << Durability::Persistent();
+
+    EXPECT_THROW(makeTopic(m_participant, qos), dds::core::InconsistentPolicyError);
+}
+
+TEST_F(TopicTest, NameThatIsEmptyIsRefused)
+{
+    EXPECT_THROW(Topic(m_participant, "", transientLocal()), dds::core::InvalidArgumentError);
+}
