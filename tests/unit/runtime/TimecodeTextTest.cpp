@@ -5,6 +5,7 @@
 #include <array>
 #include <cstdint>
 #include <cstring>
+#include <ostream>
 #include <string>
 
 namespace
@@ -39,6 +40,11 @@ struct TextCase
     const char* text;
     const char* textWithField;
 };
+
+void PrintTo(const TextCase& testCase, std::ostream* out)
+{
+    *out << testCase.textWithField << " code " << static_cast<std::uint32_t>(testCase.code);
+}
 
 class TimecodeTextTest : public testing::TestWithParam<TextCase>
 {};
