@@ -41,6 +41,8 @@ DomainParticipantQos loopbackQos(int domainId)
     IPLocator::setIPv4(own, "127.0.0.1");
     own.port = 0;
     builtin.metatrafficUnicastLocatorList.push_back(own);
+    // Peers may come at any time, and tests do not like to wait for them.
+    builtin.discovery_config.leaseDuration_announcementperiod = eprosima::fastrtps::Duration_t(0.2);
     for (int index = 0; index <= lastParticipantIndex; ++index)
     {
         Locator_t peer;
