@@ -1,0 +1,186 @@
+#include "buswrappers/TopicPub.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "buswrappers/MacroXptOutputPub.h"
+#include "tests/unit/buswrappers/RouterSide.h"
+
+using com::tallowcrest::dds_::routing::MacroXptOutput;
+using com::tallowcrest::routing::MacroXptOutputPub;
+using dds::core::policy::Durability;
+using dds::sub::status::InstanceState;
+
+namespace
+{
+
+const std::string prefix = "com:tallowcrest:routing:";
+
+MacroXptOutput output(std::uint32_t number, std::uint32_t input = 0)
+{
+    MacroXptOutput result;
+    result.macroXptOutput = number;
+    result.macroXptInput = input;
+    return result;
+}
+
+} // namespace
+
+class TopicPubTest : public testing::Test
+{
+protected:
+    testsupport::WireDomain m_wire;
+};
+
+TEST_F(TopicPubTest, DoesNothingBeforeTheFirstJoin)
+{
+    MacroXptOutputPub sut("TopicX", true);
+
+    EXPECT_NO_THROW(sut.write(output(1)));
+    EXPECT_NO_THROW(sut.unregisterInstance(output(1)));
+    EXPECT_NO_THROW(sut.dispose(output(1)));
+    EXPECT_EQ(sut.topicName(), "TopicX");
+    EXPECT_EQ(sut.routerPartition(), "");
+}
+
+TEST_F(TopicPubTest, DurableWriterIsAnnouncedWithTheQosOfTheBus)
+{
+    MacroXptOutputPub sut("TopicX", true);
+    sut.joinRouterPartition("R1");
+
+    const auto announced = m_wire.discoveredWriter("TopicX");
+    ASSERT_TRUE(announced);
+    EXPECT_EQ(announced->typeName, "com::tallowcrest::dds_::routing::MacroXptOutput");
+    EXPECT_EQ(announced->durability(), DDS_DURABILITY_PERSISTENT);
+    EXPECT_EQ(announced->reliableFor(), DDS_MSECS(100));
+    EXPECT_EQ(announced->partition(), prefix + "R1");
+}
+
+TEST_F(TopicPubTest, WriterThatIsNotDurableIsAnnouncedTransientLocal)
+{
+    MacroXptOutputPub sut("TopicX", false);
+    sut.joinRouterPartition("0123456789abcdef");
+
+    const auto announced = m_wire.discoveredWriter("TopicX");
+    ASSERT_TRUE(announced);
+    EXPECT_EQ(announced->durability(), DDS_DURABILITY_TRANSIENT_LOCAL);
+    EXPECT_EQ(announced->partition(), prefix + "0123456789abcdef");
+}
+
+TEST_F(TopicPubTest, WritesIntoTheJoinedPartition)
+{
+    MacroXptOutputPub sut("TopicX", false);
+    sut.joinRouterPartition("R1");
+    RouterSide<MacroXptOutput> router(m_wire, "TopicX", prefix + "R1");
+
+    sut.write(output(1, 10));
+
+    const auto samples = router.takeSamples(1);
+    ASSERT_EQ(samples.size(), 1U);
+    EXPECT_EQ(samples[0].data().macroXptInput, 10U);
+}
+
+TEST_F(TopicPubTest, DurableWriterReachesADurableReader)
+{
+    RouterSide<MacroXptOutput> router(m_wire, "TopicX", prefix + "R1", Durability::Persistent());
+    MacroXptOutputPub sut("TopicX", true);
+    sut.joinRouterPartition("R1");
+    ASSERT_TRUE(router.waitForWriters(1));
+
+    sut.write(output(1, 10));
+
+    EXPECT_EQ(router.takeSamples(1).size(), 1U);
+}
+
+TEST_F(TopicPubTest, UnregisteredInstanceIsNotDisposed)
+{
+    RouterSide<MacroXptOutput> router(m_wire, "TopicX", prefix + "R1");
+    MacroXptOutputPub sut("TopicX", false);
+    sut.joinRouterPartition("R1");
+    sut.write(output(1, 10));
+    ASSERT_EQ(router.takeSamples(1).size(), 1U);
+
+    sut.unregisterInstance(output(1));
+
+    const auto samples = router.takeSamples(1);
+    ASSERT_EQ(samples.size(), 1U);
+    EXPECT_FALSE(samples[0].info().valid());
+    EXPECT_EQ(samples[0].info().state().instance_state(), InstanceState::NotAliveNoWriters);
+    EXPECT_EQ(samples[0].data().macroXptOutput, 1U);
+}
+
+TEST_F(TopicPubTest, UnregisteringAnInstanceThatWasNeverWrittenDoesNothing)
+{
+    MacroXptOutputPub sut("TopicX", false);
+    sut.joinRouterPartition("R1");
+
+    EXPECT_NO_THROW(sut.unregisterInstance(output(4711)));
+}
+
+TEST_F(TopicPubTest, DisposedInstanceArrivesAsDisposed)
+{
+    RouterSide<MacroXptOutput> router(m_wire, "TopicX", prefix + "R1");
+    MacroXptOutputPub sut("TopicX", false);
+    sut.joinRouterPartition("R1");
+    sut.write(output(1, 10));
+    ASSERT_EQ(router.takeSamples(1).size(), 1U);
+
+    sut.dispose(output(1));
+
+    const auto samples = router.takeSamples(1);
+    ASSERT_EQ(samples.size(), 1U);
+    EXPECT_EQ(samples[0].info().state().instance_state(), InstanceState::NotAliveDisposed);
+}
+
+TEST_F(TopicPubTest, JoiningAnotherPartitionLeavesTheFirstWithoutDisposing)
+{
+    RouterSide<MacroXptOutput> first(m_wire, "TopicX", prefix + "R1");
+    RouterSide<MacroXptOutput> second(m_wire, "TopicX", prefix + "R2");
+    MacroXptOutputPub sut("TopicX", false);
+    sut.joinRouterPartition("R1");
+    sut.write(output(1, 10));
+    ASSERT_EQ(first.takeSamples(1).size(), 1U);
+
+    sut.joinRouterPartition("R2");
+    sut.write(output(1, 11));
+
+    const auto left = first.takeSamples(1);
+    ASSERT_EQ(left.size(), 1U);
+    EXPECT_EQ(left[0].info().state().instance_state(), InstanceState::NotAliveNoWriters);
+    const auto joined = second.takeSamples(1);
+    ASSERT_EQ(joined.size(), 1U);
+    EXPECT_EQ(joined[0].data().macroXptInput, 11U);
+}
+
+TEST_F(TopicPubTest, JoiningTheSamePartitionAgainReplacesTheWriter)
+{
+    RouterSide<MacroXptOutput> router(m_wire, "TopicX", prefix + "R1");
+    MacroXptOutputPub sut("TopicX", false);
+    sut.joinRouterPartition("R1");
+    sut.write(output(1, 10));
+    ASSERT_EQ(router.takeSamples(1).size(), 1U);
+
+    sut.joinRouterPartition("R1");
+    const auto gone = router.takeSamples(1);
+    sut.write(output(1, 12));
+
+    ASSERT_EQ(gone.size(), 1U);
+    EXPECT_EQ(gone[0].info().state().instance_state(), InstanceState::NotAliveNoWriters);
+    const auto samples = router.takeSamples(1);
+    ASSERT_EQ(samples.size(), 1U);
+    EXPECT_EQ(samples[0].data().macroXptInput, 12U);
+    EXPECT_TRUE(router.waitForWriters(1));
+}
+
+TEST_F(TopicPubTest, JoinThatFailsThrowsAndLeavesTheWrapperAsItWas)
+{
+    MacroXptOutputPub durable("TopicX", true);
+    durable.joinRouterPartition("R1");
+    MacroXptOutputPub sut("TopicX", false);
+
+    EXPECT_THROW(sut.joinRouterPartition("R1"), dds::core::InconsistentPolicyError);
+
+    EXPECT_EQ(sut.routerPartition(), "");
+    EXPECT_NO_THROW(sut.write(output(1)));
+}
