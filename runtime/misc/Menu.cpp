@@ -185,9 +185,9 @@ const Menu::Item* Menu::findByNumber(const std::string& input) const
     return &*std::next(m_items.begin(), *number);
 }
 
-/// Takes a copy of the item, because the handler may remove it from the menu.
-void Menu::runHandler(Item item) const
+void Menu::runHandler(const Item& chosen)
 {
+    const Item item = chosen; // the handler may remove it from the menu
     if (!item.handler)
     {
         return;

@@ -52,7 +52,7 @@ public:
 private:
     const Item* findByTitle(const std::string& input) const;
     const Item* findByNumber(const std::string& input) const;
-    void runHandler(Item item) const;
+    static void runHandler(const Item& chosen);
 
     const std::string m_title;
     std::int32_t m_itemCount = 0;

@@ -26,7 +26,7 @@ namespace com::tallowcrest::misc
 class TelnetClient
 {
 public:
-    static constexpr std::size_t maxPendingSize = 256 * 1024;
+    static constexpr std::size_t maxPendingSize = 262144;
 
     /// `session` tells this connection from all others of the console; never 0.
     TelnetClient(log4cxx::LoggerPtr logger, TelnetListener::Accepted accepted, std::uint64_t session);
