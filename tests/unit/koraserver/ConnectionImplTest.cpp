@@ -337,6 +337,7 @@ TEST_F(ConnectionImplTest, StopEndsAnIdleConnectionAndTheClientSeesACleanEnd)
 
 TEST_F(ConnectionImplTest, ClientThatNeverReadsHoldsUpNeitherStopNorClose)
 {
+    korabytes::useSmallBuffers(m_client->fd());
     m_commands.answer = longestAnswer;
     m_sut->start();
     floodWithoutReading();

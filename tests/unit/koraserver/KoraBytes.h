@@ -2,6 +2,8 @@
 
 #include "koracommand/WireLayout.h"
 
+#include <sys/socket.h>
+
 #include <cstdint>
 #include <string>
 
@@ -43,6 +45,14 @@ inline std::string message(std::uint32_t protocolType, std::uint32_t sequence, s
                            std::uint32_t length = wireLayout::header::bytes, char fill = '\x5a')
 {
     return header(protocolType, sequence, length, id) + std::string(length - wireLayout::header::bytes, fill);
+}
+
+/// Keeps a client's buffers small, so that a flood that is not read soon fills the way.
+inline void useSmallBuffers(int socket)
+{
+    const int size = 4096;
+    static_cast<void>(::setsockopt(socket, SOL_SOCKET, SO_RCVBUF, &size, sizeof size));
+    static_cast<void>(::setsockopt(socket, SOL_SOCKET, SO_SNDBUF, &size, sizeof size));
 }
 
 /// A router-control request.

@@ -52,6 +52,7 @@ protected:
             ASSERT_TRUE(waitForPort(serverPort));
             auto client = TcpSocket::connect(serverPort);
             ASSERT_TRUE(client.has_value());
+            korabytes::useSmallBuffers(client->fd());
             m_clients.push_back(*std::move(client));
             ASSERT_TRUE(m_events.waitForCount(m_clients.size()));
         }
