@@ -70,7 +70,7 @@ protected:
     }
 
     PeerWriter<RouterMemberMacroXpts> m_members{m_peer, memberTopic, "R1"};
-    PeerReader<MacroXptOutput> m_targets{m_peer, targetTopic, "R1"};
+    PeerReader<MacroXptOutput> m_targets{m_peer, targetTopic, "R1", dds::core::policy::DurabilityKind::PERSISTENT};
     MacroXptMgrTarget m_sut{m_apartment, memberTopic, maximum, maximum, targetTopic};
 };
 
@@ -213,7 +213,7 @@ TEST_F(MacroXptMgrTargetTest, ATakeOrLockBeyondTheTableIsIgnored)
 TEST_F(MacroXptMgrTargetTest, AfterLeavingATakeIsCheckedButNeitherStoredNorPublished)
 {
     joinOfferedRouter();
-    PeerReader<MacroXptOutput> nobody(m_peer, targetTopic, "");
+    PeerReader<MacroXptOutput> nobody(m_peer, targetTopic, "", dds::core::policy::DurabilityKind::PERSISTENT);
 
     m_sut.leaveRouterPartition();
     m_sut.take(5, 7, 1, 2);
@@ -390,8 +390,8 @@ TEST_F(MacroXptMgrTargetTest, TargetsFoundOnJoiningAreStampedWithTheCurrentTimec
     other.join();
 
     EXPECT_EQ(targetOf(5), "3: 9 4 2");
-    const std::string row = "              R1      5      9    00:01:17:";
-    EXPECT_EQ(m_sut.table(5, 5).substr(126, row.size()), row);
+    const std::string row = "              R1      5      9    00:01:17;22     4    locked\n";
+    EXPECT_NE(m_sut.table(5, 5).find(row), std::string::npos) << m_sut.table(5, 5);
 }
 
 TEST_F(MacroXptMgrTargetTest, ShowPrintsTheRowsAskedFor)
