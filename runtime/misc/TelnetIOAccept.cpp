@@ -130,16 +130,16 @@ void TelnetIO::takeClient(TelnetListener::Accepted accepted)
     const auto newClient = std::make_shared<TelnetClient>(m_logger, std::move(accepted), ++m_lastSession);
     newClient->setOptions();
     newClient->send("* Telnet Session Connected *\n");
-    const Ipv4Octets& ip = newClient->address();
-    static_cast<void>(
-        std::printf("\n* Telnet Session Connected - client:  %03d.%03d.%03d.%03d *\n", ip[0], ip[1], ip[2], ip[3]));
-    static_cast<void>(std::fflush(stdout));
-    LOG_INFO_F(m_logger, "Telnet connected to %03d.%03d.%03d.%03d", ip[0], ip[1], ip[2], ip[3]);
     {
         const std::lock_guard lock(m_mutex);
         m_client = newClient;
     }
     m_readerWake.signal();
+    const Ipv4Octets& ip = newClient->address();
+    static_cast<void>(
+        std::printf("\n* Telnet Session Connected - client:  %03d.%03d.%03d.%03d *\n", ip[0], ip[1], ip[2], ip[3]));
+    static_cast<void>(std::fflush(stdout));
+    LOG_INFO_F(m_logger, "Telnet connected to %03d.%03d.%03d.%03d", ip[0], ip[1], ip[2], ip[3]);
 }
 
 void TelnetIO::reject(TelnetListener::Accepted newcomer, const Ipv4Octets& connected)
