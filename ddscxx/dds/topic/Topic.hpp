@@ -29,7 +29,7 @@ public:
     {}
 
     const std::string& name() const { return delegate()->name(); }
-    std::string type_name() const { return topic_type_name<T>::value(); }
+    std::string type_name() const { return topic_type_support<T>::typeName; }
     qos::TopicQos qos() const { return delegate()->qos(); }
     domain::DomainParticipant participant() const { return domain::DomainParticipant(delegate()->participant()); }
 };

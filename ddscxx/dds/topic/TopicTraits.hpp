@@ -9,11 +9,4 @@ namespace dds::topic
 template <typename T>
 using topic_type_support = com::tallowcrest::dds_::routing::TypeSupport<T>;
 
-/// The registered name of a data type.
-template <typename T>
-struct topic_type_name
-{
-    static constexpr const char* value() { return topic_type_support<T>::typeName; }
-};
-
 } // namespace dds::topic
