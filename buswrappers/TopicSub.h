@@ -7,6 +7,7 @@
 #include "buswrappers/BusQos.h"
 #include "buswrappers/DataReaderListenerHandler.h"
 #include "buswrappers/ListenerEventSender.h"
+#include "buswrappers/EndsApart.h"
 #include "buswrappers/Participant.h"
 #include "dds/sub/DataReader.hpp"
 #include "dds/sub/Subscriber.hpp"
@@ -57,8 +58,12 @@ public:
     const std::string& routerPartition() const { return m_routerPartition; }
 
 protected:
-    /// All samples that are there, of any state, valid or not; none before the first join.
-    dds::sub::LoanedSamples<T> takeAll() { return m_reader.is_nil() ? dds::sub::LoanedSamples<T>() : m_reader.take(); }
+    /// All samples that are there, of any state, valid or not; none before the first join. A value whose instance has
+    /// ended by the time it is taken is followed by a sample without valid data, as if it had been taken in between.
+    dds::sub::LoanedSamples<T> takeAll()
+    {
+        return m_reader.is_nil() ? dds::sub::LoanedSamples<T>() : withEndsApart(m_reader.take());
+    }
 
 private:
     static dds::core::status::StatusMask listenedStatuses()

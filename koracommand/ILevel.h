@@ -4,7 +4,8 @@
 
 /// One controller-visible view of the router: a block of controller inputs and one of controller outputs. Numbers are
 /// controller numbers unless they are called macro crosspoints. Result codes are those of `ResultCode.h`.
-/// Apartment-bound: every operation runs on the bridge apartment.
+/// Apartment-bound: every operation runs on the bridge apartment, except `show`, which reads constants only and may run
+/// on any thread.
 class ILevel
 {
 public:

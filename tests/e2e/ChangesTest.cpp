@@ -143,3 +143,22 @@ TEST_F(ChangesTest, BurstOfStatusReachesEveryController)
         return seen.size() == audioOutputs;
     }));
 }
+
+TEST_F(ChangesTest, StatusDisposedStraightAfterItWasPublishedLeavesNoRoute)
+{
+    auto client = connectController();
+    drainChanges(client, videoLevel);
+
+    for (std::uint32_t output = 1; output <= 50; ++output)
+    {
+        router().setStatus(Signal::Video, xpt(output, 50));
+        router().disposeStatus(Signal::Video, output);
+    }
+    router().setStatus(Signal::Video, xpt(51, 50));
+
+    ASSERT_TRUE(waitForInput(client, videoLevel, 51, 50));
+    for (const auto& entry : client.outputStatus(0, videoLevel, 1, 50).entries)
+    {
+        EXPECT_EQ(entry.result, 3U);
+    }
+}

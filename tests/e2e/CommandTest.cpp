@@ -170,7 +170,12 @@ TEST_F(CommandTest, UnsupportedSystemStatusFormatIsAnsweredAsFormatFour)
 
 TEST_F(CommandTest, UnknownMessageGetsTheErrorResponseAndTheConnectionStays)
 {
-    EXPECT_THROW(client().request(0x99, {1, 2, 3}), koractl::ErrorResponse);
+    const std::uint32_t tag = client().nextTag();
+
+    const auto response = client().request(0x99, {1, 2, 3});
+
+    EXPECT_EQ(response.id(), 0x80000000U);
+    EXPECT_EQ(response.words(), (std::vector<std::uint32_t>{tag, 8}));
     EXPECT_EQ(client().portPresent(), 0U);
     EXPECT_TRUE(bridge().waitForOutput("Unprocessed Cmd: 0x00000099 Unexpected Msg"));
 }
