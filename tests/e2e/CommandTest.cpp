@@ -174,8 +174,7 @@ TEST_F(CommandTest, UnknownMessageGetsTheErrorResponseAndTheConnectionStays)
 
     const auto response = client().request(0x99, {1, 2, 3});
 
-    EXPECT_EQ(response.id(), 0x80000000U);
-    EXPECT_EQ(response.words(), (std::vector<std::uint32_t>{tag, 8}));
+    EXPECT_EQ(response.words(), (std::vector<std::uint32_t>{12, 0, 24, 0x80000000, tag, 8}));
     EXPECT_EQ(client().portPresent(), 0U);
     EXPECT_TRUE(bridge().waitForOutput("Unprocessed Cmd: 0x00000099 Unexpected Msg"));
 }

@@ -180,6 +180,7 @@ TEST_F(ConnectionsTest, ControllerThatResetsInTheMiddleOfAnAnswerEndsOnlyItself)
 {
     for (int i = 0; i < 20; ++i)
     {
+        ASSERT_TRUE(waitForPort(koraPort)); // closed for a moment while sixteen of them are not yet found dead
         auto socket = TcpSocket::connect(koraPort);
         ASSERT_TRUE(socket);
         socket->send(header(12, 1, 24, 0x53) + word(0) + word(2) + portPresentRequest(2) + portPresentRequest(3));

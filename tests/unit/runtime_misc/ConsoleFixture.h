@@ -75,7 +75,8 @@ protected:
     {
         com::tallowcrest::misc::clearConsoleStop();
     }
-    ~ConsoleFixture() override
+    /// While the derived fixture's members, which the reader's body uses, are still there.
+    void TearDown() override
     {
         com::tallowcrest::misc::requestConsoleStop();
         if (m_reader.joinable())
