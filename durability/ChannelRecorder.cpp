@@ -1,0 +1,229 @@
+#include "durability/ChannelRecorder.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace com::tallowcrest::durability
+{
+
+namespace
+{
+
+constexpr std::chrono::seconds portRetry{1};
+/// A peer that gives nothing for so long has died without a word, or is out of reach.
+constexpr std::chrono::seconds longestSilence{3};
+
+} // namespace
+
+ChannelRecorder::ChannelRecorder(dds_entity_t participant, std::shared_ptr<Channel> channel, StoreKeeper& keeper,
+                                 WakeUp& wake)
+    : m_participant(participant), m_channel(std::move(channel)), m_keeper(keeper), m_wake(wake),
+      m_logger(log4cxx::Logger::getLogger("KORABRIDGE")), m_sample(m_channel->codec().sampleSize)
+{}
+
+bool ChannelRecorder::work()
+{
+    bool isDue = takeHandedOver();
+    const bool isUsed = m_channel->isUsed();
+    // The store comes first, so that the port can announce from the start how much there is.
+    if (m_keeper.hasTried())
+    {
+        takeLoaded();
+        if (isUsed && m_port == nullptr && Clock::now() >= m_nextTry)
+        {
+            openPort();
+        }
+    }
+    if (m_port != nullptr)
+    {
+        isDue = takeFromBus() || isDue;
+        if (m_port->takeNewReaders())
+        {
+            makeForeignDue();
+        }
+        m_port->promise(m_channel->size());
+        writeDue();
+        if (!isUsed)
+        {
+            closePort();
+        }
+    }
+    if (m_channel->takeRefusal())
+    {
+        LOG4CXX_WARN(m_logger, "Durable topic " << m_channel->name().topic << " in " << m_channel->name().partition
+                                                << ": more than " << SampleTable::maxInstances
+                                                << " instances, the rest is not kept");
+    }
+    return isDue;
+}
+
+bool ChannelRecorder::takeHandedOver()
+{
+    m_channel->drain(m_batch);
+    bool isDue = false;
+    const std::size_t size = m_channel->codec().sampleSize;
+    for (std::size_t i = 0; i < m_batch.size(); ++i)
+    {
+        const void* const sample = &m_batch.samples[i * size];
+        const std::string instance = m_channel->codec().instanceText(sample);
+        if (m_channel->apply(instance, sample, m_batch.times[i], Channel::Origin::Writer))
+        {
+            isDue = true;
+            m_due.push_back(instance);
+        }
+    }
+    return isDue;
+}
+
+void ChannelRecorder::takeLoaded()
+{
+    std::size_t unreadable = 0;
+    for (const StoredRow& row : m_keeper.takeLoaded(m_channel->name()))
+    {
+        const TypeCodec& codec = m_channel->codec();
+        std::fill(m_sample.begin(), m_sample.end(), std::byte{0});
+        if (row.type != codec.typeName || !codec.parse(row.payload, m_sample.data()) ||
+            codec.instanceText(m_sample.data()) != row.instance)
+        {
+            ++unreadable;
+            continue;
+        }
+        if (m_channel->apply(row.instance, m_sample.data(), believed(row.written), Channel::Origin::Store))
+        {
+            m_due.push_back(row.instance);
+        }
+    }
+    if (unreadable > 0)
+    {
+        LOG4CXX_WARN(m_logger, "Durable topic " << m_channel->name().topic << " in " << m_channel->name().partition
+                                                << ": " << unreadable << " stored rows make no sense and are left out");
+    }
+}
+
+bool ChannelRecorder::takeFromBus()
+{
+    bool isDue = false;
+    m_port->take(
+        [&](const void* sample, SourceTime written, dds_instance_handle_t instance, dds_instance_handle_t writer) {
+            isDue = m_channel->apply(m_channel->codec().instanceText(sample), sample, written, Channel::Origin::Bus) ||
+                    isDue;
+            m_received[writer].insert(instance);
+            m_progress = Clock::now();
+        });
+    return isDue;
+}
+
+void ChannelRecorder::openPort()
+{
+    try
+    {
+        m_port = std::make_unique<CompanionPort>(m_participant, m_channel->name(), m_channel->codec(),
+                                                 m_channel->size(), m_wake);
+        m_isWarned = false;
+        makeForeignDue();
+    }
+    catch (const BusError& error)
+    {
+        m_nextTry = Clock::now() + portRetry;
+        if (!std::exchange(m_isWarned, true))
+        {
+            LOG4CXX_WARN(m_logger, "Durable topic " << m_channel->name().topic << " in " << m_channel->name().partition
+                                                    << ": cannot meet other bridges: " << error.what());
+        }
+    }
+}
+
+void ChannelRecorder::closePort()
+{
+    m_port.reset();
+    m_due.clear();
+    m_onCompanion.clear();
+    m_received.clear();
+}
+
+void ChannelRecorder::makeForeignDue()
+{
+    // A newcomer must get what we know from others too: they may be gone, and nobody may have noticed yet.
+    for (const auto& [instance, written] : m_channel->keptTimes())
+    {
+        const auto found = m_onCompanion.find(instance);
+        if (found == m_onCompanion.end() || found->second != written)
+        {
+            m_due.push_back(instance);
+        }
+    }
+}
+
+void ChannelRecorder::writeDue()
+{
+    std::size_t done = 0;
+    for (; done < m_due.size(); ++done)
+    {
+        const std::optional<KeptSample> kept = m_channel->kept(m_due[done]);
+        if (!kept)
+        {
+            continue;
+        }
+        const auto found = m_onCompanion.find(kept->instance);
+        if (found != m_onCompanion.end() && found->second == kept->written)
+        {
+            continue; // due twice
+        }
+        const dds_return_t code = m_port->write(kept->sample.data(), kept->written);
+        if (code == DDS_RETCODE_OK)
+        {
+            m_onCompanion[kept->instance] = kept->written;
+            m_isWarned = false;
+            continue;
+        }
+        if (code != DDS_RETCODE_TIMEOUT && !std::exchange(m_isWarned, true))
+        {
+            LOG4CXX_WARN(m_logger, "Durable topic " << m_channel->name().topic << " in " << m_channel->name().partition
+                                                    << ": cannot be handed to other bridges: " << dds_strretcode(code));
+        }
+        break; // again next time
+    }
+    m_due.erase(m_due.begin(), m_due.begin() + static_cast<std::ptrdiff_t>(done));
+}
+
+std::size_t ChannelRecorder::incompletePeers()
+{
+    std::size_t incomplete = 0;
+    for (const CompanionPort::Peer& peer : m_port->peers())
+    {
+        const auto found = m_received.find(peer.writer);
+        if ((found == m_received.end() ? 0 : found->second.size()) < peer.promised)
+        {
+            ++incomplete;
+        }
+    }
+    return incomplete;
+}
+
+bool ChannelRecorder::serveWait(const Channel::Waiting& waiting, ParticipantWatch& participants)
+{
+    if (waiting.ticket == 0)
+    {
+        return false;
+    }
+    // Without a store there is nothing to wait for on its side; without a port, nobody else's.
+    if (!m_keeper.hasTried() || (m_port != nullptr && !participants.isSettled(waiting.since)))
+    {
+        return true;
+    }
+    const std::size_t incomplete = m_port == nullptr ? 0 : incompletePeers();
+    if (incomplete > 0)
+    {
+        if (Clock::now() < std::max(waiting.since, m_progress) + longestSilence)
+        {
+            return true;
+        }
+        LOG4CXX_WARN(m_logger, "Durable topic " << m_channel->name().topic << " in " << m_channel->name().partition
+                                                << ": " << incomplete
+                                                << " other bridges are silent and no longer waited for");
+    }
+    m_channel->complete(waiting.ticket);
+    return false;
+}
+
+} // namespace com::tallowcrest::durability

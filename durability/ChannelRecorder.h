@@ -1,0 +1,68 @@
+#pragma once
+
+#include <dds/dds.h>
+
+#include <chrono>
+#include <cstddef>
+#include <map>
+#include <memory>
+#include <string>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
+#include <log4cxx/logger.h>
+
+#include "durability/Channel.h"
+#include "durability/CompanionPort.h"
+#include "durability/ParticipantWatch.h"
+#include "durability/StoreKeeper.h"
+
+namespace com::tallowcrest::durability
+{
+
+/// What the recorder does for one channel: moves what writers hand over, what the store had and what other participants
+/// keep into the channel, and hands it on to the others. While somebody uses the channel it is present on the companion
+/// topic. Bound to the recorder's thread.
+class ChannelRecorder
+{
+public:
+    ChannelRecorder(dds_entity_t participant, std::shared_ptr<Channel> channel, StoreKeeper& keeper, WakeUp& wake);
+
+    /// One look at everything. True when something became due for the store.
+    bool work();
+    /// Ends a wait for history when nothing more is to come. True while one goes on.
+    bool serveWait(const Channel::Waiting& waiting, ParticipantWatch& participants);
+    Channel::Waiting waiting() const { return m_channel->waiting(); }
+
+private:
+    using Clock = Channel::Clock;
+
+    bool takeHandedOver();
+    void takeLoaded();
+    bool takeFromBus();
+    void openPort();
+    void closePort();
+    void makeForeignDue();
+    void writeDue();
+    /// Peers that have not yet given all that they announced.
+    std::size_t incompletePeers();
+
+    const dds_entity_t m_participant;
+    const std::shared_ptr<Channel> m_channel;
+    StoreKeeper& m_keeper;
+    WakeUp& m_wake;
+    const log4cxx::LoggerPtr m_logger;
+    HandOver::Batch m_batch;
+    std::vector<std::byte> m_sample;
+
+    std::unique_ptr<CompanionPort> m_port;
+    Clock::time_point m_nextTry;
+    bool m_isWarned = false;
+    std::vector<std::string> m_due;                            ///< instances to write on the companion topic
+    std::unordered_map<std::string, SourceTime> m_onCompanion; ///< what our writer there has written
+    std::unordered_map<dds_instance_handle_t, std::unordered_set<dds_instance_handle_t>> m_received;
+    Clock::time_point m_progress; ///< when a peer last gave something
+};
+
+} // namespace com::tallowcrest::durability

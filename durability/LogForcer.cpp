@@ -1,0 +1,100 @@
+#include "durability/LogForcer.h"
+
+#include <cerrno>
+#include <cstring>
+#include <system_error>
+#include <utility>
+
+#include <fcntl.h>
+#include <log4cxx/logger.h>
+
+#include "durability/FileDescriptor.h"
+#include "durability/Sqlite.h"
+#include "durability/Store.h"
+
+namespace com::tallowcrest::durability
+{
+
+LogForcer::LogForcer(std::filesystem::path store) : m_store(std::move(store)), m_thread([this] { run(); }) {}
+
+LogForcer::~LogForcer()
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        m_stopping = true;
+    }
+    m_condition.notify_one();
+    m_thread.join();
+}
+
+void LogForcer::committed()
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        m_dirty = true;
+    }
+    m_condition.notify_one();
+}
+
+void LogForcer::run()
+{
+    std::unique_lock lock(m_mutex);
+    while (true)
+    {
+        m_condition.wait(lock, [this] { return m_dirty || m_stopping; });
+        if (!std::exchange(m_dirty, false))
+        {
+            return;
+        }
+        const auto next = std::chrono::steady_clock::now() + interval;
+        lock.unlock();
+        force();
+        lock.lock();
+        m_condition.wait_until(lock, next, [this] { return m_stopping; });
+    }
+}
+
+void LogForcer::force()
+{
+    // Closing a file of the database's drops the process's locks on it; the log file bears none.
+    const FileDescriptor file(::open(Store::logPath(m_store).c_str(), O_RDWR | O_CLOEXEC));
+    if (!file.isOpen() || ::fdatasync(file.get()) != 0)
+    {
+        report("cannot force to the disk", std::strerror(errno));
+        return;
+    }
+    m_reported = false;
+    m_forced.fetch_add(1);
+    std::error_code error;
+    const std::uintmax_t size = std::filesystem::file_size(Store::logPath(m_store), error);
+    if (!error && size > logSizeToMove)
+    {
+        try
+        {
+            moveLog();
+        }
+        catch (const SqliteError& problem)
+        {
+            report("cannot move the log of", problem.what());
+        }
+    }
+}
+
+void LogForcer::moveLog() const
+{
+    // Writers and readers go on meanwhile.
+    const SqliteConnection connection(m_store.string());
+    connection.execute("PRAGMA wal_checkpoint(PASSIVE)");
+}
+
+void LogForcer::report(const char* what, const char* reason)
+{
+    if (!std::exchange(m_reported, true))
+    {
+        LOG4CXX_WARN(log4cxx::Logger::getLogger("KORABRIDGE"),
+                     "Durable store " << m_store.string() << ": " << what << " it: " << reason
+                                      << "; a power cut may lose the last targets");
+    }
+}
+
+} // namespace com::tallowcrest::durability

@@ -1,0 +1,65 @@
+#include "durability/Recorder.h"
+
+#include <exception>
+
+#include <log4cxx/logger.h>
+
+namespace com::tallowcrest::durability
+{
+
+Recorder::Recorder(dds_entity_t participant, Clock::time_point started, const ChannelList& channels,
+                   StoreKeeper& keeper, WakeUp& wake)
+    : m_participant(participant), m_channels(channels), m_keeper(keeper), m_wake(wake),
+      m_participants(participant, started), m_thread([this] { run(); })
+{}
+
+Recorder::~Recorder()
+{
+    m_stopping = true;
+    m_wake.signal();
+    m_thread.join();
+}
+
+void Recorder::run()
+{
+    while (true)
+    {
+        const bool isLast = m_stopping.load();
+        bool isWaitedFor = false;
+        try
+        {
+            isWaitedFor = look();
+        }
+        catch (const std::exception& error)
+        {
+            LOG4CXX_ERROR(log4cxx::Logger::getLogger("KORABRIDGE"), "Durable targets: " << error.what());
+        }
+        if (isLast)
+        {
+            return;
+        }
+        std::this_thread::sleep_for(gatherTime);
+        m_wake.waitUntil(Clock::now() + (isWaitedFor ? waitPoll : idlePoll));
+    }
+}
+
+bool Recorder::look()
+{
+    bool isDue = false;
+    bool isWaitedFor = false;
+    for (const auto& channel : m_channels.all())
+    {
+        const auto recorder = m_recorders.try_emplace(channel.get(), m_participant, channel, m_keeper, m_wake).first;
+        // Asked first: what was handed over before the wait began is then part of this look.
+        const Channel::Waiting waiting = recorder->second.waiting();
+        isDue = recorder->second.work() || isDue;
+        isWaitedFor = recorder->second.serveWait(waiting, m_participants) || isWaitedFor;
+    }
+    if (isDue)
+    {
+        m_keeper.wake();
+    }
+    return isWaitedFor;
+}
+
+} // namespace com::tallowcrest::durability

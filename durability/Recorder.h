@@ -1,0 +1,54 @@
+#pragma once
+
+#include <dds/dds.h>
+
+#include <atomic>
+#include <chrono>
+#include <map>
+#include <memory>
+#include <thread>
+
+#include "durability/ChannelList.h"
+#include "durability/ChannelRecorder.h"
+#include "durability/ParticipantWatch.h"
+#include "durability/StoreKeeper.h"
+#include "durability/WakeUp.h"
+
+namespace com::tallowcrest::durability
+{
+
+/// The thread between the writers, the other participants and the keeper of the store. It never waits for the disk.
+/// Owned by the service.
+class Recorder
+{
+public:
+    using Clock = std::chrono::steady_clock;
+    /// What comes this soon after a look waits for the next one, so that a burst wakes nobody.
+    static constexpr std::chrono::milliseconds gatherTime{2};
+    static constexpr std::chrono::milliseconds waitPoll{3};
+    static constexpr std::chrono::milliseconds idlePoll{500};
+
+    /// `started` is when the participant was made. Throws BusError.
+    Recorder(dds_entity_t participant, Clock::time_point started, const ChannelList& channels, StoreKeeper& keeper,
+             WakeUp& wake);
+    /// Takes over what has been handed over, then ends the thread.
+    ~Recorder();
+    Recorder(const Recorder&) = delete;
+    Recorder& operator=(const Recorder&) = delete;
+
+private:
+    void run();
+    /// True while somebody waits for history.
+    bool look();
+
+    const dds_entity_t m_participant;
+    const ChannelList& m_channels;
+    StoreKeeper& m_keeper;
+    WakeUp& m_wake;
+    ParticipantWatch m_participants;
+    std::map<const Channel*, ChannelRecorder> m_recorders;
+    std::atomic<bool> m_stopping{false};
+    std::thread m_thread;
+};
+
+} // namespace com::tallowcrest::durability

@@ -1,0 +1,245 @@
+#include "durability/Store.h"
+
+#include <cerrno>
+#include <cstring>
+#include <ctime>
+#include <system_error>
+#include <utility>
+
+#include <fcntl.h>
+#include <sys/file.h>
+
+namespace com::tallowcrest::durability
+{
+
+namespace
+{
+
+/// "KBDS": says in the file's header whose it is.
+constexpr std::int64_t applicationId = 0x4b424453;
+
+constexpr const char* schema = R"sql(
+BEGIN;
+CREATE TABLE durable_sample (
+  partition TEXT NOT NULL,     -- the bus partition, "com:tallowcrest:routing:" and the router partition
+  topic     TEXT NOT NULL,
+  instance  TEXT NOT NULL,     -- the key members of the sample, separated by commas
+  type      TEXT NOT NULL,     -- the registered name of the data type
+  written   INTEGER NOT NULL,  -- source timestamp: microseconds since 1970 (UTC)
+  payload   TEXT NOT NULL,     -- the sample as a JSON object
+  PRIMARY KEY (partition, topic, instance)
+) WITHOUT ROWID;
+CREATE VIEW durable_readable AS
+  SELECT partition, topic, instance,
+         strftime('%Y-%m-%d %H:%M:%S', written / 1000000, 'unixepoch') || printf('.%06d', written % 1000000) AS written_utc,
+         payload
+  FROM durable_sample ORDER BY partition, topic, CAST(instance AS INTEGER), instance;
+PRAGMA application_id = 0x4b424453;
+PRAGMA user_version = 1;
+COMMIT;
+)sql";
+
+constexpr const char* putRow = R"sql(
+INSERT INTO durable_sample (partition, topic, instance, type, written, payload) VALUES (?1, ?2, ?3, ?4, ?5, ?6)
+ON CONFLICT (partition, topic, instance)
+DO UPDATE SET type = excluded.type, written = excluded.written, payload = excluded.payload
+)sql";
+
+std::string systemText(int number)
+{
+    return std::generic_category().message(number);
+}
+
+FileDescriptor lockFile(const std::filesystem::path& path)
+{
+    const std::string name = path.string() + ".lock";
+    FileDescriptor file(::open(name.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644));
+    if (!file.isOpen())
+    {
+        throw StoreError(StoreFailure::Unusable, "cannot make " + name + ": " + systemText(errno));
+    }
+    if (::flock(file.get(), LOCK_EX | LOCK_NB) != 0)
+    {
+        const int number = errno;
+        throw StoreError(number == EWOULDBLOCK ? StoreFailure::InUse : StoreFailure::Unusable,
+                         number == EWOULDBLOCK ? "another process uses it"
+                                               : "cannot lock " + name + ": " + systemText(number));
+    }
+    return file;
+}
+
+/// A new directory entry survives a power cut only when the directory itself has been written.
+void syncDirectory(const std::filesystem::path& directory)
+{
+    const FileDescriptor fd(::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!fd.isOpen() || ::fsync(fd.get()) != 0)
+    {
+        throw StoreError(StoreFailure::Unusable,
+                         "cannot write directory " + directory.string() + ": " + systemText(errno));
+    }
+}
+
+} // namespace
+
+Store::Store(std::filesystem::path path) : m_path(std::move(path))
+{
+    std::error_code error;
+    const std::filesystem::path directory = m_path.has_parent_path() ? m_path.parent_path() : ".";
+    std::filesystem::create_directories(directory, error);
+    if (error)
+    {
+        throw StoreError(StoreFailure::Unusable,
+                         "cannot make directory " + directory.string() + ": " + error.message());
+    }
+    m_lock = lockFile(m_path);
+    guarded([this] { open(); });
+    syncDirectory(directory);
+}
+
+void Store::open()
+{
+    m_database = std::make_unique<SqliteConnection>(m_path.string());
+    const bool isNew =
+        m_database->number("SELECT count(*) FROM sqlite_master") == 0 && m_database->number("PRAGMA user_version") == 0;
+    if (m_database->isReadOnly())
+    {
+        throw StoreError(StoreFailure::Unusable, "the file cannot be written");
+    }
+    if (!isNew)
+    {
+        checkIdentity();
+    }
+    // The log keeps commits short and lets operators read beside us. A commit does not wait for the disk; the log is
+    // forced to it at short intervals and moved into the main file off this connection.
+    m_database->execute("PRAGMA journal_mode = WAL");
+    m_database->execute("PRAGMA synchronous = NORMAL");
+    m_database->execute("PRAGMA wal_autocheckpoint = 0");
+    if (isNew)
+    {
+        m_database->execute(schema); // a transaction that fails goes with the connection
+    }
+    const std::string verdict = m_database->text("PRAGMA quick_check(1)");
+    if (verdict != "ok")
+    {
+        throw StoreError(StoreFailure::Corrupt, verdict);
+    }
+    m_put = std::make_unique<SqliteStatement>(*m_database, putRow);
+}
+
+void Store::checkIdentity() const
+{
+    if (m_database->number("PRAGMA application_id") != applicationId)
+    {
+        throw StoreError(StoreFailure::Foreign, "it is the database of another program");
+    }
+    const std::int64_t version = m_database->number("PRAGMA user_version");
+    if (version > schemaVersion)
+    {
+        throw StoreError(StoreFailure::NewerVersion, "its schema version " + std::to_string(version) +
+                                                         " is newer than " + std::to_string(schemaVersion));
+    }
+}
+
+std::vector<StoredRow> Store::load()
+{
+    std::vector<StoredRow> rows;
+    guarded([&] {
+        SqliteStatement all(*m_database,
+                            "SELECT partition, topic, instance, type, written, payload FROM durable_sample");
+        while (all.step())
+        {
+            rows.push_back({{all.text(0), all.text(1)}, all.text(2), all.text(3), all.number(4), all.text(5)});
+        }
+    });
+    return rows;
+}
+
+void Store::commit(const std::vector<StoredRow>& rows)
+{
+    guarded([&] {
+        m_database->execute("BEGIN IMMEDIATE");
+        try
+        {
+            for (const StoredRow& row : rows)
+            {
+                m_put->bind(1, row.channel.partition);
+                m_put->bind(2, row.channel.topic);
+                m_put->bind(3, row.instance);
+                m_put->bind(4, row.type);
+                m_put->bind(5, row.written);
+                m_put->bind(6, row.payload);
+                m_put->step();
+                m_put->reset();
+            }
+            m_database->execute("COMMIT");
+        }
+        catch (const SqliteError&)
+        {
+            m_put->reset();
+            // Some errors have ended the transaction already; then there is nothing to roll back.
+            if (sqlite3_get_autocommit(m_database->handle()) == 0)
+            {
+                m_database->execute("ROLLBACK");
+            }
+            throw;
+        }
+    });
+}
+
+std::uintmax_t Store::logSize() const
+{
+    std::error_code error;
+    const auto size = std::filesystem::file_size(logPath(m_path), error);
+    return error ? 0 : size;
+}
+
+void Store::truncateLog()
+{
+    guarded([this] { m_database->execute("PRAGMA wal_checkpoint(TRUNCATE)"); });
+}
+
+std::filesystem::path Store::setAside(const std::filesystem::path& path)
+{
+    const std::time_t now = std::time(nullptr);
+    std::tm utc{};
+    ::gmtime_r(&now, &utc);
+    char stamp[32] = {};
+    static_cast<void>(std::strftime(stamp, sizeof(stamp), "%Y%m%dT%H%M%SZ", &utc));
+    const std::string base = path.string() + ".corrupt-" + stamp;
+    std::filesystem::path target = base;
+    for (int i = 2; std::filesystem::exists(target); ++i)
+    {
+        target = base + "-" + std::to_string(i);
+    }
+    std::error_code error;
+    std::filesystem::rename(path, target, error);
+    if (error)
+    {
+        throw StoreError(StoreFailure::Unusable, "cannot rename it to " + target.string() + ": " + error.message());
+    }
+    // The log belongs to the main file under the same name. What is left of it must not meet the new file.
+    for (const char* suffix : {"-wal", "-shm"})
+    {
+        std::filesystem::rename(path.string() + suffix, target.string() + suffix, error);
+        if (error && std::filesystem::exists(path.string() + suffix))
+        {
+            throw StoreError(StoreFailure::Unusable,
+                             "cannot rename " + path.string() + suffix + ": " + error.message());
+        }
+    }
+    return target;
+}
+
+void Store::guarded(const std::function<void()>& operation) const
+{
+    try
+    {
+        operation();
+    }
+    catch (const SqliteError& error)
+    {
+        throw StoreError(error.isCorruption() ? StoreFailure::Corrupt : StoreFailure::Unusable, error.what());
+    }
+}
+
+} // namespace com::tallowcrest::durability

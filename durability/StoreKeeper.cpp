@@ -1,0 +1,210 @@
+#include "durability/StoreKeeper.h"
+
+#include <exception>
+#include <utility>
+
+namespace com::tallowcrest::durability
+{
+
+StoreKeeper::StoreKeeper(std::filesystem::path path, const ChannelList& channels, std::function<void()> onLoaded)
+    : m_path(std::move(path)), m_channels(channels), m_onLoaded(std::move(onLoaded)),
+      m_logger(log4cxx::Logger::getLogger("KORABRIDGE")), m_thread([this] { run(); })
+{}
+
+StoreKeeper::~StoreKeeper()
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        m_stopping = true;
+    }
+    m_condition.notify_one();
+    m_thread.join();
+}
+
+void StoreKeeper::wake()
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        m_isDue = true;
+    }
+    m_condition.notify_one();
+}
+
+std::vector<StoredRow> StoreKeeper::takeLoaded(const ChannelName& channel)
+{
+    const std::lock_guard lock(m_mutex);
+    const auto found = m_loaded.find(channel);
+    if (found == m_loaded.end())
+    {
+        return {};
+    }
+    std::vector<StoredRow> rows = std::move(found->second);
+    m_loaded.erase(found);
+    return rows;
+}
+
+void StoreKeeper::run()
+{
+    openStore();
+    std::unique_lock lock(m_mutex);
+    while (!m_stopping)
+    {
+        if (m_store == nullptr && !m_isGivenUp)
+        {
+            m_condition.wait_for(lock, retryInterval, [this] { return m_stopping; });
+            if (m_stopping)
+            {
+                break;
+            }
+            lock.unlock();
+            openStore();
+            lock.lock();
+            // What became due without a store is due still.
+            m_isDue = true;
+            continue;
+        }
+        m_condition.wait(lock, [this] { return m_isDue || m_stopping; });
+        m_isDue = false;
+        lock.unlock();
+        const auto next = std::chrono::steady_clock::now() + commitInterval;
+        commitDue();
+        lock.lock();
+        m_condition.wait_until(lock, next, [this] { return m_stopping; });
+    }
+    lock.unlock();
+    commitDue();
+    m_forcer.reset();
+    m_store.reset();
+}
+
+void StoreKeeper::openStore()
+{
+    try
+    {
+        m_store = std::make_unique<Store>(m_path);
+        std::map<ChannelName, std::vector<StoredRow>> loaded;
+        for (StoredRow& row : m_store->load())
+        {
+            std::vector<StoredRow>& rows = loaded[row.channel];
+            rows.push_back(std::move(row));
+        }
+        {
+            const std::lock_guard lock(m_mutex);
+            m_loaded = std::move(loaded);
+        }
+        m_hasTried = true;
+        m_onLoaded();
+        m_store->truncateLog();
+        m_forcer = std::make_unique<LogForcer>(m_path);
+        if (std::exchange(m_isWarned, false))
+        {
+            LOG4CXX_INFO(m_logger, "Durable store " << m_path.string() << ": in use again");
+        }
+    }
+    catch (const StoreError& error)
+    {
+        onFailure(error, "cannot be opened");
+    }
+    if (!m_hasTried.exchange(true))
+    {
+        m_onLoaded();
+    }
+}
+
+void StoreKeeper::commitDue()
+{
+    if (m_store == nullptr)
+    {
+        return;
+    }
+    std::vector<StoredRow> rows;
+    for (const auto& channel : m_channels.all())
+    {
+        channel->collectDue(rows);
+    }
+    if (rows.empty())
+    {
+        return;
+    }
+    try
+    {
+        m_store->commit(rows);
+        m_forcer->committed();
+    }
+    catch (const StoreError& error)
+    {
+        for (const auto& channel : m_channels.all())
+        {
+            channel->giveBack(rows);
+        }
+        onFailure(error, "cannot be written");
+        return;
+    }
+    try
+    {
+        if (m_store->logSize() > longestLog)
+        {
+            m_store->truncateLog();
+        }
+    }
+    catch (const StoreError& error)
+    {
+        onFailure(error, "cannot be written");
+    }
+}
+
+void StoreKeeper::onFailure(const StoreError& error, const char* what)
+{
+    m_forcer.reset();
+    m_store.reset();
+    switch (error.failure())
+    {
+    case StoreFailure::Corrupt:
+        startOver();
+        return;
+    case StoreFailure::NewerVersion:
+    case StoreFailure::Foreign:
+        m_isGivenUp = true;
+        warn(std::string(what) + ", " + error.what() + "; it stays as it is and targets are not kept");
+        return;
+    case StoreFailure::InUse:
+    case StoreFailure::Unusable:
+        break;
+    }
+    if (!std::exchange(m_isWarned, true))
+    {
+        warn(std::string(what) + ": " + error.what() + "; targets are not kept until it can");
+    }
+}
+
+void StoreKeeper::startOver()
+{
+    try
+    {
+        const std::filesystem::path aside = Store::setAside(m_path);
+        warn("is corrupt; it is now " + aside.string() + ", and a fresh one is begun");
+        for (const auto& channel : m_channels.all())
+        {
+            channel->makeAllDue();
+        }
+        m_store = std::make_unique<Store>(m_path);
+        m_forcer = std::make_unique<LogForcer>(m_path);
+    }
+    catch (const StoreError& error)
+    {
+        m_store.reset();
+        if (!std::exchange(m_isWarned, true))
+        {
+            warn(std::string("is corrupt and cannot be begun anew: ") + error.what() +
+                 "; targets are not kept until it can");
+        }
+    }
+    wake();
+}
+
+void StoreKeeper::warn(const std::string& text) const
+{
+    LOG4CXX_WARN(m_logger, "Durable store " << m_path.string() << " " << text);
+}
+
+} // namespace com::tallowcrest::durability
