@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "dds/detail/Check.hpp"
+#include "dds/detail/KeptData.hpp"
 #include "dds/detail/NativeQos.hpp"
 #include "dds/detail/NativeStatus.hpp"
 
@@ -12,11 +13,43 @@ namespace dds::detail
 WriterDelegate::WriterDelegate(std::shared_ptr<PublisherDelegate> publisher, std::shared_ptr<TopicDelegate> topic,
                                const pub::qos::DataWriterQos& qos)
     : m_publisher(std::move(publisher)), m_topic(std::move(topic)), m_qos(qos),
+      m_kept(useKeptData(*m_publisher->participant(), *m_topic, m_qos.policy<core::policy::Durability>(),
+                         m_publisher->qos().policy<core::policy::Partition>())),
       m_entity(check(dds_create_writer(m_publisher->handle(), m_topic->handle(), NativeQos(m_qos).get(), nullptr),
                      "creating the writer of topic \"" + m_topic->name() + "\""))
 {}
 
+void WriterDelegate::write(const void* sample)
+{
+    namespace durability = com::tallowcrest::durability;
+    const core::Time now(dds_time());
+    if (m_kept == nullptr)
+    {
+        writeNative(sample, now);
+        return;
+    }
+    const durability::Channel::Stamp stamp = (*m_kept)->stamp(sample, durability::fromBusTime(now.to_nanoseconds()));
+    if (stamp.isOvertaken)
+    {
+        return;
+    }
+    writeNative(sample, core::Time(durability::toBusTime(stamp.time)));
+    if (!stamp.isReplay)
+    {
+        (*m_kept)->handOver(sample, stamp.time);
+    }
+}
+
 void WriterDelegate::write(const void* sample, core::Time sourceTimestamp)
+{
+    writeNative(sample, sourceTimestamp);
+    if (m_kept != nullptr)
+    {
+        (*m_kept)->handOver(sample, com::tallowcrest::durability::fromBusTime(sourceTimestamp.to_nanoseconds()));
+    }
+}
+
+void WriterDelegate::writeNative(const void* sample, core::Time sourceTimestamp)
 {
     const dds_return_t code = dds_write_ts(m_entity.handle(), sample, sourceTimestamp.to_nanoseconds());
     if (code < 0)

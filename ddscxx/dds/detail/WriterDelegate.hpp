@@ -9,19 +9,24 @@
 #include "dds/detail/PublisherDelegate.hpp"
 #include "dds/detail/TopicDelegate.hpp"
 #include "dds/pub/qos/DataWriterQos.hpp"
+#include "durability/DurabilityService.h"
 
 namespace dds::detail
 {
 
 /// A writer of the DDS library, without its type: samples are the generated C structs. Every change of every instance
-/// passes through here, once, with its source timestamp.
+/// passes through here, once, with its source timestamp. What a PERSISTENT writer writes is kept beyond the process;
+/// that an instance was disposed of or unregistered is not.
 class WriterDelegate
 {
 public:
     WriterDelegate(std::shared_ptr<PublisherDelegate> publisher, std::shared_ptr<TopicDelegate> topic,
                    const pub::qos::DataWriterQos& qos);
 
-    /// Waits at most the writer's max blocking time for a slow reader, then throws TimeoutError.
+    /// Waits at most the writer's max blocking time for a slow reader, then throws TimeoutError. A PERSISTENT sample
+    /// gets a time after every other that is known of its topic and partition; one that only repeats what
+    /// ReaderDelegate::waitForHistoricalData delivered keeps its time, and is not written when it is out of date.
+    void write(const void* sample);
     void write(const void* sample, core::Time sourceTimestamp);
     core::InstanceHandle registerInstance(const void* sample);
     core::InstanceHandle lookupInstance(const void* sample) const;
@@ -36,10 +41,13 @@ public:
 
 private:
     std::string call(const char* what) const;
+    void writeNative(const void* sample, core::Time sourceTimestamp);
 
     const std::shared_ptr<PublisherDelegate> m_publisher;
     const std::shared_ptr<TopicDelegate> m_topic;
     const pub::qos::DataWriterQos m_qos;
+    /// Null unless PERSISTENT.
+    const std::unique_ptr<com::tallowcrest::durability::ChannelUse> m_kept;
     const Entity m_entity;
 };
 

@@ -18,7 +18,8 @@ namespace dds::pub
 
 /// Writes values of one type to a topic. A shared handle; its operations are thread-safe. Every operation throws
 /// dds::core::Error or one of its family when the DDS library refuses; a write that a slow reader holds up for longer
-/// than the writer's max blocking time throws TimeoutError. Deleting the writer unregisters its instances.
+/// than the writer's max blocking time throws TimeoutError. Deleting the writer unregisters its instances. What a
+/// PERSISTENT writer wrote last outlives the process: see DataReader::wait_for_historical_data.
 template <typename T>
 class DataWriter : public core::Reference<detail::WriterDelegate>
 {
@@ -30,7 +31,11 @@ public:
         : Reference(std::make_shared<detail::WriterDelegate>(publisher.delegate(), topic.delegate(), qos))
     {}
 
-    void write(const T& sample) { write(sample, core::Time(dds_time())); }
+    void write(const T& sample)
+    {
+        const auto native = Support::toBus(sample);
+        delegate()->write(&native);
+    }
     void write(const T& sample, const core::Time& sourceTimestamp)
     {
         const auto native = Support::toBus(sample);

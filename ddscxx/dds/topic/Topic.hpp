@@ -7,6 +7,7 @@
 #include "dds/core/Status.hpp"
 #include "dds/detail/TopicDelegate.hpp"
 #include "dds/domain/DomainParticipant.hpp"
+#include "dds/topic/DurableCodec.hpp"
 #include "dds/topic/TopicTraits.hpp"
 #include "dds/topic/qos/TopicQos.hpp"
 
@@ -24,8 +25,7 @@ public:
     using Reference::Reference;
 
     Topic(const domain::DomainParticipant& participant, const std::string& name, const qos::TopicQos& qos)
-        : Reference(std::make_shared<detail::TopicDelegate>(participant.delegate(), topic_type_support<T>::descriptor(),
-                                                            name, qos))
+        : Reference(std::make_shared<detail::TopicDelegate>(participant.delegate(), durable_codec<T>(), name, qos))
     {}
 
     const std::string& name() const { return delegate()->name(); }
