@@ -55,6 +55,9 @@ public:
     void commit(const std::vector<StoredRow>& rows);
     /// Bytes of the log that `commit` appends to.
     std::uintmax_t logSize() const;
+    /// The settings of the connection that the loss bounds rest on.
+    std::int64_t synchronous() const { return m_database->number("PRAGMA synchronous"); }
+    std::int64_t autocheckpoint() const { return m_database->number("PRAGMA wal_autocheckpoint"); }
     /// Moves the log's contents into the main file and cuts the log to nothing, unless a reader is in the way.
     void truncateLog();
 

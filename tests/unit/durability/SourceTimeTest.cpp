@@ -1,0 +1,82 @@
+#include "durability/SourceTime.h"
+
+#include <gtest/gtest.h>
+
+using namespace com::tallowcrest::durability;
+
+TEST(SourceTimeTest, BusTimeIsRoundedToTheNearestMicrosecond)
+{
+    EXPECT_EQ(fromBusTime(1000), 1);
+    EXPECT_EQ(fromBusTime(999), 1);
+    EXPECT_EQ(fromBusTime(1001), 1);
+    EXPECT_EQ(fromBusTime(toBusTime(1790000000123456)), 1790000000123456);
+}
+
+TEST(SourceTimeTest, TimeBefore1970CountsAs1970)
+{
+    EXPECT_EQ(fromBusTime(-1), 0);
+    EXPECT_EQ(fromBusTime(INT64_MIN), 0);
+    EXPECT_EQ(believed(-5), 0);
+}
+
+TEST(SourceTimeTest, TimeThatTheBusCannotCarryLeavesRoomForLaterOnes)
+{
+    EXPECT_EQ(believed(INT64_MAX), latestBelieved);
+    EXPECT_EQ(fromBusTime(INT64_MAX), latestBelieved);
+    EXPECT_EQ(believed(latestBelieved + 1), latestBelieved + 1);
+    EXPECT_LT(latestBelieved, latestOnBus);
+}
+
+TEST(HybridClockTest, FollowsTheMachinesClock)
+{
+    HybridClock sut;
+
+    EXPECT_EQ(sut.next(1000), 1000);
+    EXPECT_EQ(sut.next(2000), 2000);
+}
+
+TEST(HybridClockTest, GivesEachTimeOnce)
+{
+    HybridClock sut;
+
+    EXPECT_EQ(sut.next(1000), 1000);
+    EXPECT_EQ(sut.next(1000), 1001);
+}
+
+TEST(HybridClockTest, ClockThatWasSetBackDoesNotGoBack)
+{
+    HybridClock sut;
+    sut.next(5000);
+
+    EXPECT_EQ(sut.next(10), 5001);
+}
+
+TEST(HybridClockTest, WriteSortsAfterWhatWasSeenFromAClockThatIsAhead)
+{
+    HybridClock sut;
+
+    sut.observe(9000);
+
+    EXPECT_EQ(sut.next(1000), 9001);
+}
+
+TEST(HybridClockTest, OlderTimeThatIsSeenChangesNothing)
+{
+    HybridClock sut;
+    sut.next(5000);
+
+    sut.observe(100);
+
+    EXPECT_EQ(sut.next(5000), 5001);
+}
+
+TEST(HybridClockTest, ANonsenseTimeDoesNotStopTheClock)
+{
+    HybridClock sut;
+
+    sut.observe(believed(INT64_MAX));
+
+    const SourceTime next = sut.next(1000);
+    EXPECT_GT(next, believed(INT64_MAX));
+    EXPECT_EQ(believed(next), next);
+}

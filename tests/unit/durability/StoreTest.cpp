@@ -1,0 +1,207 @@
+#include "durability/Store.h"
+
+#include <fstream>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "tests/support/TempDir.h"
+
+using namespace com::tallowcrest::durability;
+
+namespace
+{
+
+class StoreTest : public testing::Test
+{
+protected:
+    static StoredRow row(const std::string& instance, SourceTime written = 100, const std::string& payload = "{}",
+                         const std::string& partition = "R1")
+    {
+        return {{partition, "Topic"}, instance, "Type", written, payload};
+    }
+    static std::vector<StoredRow> rows(std::size_t count, SourceTime written)
+    {
+        std::vector<StoredRow> result;
+        for (std::size_t i = 0; i < count; ++i)
+        {
+            result.push_back(row(std::to_string(i), written, R"({"macroXptOutput":1,"macroXptInput":2,"when":3})"));
+        }
+        return result;
+    }
+    /// What opening the file fails with.
+    StoreFailure failure() const
+    {
+        try
+        {
+            const Store store(m_path);
+        }
+        catch (const StoreError& error)
+        {
+            return error.failure();
+        }
+        ADD_FAILURE() << "the store opened";
+        return StoreFailure::Unusable;
+    }
+    void overwrite(std::streamoff offset, std::size_t count) const
+    {
+        std::fstream file(m_path, std::ios::in | std::ios::out | std::ios::binary);
+        file.seekp(offset);
+        file << std::string(count, '\xa5');
+    }
+
+    testsupport::TempDir m_directory;
+    std::filesystem::path m_path = m_directory.path() / "some" / "where" / "durable.db";
+};
+
+} // namespace
+
+TEST_F(StoreTest, MakesMissingDirectoryAndFile)
+{
+    Store sut(m_path);
+
+    EXPECT_TRUE(std::filesystem::exists(m_path));
+    EXPECT_TRUE(sut.load().empty());
+}
+
+TEST_F(StoreTest, GivesBackWhatWasCommittedBefore)
+{
+    const std::vector<StoredRow> written{row("1"), row("2", 200, "{\"a\":1}"), row("1", 300, "{}", "R2")};
+    Store(m_path).commit(written);
+
+    EXPECT_EQ(Store(m_path).load(), written);
+}
+
+TEST_F(StoreTest, KeepsOneRowForAnInstance)
+{
+    Store sut(m_path);
+    sut.commit({row("1", 100, "old")});
+
+    sut.commit({row("1", 200, "new")});
+
+    EXPECT_EQ(sut.load(), std::vector<StoredRow>{row("1", 200, "new")});
+}
+
+TEST_F(StoreTest, SecondOpeningIsRefusedWhileTheFirstLastsAndNoLonger)
+{
+    {
+        const Store first(m_path);
+        EXPECT_EQ(failure(), StoreFailure::InUse);
+    }
+
+    EXPECT_NO_THROW(Store{m_path});
+}
+
+TEST_F(StoreTest, OthersCanReadWhileItIsOpen)
+{
+    Store sut(m_path);
+    sut.commit({row("7", 1790000000123456, "{}")});
+
+    const SqliteConnection reader(m_path.string());
+
+    EXPECT_EQ(reader.text("SELECT written_utc FROM durable_readable WHERE instance = '7'"),
+              "2026-09-21 14:13:20.123456");
+    sut.commit({row("8")});
+    EXPECT_EQ(reader.number("SELECT count(*) FROM durable_sample"), 2);
+}
+
+TEST_F(StoreTest, DirectoryThatCannotBeMadeIsUnusable)
+{
+    std::filesystem::create_directories(m_directory.path() / "some");
+    testsupport::writeFile(m_directory.path() / "some" / "where", "a file");
+
+    EXPECT_EQ(failure(), StoreFailure::Unusable);
+}
+
+TEST_F(StoreTest, DirectoryInPlaceOfTheFileIsUnusable)
+{
+    std::filesystem::create_directories(m_path);
+
+    EXPECT_EQ(failure(), StoreFailure::Unusable);
+}
+
+TEST_F(StoreTest, FileOfNonsenseIsCorruptAndCanBeSetAside)
+{
+    std::filesystem::create_directories(m_path.parent_path());
+    testsupport::writeFile(m_path, std::string(8192, 'x'));
+    ASSERT_EQ(failure(), StoreFailure::Corrupt);
+
+    const auto aside = Store::setAside(m_path);
+
+    EXPECT_EQ(testsupport::readFile(aside), std::string(8192, 'x'));
+    EXPECT_TRUE(Store(m_path).load().empty());
+}
+
+TEST_F(StoreTest, OverwrittenPageIsCorrupt)
+{
+    {
+        Store store(m_path);
+        store.commit(rows(2000, 100));
+    }
+    overwrite(3 * 4096, 4096);
+
+    EXPECT_EQ(failure(), StoreFailure::Corrupt);
+}
+
+TEST_F(StoreTest, TwoCorruptStoresInOneSecondAreBothKept)
+{
+    std::filesystem::create_directories(m_path.parent_path());
+    testsupport::writeFile(m_path, "first");
+    const auto first = Store::setAside(m_path);
+    testsupport::writeFile(m_path, "second");
+
+    const auto second = Store::setAside(m_path);
+
+    EXPECT_EQ(testsupport::readFile(first), "first");
+    EXPECT_EQ(testsupport::readFile(second), "second");
+}
+
+TEST_F(StoreTest, NewerSchemaIsLeftAsItIs)
+{
+    Store(m_path).commit({row("1")});
+    SqliteConnection(m_path.string()).execute("PRAGMA user_version = 2");
+
+    EXPECT_EQ(failure(), StoreFailure::NewerVersion);
+
+    EXPECT_EQ(SqliteConnection(m_path.string()).number("SELECT count(*) FROM durable_sample"), 1);
+    EXPECT_EQ(SqliteConnection(m_path.string()).number("PRAGMA user_version"), 2);
+}
+
+TEST_F(StoreTest, DatabaseOfAnotherProgramIsLeftAsItIs)
+{
+    std::filesystem::create_directories(m_path.parent_path());
+    SqliteConnection(m_path.string()).execute("CREATE TABLE theirs (x)");
+
+    EXPECT_EQ(failure(), StoreFailure::Foreign);
+
+    EXPECT_EQ(SqliteConnection(m_path.string()).number("SELECT count(*) FROM sqlite_master"), 1);
+}
+
+TEST_F(StoreTest, CommitsWaitForNoDisk)
+{
+    Store sut(m_path);
+    sut.commit({row("1")});
+
+    // What the loss bounds rest on: the log is appended to without being forced, and not moved by a commit.
+    const SqliteConnection reader(m_path.string());
+    EXPECT_EQ(reader.text("PRAGMA journal_mode"), "wal");
+    EXPECT_EQ(sut.synchronous(), 1);
+    EXPECT_EQ(sut.autocheckpoint(), 0);
+    EXPECT_GT(sut.logSize(), 0U);
+}
+
+TEST_F(StoreTest, CuttingTheLogMovesItIntoTheFile)
+{
+    Store sut(m_path);
+    for (int i = 0; i < 50; ++i)
+    {
+        sut.commit(rows(300, i));
+    }
+    ASSERT_GT(sut.logSize(), 1000000U);
+
+    sut.truncateLog();
+
+    EXPECT_EQ(sut.logSize(), 0U);
+    EXPECT_LT(std::filesystem::file_size(m_path), 200000U);
+    EXPECT_EQ(sut.load().size(), 300U);
+}
