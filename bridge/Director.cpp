@@ -236,6 +236,14 @@ bool Director::stopSystem()
 
 void Director::releaseManagers()
 {
+    // Levels hold the status managers, which hold the containers of the levels: that ring must be opened first.
+    for (const auto& levels : {m_audioLevels, m_videoLevels})
+    {
+        if (levels)
+        {
+            levels->clear();
+        }
+    }
     m_routerMemberMgr.reset();
     m_routerMembers.reset();
     m_audioTargetMgr.reset();
