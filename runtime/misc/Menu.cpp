@@ -20,6 +20,7 @@ namespace com::tallowcrest::misc
 namespace
 {
 constexpr std::size_t screenWidth = 80;
+constexpr std::size_t largestPiece = 1900; // the telnet console cuts longer text
 constexpr const char* quitTitle = "q:  quit";
 
 std::string lowerCase(std::string text)
@@ -77,8 +78,7 @@ void Menu::removeItem(const std::string& title)
 
 void Menu::display() const
 {
-    print("\n%s\n", m_title.c_str());
-
+    std::string screen = "\n" + m_title + "\n";
     std::vector<const Item*> items;
     std::size_t longest = 0;
     for (const Item& item : m_items)
@@ -100,9 +100,15 @@ void Menu::display() const
             }
             line += text;
         }
-        print("%s\n", line.c_str());
+        // In one piece as far as a piece may be, so that what other threads print comes before or behind the menu.
+        if (screen.size() + line.size() > largestPiece)
+        {
+            print("%s", screen.c_str());
+            screen.clear();
+        }
+        screen += line + "\n";
     }
-    print("Enter selection: ");
+    print("%sEnter selection: ", screen.c_str());
 }
 
 Menu::Choice Menu::select() const

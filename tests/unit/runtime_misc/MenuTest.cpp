@@ -306,6 +306,24 @@ TEST_F(MenuOverTelnet, whenAClientConnects_seesTheMenuAtOnceAndOnlyOnce)
     EXPECT_EQ(expected, answer(client, "3\r\n", expected.size()));
 }
 
+TEST_F(MenuOverTelnet, whenTheMenuIsLongerThanOnePrintMayBe_arrivesWhole)
+{
+    std::string screen = "\nKORA\n";
+    for (int i = 10; i < 70; ++i)
+    {
+        const std::string title = std::string(70, 't') + std::to_string(i);
+        m_menu.addItem(title, {});
+        screen += (i < 20 ? " " : "") + std::to_string(i - 10) + ". " + title + "\n";
+    }
+    screen += "60. q:  quit\nEnter selection: ";
+    start();
+    runAsReader([this] { m_menu.run({}, {}, {}); });
+
+    const auto client = connect();
+
+    EXPECT_EQ(screen, client.receive(screen.size()));
+}
+
 TEST_F(MenuOverTelnet, whenAClientWasThereBeforeTheMenu_seesItOnlyOnce)
 {
     start();
