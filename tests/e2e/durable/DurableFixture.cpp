@@ -1,0 +1,73 @@
+#include "tests/e2e/durable/DurableFixture.h"
+
+#include <csignal>
+#include <cstdlib>
+#include <ctime>
+#include <utility>
+
+#include "durability/Sqlite.h"
+
+namespace e2e
+{
+
+namespace
+{
+
+/// The milliseconds since its start that the program's log prints in front of a line with `text`; -1 when missing.
+long logTime(const std::string& log, const std::string& text)
+{
+    const std::size_t at = log.find(text);
+    if (at == std::string::npos)
+    {
+        return -1;
+    }
+    const std::size_t line = log.rfind('\n', at) + 1;
+    // "2026-11-21 04:12:12,862 305 INFO ..."
+    const std::size_t second = log.find(' ', log.find(' ', line) + 1);
+    return std::strtol(log.c_str() + second, nullptr, 10);
+}
+
+} // namespace
+
+void DurableFixture::startOnStore(std::map<std::string, std::string> environment)
+{
+    environment.emplace("KORABRIDGE_DURABLE_STORE", m_store.string());
+    m_bridge = std::make_unique<testsupport::ChildProcess>(
+        testsupport::programPath("korabridge"), std::vector<std::string>{"17", "3", "Bridge One", "bridge under test"},
+        testsupport::ChildProcess::Options{std::move(environment), false});
+}
+
+void DurableFixture::startJoinedOnStore(std::map<std::string, std::string> environment)
+{
+    startOnStore(std::move(environment));
+    waitForJoin();
+}
+
+void DurableFixture::kill()
+{
+    bridge().signal(SIGKILL);
+    ASSERT_EQ(bridge().waitForExit(), 128 + SIGKILL);
+}
+
+std::chrono::milliseconds DurableFixture::joinTime()
+{
+    const std::string log = bridge().output();
+    const long begin = logTime(log, "TopicMacroXptOutputAudioTarget joinRouterPartition");
+    const long end = logTime(log, "Port: 5194");
+    EXPECT_GE(begin, 0) << log;
+    EXPECT_GE(end, begin) << log;
+    return std::chrono::milliseconds(end - begin);
+}
+
+std::string DurableFixture::storeText(const char* sql) const
+{
+    return com::tallowcrest::durability::SqliteConnection(m_store.string()).text(sql);
+}
+
+std::size_t numberFromEnvironment(const char* name, std::size_t otherwise)
+{
+    const char* const text = std::getenv(name);
+    return text == nullptr ? otherwise : std::strtoul(text, nullptr, 10);
+}
+
+} // namespace e2e

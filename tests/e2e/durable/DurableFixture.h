@@ -1,0 +1,44 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <filesystem>
+#include <map>
+#include <string>
+
+#include "tests/e2e/support/BridgeFixture.h"
+#include "tests/support/TempDir.h"
+
+namespace e2e
+{
+
+/// A bridge whose store the test knows, and that is killed and started again.
+class DurableFixture : public BridgeFixture
+{
+protected:
+    explicit DurableFixture(korasim::RouterOptions options = {}) : BridgeFixture(std::move(options)) {}
+
+    /// Starts the program on the test's store; its environment can be added to.
+    void startOnStore(std::map<std::string, std::string> environment = {});
+    /// Starts it and waits for the controller port and the ranges; the router has announced itself.
+    void startJoinedOnStore(std::map<std::string, std::string> environment = {});
+    /// The bridge dies without a word.
+    void kill();
+    /// How long the bridge waited from the first log line of the join to the open controller port, by its own log.
+    std::chrono::milliseconds joinTime();
+    /// What the sqlite3 library says of the store, and one number out of it.
+    std::string storeText(const char* sql) const;
+
+    const std::filesystem::path& store() const { return m_store; }
+    void setStore(std::filesystem::path store) { m_store = std::move(store); }
+    const std::filesystem::path& directory() const { return m_directory.path(); }
+
+private:
+    testsupport::TempDir m_directory;
+    std::filesystem::path m_store = m_directory.path() / "durable.db";
+};
+
+/// The number in an environment variable, else `otherwise`: long tests take their length from one.
+std::size_t numberFromEnvironment(const char* name, std::size_t otherwise);
+
+} // namespace e2e
