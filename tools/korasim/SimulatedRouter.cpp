@@ -28,9 +28,9 @@ SimulatedRouter::SimulatedRouter(RouterOptions options, std::shared_ptr<RouterOb
 
 SimulatedRouter::~SimulatedRouter()
 {
-    // Nothing may run on the apartment while its objects go, and nothing may be sent to an apartment that is gone.
-    m_delayed.reset();
+    // Nothing may run on the apartment while its objects go: what runs there sends through the delayed sender, too.
     m_apartment->stop();
+    m_delayed.reset();
     m_core.reset();
 }
 
