@@ -1,7 +1,9 @@
 #include "bridge/BridgeMenu.h"
 #include "bridge/Director.h"
 #include "runtime/misc/Console.h"
+#include "runtime/util/Log.h"
 
+#include <atomic>
 #include <csignal>
 #include <cstdlib>
 #include <exception>
@@ -12,9 +14,24 @@ namespace
 
 constexpr int numArguments = 4;
 
-void endMenu(int)
+std::atomic<int> endingSignal{0};
+std::atomic<pid_t> endingProcess{0};
+
+void endMenu(int number, siginfo_t* info, void*)
 {
+    endingProcess = info->si_pid;
+    endingSignal = number;
     com::tallowcrest::misc::requestConsoleStop();
+}
+
+/// Who stopped a bridge that is on air is the first question afterwards.
+void logEndingSignal()
+{
+    if (const int number = endingSignal; number != 0)
+    {
+        LOG_INFO_F(log4cxx::Logger::getLogger("KORABRIDGE"), "Signal %d from process %d ends the bridge", number,
+                   static_cast<int>(endingProcess));
+    }
 }
 
 /// SIGTERM and SIGINT end the menu as the operator's quit does; a peer that goes away must not end the process.
@@ -22,10 +39,12 @@ void installSignals()
 {
     struct sigaction action
     {};
-    action.sa_handler = endMenu;
+    action.sa_sigaction = endMenu;
+    action.sa_flags = SA_SIGINFO;
     sigemptyset(&action.sa_mask);
     sigaction(SIGTERM, &action, nullptr);
     sigaction(SIGINT, &action, nullptr);
+    action.sa_flags = 0;
     action.sa_handler = SIG_IGN;
     sigaction(SIGPIPE, &action, nullptr);
 }
@@ -46,6 +65,7 @@ int main(int argc, char* argv[])
         Director::startSystem(static_cast<std::uint32_t>(std::strtol(argv[1], nullptr, 10)),
                               static_cast<std::uint32_t>(std::strtol(argv[2], nullptr, 10)), argv[3], argv[4]);
         runBridgeMenu();
+        logEndingSignal();
     }
     catch (const std::exception& error)
     {

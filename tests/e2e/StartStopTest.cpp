@@ -93,6 +93,8 @@ TEST_F(StartStopTest, TerminateStopsCleanlyAndTheComponentRecordLosesItsWriter)
 
     EXPECT_TRUE(record().waitForComponent(frameId, bridgeId, Liveness::NoWriters));
     EXPECT_TRUE(record().waitForTargetGone(Signal::Video, 7, Liveness::NoWriters));
+    EXPECT_NE(bridge().output().find("Signal 15 from process " + std::to_string(getpid()) + " ends the bridge"),
+              std::string::npos);
     EXPECT_NE(bridge().output().find("Stopping korabridge"), std::string::npos);
     EXPECT_THROW(client.portPresent(), koractl::KoraError);
 }
