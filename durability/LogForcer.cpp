@@ -38,6 +38,7 @@ void LogForcer::committed()
 
 void LogForcer::run()
 {
+    moveLongLog(); // an earlier life may have left one
     std::unique_lock lock(m_mutex);
     while (true)
     {
@@ -65,26 +66,25 @@ void LogForcer::force()
     }
     m_reported = false;
     m_forced.fetch_add(1);
+    moveLongLog();
+}
+
+void LogForcer::moveLongLog()
+{
     std::error_code error;
     const std::uintmax_t size = std::filesystem::file_size(Store::logPath(m_store), error);
     if (!error && size > logSizeToMove)
     {
         try
         {
-            moveLog();
+            // Writers and readers go on meanwhile. The next commit begins the log anew when all of it was moved.
+            SqliteConnection(m_store.string()).execute("PRAGMA wal_checkpoint(PASSIVE)");
         }
         catch (const SqliteError& problem)
         {
             report("cannot move the log of", problem.what());
         }
     }
-}
-
-void LogForcer::moveLog() const
-{
-    // Writers and readers go on meanwhile.
-    const SqliteConnection connection(m_store.string());
-    connection.execute("PRAGMA wal_checkpoint(PASSIVE)");
 }
 
 void LogForcer::report(const char* what, const char* reason)

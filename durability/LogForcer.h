@@ -20,7 +20,7 @@ class LogForcer
 public:
     static constexpr std::chrono::milliseconds interval{500};
     /// The log is moved into the main file from this size on.
-    static constexpr std::uintmax_t logSizeToMove = 4U << 20U;
+    static constexpr std::uintmax_t logSizeToMove = 8U << 20U;
 
     explicit LogForcer(std::filesystem::path store);
     /// Forces what has been committed, then ends the thread.
@@ -36,7 +36,7 @@ public:
 private:
     void run();
     void force();
-    void moveLog() const;
+    void moveLongLog();
     void report(const char* what, const char* reason);
 
     const std::filesystem::path m_store;

@@ -39,6 +39,8 @@ PRAGMA user_version = 1;
 COMMIT;
 )sql";
 
+constexpr const char* beginLog = "PRAGMA user_version = 1";
+
 constexpr const char* putRow = R"sql(
 INSERT INTO durable_sample (partition, topic, instance, type, written, payload) VALUES (?1, ?2, ?3, ?4, ?5, ?6)
 ON CONFLICT (partition, topic, instance)
@@ -92,8 +94,12 @@ Store::Store(std::filesystem::path path) : m_path(std::move(path))
                          "cannot make directory " + directory.string() + ": " + error.message());
     }
     m_lock = lockFile(m_path);
+    const bool isNew = !std::filesystem::exists(m_path);
     guarded([this] { open(); });
-    syncDirectory(directory);
+    if (isNew)
+    {
+        syncDirectory(directory);
+    }
 }
 
 void Store::open()
@@ -124,6 +130,11 @@ void Store::open()
         throw StoreError(StoreFailure::Corrupt, verdict);
     }
     m_put = std::make_unique<SqliteStatement>(*m_database, putRow);
+    if (logSize() == 0)
+    {
+        // The first commit of a log waits for the disk: better now than with the first take.
+        m_database->execute(beginLog);
+    }
 }
 
 void Store::checkIdentity() const

@@ -94,7 +94,6 @@ void StoreKeeper::openStore()
         }
         m_hasTried = true;
         m_onLoaded();
-        m_store->truncateLog();
         m_forcer = std::make_unique<LogForcer>(m_path);
         if (std::exchange(m_isWarned, false))
         {

@@ -33,7 +33,7 @@ public:
     static constexpr std::chrono::milliseconds commitInterval{40};
     static constexpr std::chrono::milliseconds retryInterval{1000};
     /// Cut the log on this thread when the forcing thread does not get to it.
-    static constexpr std::uintmax_t longestLog = 16U << 20U;
+    static constexpr std::uintmax_t longestLog = 32U << 20U;
 
     /// `onLoaded` is called on the keeper's thread when rows were loaded or could not be.
     StoreKeeper(std::filesystem::path path, const ChannelList& channels, std::function<void()> onLoaded);

@@ -52,7 +52,7 @@ void DurableFixture::kill()
 std::chrono::milliseconds DurableFixture::joinTime()
 {
     const std::string log = bridge().output();
-    const long begin = logTime(log, "TopicMacroXptOutputAudioTarget joinRouterPartition");
+    const long begin = logTime(log, "TopicMacroLevel joinRouterPartition");
     const long end = logTime(log, "Port: 5194");
     EXPECT_GE(begin, 0) << log;
     EXPECT_GE(end, begin) << log;
