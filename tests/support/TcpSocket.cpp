@@ -54,6 +54,16 @@ TcpSocket::~TcpSocket()
 
 TcpSocket::TcpSocket(TcpSocket&& other) noexcept : m_fd(std::exchange(other.m_fd, -1)) {}
 
+TcpSocket& TcpSocket::operator=(TcpSocket&& other) noexcept
+{
+    if (this != &other)
+    {
+        close();
+        m_fd = std::exchange(other.m_fd, -1);
+    }
+    return *this;
+}
+
 void TcpSocket::send(const std::string& bytes) const
 {
     std::size_t done = 0;

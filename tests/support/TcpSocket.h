@@ -16,7 +16,7 @@ public:
     static std::optional<TcpSocket> connect(std::uint16_t port);
     ~TcpSocket();
     TcpSocket(TcpSocket&& other) noexcept;
-    TcpSocket& operator=(TcpSocket&&) = delete;
+    TcpSocket& operator=(TcpSocket&& other) noexcept;
     TcpSocket(const TcpSocket&) = delete;
     TcpSocket& operator=(const TcpSocket&) = delete;
 

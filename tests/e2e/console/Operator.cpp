@@ -45,10 +45,16 @@ TcpSocket Operator::connect()
     {
         throw std::runtime_error("the console's port does not open");
     }
-    auto socket = TcpSocket::connect(telnetPort);
-    if (!socket)
+    // The operator before may not have been missed yet; until then a newcomer is reset without a word.
+    std::optional<TcpSocket> socket;
+    const bool isServed = testsupport::waitUntil([&socket] {
+        socket = TcpSocket::connect(telnetPort);
+        std::array<char, 1> first{};
+        return socket && recv(socket->fd(), first.data(), first.size(), MSG_PEEK) == 1;
+    });
+    if (!isServed)
     {
-        throw std::runtime_error("the console's port refuses");
+        throw std::runtime_error("the console serves no operator");
     }
     return std::move(*socket);
 }
