@@ -1,0 +1,174 @@
+#include <csignal>
+#include <functional>
+
+#include "bustypes/TopicNames.h"
+#include "buswrappers/TopicPub.h"
+#include "tests/e2e/durable/DurableFixture.h"
+#include "tests/e2e/durable/FrameNetwork.h"
+#include "tests/support/WaitUntil.h"
+
+using namespace e2e;
+using com::tallowcrest::dds_::routing::RouterMember;
+using com::tallowcrest::routing::TopicName;
+using com::tallowcrest::routing::topicName;
+using com::tallowcrest::routing::TopicPub;
+using testsupport::ChildProcess;
+
+namespace
+{
+
+/// Two frames with a bridge and a store each, and one router: frame 18 is where the router is, frame 17 behind a cable.
+class TwoBridgesTest : private FrameNetwork, public DurableFixture
+{
+protected:
+    static constexpr std::uint32_t farFrame = 17;
+    static constexpr std::uint32_t nearFrame = 18;
+
+    void SetUp() override
+    {
+        if (!problem().empty())
+        {
+            GTEST_SKIP() << problem();
+        }
+        router().announce();
+        m_membership = std::make_unique<TopicPub<RouterMember>>(topicName(TopicName::RouterMember),
+                                                                dds::core::policy::DurabilityKind::TRANSIENT_LOCAL);
+        m_membership->joinRouterPartition("");
+        m_membership->write({nearFrame, "R1", 1});
+    }
+    void TearDown() override
+    {
+        if (HasFailure() && m_far)
+        {
+            std::cerr << "--- far bridge\n" << m_far->output() << m_far->errors();
+        }
+    }
+    void startNear()
+    {
+        m_bridge = std::make_unique<ChildProcess>(
+            testsupport::programPath("korabridge"), std::vector<std::string>{"18", "4", "Near", "beside the router"},
+            ChildProcess::Options{{{"KORABRIDGE_DURABLE_STORE", (directory() / "near.db").string()}}, false});
+        waitForJoin();
+    }
+    void startFar()
+    {
+        m_far = startThere(testsupport::programPath("korabridge"), {"17", "3", "Far", "behind a cable"},
+                           {{"KORABRIDGE_DURABLE_STORE", (directory() / "far.db").string()}});
+        ASSERT_TRUE(m_far->waitForOutput("Port: 5194", std::chrono::seconds(30)));
+        ASSERT_TRUE(m_far->waitForOutput("addRouterMemberMacroXpts  TopicMacroXptOutputVideoTarget"));
+    }
+    void killFar()
+    {
+        m_far->signal(SIGKILL);
+        ASSERT_EQ(m_far->waitForExit(), 128 + SIGKILL);
+    }
+    static koractl::KoraClient connectFar()
+    {
+        return koractl::KoraClient(thereAddress, koraPort, std::chrono::seconds(10));
+    }
+    void take(koractl::KoraClient& client, std::uint32_t input, std::uint32_t output)
+    {
+        ASSERT_EQ(client.take({{videoLevel, 0, input, output}}), std::vector<std::uint32_t>{0});
+        ASSERT_TRUE(record().waitForTarget(
+            Signal::Video, output, [&](const MacroXptOutput& target) { return target.macroXptInput == input; }));
+    }
+    /// Every target that came is the input given here for its output.
+    void expectOnlyRoutes(const std::map<std::uint32_t, std::uint32_t>& routes)
+    {
+        for (const MacroXptOutput& target : record().targets(Signal::Video))
+        {
+            ASSERT_TRUE(routes.contains(target.macroXptOutput)) << target.macroXptOutput;
+            EXPECT_EQ(target.macroXptInput, routes.at(target.macroXptOutput)) << "output " << target.macroXptOutput;
+        }
+    }
+
+    std::unique_ptr<TopicPub<RouterMember>> m_membership;
+    std::unique_ptr<ChildProcess> m_far;
+};
+
+} // namespace
+
+TEST_F(TwoBridgesTest, BridgeThatWasAwayComesBackWithWhatTheOtherSetMeanwhile)
+{
+    startNear();
+    startFar();
+    {
+        auto far = connectFar();
+        auto near = connectController();
+        take(far, 5, 7);
+        take(far, 11, 12);
+        take(near, 6, 8);
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(100)); // the loss bound
+    killFar();
+    auto near = connectController();
+    take(near, 50, 7);
+    take(near, 60, 9);
+    record().clear();
+
+    startFar();
+
+    const std::map<std::uint32_t, std::uint32_t> routes{{7, 50}, {8, 6}, {9, 60}, {12, 11}};
+    for (const auto& [output, input] : routes)
+    {
+        ASSERT_TRUE(record().waitForTarget(Signal::Video, output)) << output;
+    }
+    expectOnlyRoutes(routes);
+    auto far = connectFar();
+    for (const auto& [output, input] : routes)
+    {
+        EXPECT_TRUE(waitForInput(far, videoLevel, output, input));
+    }
+}
+
+TEST_F(TwoBridgesTest, RoutesStayWhileABridgeIsRestartedUnderTakesOfTheOther)
+{
+    const std::size_t rounds = numberFromEnvironment("KORABRIDGE_TWO_BRIDGES_ROUNDS", 4);
+    startNear();
+    startFar();
+    std::uint32_t input = 1;
+    {
+        auto far = connectFar();
+        for (std::uint32_t output = 1; output <= 20; ++output)
+        {
+            take(far, input, output);
+        }
+    }
+    auto near = connectController();
+    for (std::size_t round = 0; round < rounds && !HasFatalFailure(); ++round)
+    {
+        SCOPED_TRACE("round " + std::to_string(round));
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        killFar();
+        ++input;
+        for (std::uint32_t output = 1; output <= 10; ++output)
+        {
+            take(near, input, output);
+        }
+        record().clear();
+        startFar();
+        std::map<std::uint32_t, std::uint32_t> routes;
+        for (std::uint32_t output = 1; output <= 20; ++output)
+        {
+            routes[output] = output <= 10 ? input : 1;
+            ASSERT_TRUE(record().waitForTarget(Signal::Video, output)) << output;
+        }
+        expectOnlyRoutes(routes);
+    }
+}
+
+TEST_F(TwoBridgesTest, BridgeWithoutAStoreGetsEverythingFromTheOther)
+{
+    startNear();
+    {
+        auto near = connectController();
+        take(near, 6, 8);
+    }
+    record().clear();
+
+    startFar();
+
+    const auto target = record().waitForTarget(Signal::Video, 8);
+    ASSERT_TRUE(target);
+    EXPECT_EQ(target->macroXptInput, 6U);
+}
