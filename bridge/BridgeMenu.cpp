@@ -16,7 +16,6 @@
 #include <cstdlib>
 #include <memory>
 #include <optional>
-#include <utility>
 
 namespace apartment = com::tallowcrest::apartment;
 namespace misc = com::tallowcrest::misc;
@@ -87,7 +86,7 @@ std::optional<std::uint32_t> askFirstXpt()
     return static_cast<std::uint32_t>(std::strtol(line.data(), nullptr, 10));
 }
 
-void showXpts(const char* heading, std::shared_ptr<const IXptTable> table)
+void showXpts(const char* heading, const std::shared_ptr<const IXptTable>& table)
 {
     const auto first = askFirstXpt();
     const auto bridge = apartment::bridgeApartment();
@@ -96,7 +95,7 @@ void showXpts(const char* heading, std::shared_ptr<const IXptTable> table)
         return;
     }
     misc::print("%s", heading);
-    reportBusy(operatorShow::showXpts(*bridge, std::move(table), *first, *first + xptsShown - 1));
+    reportBusy(operatorShow::showXpts(*bridge, table, *first, *first + xptsShown - 1));
 }
 
 void showAllLevels()

@@ -7,6 +7,7 @@
 #include <log4cxx/propertyconfigurator.h>
 #include <log4cxx/xml/domconfigurator.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <iostream>
 
@@ -69,7 +70,7 @@ void configureLogging(const std::string& path, long watchDelay)
     }
     if ((status.st_mode & S_IRUSR) == 0)
     {
-        return; // deliberate: an unreadable file means that somebody else configures logging
+        return; // deliberate: neither the file nor the fallback
     }
     if (endsInXml(path))
     {

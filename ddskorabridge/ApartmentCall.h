@@ -27,7 +27,8 @@ private:
 
 /// Runs `work` on the apartment and hands its result to the calling thread, which must not be the apartment's own.
 /// Empty when the apartment does not get to it in time (it is stopped, stopping or busy) or the work throws. After a
-/// time-out the work may still run later, so it must share or copy whatever it touches.
+/// time-out the work may still run later, or stay in the queue of an apartment that has stopped, so it must copy or
+/// hold weakly whatever it touches.
 template <typename Result>
 std::optional<Result> callOnApartment(com::tallowcrest::apartment::SendDoItEvent& apartment,
                                       std::function<Result()> work, std::chrono::milliseconds timeout)

@@ -18,11 +18,12 @@ namespace operatorShow
 inline constexpr std::chrono::milliseconds waitTimeout{3000};
 
 /// Prints rows of a target or status table. False, and nothing printed, when the apartment does not answer in time.
-bool showXpts(com::tallowcrest::apartment::SendDoItEvent& apartment, std::shared_ptr<const IXptTable> table,
+bool showXpts(com::tallowcrest::apartment::SendDoItEvent& apartment, const std::shared_ptr<const IXptTable>& table,
               std::uint32_t first, std::uint32_t last, std::chrono::milliseconds timeout = waitTimeout);
 
 /// Prints the levels of a container. False, and nothing printed, when the apartment does not answer in time.
-bool showLevels(com::tallowcrest::apartment::SendDoItEvent& apartment, std::shared_ptr<const LevelContainer> levels,
-                const std::string& title, std::chrono::milliseconds timeout = waitTimeout);
+bool showLevels(com::tallowcrest::apartment::SendDoItEvent& apartment,
+                const std::shared_ptr<const LevelContainer>& levels, const std::string& title,
+                std::chrono::milliseconds timeout = waitTimeout);
 
 } // namespace operatorShow

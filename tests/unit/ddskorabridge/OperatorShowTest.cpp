@@ -76,17 +76,37 @@ TEST(OperatorShow, AnApartmentThatDoesNotAnswerIsGivenUpAndNothingIsPrinted)
     EXPECT_FALSE(levelsShown);
 }
 
-TEST(OperatorShow, WorkThatRunsAfterTheTimeOutStillHasWhatItTouches)
+TEST(OperatorShow, WorkThatRunsAfterTheTimeOutPrintsNothing)
 {
     PumpedApartment apartment;
-    auto table = std::make_shared<FakeTable>();
-    const std::weak_ptr<FakeTable> watched = table;
-    operatorShow::showXpts(apartment, std::move(table), 1, 10, 1ms);
-    ASSERT_FALSE(watched.expired());
+    const auto table = std::make_shared<FakeTable>();
+    const auto levels = std::make_shared<LevelContainer>();
+    operatorShow::showXpts(apartment, table, 1, 10, 1ms);
+    operatorShow::showLevels(apartment, levels, "title", 1ms);
+    testing::internal::CaptureStdout();
 
     apartment.runAll();
 
-    EXPECT_TRUE(watched.expired());
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    EXPECT_EQ(table->thread, std::this_thread::get_id());
+}
+
+TEST(OperatorShow, WorkThatStaysInTheQueueKeepsNothingAlive)
+{
+    PumpedApartment apartment;
+    auto table = std::make_shared<FakeTable>();
+    auto levels = std::make_shared<LevelContainer>();
+    const std::weak_ptr<FakeTable> watchedTable = table;
+    const std::weak_ptr<LevelContainer> watchedLevels = levels;
+    operatorShow::showXpts(apartment, table, 1, 10, 1ms);
+    operatorShow::showLevels(apartment, levels, "title", 1ms);
+
+    table.reset();
+    levels.reset();
+
+    EXPECT_TRUE(watchedTable.expired());
+    EXPECT_TRUE(watchedLevels.expired());
+    apartment.runAll(); // nothing is left to look at
 }
 
 TEST(ApartmentCall, WorkThatThrowsGivesNoResultAndTheApartmentGoesOn)
