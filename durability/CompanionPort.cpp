@@ -4,6 +4,7 @@
 #include <array>
 #include <charconv>
 #include <string_view>
+#include <utility>
 
 namespace com::tallowcrest::durability
 {
@@ -165,8 +166,9 @@ std::vector<CompanionPort::Peer> CompanionPort::peers() const
 bool CompanionPort::takeNewReaders()
 {
     dds_publication_matched_status_t status{};
+    // The listener has taken the change since the last look; the total is still right.
     return dds_get_publication_matched_status(m_writer.get(), &status) == DDS_RETCODE_OK &&
-           status.total_count_change > 0;
+           std::exchange(m_readersSeen, status.total_count) < status.total_count;
 }
 
 } // namespace com::tallowcrest::durability

@@ -56,6 +56,7 @@ private:
     const ChannelName m_channel;
     const TypeCodec& m_codec;
     std::size_t m_promised;
+    std::uint32_t m_readersSeen = 0;
     std::vector<std::byte> m_storage;
     std::vector<void*> m_samples;
     std::vector<dds_sample_info_t> m_infos;
