@@ -1,0 +1,304 @@
+#include <cstdlib>
+#include <filesystem>
+#include <map>
+#include <optional>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "dds/dds.hpp"
+#include "durability/Store.h"
+#include "tests/support/TempDir.h"
+#include "tests/support/WaitUntil.h"
+#include "tests/unit/durability/OutputCodec.h"
+
+using namespace com::tallowcrest::durability;
+
+namespace
+{
+
+/// One process of the router as the bus sees it: a participant with a store, a writer of targets, and the reading of
+/// history as a bridge does it at its join.
+class Bridge
+{
+public:
+    using Targets = std::map<std::uint32_t, std::uint32_t>; ///< inputs by output
+
+    explicit Bridge(const std::filesystem::path& store, const std::string& partition = "R1") : m_partition(partition)
+    {
+        // Read when the first PERSISTENT writer is made.
+        ::setenv("KORABRIDGE_DURABLE_STORE", store.c_str(), 1);
+        m_writer = makeWriter();
+    }
+
+    void take(std::uint32_t number, std::uint32_t input, std::uint32_t when = 1)
+    {
+        m_writer.write(output(number, input, when));
+    }
+    dds::sub::DataReader<Output> makeReader() const
+    {
+        dds::sub::qos::SubscriberQos qos;
+        qos << dds::core::policy::Partition(m_partition);
+        return {dds::sub::Subscriber(m_participant, qos), topic(), dds::sub::qos::DataReaderQos(topic().qos())};
+    }
+    /// Waits for history and publishes it again with another time of effect.
+    Targets join()
+    {
+        auto reader = makeReader();
+        reader.wait_for_historical_data(dds::core::Duration::from_secs(20));
+        return publishAgain(reader);
+    }
+    Targets publishAgain(dds::sub::DataReader<Output>& reader)
+    {
+        Targets targets;
+        for (const auto& sample : reader.take())
+        {
+            if (sample.info().valid())
+            {
+                targets[sample.data().macroXptOutput] = sample.data().macroXptInput;
+                take(sample.data().macroXptOutput, sample.data().macroXptInput, 99);
+            }
+        }
+        return targets;
+    }
+    /// What waiting for history gives now.
+    Targets history() const
+    {
+        auto reader = makeReader();
+        reader.wait_for_historical_data(dds::core::Duration::from_secs(20));
+        Targets targets;
+        for (const auto& sample : reader.take())
+        {
+            targets[sample.data().macroXptOutput] = sample.data().macroXptInput;
+        }
+        return targets;
+    }
+    bool waitForHistory(const Targets& targets) const
+    {
+        return testsupport::waitUntil([&] { return history() == targets; });
+    }
+
+private:
+    dds::topic::Topic<Output> topic() const
+    {
+        dds::topic::qos::TopicQos qos;
+        qos << dds::core::policy::Durability::Persistent() << dds::core::policy::Reliability::Reliable();
+        return {m_participant, "TopicTarget", qos};
+    }
+    dds::pub::DataWriter<Output> makeWriter() const
+    {
+        dds::pub::qos::PublisherQos qos;
+        qos << dds::core::policy::Partition(m_partition);
+        return {dds::pub::Publisher(m_participant, qos), topic(), dds::pub::qos::DataWriterQos(topic().qos())};
+    }
+
+    const std::string m_partition;
+    dds::domain::DomainParticipant m_participant{dds::domain::default_id()};
+    dds::pub::DataWriter<Output> m_writer{dds::core::null};
+};
+
+class DurableTargetsTest : public testing::Test
+{
+protected:
+    std::filesystem::path store(const std::string& name) const { return m_directory.path() / (name + ".db"); }
+    std::unique_ptr<Bridge> bridge(const std::string& name, const std::string& partition = "R1") const
+    {
+        return std::make_unique<Bridge>(store(name), partition);
+    }
+
+    testsupport::TempDir m_directory;
+};
+
+} // namespace
+
+TEST_F(DurableTargetsTest, NobodyAndNothingGivesNothing)
+{
+    EXPECT_EQ(bridge("a")->join(), Bridge::Targets{});
+}
+
+TEST_F(DurableTargetsTest, LastValueOutlivesTheProcess)
+{
+    {
+        const auto first = bridge("a");
+        first->take(7, 4);
+        first->take(7, 5);
+        first->take(8, 6);
+    }
+
+    EXPECT_EQ(bridge("a")->join(), (Bridge::Targets{{7, 5}, {8, 6}}));
+}
+
+TEST_F(DurableTargetsTest, OwnTakesAreThereBeforeTheyAreStored)
+{
+    const auto sut = bridge("a");
+
+    sut->take(7, 5);
+
+    EXPECT_EQ(sut->history(), (Bridge::Targets{{7, 5}}));
+}
+
+TEST_F(DurableTargetsTest, PartitionsAreApart)
+{
+    {
+        bridge("a", "R1")->take(7, 5);
+    }
+
+    EXPECT_EQ(bridge("a", "R2")->join(), Bridge::Targets{});
+    EXPECT_EQ(bridge("a", "R1")->join(), (Bridge::Targets{{7, 5}}));
+}
+
+TEST_F(DurableTargetsTest, LiveParticipantHandsOverWhatItHas)
+{
+    const auto live = bridge("live");
+    live->take(7, 5);
+
+    EXPECT_EQ(bridge("fresh")->join(), (Bridge::Targets{{7, 5}}));
+}
+
+TEST_F(DurableTargetsTest, NewerOfStoreAndLiveParticipantWins)
+{
+    {
+        bridge("away")->take(7, 1);
+    }
+    const auto live = bridge("live");
+    live->take(7, 2);
+    live->take(8, 3);
+
+    const auto back = bridge("away");
+
+    EXPECT_EQ(back->join(), (Bridge::Targets{{7, 2}, {8, 3}}));
+    EXPECT_TRUE(live->waitForHistory({{7, 2}, {8, 3}}));
+}
+
+TEST_F(DurableTargetsTest, StoredValueWinsOverAnOlderOneOfALiveParticipant)
+{
+    const auto live = bridge("live");
+    live->take(7, 1);
+    {
+        const auto other = bridge("other");
+        other->join();
+        other->take(7, 2);
+    }
+
+    EXPECT_EQ(bridge("other")->join(), (Bridge::Targets{{7, 2}}));
+}
+
+TEST_F(DurableTargetsTest, FreshParticipantGetsWhatALiveOneRecordedOfOneThatIsGone)
+{
+    const auto live = bridge("live");
+    {
+        const auto gone = bridge("gone");
+        gone->join();
+        gone->take(7, 5);
+        ASSERT_TRUE(live->waitForHistory({{7, 5}}));
+    }
+
+    EXPECT_EQ(bridge("fresh")->join(), (Bridge::Targets{{7, 5}}));
+}
+
+TEST_F(DurableTargetsTest, PublishingHistoryAgainNeverHidesWhatIsSetMeanwhile)
+{
+    {
+        bridge("away")->take(7, 1);
+    }
+    const auto live = bridge("live");
+    const auto back = bridge("away");
+    auto reader = back->makeReader();
+    reader.wait_for_historical_data(dds::core::Duration::from_secs(20));
+    live->take(7, 2); // seen by nobody yet
+
+    back->publishAgain(reader);
+
+    EXPECT_TRUE(back->waitForHistory({{7, 2}}));
+    EXPECT_TRUE(live->waitForHistory({{7, 2}}));
+}
+
+TEST_F(DurableTargetsTest, PublishingHistoryAgainIsNoNewDecision)
+{
+    {
+        bridge("a")->take(7, 5, 1);
+    }
+    const auto before = Store(store("a")).load();
+
+    EXPECT_EQ(bridge("a")->join(), (Bridge::Targets{{7, 5}}));
+
+    EXPECT_EQ(Store(store("a")).load(), before);
+}
+
+TEST_F(DurableTargetsTest, TakeAfterTheJoinIsANewDecision)
+{
+    {
+        bridge("a")->take(7, 5);
+    }
+    {
+        const auto sut = bridge("a");
+        sut->join();
+        sut->take(7, 5);
+        sut->take(7, 6);
+    }
+
+    EXPECT_EQ(bridge("a")->join(), (Bridge::Targets{{7, 6}}));
+}
+
+TEST_F(DurableTargetsTest, RowFromAClockFarAheadDoesNotFreezeItsInstance)
+{
+    {
+        bridge("a")->take(7, 5);
+    }
+    auto rows = Store(store("a")).load();
+    ASSERT_EQ(rows.size(), 1U);
+    for (const SourceTime absurd : {latestBelieved - 1, INT64_MAX})
+    {
+        rows[0].written = absurd;
+        Store(store("a")).commit(rows);
+        {
+            const auto sut = bridge("a");
+            sut->join();
+            sut->take(7, 6);
+        }
+        EXPECT_EQ(bridge("a")->join(), (Bridge::Targets{{7, 6}}));
+    }
+}
+
+TEST_F(DurableTargetsTest, RowsThatMakeNoSenseAreLeftOutAndTheOthersUsed)
+{
+    {
+        const auto sut = bridge("a");
+        sut->take(7, 5);
+        sut->take(8, 6);
+        sut->take(9, 7);
+    }
+    auto rows = Store(store("a")).load();
+    rows[0].payload = "{\"macroXptOutput\":7}";
+    rows[1].payload = rows[2].payload; // names another instance
+    Store(store("a")).commit(rows);
+
+    EXPECT_EQ(bridge("a")->join(), (Bridge::Targets{{9, 7}}));
+}
+
+TEST_F(DurableTargetsTest, AFullTableIsHandedOverWithinASecond)
+{
+    const auto live = bridge("live");
+    Bridge::Targets all;
+    for (std::uint32_t i = 1; i <= 2592; ++i)
+    {
+        live->take(i, i);
+        all[i] = i;
+    }
+    ASSERT_TRUE(live->waitForHistory(all));
+    const auto fresh = bridge("fresh");
+
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_EQ(fresh->join(), all);
+    EXPECT_LE(std::chrono::steady_clock::now() - begin, std::chrono::seconds(1));
+}
+
+TEST_F(DurableTargetsTest, WithoutAStoreTheParticipantsStillHelpEachOther)
+{
+    testsupport::writeFile(m_directory.path() / "file", "in the way of a directory");
+    const auto live = std::make_unique<Bridge>(m_directory.path() / "file" / "live.db");
+    live->take(7, 5);
+
+    EXPECT_EQ(bridge("fresh")->join(), (Bridge::Targets{{7, 5}}));
+    EXPECT_EQ(live->history(), (Bridge::Targets{{7, 5}}));
+}

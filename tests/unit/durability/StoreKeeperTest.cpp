@@ -1,0 +1,249 @@
+#include "durability/StoreKeeper.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <string>
+
+#include <gtest/gtest.h>
+#include <sched.h>
+#include <sys/mount.h>
+
+#include "tests/support/TempDir.h"
+#include "tests/support/WaitUntil.h"
+#include "tests/unit/ddskorabridge/CapturedLog.h"
+#include "tests/unit/durability/OutputCodec.h"
+
+using namespace com::tallowcrest::durability;
+using testsupport::waitUntil;
+
+namespace
+{
+
+class StoreKeeperTest : public testing::Test
+{
+protected:
+    void start()
+    {
+        m_sut = std::make_unique<StoreKeeper>(m_path, m_channels, [this] { ++m_loaded; });
+    }
+    void take(std::uint32_t number, std::uint32_t input)
+    {
+        const BusOutput sample = busOutput(number, input);
+        channel().apply(std::to_string(number), &sample, ++m_time, Channel::Origin::Writer);
+        m_sut->wake();
+    }
+    Channel& channel() { return *m_channels.get({"R1", "Topic"}, outputCodec()); }
+    /// Ends the keeper and looks into the store.
+    std::size_t storedRows()
+    {
+        m_sut.reset();
+        return Store(m_path).load().size();
+    }
+    bool waitForRows(std::int64_t count) const
+    {
+        return waitUntil([&] {
+            try
+            {
+                return SqliteConnection(m_path.string()).number("SELECT count(*) FROM durable_sample") == count;
+            }
+            catch (const SqliteError&)
+            {
+                return false;
+            }
+        });
+    }
+    /// The warnings so far; waits until there is one.
+    std::vector<std::string> warnings()
+    {
+        waitUntil([this] {
+            collect();
+            return !m_warnings.empty();
+        });
+        return m_warnings;
+    }
+    void collect()
+    {
+        for (const std::string& line : m_log.lines())
+        {
+            (line.starts_with("WARN") ? m_warnings : m_others).push_back(line);
+        }
+    }
+    /// True when `text` was logged at another level.
+    bool waitForOther(const std::string& text)
+    {
+        return waitUntil([&] {
+            collect();
+            for (const std::string& line : m_others)
+            {
+                if (line.find(text) != std::string::npos)
+                {
+                    return true;
+                }
+            }
+            return false;
+        });
+    }
+
+    testsupport::TempDir m_directory;
+    std::filesystem::path m_path = m_directory.path() / "durable.db";
+    CapturedLog m_log;
+    std::vector<std::string> m_warnings;
+    std::vector<std::string> m_others;
+    WakeUp m_recorder;
+    ChannelList m_channels{m_recorder};
+    std::atomic<int> m_loaded{0};
+    SourceTime m_time = 1000;
+    std::unique_ptr<StoreKeeper> m_sut;
+};
+
+} // namespace
+
+TEST_F(StoreKeeperTest, CommitsWhatIsDueSoon)
+{
+    start();
+    ASSERT_TRUE(waitUntil([this] { return m_sut->hasTried(); }));
+    const auto begin = std::chrono::steady_clock::now();
+
+    take(7, 5);
+
+    ASSERT_TRUE(waitForRows(1));
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(2));
+    collect();
+    EXPECT_TRUE(m_warnings.empty());
+}
+
+TEST_F(StoreKeeperTest, CommitsOnceMoreAtItsEnd)
+{
+    start();
+    take(7, 5);
+
+    EXPECT_EQ(storedRows(), 1U);
+}
+
+TEST_F(StoreKeeperTest, GivesTheRowsOfAChannelOnce)
+{
+    Store(m_path).commit({{{"R1", "Topic"}, "7", "T", 1, "{}"}, {{"R2", "Topic"}, "7", "T", 1, "{}"}});
+    start();
+    ASSERT_TRUE(waitUntil([this] { return m_loaded == 1; }));
+
+    EXPECT_EQ(m_sut->takeLoaded({"R1", "Topic"}).size(), 1U);
+    EXPECT_TRUE(m_sut->takeLoaded({"R1", "Topic"}).empty());
+    EXPECT_EQ(m_sut->takeLoaded({"R2", "Topic"}).size(), 1U);
+}
+
+TEST_F(StoreKeeperTest, PlaceThatCannotBeWrittenIsOneWarningAndIsTriedAgain)
+{
+    testsupport::writeFile(m_directory.path() / "place", "no directory");
+    m_path = m_directory.path() / "place" / "durable.db";
+    start();
+    ASSERT_TRUE(waitUntil([this] { return m_loaded == 1; }));
+    take(7, 5);
+    ASSERT_EQ(warnings().size(), 1U);
+    EXPECT_NE(warnings()[0].find(m_path.string()), std::string::npos) << warnings()[0];
+    EXPECT_NE(warnings()[0].find("Not a directory"), std::string::npos) << warnings()[0];
+
+    std::filesystem::remove(m_directory.path() / "place");
+
+    EXPECT_TRUE(waitForOther("in use again"));
+    EXPECT_TRUE(waitForRows(1));
+    EXPECT_EQ(warnings().size(), 1U);
+}
+
+TEST_F(StoreKeeperTest, StoreOfAnotherProcessIsOneWarningAndIsTakenWhenItIsFree)
+{
+    auto other = std::make_unique<Store>(m_path);
+    start();
+    take(7, 5);
+    ASSERT_EQ(warnings().size(), 1U);
+    EXPECT_NE(warnings()[0].find("another process"), std::string::npos) << warnings()[0];
+
+    other.reset();
+
+    EXPECT_TRUE(waitForOther("in use again"));
+    EXPECT_TRUE(waitForRows(1));
+    EXPECT_EQ(warnings().size(), 1U);
+}
+
+TEST_F(StoreKeeperTest, NewerSchemaIsOneWarningAndLeftAlone)
+{
+    Store(m_path).commit({{{"R1", "Topic"}, "7", "T", 1, "{}"}});
+    SqliteConnection(m_path.string()).execute("PRAGMA user_version = 9");
+    start();
+    take(8, 5);
+
+    ASSERT_EQ(warnings().size(), 1U);
+    EXPECT_NE(warnings()[0].find("schema version 9"), std::string::npos) << warnings()[0];
+    m_sut.reset();
+    EXPECT_EQ(SqliteConnection(m_path.string()).number("SELECT count(*) FROM durable_sample"), 1);
+}
+
+TEST_F(StoreKeeperTest, CorruptStoreIsSetAsideAndEverythingKnownGoesIntoAFreshOne)
+{
+    testsupport::writeFile(m_path, std::string(10000, 'x'));
+    start();
+    take(7, 5);
+
+    ASSERT_EQ(warnings().size(), 1U);
+    EXPECT_NE(warnings()[0].find("is corrupt; it is now " + m_path.string() + ".corrupt-"), std::string::npos)
+        << warnings()[0];
+    EXPECT_TRUE(waitForRows(1));
+}
+
+TEST_F(StoreKeeperTest, StoreThatIsDamagedWhileInUseIsSetAsideAndNothingKnownIsLost)
+{
+    start();
+    for (std::uint32_t i = 0; i < 2000; ++i)
+    {
+        take(i, 5);
+    }
+    ASSERT_TRUE(waitForRows(2000));
+    SqliteConnection(m_path.string()).execute("PRAGMA wal_checkpoint(TRUNCATE)");
+    {
+        std::fstream file(m_path, std::ios::in | std::ios::out | std::ios::binary);
+        file.seekp(4096);
+        file << std::string(std::filesystem::file_size(m_path) - 4096, '\xa5');
+    }
+
+    for (std::uint32_t i = 0; i < 2000; ++i)
+    {
+        take(i, 6);
+    }
+
+    ASSERT_EQ(warnings().size(), 1U);
+    EXPECT_NE(warnings()[0].find("is corrupt"), std::string::npos) << warnings()[0];
+    EXPECT_TRUE(waitForRows(2000));
+    EXPECT_EQ(storedRows(), 2000U);
+}
+
+TEST_F(StoreKeeperTest, FullDiskIsOneWarningAndIsWrittenWhenThereIsRoom)
+{
+    const std::filesystem::path disk = m_directory.path() / "disk";
+    std::filesystem::create_directories(disk);
+    if (::unshare(CLONE_NEWNS) != 0 || ::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+        ::mount("tmpfs", disk.c_str(), "tmpfs", 0, "size=400k") != 0)
+    {
+        GTEST_SKIP() << "no small disk to be had: " << std::strerror(errno);
+    }
+    m_path = disk / "durable.db";
+    start();
+    take(7, 5);
+    ASSERT_TRUE(waitForRows(1));
+    std::ofstream ballast(disk / "ballast", std::ios::binary);
+    ballast << std::string(1U << 20U, 'x') << std::flush;
+    ballast.close();
+
+    for (std::uint32_t i = 0; i < 200; ++i)
+    {
+        take(i, 6);
+    }
+    ASSERT_EQ(warnings().size(), 1U);
+    EXPECT_NE(warnings()[0].find("full"), std::string::npos) << warnings()[0];
+    std::filesystem::remove(disk / "ballast");
+
+    EXPECT_TRUE(waitForOther("in use again"));
+    EXPECT_TRUE(waitForRows(200));
+    EXPECT_EQ(storedRows(), 200U);
+    EXPECT_EQ(m_warnings.size(), 1U);
+    ::umount(disk.c_str());
+}
