@@ -115,6 +115,11 @@ void Store::open()
     {
         checkIdentity();
     }
+    if (isNew)
+    {
+        // A commit writes whole pages; rows are short.
+        m_database->execute("PRAGMA page_size = 1024");
+    }
     // The log keeps commits short and lets operators read beside us. A commit does not wait for the disk; the log is
     // forced to it at short intervals and moved into the main file off this connection.
     m_database->execute("PRAGMA journal_mode = WAL");

@@ -30,7 +30,7 @@ namespace com::tallowcrest::durability
 class StoreKeeper
 {
 public:
-    static constexpr std::chrono::milliseconds commitInterval{40};
+    static constexpr std::chrono::milliseconds commitInterval{20};
     static constexpr std::chrono::milliseconds retryInterval{1000};
     /// Cut the log on this thread when the forcing thread does not get to it.
     static constexpr std::uintmax_t longestLog = 32U << 20U;
