@@ -21,6 +21,12 @@ bool LogLimit::allow(Clock::time_point now)
     return false;
 }
 
+void LogLimit::clear()
+{
+    m_written = 0;
+    m_heldBack = 0;
+}
+
 std::uint32_t LogLimit::takeHeldBack()
 {
     return std::exchange(m_heldBack, 0);

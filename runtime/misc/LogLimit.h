@@ -17,6 +17,8 @@ public:
 
     /// True when a line that is due `now` is to be written; otherwise it is counted.
     bool allow(Clock::time_point now = Clock::now());
+    /// Forgets all: what is due next is news.
+    void clear();
     /// How many lines were held back since the last call.
     std::uint32_t takeHeldBack();
 

@@ -77,12 +77,6 @@ void TelnetClient::flush()
     sendPending();
 }
 
-std::uint64_t TelnetClient::droppedBytes() const
-{
-    const std::lock_guard lock(m_mutex);
-    return m_droppedBytes;
-}
-
 bool TelnetClient::receive()
 {
     std::array<char, 512> bytes{};

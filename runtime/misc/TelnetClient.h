@@ -45,8 +45,6 @@ public:
     void flush();
     /// True while text is kept. Any thread, without a lock.
     bool hasPendingText() const { return m_hasPendingText.load(); }
-    /// Bytes dropped since the client last had caught up. Any thread.
-    std::uint64_t droppedBytes() const;
 
     /// The descriptor to poll for input, for the reading thread.
     int fd() const { return m_socket.get(); }
@@ -71,7 +69,7 @@ private:
 
     TelnetLineReader m_lines; // of the reading thread
 
-    mutable std::mutex m_mutex; // guards everything below and all writing to the socket
+    std::mutex m_mutex; // guards everything below and all writing to the socket
     std::string m_pending;
     std::uint64_t m_droppedBytes = 0;
     bool m_owesTimingMark = false;

@@ -36,9 +36,18 @@ TelnetIO::~TelnetIO()
 
 void TelnetIO::start()
 {
-    if (!m_running.exchange(true))
+    if (m_running.exchange(true))
+    {
+        return;
+    }
+    try
     {
         m_thread = std::thread(&TelnetIO::acceptConnections, this);
+    }
+    catch (...)
+    {
+        m_running.store(false);
+        throw;
     }
 }
 

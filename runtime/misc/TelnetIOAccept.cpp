@@ -30,7 +30,11 @@ bool TelnetIO::openServerSocket()
 {
     const bool isLogged = m_openFailures.allow();
     const bool isOpen = m_listener.open(isLogged);
-    if (!isOpen && isLogged)
+    if (isOpen)
+    {
+        m_openFailures.clear();
+    }
+    else if (isLogged)
     {
         LOG_WARN_F(m_logger, "openServerSocket() failed");
         logHeldBack(m_openFailures);

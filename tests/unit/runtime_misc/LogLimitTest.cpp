@@ -31,4 +31,16 @@ TEST(LogLimit, whenTheIntervalHasPassed_allowsAgainAndTellsHowManyWereHeldBack)
     EXPECT_EQ(0U, sut.takeHeldBack());
 }
 
+TEST(LogLimit, whenCleared_allowsAtOnceAndHasForgottenWhatWasHeldBack)
+{
+    LogLimit sut(1, std::chrono::minutes(1));
+    sut.allow(begin);
+    sut.allow(begin);
+
+    sut.clear();
+
+    EXPECT_TRUE(sut.allow(begin));
+    EXPECT_EQ(0U, sut.takeHeldBack());
+}
+
 } // namespace
