@@ -172,6 +172,29 @@ TEST_F(ApartmentTest, secondStartKeepsTheOneThread)
     EXPECT_EQ(threads[0], threads[1]);
 }
 
+TEST_F(ApartmentTest, anIdleApartmentLooksAtItsRunningFlagEveryTenSeconds)
+{
+    class Observed : public Apartment
+    {
+    public:
+        Observed() : Apartment("sut") {}
+        ~Observed() override { stop(); }
+        bool isRunning() const override
+        {
+            ++m_looks;
+            return Apartment::isRunning();
+        }
+        mutable std::atomic<int> m_looks{0};
+    };
+    Observed sut;
+    const auto begin = std::chrono::steady_clock::now();
+    sut.start();
+
+    ASSERT_TRUE(waitUntil([&sut] { return sut.m_looks == 2; }, std::chrono::seconds(30)));
+
+    EXPECT_GT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(9));
+}
+
 TEST_F(ApartmentTest, stopOfAnIdleApartmentIsPrompt)
 {
     Apartment sut("sut");
