@@ -96,7 +96,8 @@ std::optional<CommandLine> parseCommandLine(int argc, char** argv, int& status)
            "--status-delay", [&](const std::uint32_t& delay) { router.statusDelay = std::chrono::milliseconds(delay); },
            "Milliseconds from a target to its status [0]")
         ->type_name("MS");
-    app.add_flag("--exit-at-eof", result.isExitingAtEof, "End when the script ends, instead of at a signal");
+    app.add_flag("--exit-at-eof", result.isExitingAtEof,
+                 "End when the script ends, instead of at a signal; with status 1 when a line of it failed");
     app.add_flag("--silent", result.isSilentStart, "Publish nothing until the script says \"announce\"");
     try
     {
@@ -104,7 +105,8 @@ std::optional<CommandLine> parseCommandLine(int argc, char** argv, int& status)
     }
     catch (const CLI::ParseError& error)
     {
-        status = app.exit(error);
+        constexpr int wrongArguments = 2;
+        status = app.exit(error) == 0 ? 0 : wrongArguments; // 0: help or version was asked for
         return std::nullopt;
     }
     return result;

@@ -28,14 +28,21 @@ int main(int argc, char** argv)
         }
         korasim::EventScript script(router, std::cout, std::cerr,
                                     [&input](std::chrono::milliseconds time) { return input.pause(time); });
-        while (const auto line = input.nextLine())
+        bool isQuitting = false;
+        while (!isQuitting)
         {
-            if (script.runLine(*line) == korasim::EventScript::Outcome::Quit)
+            const auto line = input.nextLine();
+            if (!line)
             {
-                return 0;
+                break;
             }
+            isQuitting = script.runLine(*line) == korasim::EventScript::Outcome::Quit;
         }
-        if (!commandLine->isExitingAtEof)
+        if (commandLine->isExitingAtEof)
+        {
+            return script.errorCount() == 0 ? 0 : 1;
+        }
+        if (!isQuitting)
         {
             input.waitForSignal();
         }

@@ -29,10 +29,7 @@ TEST(KorasimProgramTest, BadOptionEndsWithAComplaint)
 {
     ChildProcess sut(programPath("korasim"), {"--level", "3,foo"});
 
-    const auto status = sut.waitForExit();
-
-    ASSERT_TRUE(status);
-    EXPECT_NE(*status, 0);
+    EXPECT_EQ(sut.waitForExit(), 2);
     EXPECT_NE(sut.errors().find("'foo' is neither video nor audio"), std::string::npos);
 }
 
@@ -91,4 +88,16 @@ TEST(KorasimProgramTest, ExitAtEofEndsWithTheScript)
 
     EXPECT_EQ(sut.waitForExit(), 0);
     EXPECT_EQ(sut.output(), "");
+}
+
+TEST(KorasimProgramTest, ExitAtEofTellsThatALineOfTheScriptFailed)
+{
+    for (const std::string end : {"", "quit\n"})
+    {
+        ChildProcess sut(programPath("korasim"), {"--exit-at-eof", "--silent"});
+        sut.write("nonsense\nshow\n" + end);
+        sut.closeInput();
+
+        EXPECT_EQ(sut.waitForExit(), 1) << end;
+    }
 }
