@@ -2,6 +2,7 @@
 
 #include "koracommand/WireWords.h"
 
+#include <algorithm>
 #include <cassert>
 
 std::span<std::uint8_t> MessageCutter::freeSpace()

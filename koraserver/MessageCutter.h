@@ -2,7 +2,6 @@
 
 #include "koracommand/WireLayout.h"
 
-#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -29,25 +28,6 @@ public:
 
     /// The next whole message, 16 to 8192 bytes, or empty when more bytes are needed.
     std::optional<std::span<const std::uint8_t>> next();
-
-    /// Takes `bytes` of any number and calls `onMessage(std::span<const std::uint8_t>)` for every message they
-    /// complete.
-    template <typename OnMessage>
-    void feed(std::span<const std::uint8_t> bytes, OnMessage&& onMessage)
-    {
-        while (!bytes.empty())
-        {
-            const std::span<std::uint8_t> space = freeSpace();
-            const std::size_t count = std::min(space.size(), bytes.size());
-            std::copy_n(bytes.begin(), count, space.begin());
-            stored(count);
-            bytes = bytes.subspan(count);
-            while (const auto message = next())
-            {
-                onMessage(*message);
-            }
-        }
-    }
 
     /// Bytes received that belong to no message yet.
     std::size_t heldBytes() const { return m_end - m_begin; }
