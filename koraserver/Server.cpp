@@ -1,5 +1,6 @@
 #include "koraserver/Server.h"
 
+#include "koracommand/ReportError.h"
 #include "koraserver/Ipv4Address.h"
 #include "koraserver/ListeningSocket.h"
 #include "koraserver/SocketClose.h"
@@ -23,6 +24,7 @@
 
 using com::tallowcrest::misc::print;
 using com::tallowcrest::util::systemErrorText;
+using com::tallowcrest::util::UniqueFd;
 
 Server::Server(const std::string& loggerName, std::shared_ptr<ConnectionFactory> connectionFactory,
                std::shared_ptr<NotifyNewConnection> newConnectionListener)
@@ -110,7 +112,7 @@ void Server::run()
         }
         catch (const std::exception& error)
         {
-            LOG_ERROR_F(m_logger, "Kora Server pass ended by an exception, %s", error.what());
+            reportError(m_logger, "Kora Server pass ended by an exception", error.what());
             pause();
         }
     }
@@ -177,7 +179,7 @@ bool Server::openServerSocketIfClosed()
         return false;
     }
     m_openFailures.succeeded();
-    m_listenSocket = std::get<com::tallowcrest::util::UniqueFd>(std::move(opened));
+    m_listenSocket = std::get<UniqueFd>(std::move(opened));
     return true;
 }
 
@@ -218,15 +220,15 @@ void Server::checkForClient()
 
     sockaddr_in client{};
     socklen_t clientSize = sizeof client;
-    const int socket = ::accept4(m_listenSocket.get(), reinterpret_cast<sockaddr*>(&client), &clientSize, SOCK_CLOEXEC);
-    if (socket < 0)
+    UniqueFd socket(::accept4(m_listenSocket.get(), reinterpret_cast<sockaddr*>(&client), &clientSize, SOCK_CLOEXEC));
+    if (!socket.isOpen())
     {
         acceptFailed(errno);
         return;
     }
     m_acceptFailures.succeeded();
     ++m_acceptedCount;
-    addClient(socket, client);
+    addClient(std::move(socket), client);
 }
 
 void Server::acceptFailed(int error)
@@ -249,37 +251,39 @@ void Server::acceptFailed(int error)
     }
 }
 
-void Server::addClient(int socket, const sockaddr_in& client)
+void Server::addClient(UniqueFd socket, const sockaddr_in& client)
 {
     const std::uint32_t address = client.sin_addr.s_addr;
-    LOG_INFO_F(m_logger, "accepted tcp connection from %s, fd = %d", dottedText(address).c_str(), socket);
+    LOG_INFO_F(m_logger, "accepted tcp connection from %s, fd = %d", dottedText(address).c_str(), socket.get());
     const auto slot = findFreeSlot();
     if (!slot)
     {
         LOG_WARN_F(m_logger, "Connection rejected from %s would exceed max connections: %d",
                    paddedText(address).c_str(), static_cast<int>(m_slots.size()));
-        rejectClient(socket);
+        rejectClient(std::move(socket));
         return;
     }
-    if (!setSocketOptions(socket))
+    if (!setSocketOptions(socket.get()))
     {
         LOG_WARN_F(m_logger, "Connection rejected from %s failed setting socket options", paddedText(address).c_str());
-        rejectClient(socket);
+        rejectClient(std::move(socket));
         return;
     }
     LOG_INFO_F(m_logger, "connectionId %d", static_cast<int>(*slot));
     try
     {
         m_newConnectionListener->notifyNewConnection(*slot);
-        m_slots[*slot] = m_connectionFactory->createConnection(socket, ntohs(client.sin_port), *slot, address);
-        m_connectionFailures.succeeded();
+        m_slots[*slot] = m_connectionFactory->createConnection(socket.get(), ntohs(client.sin_port), *slot, address);
+        static_cast<void>(socket.release()); // the connection's from now on
     }
     catch (const std::exception& error)
     {
         m_connectionFailures.warn({error.what(), formatText("Connection rejected from %s failed starting it, %s",
                                                             paddedText(address).c_str(), error.what())});
-        rejectClient(socket);
+        rejectClient(std::move(socket));
+        return;
     }
+    m_connectionFailures.succeeded();
 }
 
 bool Server::setSocketOptions(int socket)
@@ -292,15 +296,16 @@ bool Server::setSocketOptions(int socket)
     return !failure;
 }
 
-void Server::rejectClient(int socket)
+void Server::rejectClient(UniqueFd rejected)
 {
+    const int socket = rejected.get();
     if (::shutdown(socket, SHUT_RDWR) != 0)
     {
         LOG_INFO_F(m_logger, "Rejecting connection: failed shutdown on socket %d, %s", socket,
                    systemErrorText().c_str());
     }
     prepareToClose(socket);
-    if (::close(socket) != 0)
+    if (::close(rejected.release()) != 0)
     {
         LOG_INFO_F(m_logger, "Rejecting connection: failed close on socket %d, %s", socket, systemErrorText().c_str());
     }

@@ -66,9 +66,9 @@ private:
     void closeServerSocket();
     void checkForClient();
     void acceptFailed(int error);
-    void addClient(int socket, const sockaddr_in& client);
+    void addClient(com::tallowcrest::util::UniqueFd socket, const sockaddr_in& client);
     bool setSocketOptions(int socket);
-    void rejectClient(int socket);
+    void rejectClient(com::tallowcrest::util::UniqueFd rejected);
 
     void removeAnyDeadClients();
     void removeAllClients();

@@ -96,6 +96,21 @@ public:
         return m_ports;
     }
 
+    /// The socket of the living connection of a slot; -1 when there is none.
+    int socketOf(std::uint32_t id) const
+    {
+        const std::lock_guard lock(m_mutex);
+        for (const auto& weak : m_connections)
+        {
+            const auto connection = weak.lock();
+            if (connection != nullptr && connection->connectionId() == id)
+            {
+                return connection->socket();
+            }
+        }
+        return -1;
+    }
+
     /// Makes the living connection of a slot report that it no longer runs.
     void letDie(std::uint32_t id)
     {

@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <arpa/inet.h>
+#include <netinet/tcp.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
 
@@ -145,6 +146,26 @@ TEST_F(ServerTest, ListenerHearsOfAClientBeforeItsConnectionIsMade)
     socklen_t size = sizeof address;
     ASSERT_EQ(::getsockname(m_clients[0].fd(), reinterpret_cast<sockaddr*>(&address), &size), 0);
     EXPECT_EQ(m_factory->ports(), std::vector{ntohs(address.sin_port)});
+}
+
+TEST_F(ServerTest, AcceptedSocketCarriesItsOptions)
+{
+    startConnected();
+
+    connectClient();
+
+    const int socket = m_factory->socketOf(0);
+    linger value{};
+    socklen_t size = sizeof value;
+    ASSERT_EQ(::getsockopt(socket, SOL_SOCKET, SO_LINGER, &value, &size), 0);
+    EXPECT_EQ(value.l_onoff, 1);
+    EXPECT_EQ(value.l_linger, 1);
+    int number = 0;
+    size = sizeof number;
+    ASSERT_EQ(::getsockopt(socket, SOL_SOCKET, SO_KEEPALIVE, &number, &size), 0);
+    EXPECT_EQ(number, 1);
+    ASSERT_EQ(::getsockopt(socket, IPPROTO_TCP, TCP_KEEPIDLE, &number, &size), 0);
+    EXPECT_EQ(number, 300) << "the system's own default is 7200";
 }
 
 TEST_F(ServerTest, AcceptedClientIsLoggedWithAddressDescriptorAndSlot)
