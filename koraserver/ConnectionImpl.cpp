@@ -1,5 +1,6 @@
 #include "koraserver/ConnectionImpl.h"
 
+#include "koracommand/ReportError.h"
 #include "koracommand/WireLayout.h"
 #include "koracommand/WireWords.h"
 #include "koraserver/Ipv4Address.h"
@@ -13,8 +14,10 @@
 #include <pthread.h>
 #include <sys/socket.h>
 
+#include <array>
 #include <cerrno>
 #include <chrono>
+#include <cstdio>
 #include <exception>
 #include <utility>
 
@@ -28,6 +31,14 @@ constexpr std::chrono::milliseconds receiveWait{10};
 /// What the system keeps of a thread's name.
 constexpr std::size_t maxThreadNameLength = 15;
 
+/// Needs no memory, as that may be what the thread ran out of.
+void reportEnd(const log4cxx::LoggerPtr& logger, const std::string& threadName, const char* reason) noexcept
+{
+    std::array<char, com::tallowcrest::util::logLineSize> what{};
+    static_cast<void>(std::snprintf(what.data(), what.size(), "%s ended by an exception", threadName.c_str()));
+    reportError(logger, what.data(), reason);
+}
+
 } // namespace
 
 ConnectionImpl::ConnectionImpl(log4cxx::LoggerPtr logger, int socket, std::uint16_t clientPort,
@@ -39,7 +50,7 @@ ConnectionImpl::ConnectionImpl(log4cxx::LoggerPtr logger, int socket, std::uint1
       m_threadName(
           formatText("Kora Connection:%s:%u-%d", dottedText(clientAddress).c_str(), unsigned{clientPort}, socket)),
       m_shortThreadName(formatText("Kora:%u-%d", unsigned{clientPort}, socket).substr(0, maxThreadNameLength)),
-      m_cmdHandler(std::move(cmdHandler)), m_unexpectedProtocols(m_logger)
+      m_cmdHandler(std::move(cmdHandler)), m_unexpectedProtocols(m_logger), m_sendFailures(m_logger)
 {}
 
 ConnectionImpl::~ConnectionImpl()
@@ -100,14 +111,15 @@ void ConnectionImpl::run()
     try
     {
         processStream();
+        m_sendFailures.succeeded(); // what is left of the count
     }
     catch (const std::exception& error)
     {
-        LOG_ERROR_F(m_logger, "%s ended by an exception, %s", m_threadName.c_str(), error.what());
+        reportEnd(m_logger, m_threadName, error.what());
     }
     catch (...)
     {
-        LOG_ERROR_F(m_logger, "%s ended by an unknown exception", m_threadName.c_str());
+        reportEnd(m_logger, m_threadName, "unknown exception");
     }
     m_running = false;
 }
@@ -207,7 +219,12 @@ void ConnectionImpl::sendResponse(const Rsp& response)
         }
         else if (errno != EINTR)
         {
-            LOG_WARN_F(m_logger, "send client response failed, %s", systemErrorText().c_str());
+            const int error = errno;
+            if (m_running) // else it fails because the socket was shut down to stop
+            {
+                m_sendFailures.warn({formatText("send %d", error),
+                                     formatText("send client response failed, %s", systemErrorText(error).c_str())});
+            }
             return;
         }
     }

@@ -268,6 +268,33 @@ TEST_F(ConnectionImplTest, FailedSendIsLoggedAndTheNextReceiveEndsTheConnection)
     EXPECT_EQ(m_log.lines()[1].substr(0, 9), "INFO recv");
 }
 
+TEST_F(ConnectionImplTest, RequestsThatADeadClientLeftBehindAreHandledAndTheirFailedSendsCounted)
+{
+    constexpr std::size_t requests = 200;
+    std::promise<void> gone;
+    m_commands.answer = [reset = gone.get_future().share()](std::span<const std::uint8_t> message) {
+        reset.wait();
+        return std::make_unique<FakeRsp>(message, answerLength);
+    };
+    std::string bytes;
+    for (std::uint32_t tag = 0; tag < requests; ++tag)
+    {
+        bytes += request(tag);
+    }
+    m_client->send(bytes); // in one piece, and received in one, as the connection's thread does not run yet
+    m_sut->start();
+    ASSERT_TRUE(waitUntil([this] { return !m_commands.requests().empty(); }));
+
+    m_client->reset();
+    gone.set_value();
+
+    EXPECT_TRUE(ends());
+    m_sut->stop();
+    EXPECT_EQ(m_commands.requests().size(), requests);
+    EXPECT_EQ(m_log.countHolding("WARN send client response failed, "), 2U) << "the reset, then the broken pipe";
+    EXPECT_EQ(m_log.count("WARN repeated 198 times: send client response failed, Broken pipe"), 1U);
+}
+
 TEST_F(ConnectionImplTest, HandlerWithoutAResponseEndsItBeforeTheNextMessage)
 {
     m_commands.answer = [](std::span<const std::uint8_t>) { return nullptr; };
@@ -289,7 +316,7 @@ TEST_F(ConnectionImplTest, ExceptionIsLoggedAndEndsThisConnectionAlone)
     m_client->send(request(1));
 
     EXPECT_TRUE(ends());
-    EXPECT_EQ(m_log.lines(), std::vector{"ERROR " + m_sut->threadName() + " ended by an exception, no such thing"});
+    EXPECT_EQ(m_log.lines(), std::vector{"ERROR " + m_sut->threadName() + " ended by an exception: no such thing"});
 }
 
 TEST_F(ConnectionImplTest, ForeignExceptionIsLoggedToo)
@@ -300,7 +327,7 @@ TEST_F(ConnectionImplTest, ForeignExceptionIsLoggedToo)
     m_client->send(request(1));
 
     EXPECT_TRUE(ends());
-    EXPECT_EQ(m_log.lines(), std::vector{"ERROR " + m_sut->threadName() + " ended by an unknown exception"});
+    EXPECT_EQ(m_log.lines(), std::vector{"ERROR " + m_sut->threadName() + " ended by an exception: unknown exception"});
 }
 
 TEST_F(ConnectionImplTest, RequestAndResponseAreSampledWithTagAndSequence)
@@ -353,6 +380,7 @@ TEST_F(ConnectionImplTest, ClientThatNeverReadsHoldsUpNeitherStopNorClose)
 
     EXPECT_LT(stopped - begin, 500ms);
     EXPECT_LT(closed - stopped, 500ms);
+    EXPECT_EQ(m_log.countHolding("WARN"), 0U) << "the send failed because of the stop";
 }
 
 TEST_F(ConnectionImplTest, EveryByteOfLongAnswersArrivesAtASlowReader)
