@@ -50,8 +50,8 @@ inline constexpr std::uint32_t routerPortPresent = 0x00004000;
 inline constexpr std::uint32_t readySystemStatus = 0x00005000;
 } // namespace msgId
 
-/// Ids of responses. Two do not follow the request: the coherent take answers as the take does, and the set output LPR
-/// has an id of its own; controllers in the field rely on both.
+/// Ids of responses. Two do not follow the request, on purpose: the coherent take answers as the take does, and the set
+/// output LPR has an id of its own.
 namespace rspId
 {
 inline constexpr std::uint32_t error = 0x80000000;

@@ -35,7 +35,7 @@ inline constexpr int keepIdleSeconds = 300;
 
 /// The listening socket's options before it is bound. The last row means to switch SO_DEBUG off but names it at the TCP
 /// level, where option 1 is TCP_NODELAY: the listening socket, and every socket accepted from it, runs without
-/// TCP_NODELAY. Controllers are used to that; order and level stay as they are.
+/// TCP_NODELAY. That is intended; order and level stay as they are.
 inline constexpr std::array<SocketOption, 5> listeningOptions{{
     {"SO_KEEPALIVE", SocketOption::Kind::Number, SOL_SOCKET, SO_KEEPALIVE, 1},
     {"SO_REUSEADDR", SocketOption::Kind::Number, SOL_SOCKET, SO_REUSEADDR, 1},
