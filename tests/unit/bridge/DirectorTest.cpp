@@ -1,5 +1,9 @@
 #include "bridge/Director.h"
 
+#include "dds/core/Exception.hpp"
+#include "ddskorabridge/LevelContainer.h"
+#include "ddskorabridge/MacroXptMgrStatus.h"
+#include "ddskorabridge/MacroXptMgrTarget.h"
 #include "koracommand/LevelAccess.h"
 #include "koracommand/LevelInvalid.h"
 #include "koraserver/Server.h"
@@ -11,6 +15,10 @@
 #include "tests/support/WaitUntil.h"
 
 #include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <memory>
+#include <string>
 
 using com::tallowcrest::apartment::bridgeApartment;
 using com::tallowcrest::hwobjs::currentTimecodeReader;
@@ -85,6 +93,9 @@ TEST_F(DirectorTest, StopEmptiesEverySlotAndReleasesWhatItHeld)
     const std::weak_ptr<Server> server = Director::server();
     const std::weak_ptr<com::tallowcrest::apartment::Apartment> apartment = bridgeApartment();
     const std::weak_ptr<com::tallowcrest::misc::TelnetIO> telnet = console();
+    const std::weak_ptr<MacroXptMgrTarget> target = Director::audioTargetMgr();
+    const std::weak_ptr<MacroXptMgrStatus> status = Director::videoStatusMgr();
+    const std::weak_ptr<LevelContainer> levels = Director::videoLevels();
 
     EXPECT_TRUE(Director::stopSystem());
 
@@ -92,6 +103,9 @@ TEST_F(DirectorTest, StopEmptiesEverySlotAndReleasesWhatItHeld)
     EXPECT_TRUE(server.expired());
     EXPECT_TRUE(apartment.expired());
     EXPECT_TRUE(telnet.expired());
+    EXPECT_TRUE(target.expired());
+    EXPECT_TRUE(status.expired());
+    EXPECT_TRUE(levels.expired());
     EXPECT_EQ(bridgeApartment(), nullptr);
     EXPECT_EQ(console(), nullptr);
     EXPECT_EQ(currentTimecodeReader(), nullptr);
@@ -111,4 +125,23 @@ TEST_F(DirectorTest, StartsAgainAfterAStop)
 
     EXPECT_TRUE(bridgeApartment()->isRunning());
     EXPECT_FALSE(isInvalid(2));
+}
+
+TEST_F(DirectorTest, StartThatFailsOnTheWayIsTakenDownAndCanBeRepeated)
+{
+    const char* const configured = std::getenv("CYCLONEDDS_URI");
+    const std::string usual = configured != nullptr ? configured : "";
+    setenv("CYCLONEDDS_URI", "<CycloneDDS><Domain><General><NoSuchSetting/></General></Domain></CycloneDDS>", 1);
+    ASSERT_THROW(start(), dds::core::Error);
+    EXPECT_EQ(Director::server(), nullptr);
+
+    EXPECT_TRUE(Director::stopSystem());
+
+    EXPECT_FALSE(Director::isStarted());
+    EXPECT_EQ(bridgeApartment(), nullptr);
+    EXPECT_EQ(console(), nullptr);
+    EXPECT_EQ(currentTimecodeReader(), nullptr);
+    setenv("CYCLONEDDS_URI", usual.c_str(), 1);
+    EXPECT_TRUE(start());
+    EXPECT_NE(Director::server(), nullptr);
 }
