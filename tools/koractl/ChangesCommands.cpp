@@ -50,7 +50,6 @@ OutputsReport changesReport(KoraClient& client, const ChangesArguments& argument
 
 ExitStatus runWatch(const CommandContext& context, const WatchArguments& arguments, bool json)
 {
-    StopSignal stop;
     KoraClient client = context.connect();
     for (const std::uint32_t level : arguments.levels)
     {
@@ -60,8 +59,10 @@ ExitStatus runWatch(const CommandContext& context, const WatchArguments& argumen
         }
     }
     Watch watch(client, arguments.format, arguments.levels, [&](std::uint32_t level, const OutputRow& row) {
-        return context.printLine(json ? watchJson(level, row) : watchLine(level, row));
+        context.printLine(json ? watchJson(level, row) : watchLine(level, row));
     });
+    // Only now: until here a signal ends the program at once, however long the bridge takes to answer.
+    StopSignal stop;
     watch.run(arguments.interval, stop);
     return ExitStatus::done;
 }

@@ -16,23 +16,28 @@ ExitStatus CommandContext::finish(const Report& report) const
     {
         report.printText(m_out);
     }
-    m_out.flush();
-    if (!m_out)
-    {
-        throw std::runtime_error("the output could not be written");
-    }
+    flush();
     return report.isAllDone() ? ExitStatus::done : ExitStatus::refused;
 }
 
-bool CommandContext::printLine(const std::string& line) const
+void CommandContext::printLine(const std::string& line) const
 {
-    m_out << line << '\n' << std::flush;
-    return m_out.good();
+    m_out << line << '\n';
+    flush();
 }
 
 void CommandContext::warn(const std::string& text) const
 {
     m_err << "koractl: " << text << '\n' << std::flush;
+}
+
+void CommandContext::flush() const
+{
+    m_out.flush();
+    if (!m_out)
+    {
+        throw std::runtime_error("the output could not be written");
+    }
 }
 
 } // namespace koractl

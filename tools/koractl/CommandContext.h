@@ -46,12 +46,14 @@ public:
 
     /// Prints a report in the wanted form; the status says whether all was done.
     ExitStatus finish(const Report& report) const;
-    /// Prints one line and flushes it. False when the output takes no more.
-    bool printLine(const std::string& line) const;
+    /// Prints one line and flushes it; throws when the output takes no more.
+    void printLine(const std::string& line) const;
     /// A remark for the user on the error stream.
     void warn(const std::string& text) const;
 
 private:
+    void flush() const;
+
     std::ostream& m_out;
     std::ostream& m_err;
     Options m_options;

@@ -53,6 +53,10 @@ nlohmann::ordered_json OutputsReport::toJson() const
 {
     nlohmann::ordered_json json{{"command", m_command}, {"done", isAllDone()}, {"level", m_level}};
     json.update(m_details);
+    if (m_isLevelMissing)
+    {
+        json["text"] = statusResultText(resultCode::noSuchLevel, m_level, 0);
+    }
     auto entries = nlohmann::ordered_json::array();
     for (const OutputRow& row : m_rows)
     {

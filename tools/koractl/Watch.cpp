@@ -33,11 +33,9 @@ bool Watch::pollLevel(std::uint32_t level, StopCondition& stop)
     for (;;)
     {
         const ChangeRows changes = askChanges(m_client, m_format, level);
-        const bool isTaken = std::all_of(changes.rows.begin(), changes.rows.end(),
-                                         [&](const OutputRow& row) { return m_sink(level, row); });
-        if (!isTaken)
+        for (const OutputRow& row : changes.rows)
         {
-            return false;
+            m_sink(level, row);
         }
         if (!changes.more)
         {

@@ -14,17 +14,17 @@ namespace koractl
 {
 
 /// Polls the changes of some levels over one connection and hands each on as it comes. The first round reports every
-/// output, because to a new connection every output is changed. Owned by one thread; what the client throws passes
-/// through.
+/// output, because to a new connection every output is changed. Owned by one thread; what the client or the sink throws
+/// passes through.
 class Watch
 {
 public:
-    /// Takes one change; false ends the watch.
-    using Sink = std::function<bool(std::uint32_t level, const OutputRow& row)>;
+    /// Takes one change.
+    using Sink = std::function<void(std::uint32_t level, const OutputRow& row)>;
 
     Watch(KoraClient& client, std::uint32_t format, std::vector<std::uint32_t> levels, Sink sink);
 
-    /// Rounds at the given interval until the condition wants the end or the sink takes no more.
+    /// Rounds at the given interval until the condition wants the end.
     void run(std::chrono::milliseconds interval, StopCondition& stop);
 
 private:

@@ -203,6 +203,16 @@ TEST_F(CommandLine, ChangesOfUnknownLevelIsRefused)
     EXPECT_EQ(outcome.out, "level 9 does not exist\n");
 }
 
+TEST_F(CommandLine, ChangesOfUnknownLevelSaysSoInJsonToo)
+{
+    const auto outcome = runAt(m_bridge, {"--json", "changes", "9"});
+
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.out, R"({"command":"changes","done":false,"level":9,"format":2,"complete":true,)"
+                           R"("text":"level 9 does not exist","entries":[]})"
+                           "\n");
+}
+
 TEST_F(CommandLine, PlainQueriesExit0)
 {
     EXPECT_EQ(runAt(m_bridge, {"partition"}).status, 0);
@@ -260,6 +270,18 @@ TEST_F(CommandLine, GivenOutputThatCannotBeWrittenExits3)
     out.setstate(std::ios::badbit);
 
     const int status = koractl::runCommandLine({"--port", std::to_string(m_bridge.port()), "port"}, out, err);
+
+    EXPECT_EQ(status, 3);
+    EXPECT_EQ(err.str(), "koractl: the output could not be written\n");
+}
+
+TEST_F(CommandLine, GivenWatchWhoseOutputCannotBeWrittenExits3)
+{
+    std::ostringstream out;
+    std::ostringstream err;
+    out.setstate(std::ios::badbit);
+
+    const int status = koractl::runCommandLine({"--port", std::to_string(m_bridge.port()), "watch", "1"}, out, err);
 
     EXPECT_EQ(status, 3);
     EXPECT_EQ(err.str(), "koractl: the output could not be written\n");

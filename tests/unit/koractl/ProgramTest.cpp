@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include "runtime/util/UniqueFd.h"
+#include "tests/support/WaitUntil.h"
 #include "tests/unit/koractl/FakeRouter.h"
 
 using com::tallowcrest::util::UniqueFd;
@@ -154,6 +155,17 @@ TEST(Koractl, WatchWhoseBridgeGoesAwaySaysSoAndExits3)
 
     EXPECT_TRUE(sut.readUntil("koractl: the bridge closed the connection\n")) << sut.text();
     EXPECT_EQ(sut.waitForExit(), 3);
+}
+
+TEST(Koractl, SignalEndsAWatchThatHasNoAnswerYet)
+{
+    FakeBridge bridge([](const koractl::Message&, std::uint32_t) { return FakeReply{}; });
+    Koractl sut(at(bridge, {"--timeout", "20s", "watch", "1"}));
+    ASSERT_TRUE(testsupport::waitUntil([&bridge] { return !bridge.requests().empty(); }));
+
+    sut.sendSignal(SIGTERM);
+
+    EXPECT_EQ(sut.waitForExit(), -1) << "it waited for the answer";
 }
 
 TEST(Koractl, CommandsExitAsTheyEnded)

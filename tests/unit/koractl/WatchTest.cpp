@@ -67,7 +67,7 @@ TEST(Watch, GivenFullAnswerAsksOnWithoutWaiting)
     });
     KoraClient client("127.0.0.1", bridge.port(), 10s);
     std::size_t rows = 0;
-    Watch sut(client, 1, {4}, [&](std::uint32_t, const OutputRow&) { return ++rows > 0; });
+    Watch sut(client, 1, {4}, [&](std::uint32_t, const OutputRow&) { ++rows; });
     StopAfter stop(2);
 
     sut.run(250ms, stop);
@@ -76,15 +76,20 @@ TEST(Watch, GivenFullAnswerAsksOnWithoutWaiting)
     EXPECT_EQ(stop.times(), (std::vector<std::chrono::milliseconds>{0ms, 250ms}));
 }
 
-TEST(Watch, GivenSinkThatTakesNoMoreEnds)
+TEST(Watch, GivenSinkThatTakesNoMoreThrowsWhatTheSinkThrew)
 {
     FakeBridge bridge([](const Message& request, std::uint32_t sequence) { return changes(request, sequence, 3); });
     KoraClient client("127.0.0.1", bridge.port(), 10s);
     std::size_t rows = 0;
-    Watch sut(client, 1, {4, 5}, [&](std::uint32_t, const OutputRow&) { return ++rows < 2; });
+    Watch sut(client, 1, {4, 5}, [&](std::uint32_t, const OutputRow&) {
+        if (++rows == 2)
+        {
+            throw std::runtime_error("full");
+        }
+    });
     StopAfter stop(100);
 
-    sut.run(250ms, stop);
+    EXPECT_THROW(sut.run(250ms, stop), std::runtime_error);
 
     EXPECT_EQ(rows, 2U);
     EXPECT_TRUE(stop.times().empty());
@@ -99,7 +104,7 @@ TEST(Watch, GivenBridgeThatGoesAwayThrowsPeerClosed)
     });
     KoraClient client("127.0.0.1", bridge.port(), 10s);
     std::size_t rows = 0;
-    Watch sut(client, 1, {4}, [&](std::uint32_t, const OutputRow&) { return ++rows > 0; });
+    Watch sut(client, 1, {4}, [&](std::uint32_t, const OutputRow&) { ++rows; });
     StopAfter stop(100);
 
     EXPECT_THROW(sut.run(1ms, stop), PeerClosed);
