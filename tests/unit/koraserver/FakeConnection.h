@@ -41,8 +41,9 @@ private:
 class FakeConnection final : public Connection
 {
 public:
-    FakeConnection(EventList& events, int socket, std::uint32_t id, std::uint32_t address)
-        : m_events(events), m_socket(socket), m_id(id), m_address(address)
+    FakeConnection(EventList& events, int socket, std::uint32_t id, std::uint32_t address,
+                   const std::atomic<bool>& showFails)
+        : m_events(events), m_socket(socket), m_id(id), m_address(address), m_showFails(showFails)
     {}
     ~FakeConnection() override { m_events.add("release " + std::to_string(m_id)); }
 
@@ -56,13 +57,21 @@ public:
     std::uint32_t connectionId() const override { return m_id; }
     int socket() const override { return m_socket.get(); }
     std::uint32_t clientAddress() const override { return m_address; }
-    void showUnexpectedProtocols() override { m_events.add("show " + std::to_string(m_id)); }
+    void showUnexpectedProtocols() override
+    {
+        m_events.add("show " + std::to_string(m_id));
+        if (m_showFails)
+        {
+            throw std::runtime_error("no console");
+        }
+    }
 
 private:
     EventList& m_events;
     const com::tallowcrest::util::UniqueFd m_socket;
     const std::uint32_t m_id;
     const std::uint32_t m_address;
+    const std::atomic<bool>& m_showFails;
     std::atomic<bool> m_running{true};
 };
 
@@ -78,7 +87,7 @@ public:
         {
             throw std::runtime_error("no thread");
         }
-        auto connection = std::make_shared<FakeConnection>(m_events, socket, connectionId, clientAddress);
+        auto connection = std::make_shared<FakeConnection>(m_events, socket, connectionId, clientAddress, showFails);
         {
             const std::lock_guard lock(m_mutex);
             m_connections.push_back(connection);
@@ -89,6 +98,8 @@ public:
     }
 
     std::atomic<bool> failing{false};
+    /// Makes the connections throw when they are to show themselves.
+    std::atomic<bool> showFails{false};
 
     std::vector<std::uint16_t> ports() const
     {

@@ -331,6 +331,22 @@ TEST_F(ServerTest, ConnectionTableIsPrintedOnceByRequest)
     EXPECT_EQ(table.find('\n', 50) - 50, 24U) << "a row is 8 + 1 + 15 characters";
 }
 
+TEST_F(ServerTest, PassThatThrowsIsLoggedAndTheNextOneGoesOn)
+{
+    startConnected();
+    connectClient();
+    m_factory->showFails = true;
+
+    m_sut->requestShowConnections();
+
+    EXPECT_TRUE(m_log.waitFor("ERROR Kora Server pass ended by an exception: no console"));
+    EXPECT_TRUE(m_sut->isRunning());
+    auto client = TcpSocket::connect(serverPort);
+    ASSERT_TRUE(client.has_value());
+    EXPECT_TRUE(m_events.waitForCount(5));
+    EXPECT_EQ(m_events.all(), (Events{"notify 0", "create 0", "show 0", "notify 1", "create 1"}));
+}
+
 TEST_F(ServerTest, ClientWhoseConnectionCannotBeMadeIsRejectedAndTheServerLivesOn)
 {
     startConnected();
