@@ -8,9 +8,21 @@
 namespace koractl
 {
 
-/// Who holds an output that was refused as locked or protected: asks the output's status. Empty for other results, and
-/// when the status does not (or not yet) show the state that the refusal named.
-std::optional<std::uint32_t> askHolder(KoraClient& client, std::uint32_t level, std::uint32_t output,
-                                       std::uint32_t result);
+/// Finds out who holds the outputs that one command was refused. The command's own answer is there already and must
+/// reach the user: when the bridge does not answer any more, the holders stay unknown and nothing is thrown. Owned by
+/// one thread.
+class HolderLookup
+{
+public:
+    explicit HolderLookup(KoraClient& client) : m_client(client) {}
+
+    /// Asks the status of an output that was refused as locked or protected. Empty for other results, when the status
+    /// does not (or not yet) show the state that the refusal named, and once the bridge failed to answer.
+    std::optional<std::uint32_t> ask(std::uint32_t level, std::uint32_t output, std::uint32_t result);
+
+private:
+    KoraClient& m_client;
+    bool m_hasFailed = false;
+};
 
 } // namespace koractl

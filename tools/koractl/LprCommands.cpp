@@ -41,9 +41,10 @@ std::vector<LprRow> setAll(KoraClient& client, const Arguments& arguments, LprCo
             rows.push_back(LprRow{.entry = entries[i], .result = answer.results[i], .holder = std::nullopt});
         }
     }
+    HolderLookup holders(client);
     for (LprRow& row : rows)
     {
-        row.holder = askHolder(client, row.entry.level, row.entry.output, row.result);
+        row.holder = holders.ask(row.entry.level, row.entry.output, row.result);
     }
     return rows;
 }

@@ -22,12 +22,13 @@ struct Arguments
 TakeReport report(KoraClient& client, const std::string& name, const std::vector<TakeEntry>& entries,
                   const std::vector<std::uint32_t>& results)
 {
+    HolderLookup holders(client);
     std::vector<TakeRow> rows;
     for (std::size_t i = 0; i < entries.size(); ++i)
     {
         const TakeEntry& entry = entries[i];
         rows.push_back(TakeRow{
-            .entry = entry, .result = results[i], .holder = askHolder(client, entry.level, entry.output, results[i])});
+            .entry = entry, .result = results[i], .holder = holders.ask(entry.level, entry.output, results[i])});
     }
     return TakeReport(name, std::move(rows));
 }

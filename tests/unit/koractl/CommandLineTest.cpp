@@ -323,6 +323,25 @@ TEST(CommandLineTrouble, GivenBridgeThatClosesExits3)
     EXPECT_EQ(outcome.err, "koractl: the bridge closed the connection\n");
 }
 
+TEST(CommandLineTrouble, GivenBridgeThatClosesAfterItsAnswerStillShowsTheAnswer)
+{
+    for (const std::string command : {"take", "lock"})
+    {
+        FakeRouter router;
+        FakeBridge bridge([&router](const koractl::Message& request, std::uint32_t sequence) {
+            return FakeReply{router(request, sequence).bytes, true};
+        });
+
+        const auto outcome = command == "take" ? runAt(bridge, {"take", "1:2:3", "1:2:5"})
+                                               : runAt(bridge, {"lock", "1:3", "1:5", "--lpr-id", "7"});
+
+        EXPECT_EQ(outcome.status, 1);
+        EXPECT_NE(outcome.out.find("done\n"), std::string::npos) << outcome.out;
+        EXPECT_NE(outcome.out.find("  output 5 is locked\n"), std::string::npos) << outcome.out;
+        EXPECT_EQ(outcome.err, "");
+    }
+}
+
 TEST(CommandLineTrouble, GivenTallyAnsweredWithoutEntriesExits3)
 {
     FakeBridge bridge([](const koractl::Message& request, std::uint32_t sequence) {
