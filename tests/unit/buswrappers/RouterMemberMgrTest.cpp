@@ -119,8 +119,10 @@ TEST_F(RouterMemberMgrTest, DisposedMembershipIsIgnored)
     const std::size_t before = m_apartment->processed();
     m_router.writer().dispose_instance(m_router.writer().register_instance({12, "R1", 0}));
     ASSERT_TRUE(m_apartment->runUntil([&] { return m_apartment->processed() > before; }));
+    m_router.writer().write({12, "R2", 0}); // arrives behind it
+    ASSERT_TRUE(m_apartment->runUntil([&] { return m_member->m_joined.back() == "R2"; }));
 
-    EXPECT_EQ(m_member->m_joined, std::vector<std::string>{"R1"});
+    EXPECT_EQ(m_member->m_joined, (std::vector<std::string>{"R1", "R2"}));
     EXPECT_EQ(m_member->m_leaves, 0);
 }
 
