@@ -106,7 +106,8 @@ void BinaryTree::clear(std::uint32_t output, std::uint32_t mask)
     while (node != rootIndex)
     {
         const std::uint32_t parent = node / 2;
-        if (((m_nodes[2 * parent] | m_nodes[2 * parent + 1]) & mask) != 0)
+        const std::uint32_t leftChild = 2 * parent;
+        if (((m_nodes[leftChild] | m_nodes[leftChild + 1]) & mask) != 0)
         {
             break;
         }
