@@ -88,8 +88,6 @@ int TelnetIO::Print(const char* format, ...)
 int TelnetIO::Print(const char* format, std::va_list arguments)
 {
     std::array<char, printBufferSize> text{};
-    // The analyser does not follow the list from the caller's va_start.
-    // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized)
     const int wanted = std::vsnprintf(text.data(), text.size(), format, arguments);
     if (wanted < 0)
     {
