@@ -159,6 +159,20 @@ void Channel::complete(std::uint64_t ticket)
     m_completed.notify_all();
 }
 
+StoredRow Channel::rowOf(const std::string& instance, const void* sample, SourceTime written) const
+{
+    return {m_name, instance, m_codec.typeName, written, m_codec.payloadText(sample)};
+}
+
+void Channel::collectAll(std::vector<StoredRow>& rows) const
+{
+    const std::lock_guard lock(m_mutex);
+    for (const auto& [instance, kept] : m_table.samples())
+    {
+        rows.push_back(rowOf(instance, kept.sample.data(), kept.written));
+    }
+}
+
 void Channel::collectDue(std::vector<StoredRow>& rows)
 {
     std::vector<KeptSample> samples;
@@ -172,11 +186,16 @@ void Channel::collectDue(std::vector<StoredRow>& rows)
         m_due.clear();
     }
     rows.reserve(rows.size() + samples.size());
-    for (KeptSample& kept : samples)
+    for (const KeptSample& kept : samples)
     {
-        rows.push_back({m_name, std::move(kept.instance), m_codec.typeName, kept.written,
-                        m_codec.payloadText(kept.sample.data())});
+        rows.push_back(rowOf(kept.instance, kept.sample.data(), kept.written));
     }
+}
+
+bool Channel::hasDue() const
+{
+    const std::lock_guard lock(m_mutex);
+    return !m_due.empty();
 }
 
 void Channel::giveBack(const std::vector<StoredRow>& rows)

@@ -73,7 +73,8 @@ public:
     {
         Writer, ///< handed over by a writer of this process
         Store,
-        Bus ///< from another participant
+        Memory, ///< left by an earlier life in the machine's memory
+        Bus     ///< from another participant
     };
     /// What has been handed over since the last call.
     void drain(HandOver::Batch& batch) { m_handOver.exchange(batch); }
@@ -83,6 +84,8 @@ public:
     std::optional<KeptSample> kept(const std::string& instance) const;
     std::vector<std::pair<std::string, SourceTime>> keptTimes() const;
     std::size_t size() const;
+    /// Adds the newest row of every instance.
+    void collectAll(std::vector<StoredRow>& rows) const;
     /// True once for each channel whose table had to refuse an instance.
     bool takeRefusal() { return m_refusal.exchange(false); }
 
@@ -98,8 +101,11 @@ public:
 
     // For the keeper of the store.
 
+    /// One sample as a row.
+    StoredRow rowOf(const std::string& instance, const void* sample, SourceTime written) const;
     /// Adds the rows that the store does not have yet and takes them for stored.
     void collectDue(std::vector<StoredRow>& rows);
+    bool hasDue() const;
     /// They could not be stored after all.
     void giveBack(const std::vector<StoredRow>& rows);
     /// The store is a new one: everything is due.

@@ -16,19 +16,20 @@ constexpr std::chrono::seconds longestSilence{3};
 } // namespace
 
 ChannelRecorder::ChannelRecorder(dds_entity_t participant, std::shared_ptr<Channel> channel, StoreKeeper& keeper,
-                                 WakeUp& wake)
-    : m_participant(participant), m_channel(std::move(channel)), m_keeper(keeper), m_wake(wake),
+                                 RecentRows& recent, WakeUp& wake)
+    : m_participant(participant), m_channel(std::move(channel)), m_keeper(keeper), m_recent(recent), m_wake(wake),
       m_logger(log4cxx::Logger::getLogger("KORABRIDGE")), m_sample(m_channel->codec().sampleSize)
 {}
 
 bool ChannelRecorder::work()
 {
     bool isDue = takeHandedOver();
+    m_recent.flush(); // before anything that may take its time
     const bool isUsed = m_channel->isUsed();
     // The store comes first, so that the port can announce from the start how much there is.
     if (m_keeper.hasTried())
     {
-        takeLoaded();
+        isDue = takeLoaded() || isDue;
         if (isUsed && m_port == nullptr && Clock::now() >= m_nextTry)
         {
             openPort();
@@ -37,6 +38,7 @@ bool ChannelRecorder::work()
     if (m_port != nullptr)
     {
         isDue = takeFromBus() || isDue;
+        m_recent.flush();
         if (m_port->takeNewReaders())
         {
             makeForeignDue();
@@ -70,34 +72,45 @@ bool ChannelRecorder::takeHandedOver()
         {
             isDue = true;
             m_due.push_back(instance);
+            m_recent.append(m_channel->rowOf(instance, sample, m_batch.times[i]));
         }
     }
     return isDue;
 }
 
-void ChannelRecorder::takeLoaded()
+bool ChannelRecorder::takeLoaded()
 {
-    std::size_t unreadable = 0;
-    for (const StoredRow& row : m_keeper.takeLoaded(m_channel->name()))
-    {
-        const TypeCodec& codec = m_channel->codec();
-        std::fill(m_sample.begin(), m_sample.end(), std::byte{0});
-        if (row.type != codec.typeName || !codec.parse(row.payload, m_sample.data()) ||
-            codec.instanceText(m_sample.data()) != row.instance)
-        {
-            ++unreadable;
-            continue;
-        }
-        if (m_channel->apply(row.instance, m_sample.data(), believed(row.written), Channel::Origin::Store))
-        {
-            m_due.push_back(row.instance);
-        }
-    }
+    bool isDue = false;
+    bool isStored = false;
+    const std::size_t unreadable = applyRows(m_keeper.takeLoaded(m_channel->name()), Channel::Origin::Store, isStored) +
+                                   applyRows(m_recent.takeLoaded(m_channel->name()), Channel::Origin::Memory, isDue);
     if (unreadable > 0)
     {
         LOG4CXX_WARN(m_logger, "Durable topic " << m_channel->name().topic << " in " << m_channel->name().partition
                                                 << ": " << unreadable << " stored rows make no sense and are left out");
     }
+    return isDue;
+}
+
+std::size_t ChannelRecorder::applyRows(const std::vector<StoredRow>& rows, Channel::Origin origin, bool& isDue)
+{
+    const TypeCodec& codec = m_channel->codec();
+    std::size_t unreadable = 0;
+    for (const StoredRow& row : rows)
+    {
+        std::fill(m_sample.begin(), m_sample.end(), std::byte{0});
+        if (row.type != codec.typeName || !codec.parse(row.payload, m_sample.data()) ||
+            codec.instanceText(m_sample.data()) != row.instance)
+        {
+            ++unreadable;
+        }
+        else if (m_channel->apply(row.instance, m_sample.data(), believed(row.written), origin))
+        {
+            isDue = true;
+            m_due.push_back(row.instance);
+        }
+    }
+    return unreadable;
 }
 
 bool ChannelRecorder::takeFromBus()
@@ -105,8 +118,12 @@ bool ChannelRecorder::takeFromBus()
     bool isDue = false;
     m_port->take(
         [&](const void* sample, SourceTime written, dds_instance_handle_t instance, dds_instance_handle_t writer) {
-            isDue = m_channel->apply(m_channel->codec().instanceText(sample), sample, written, Channel::Origin::Bus) ||
-                    isDue;
+            const std::string name = m_channel->codec().instanceText(sample);
+            if (m_channel->apply(name, sample, written, Channel::Origin::Bus))
+            {
+                isDue = true;
+                m_recent.append(m_channel->rowOf(name, sample, written));
+            }
             m_received[writer].insert(instance);
             m_progress = Clock::now();
         });

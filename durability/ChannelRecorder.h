@@ -16,6 +16,7 @@
 #include "durability/Channel.h"
 #include "durability/CompanionPort.h"
 #include "durability/ParticipantWatch.h"
+#include "durability/RecentRows.h"
 #include "durability/StoreKeeper.h"
 
 namespace com::tallowcrest::durability
@@ -27,7 +28,8 @@ namespace com::tallowcrest::durability
 class ChannelRecorder
 {
 public:
-    ChannelRecorder(dds_entity_t participant, std::shared_ptr<Channel> channel, StoreKeeper& keeper, WakeUp& wake);
+    ChannelRecorder(dds_entity_t participant, std::shared_ptr<Channel> channel, StoreKeeper& keeper, RecentRows& recent,
+                    WakeUp& wake);
 
     /// One look at everything. True when something became due for the store.
     bool work();
@@ -39,7 +41,9 @@ private:
     using Clock = Channel::Clock;
 
     bool takeHandedOver();
-    void takeLoaded();
+    /// What the store and the machine's memory had. True when something became due for the store.
+    bool takeLoaded();
+    std::size_t applyRows(const std::vector<StoredRow>& rows, Channel::Origin origin, bool& isDue);
     bool takeFromBus();
     void openPort();
     void closePort();
@@ -51,6 +55,7 @@ private:
     const dds_entity_t m_participant;
     const std::shared_ptr<Channel> m_channel;
     StoreKeeper& m_keeper;
+    RecentRows& m_recent;
     WakeUp& m_wake;
     const log4cxx::LoggerPtr m_logger;
     HandOver::Batch m_batch;

@@ -1,15 +1,28 @@
 #include "durability/DurabilityService.h"
 
 #include <cstdlib>
+#include <system_error>
 #include <utility>
 
 namespace com::tallowcrest::durability
 {
 
+namespace
+{
+
+bool isMissing(const std::filesystem::path& store)
+{
+    std::error_code error;
+    return !std::filesystem::exists(store, error);
+}
+
+} // namespace
+
 DurabilityService::DurabilityService(dds_entity_t participant, Channel::Clock::time_point started,
                                      std::filesystem::path store)
-    : m_channels(m_wake), m_keeper(std::move(store), m_channels, [this] { m_wake.signal(); }),
-      m_recorder(participant, started, m_channels, m_keeper, m_wake)
+    : m_channels(m_wake), m_recent(store, m_channels, isMissing(store)),
+      m_keeper(std::move(store), m_channels, [this] { m_wake.signal(); }),
+      m_recorder(participant, started, m_channels, m_keeper, m_recent, m_wake)
 {}
 
 std::filesystem::path DurabilityService::storePath()

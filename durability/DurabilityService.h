@@ -9,6 +9,7 @@
 
 #include "durability/Channel.h"
 #include "durability/ChannelList.h"
+#include "durability/RecentRows.h"
 #include "durability/Recorder.h"
 #include "durability/StoreKeeper.h"
 #include "durability/TypeCodec.h"
@@ -52,6 +53,7 @@ public:
 private:
     WakeUp m_wake;
     ChannelList m_channels;
+    RecentRows m_recent;
     StoreKeeper m_keeper;
     Recorder m_recorder;
 };

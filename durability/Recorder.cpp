@@ -8,8 +8,8 @@ namespace com::tallowcrest::durability
 {
 
 Recorder::Recorder(dds_entity_t participant, Clock::time_point started, const ChannelList& channels,
-                   StoreKeeper& keeper, WakeUp& wake)
-    : m_participant(participant), m_channels(channels), m_keeper(keeper), m_wake(wake),
+                   StoreKeeper& keeper, RecentRows& recent, WakeUp& wake)
+    : m_participant(participant), m_channels(channels), m_keeper(keeper), m_recent(recent), m_wake(wake),
       m_participants(participant, started), m_thread([this] { run(); })
 {}
 
@@ -49,7 +49,8 @@ bool Recorder::look()
     bool isWaitedFor = false;
     for (const auto& channel : m_channels.all())
     {
-        const auto recorder = m_recorders.try_emplace(channel.get(), m_participant, channel, m_keeper, m_wake).first;
+        const auto recorder =
+            m_recorders.try_emplace(channel.get(), m_participant, channel, m_keeper, m_recent, m_wake).first;
         // Asked first: what was handed over before the wait began is then part of this look.
         const Channel::Waiting waiting = recorder->second.waiting();
         isDue = recorder->second.work() || isDue;

@@ -30,7 +30,7 @@ public:
 
     /// `started` is when the participant was made. Throws BusError.
     Recorder(dds_entity_t participant, Clock::time_point started, const ChannelList& channels, StoreKeeper& keeper,
-             WakeUp& wake);
+             RecentRows& recent, WakeUp& wake);
     /// Takes over what has been handed over, then ends the thread.
     ~Recorder();
     Recorder(const Recorder&) = delete;
@@ -44,6 +44,7 @@ private:
     const dds_entity_t m_participant;
     const ChannelList& m_channels;
     StoreKeeper& m_keeper;
+    RecentRows& m_recent;
     WakeUp& m_wake;
     ParticipantWatch m_participants;
     std::map<const Channel*, ChannelRecorder> m_recorders;

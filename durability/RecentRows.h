@@ -1,0 +1,56 @@
+#pragma once
+
+#include <cstddef>
+#include <filesystem>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "durability/ChannelList.h"
+#include "durability/FileDescriptor.h"
+#include "durability/StoredRow.h"
+
+namespace com::tallowcrest::durability
+{
+
+/// The newest rows once more, in a file in the machine's memory (/dev/shm): it outlives the process, not a power cut,
+/// and writing to it never waits for a disk, not even for one that holds up the store's commits. Bound to the
+/// recorder's thread. Where such a file cannot be had nothing is written, and the store alone is there, which is
+/// reported once at INFO.
+class RecentRows
+{
+public:
+    /// Rewritten from this size on, with the newest row of each instance.
+    static constexpr std::size_t longestFile = 4U << 20U;
+
+    /// For the store at `store`. What an earlier life left is forgotten when `isForgotten`: the store has been removed.
+    RecentRows(const std::filesystem::path& store, const ChannelList& channels, bool isForgotten);
+    /// Removes the file when the store has everything.
+    ~RecentRows();
+    RecentRows(const RecentRows&) = delete;
+    RecentRows& operator=(const RecentRows&) = delete;
+
+    /// In the directory that KORABRIDGE_DURABLE_MEMORY names, else in /dev/shm; named after the store.
+    static std::filesystem::path fileOf(const std::filesystem::path& store);
+
+    /// The rows of a channel that an earlier life left; once.
+    std::vector<StoredRow> takeLoaded(const ChannelName& channel);
+    void append(const StoredRow& row);
+    /// Writes what was appended. It outlives the process from here on.
+    void flush();
+
+private:
+    void open(bool isForgotten);
+    void load();
+    void rewrite();
+
+    const std::filesystem::path m_path;
+    const ChannelList& m_channels;
+    FileDescriptor m_lock;
+    FileDescriptor m_file; ///< closed when there is none to be had
+    std::size_t m_size = 0;
+    std::string m_text;
+    std::map<ChannelName, std::vector<StoredRow>> m_loaded;
+};
+
+} // namespace com::tallowcrest::durability
