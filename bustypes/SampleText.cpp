@@ -123,11 +123,13 @@ bool sameButWhen(const T& left, const T& right)
     return withoutWhen(left) == withoutWhen(right);
 }
 
+// NOLINTBEGIN(bugprone-macro-parentheses): a template argument takes none
 #define KORABRIDGE_SAMPLE_TEXT(TYPE)                                                                                   \
     template std::string keyText<TYPE>(const TYPE&);                                                                   \
     template std::string jsonText<TYPE>(const TYPE&);                                                                  \
     template bool parseJson<TYPE>(const std::string&, TYPE&);                                                          \
     template bool sameButWhen<TYPE>(const TYPE&, const TYPE&)
+// NOLINTEND(bugprone-macro-parentheses)
 
 KORABRIDGE_SAMPLE_TEXT(ComponentInfo);
 KORABRIDGE_SAMPLE_TEXT(MacroRouter);

@@ -27,6 +27,7 @@ DurabilityService::DurabilityService(dds_entity_t participant, Channel::Clock::t
 
 std::filesystem::path DurabilityService::storePath()
 {
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): nobody changes the environment after the start
     const char* const path = std::getenv("KORABRIDGE_DURABLE_STORE");
     return path != nullptr && *path != '\0' ? path : "/var/lib/korabridge/durable.db";
 }

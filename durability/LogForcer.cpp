@@ -61,7 +61,7 @@ void LogForcer::force()
     const FileDescriptor file(::open(Store::logPath(m_store).c_str(), O_RDWR | O_CLOEXEC));
     if (!file.isOpen() || ::fdatasync(file.get()) != 0)
     {
-        report("cannot force to the disk", std::strerror(errno));
+        report("cannot force to the disk", std::system_category().message(errno).c_str());
         return;
     }
     m_reported = false;

@@ -126,6 +126,7 @@ std::filesystem::path RecentRows::fileOf(const std::filesystem::path& store)
     std::array<char, 64> name{};
     static_cast<void>(
         std::snprintf(name.data(), name.size(), "korabridge-%016llx.recent", static_cast<unsigned long long>(hash)));
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): nobody changes the environment after the start
     const char* const directory = std::getenv("KORABRIDGE_DURABLE_MEMORY");
     return std::filesystem::path(directory != nullptr && *directory != '\0' ? directory : "/dev/shm") / name.data();
 }
@@ -140,7 +141,8 @@ void RecentRows::open(bool isForgotten)
     if (!m_file.isOpen())
     {
         LOG4CXX_INFO(log4cxx::Logger::getLogger("KORABRIDGE"),
-                     "Durable targets: " << m_path.string() << " cannot be used: " << std::strerror(errno)
+                     "Durable targets: " << m_path.string()
+                                         << " cannot be used: " << std::system_category().message(errno)
                                          << "; a slow disk may delay what is kept of the last moment");
         return;
     }
@@ -195,7 +197,8 @@ void RecentRows::flush()
     if (!writeAll(m_file.get(), m_text))
     {
         LOG4CXX_WARN(log4cxx::Logger::getLogger("KORABRIDGE"),
-                     "Durable targets: cannot write " << m_path.string() << ": " << std::strerror(errno)
+                     "Durable targets: cannot write " << m_path.string() << ": "
+                                                      << std::system_category().message(errno)
                                                       << "; a slow disk may delay what is kept of the last moment");
         m_file.reset();
         m_text.clear();

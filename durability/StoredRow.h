@@ -14,6 +14,7 @@ struct ChannelName
     std::string partition;
     std::string topic;
 
+    // NOLINTNEXTLINE(modernize-use-nullptr): clang-tidy 14 misreads the defaulted comparison
     auto operator<=>(const ChannelName&) const = default;
 };
 
