@@ -83,6 +83,6 @@ function(korabridge_test NAME)
     target_compile_options(${NAME} PRIVATE -Wno-array-bounds -Wno-restrict -Wno-stringop-overflow -Wno-stringop-overread)
   endif()
   target_precompile_headers(${NAME} PRIVATE <gtest/gtest.h> <gmock/gmock.h> <functional> <map> <string> <vector>)
-  gtest_discover_tests(${NAME} TEST_PREFIX "${NAME}." DISCOVERY_TIMEOUT 120
+  gtest_discover_tests(${NAME} TEST_PREFIX "${NAME}." NO_PRETTY_VALUES DISCOVERY_TIMEOUT 120
     PROPERTIES TIMEOUT ${ARG_TIMEOUT} LABELS "${ARG_LABELS}")
 endfunction()
