@@ -6,8 +6,8 @@
 
 #include "buswrappers/BusQos.h"
 #include "buswrappers/DataReaderListenerHandler.h"
-#include "buswrappers/ListenerEventSender.h"
 #include "buswrappers/EndsApart.h"
+#include "buswrappers/ListenerEventSender.h"
 #include "buswrappers/Participant.h"
 #include "dds/sub/DataReader.hpp"
 #include "dds/sub/Subscriber.hpp"

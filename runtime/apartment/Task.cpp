@@ -51,8 +51,7 @@ void showTasks()
     {
         // Eight digits of the address tell tasks apart well enough on a 64-bit machine.
         misc::print("  0x%08x %11s %6d %s\n", static_cast<unsigned int>(reinterpret_cast<std::uintptr_t>(task)),
-                    task->m_running ? "    running" : "not running", static_cast<int>(task->taskId()),
-                    name.c_str());
+                    task->m_running ? "    running" : "not running", static_cast<int>(task->taskId()), name.c_str());
     }
 }
 

@@ -55,7 +55,9 @@ std::vector<std::uint32_t> readNumbers(const std::string& text, const std::strin
         }
         catch (const std::invalid_argument& problem)
         {
-            throw std::invalid_argument("'" + text + "' is not of the form " + form + ": " + problem.what());
+            std::string complaint = "'" + text;
+            complaint.append("' is not of the form ").append(form).append(": ").append(problem.what());
+            throw std::invalid_argument(complaint);
         }
     }
     return numbers;
