@@ -1,0 +1,263 @@
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <optional>
+
+#include <sched.h>
+#include <sys/mount.h>
+
+#include "durability/Sqlite.h"
+#include "durability/Store.h"
+#include "tests/e2e/durable/DurableFixture.h"
+#include "tests/support/WaitUntil.h"
+
+using namespace e2e;
+using com::tallowcrest::durability::SqliteConnection;
+using com::tallowcrest::durability::Store;
+
+namespace
+{
+
+/// The program on a store that cannot be used: it says so once and serves its controllers all the same.
+class BadLuckTest : public DurableFixture
+{
+protected:
+    static constexpr std::chrono::milliseconds lossBound{100};
+
+    /// A small disk of the test's own, seen by it and by the programs that it starts.
+    void mountDisk(const std::filesystem::path& place, const char* options)
+    {
+        std::filesystem::create_directories(place);
+        if (::unshare(CLONE_NEWNS) != 0 || ::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+            ::mount("tmpfs", place.c_str(), "tmpfs", 0, options) != 0)
+        {
+            GTEST_SKIP() << "no small disk to be had: " << std::strerror(errno);
+        }
+        m_disk = place;
+    }
+    void TearDown() override
+    {
+        m_bridge.reset();
+        if (!m_disk.empty())
+        {
+            EXPECT_EQ(::umount2(m_disk.c_str(), MNT_DETACH), 0) << std::strerror(errno);
+        }
+    }
+
+    void take(std::uint32_t input, std::uint32_t output)
+    {
+        auto client = connectController();
+        ASSERT_EQ(client.take({{videoLevel, 42, input, output}}), std::vector<std::uint32_t>{0});
+        ASSERT_TRUE(hasTarget(input, output));
+    }
+    bool hasTarget(std::uint32_t input, std::uint32_t output)
+    {
+        return record()
+            .waitForTarget(Signal::Video, output, [&](const auto& target) { return target.macroXptInput == input; })
+            .has_value();
+    }
+    /// The lines of the program's log at WARN or above.
+    std::vector<std::string> complaints()
+    {
+        std::istringstream log(bridge().output());
+        std::vector<std::string> lines;
+        for (std::string line; std::getline(log, line);)
+        {
+            if (line.find(" WARN ") != std::string::npos || line.find(" ERROR ") != std::string::npos)
+            {
+                lines.push_back(line);
+            }
+        }
+        return lines;
+    }
+    /// Exactly one complaint has been logged, and it names the store and the reason.
+    void expectOneComplaint(const std::string& reason)
+    {
+        const std::vector<std::string> lines = complaints();
+        ASSERT_EQ(lines.size(), 1U) << bridge().output();
+        EXPECT_NE(lines[0].find("Durable store " + store().string()), std::string::npos) << lines[0];
+        EXPECT_NE(lines[0].find(reason), std::string::npos) << lines[0];
+    }
+    /// The store holds an output's input now; looked at with a connection of the test's own.
+    bool storeHolds(std::uint32_t input, std::uint32_t output) const
+    {
+        const std::string sql = "SELECT count(*) FROM durable_sample WHERE instance = '" + std::to_string(output) +
+                                "' AND json_extract(payload, '$.macroXptInput') = " + std::to_string(input);
+        return testsupport::waitUntil([&] { return storeText(sql.c_str()) == "1"; });
+    }
+    /// The process dies 100 ms after the last take, and the next one publishes the target.
+    void expectTargetAfterRestart(std::uint32_t input, std::uint32_t output)
+    {
+        std::this_thread::sleep_for(lossBound);
+        kill();
+        record().clear();
+        startJoinedOnStore();
+        EXPECT_TRUE(hasTarget(input, output));
+    }
+
+private:
+    std::filesystem::path m_disk;
+};
+
+} // namespace
+
+TEST_F(BadLuckTest, MissingDirectoryIsMade)
+{
+    setStore(directory() / "not" / "there" / "durable.db");
+    router().announce();
+    startJoinedOnStore();
+    take(5, 7);
+
+    EXPECT_TRUE(storeHolds(5, 7));
+    EXPECT_TRUE(complaints().empty()) << bridge().output();
+    expectTargetAfterRestart(5, 7);
+}
+
+TEST_F(BadLuckTest, PlaceThatCannotBeWrittenIsOneComplaintAndTakesGoOn)
+{
+    const std::filesystem::path disk = directory() / "disk";
+    ASSERT_NO_FATAL_FAILURE(mountDisk(disk, "ro,size=4m"));
+    if (IsSkipped())
+    {
+        return;
+    }
+    setStore(disk / "durable.db");
+    router().announce();
+    startJoinedOnStore();
+    take(5, 7);
+    expectOneComplaint("cannot be opened");
+
+    ASSERT_EQ(::mount(nullptr, disk.c_str(), nullptr, MS_REMOUNT, "size=4m"), 0) << std::strerror(errno);
+
+    ASSERT_TRUE(bridge().waitForOutput("in use again"));
+    EXPECT_TRUE(storeHolds(5, 7));
+    expectOneComplaint("cannot be opened");
+    expectTargetAfterRestart(5, 7);
+}
+
+TEST_F(BadLuckTest, DiskThatFillsUpIsOneComplaintAndWhatWasTakenMeanwhileIsStoredWhenThereIsRoom)
+{
+    const std::filesystem::path disk = directory() / "disk";
+    ASSERT_NO_FATAL_FAILURE(mountDisk(disk, "size=400k"));
+    if (IsSkipped())
+    {
+        return;
+    }
+    setStore(disk / "durable.db");
+    router().announce();
+    startJoinedOnStore();
+    take(5, 7);
+    ASSERT_TRUE(storeHolds(5, 7));
+    std::ofstream ballast(disk / "ballast", std::ios::binary);
+    ballast << std::string(1U << 20U, 'x') << std::flush;
+    ballast.close();
+
+    auto client = connectController();
+    for (std::uint32_t output = 1; output <= 200; ++output)
+    {
+        ASSERT_EQ(client.take({{videoLevel, 42, 9, output}}), std::vector<std::uint32_t>{0});
+    }
+    ASSERT_TRUE(bridge().waitForOutput("cannot be written"));
+    take(8, 201);
+    expectOneComplaint("full");
+    std::filesystem::remove(disk / "ballast");
+
+    ASSERT_TRUE(bridge().waitForOutput("in use again"));
+    EXPECT_TRUE(storeHolds(9, 200));
+    EXPECT_TRUE(storeHolds(8, 201));
+    expectOneComplaint("full");
+    expectTargetAfterRestart(9, 7);
+}
+
+TEST_F(BadLuckTest, CorruptStoreIsSetAsideWithOneComplaintAndKeepingGoesOn)
+{
+    router().announce();
+    startJoinedOnStore();
+    take(5, 7);
+    ASSERT_TRUE(storeHolds(5, 7));
+    ASSERT_EQ(stopBridge(), 0);
+    {
+        std::fstream file(store(), std::ios::in | std::ios::out | std::ios::binary);
+        file.seekp(0);
+        file << std::string(2048, '\x5a');
+        ASSERT_TRUE(file.flush());
+    }
+    record().clear();
+
+    startJoinedOnStore();
+    take(6, 8);
+
+    expectOneComplaint("is corrupt");
+    EXPECT_TRUE(storeHolds(6, 8));
+    std::size_t setAside = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(store().parent_path()))
+    {
+        setAside += entry.path().filename().string().starts_with("durable.db.corrupt-") ? 1U : 0U;
+    }
+    EXPECT_EQ(setAside, 1U);
+    expectTargetAfterRestart(6, 8);
+}
+
+TEST_F(BadLuckTest, StoreDamagedUnderARunningBridgeCostsNothingThatItKnows)
+{
+    router().announce();
+    startJoinedOnStore();
+    take(5, 7);
+    ASSERT_TRUE(storeHolds(5, 7));
+    {
+        // What a failing disk does: every page is rubbish from here on, in the file and in its log.
+        for (const char* const suffix : {"", "-wal"})
+        {
+            const std::filesystem::path path = store().string() + suffix;
+            const auto size = static_cast<std::size_t>(std::filesystem::file_size(path));
+            std::fstream file(path, std::ios::in | std::ios::out | std::ios::binary);
+            file << std::string(size, '\x5a');
+            ASSERT_TRUE(file.flush());
+        }
+    }
+    auto client = connectController();
+    for (std::uint32_t output = 100; output < 140; ++output)
+    {
+        ASSERT_EQ(client.take({{videoLevel, 42, 9, output}}), std::vector<std::uint32_t>{0});
+    }
+
+    expectTargetAfterRestart(9, 139);
+    EXPECT_TRUE(hasTarget(5, 7));
+    EXPECT_TRUE(hasTarget(9, 100));
+}
+
+TEST_F(BadLuckTest, StoreOfALaterVersionIsLeftAsItIs)
+{
+    router().announce();
+    startJoinedOnStore();
+    take(5, 7);
+    ASSERT_EQ(stopBridge(), 0);
+    SqliteConnection(store().string()).text("PRAGMA user_version = 99");
+    const std::string before = storeText("SELECT group_concat(instance || written || payload) FROM durable_sample");
+    record().clear();
+
+    startJoinedOnStore();
+    take(6, 8);
+
+    ASSERT_TRUE(bridge().waitForOutput("it stays as it is"));
+    expectOneComplaint("version");
+    ASSERT_EQ(stopBridge(), 0);
+    EXPECT_EQ(storeText("PRAGMA user_version"), "99");
+    EXPECT_EQ(storeText("SELECT group_concat(instance || written || payload) FROM durable_sample"), before);
+}
+
+TEST_F(BadLuckTest, StoreThatAnotherProcessHasIsOneComplaintAndTakenWhenItIsFree)
+{
+    std::optional<Store> other(std::in_place, store());
+    router().announce();
+    startJoinedOnStore();
+    take(5, 7);
+    expectOneComplaint("another process");
+
+    other.reset();
+
+    ASSERT_TRUE(bridge().waitForOutput("in use again"));
+    EXPECT_TRUE(storeHolds(5, 7));
+    expectOneComplaint("another process");
+    expectTargetAfterRestart(5, 7);
+}
