@@ -1,15 +1,22 @@
-# Cross build for the board. The sysroot is a Debian armhf root with the development packages of scripts/setup.
+# Cross build for the board: ARMv7, hard float. The headers and libraries come from the root that scripts/sysroot-armhf
+# makes; programs that the build runs (the IDL compiler) are the host's; programs that it made run under qemu.
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR armv7l)
-set(CMAKE_SYSROOT "$ENV{KORABRIDGE_ARMHF_SYSROOT}" CACHE PATH "Root file system with the armhf development packages")
-if(NOT CMAKE_SYSROOT)
-  set(CMAKE_SYSROOT "${CMAKE_CURRENT_LIST_DIR}/../build/sysroot-armhf")
-endif()
 set(CMAKE_C_COMPILER arm-linux-gnueabihf-gcc)
 set(CMAKE_CXX_COMPILER arm-linux-gnueabihf-g++)
 set(CMAKE_LIBRARY_ARCHITECTURE arm-linux-gnueabihf)
+
+if(DEFINED ENV{KORABRIDGE_ARMHF_SYSROOT})
+  set(CMAKE_SYSROOT $ENV{KORABRIDGE_ARMHF_SYSROOT})
+else()
+  get_filename_component(CMAKE_SYSROOT ${CMAKE_CURRENT_LIST_DIR}/../build/sysroot-armhf ABSOLUTE)
+endif()
+if(NOT EXISTS ${CMAKE_SYSROOT}/usr/include)
+  message(FATAL_ERROR "No root for the board at ${CMAKE_SYSROOT}: run scripts/sysroot-armhf")
+endif()
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
-set(CMAKE_CROSSCOMPILING_EMULATOR "qemu-arm-static;-L;${CMAKE_SYSROOT}")
+
+set(CMAKE_CROSSCOMPILING_EMULATOR qemu-arm-static -L ${CMAKE_SYSROOT})
