@@ -1,0 +1,190 @@
+#include "bench/korabench/LoadThread.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <stdexcept>
+#include <utility>
+
+#include <sys/epoll.h>
+#include <time.h>
+
+#include "runtime/util/SystemError.h"
+
+namespace korabench
+{
+namespace
+{
+
+using com::tallowcrest::util::systemErrorText;
+
+/// Room for the latencies of one command on one thread.
+constexpr std::size_t reservedLatencies = 1U << 20U;
+
+timespec timespecOf(std::chrono::nanoseconds time)
+{
+    const auto seconds = std::chrono::floor<std::chrono::seconds>(time);
+    return {.tv_sec = seconds.count(), .tv_nsec = (time - seconds).count()};
+}
+
+std::uint64_t entriesOf(const Request& request)
+{
+    switch (request.command)
+    {
+    case Command::Take:
+    case Command::CoherentTake:
+    case Command::Protect:
+    case Command::Release:
+        return request.shape.entries;
+    default:
+        return 0;
+    }
+}
+
+} // namespace
+
+LoadThread::LoadThread(std::vector<std::unique_ptr<Controller>> controllers, const LoadPlan& plan)
+    : m_plan(plan), m_changesCompleteAt(controllers.size()), m_incomplete(controllers.size())
+{
+    for (std::size_t i = 0; i < controllers.size(); ++i)
+    {
+        // With an interval the controllers take turns.
+        const auto share = m_plan.interval * i / controllers.size();
+        const std::uint64_t seen = controllers[i]->changesSeen();
+        m_slots.push_back({.controller = std::move(controllers[i]),
+                           .dueAt = Clock::now() + share,
+                           .index = i,
+                           .changesBefore = seen});
+    }
+    for (const Command command : allCommands())
+    {
+        m_latencies[command]; // so that none is inserted while measuring
+    }
+}
+
+void LoadThread::run()
+{
+    if (!m_slots.empty())
+    {
+        m_latencies[m_slots.front().controller->lastRequest().command].reserve(reservedLatencies);
+    }
+    if (m_slots.size() == 1 && m_plan.interval.count() == 0)
+    {
+        runOne(m_slots.front());
+    }
+    else
+    {
+        runMany();
+    }
+}
+
+void LoadThread::runOne(Slot& slot)
+{
+    for (Clock::time_point now = Clock::now(); !isDone(now); now = slot.controller->receivedAt())
+    {
+        slot.controller->send();
+        while (!slot.controller->receive())
+        {}
+        onResponse(slot);
+    }
+}
+
+void LoadThread::runMany()
+{
+    m_epoll.reset(::epoll_create1(EPOLL_CLOEXEC));
+    for (Slot& slot : m_slots)
+    {
+        epoll_event event{};
+        event.events = EPOLLIN;
+        event.data.ptr = &slot;
+        if (!m_epoll.isOpen() || ::epoll_ctl(m_epoll.get(), EPOLL_CTL_ADD, slot.controller->fd(), &event) != 0)
+        {
+            throw std::runtime_error("epoll: " + systemErrorText());
+        }
+    }
+    constexpr int eventsAtOnce = 64;
+    std::array<epoll_event, eventsAtOnce> events{};
+    Clock::time_point nextDue = sendDue(Clock::now());
+    while (!isDone(Clock::now()) || isWaiting())
+    {
+        const Clock::time_point now = Clock::now();
+        const bool isTimed = m_plan.interval.count() != 0 && !isDone(now);
+        const auto timeout = timespecOf(std::max(nextDue - now, Clock::duration::zero()));
+        const int ready =
+            ::epoll_pwait2(m_epoll.get(), events.data(), eventsAtOnce, isTimed ? &timeout : nullptr, nullptr);
+        if (ready < 0 && errno != EINTR)
+        {
+            throw std::runtime_error("epoll: " + systemErrorText());
+        }
+        for (int i = 0; i < ready; ++i)
+        {
+            auto& slot = *static_cast<Slot*>(events[static_cast<std::size_t>(i)].data.ptr);
+            if (!slot.controller->receive())
+            {
+                continue;
+            }
+            onResponse(slot);
+            if (m_plan.interval.count() == 0 && !isDone(slot.controller->receivedAt()))
+            {
+                slot.controller->send();
+            }
+        }
+        if (m_plan.interval.count() != 0)
+        {
+            nextDue = sendDue(Clock::now());
+        }
+    }
+}
+
+Clock::time_point LoadThread::sendDue(Clock::time_point now)
+{
+    Clock::time_point next = m_plan.end;
+    for (Slot& slot : m_slots)
+    {
+        if (isDone(now))
+        {
+            return next;
+        }
+        if (!slot.controller->isWaiting() && slot.dueAt <= now)
+        {
+            slot.controller->send();
+            slot.dueAt = std::max(slot.dueAt + m_plan.interval, now);
+        }
+        if (!slot.controller->isWaiting())
+        {
+            next = std::min(next, slot.dueAt);
+        }
+    }
+    return next;
+}
+
+void LoadThread::onResponse(Slot& slot)
+{
+    const Controller& controller = *slot.controller;
+    const Clock::time_point at = controller.receivedAt();
+    if (at >= m_plan.begin && at < m_plan.end)
+    {
+        ++m_requestCount;
+        m_entryCount += entriesOf(controller.lastRequest());
+        m_latencies.find(controller.lastRequest().command)->second.add(controller.latency());
+    }
+    Clock::time_point& completeAt = m_changesCompleteAt[slot.index];
+    if (m_plan.awaitedChanges != 0 && completeAt == Clock::time_point() &&
+        controller.changesSeen() - slot.changesBefore >= m_plan.awaitedChanges)
+    {
+        completeAt = at;
+        --m_incomplete;
+    }
+}
+
+bool LoadThread::isWaiting() const
+{
+    return std::any_of(m_slots.begin(), m_slots.end(), [](const Slot& slot) { return slot.controller->isWaiting(); });
+}
+
+bool LoadThread::isDone(Clock::time_point now) const
+{
+    return now >= m_plan.end || (m_plan.awaitedChanges != 0 && m_incomplete == 0);
+}
+
+} // namespace korabench
