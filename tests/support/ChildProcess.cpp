@@ -3,8 +3,11 @@
 #include "tests/support/TempDir.h"
 #include "tests/support/WaitUntil.h"
 
+#include <algorithm>
 #include <csignal>
 #include <cstdlib>
+#include <iterator>
+#include <sstream>
 #include <stdexcept>
 
 #include <fcntl.h>
@@ -57,6 +60,7 @@ ChildProcess::ChildProcess(const std::filesystem::path& program, const std::vect
 
     std::vector<std::string> words{program.string()};
     words.insert(words.end(), arguments.begin(), arguments.end());
+    words = runnable(std::move(words));
     std::vector<char*> argv;
     argv.reserve(words.size() + 1);
     for (auto& word : words)
@@ -73,13 +77,13 @@ ChildProcess::ChildProcess(const std::filesystem::path& program, const std::vect
     if (m_pid == 0)
     {
         dup2(input[0], STDIN_FILENO);
-        dup2(out, STDOUT_FILENO);
-        dup2(err, STDERR_FILENO);
+        dup2(options.output >= 0 ? options.output : out, STDOUT_FILENO);
+        dup2(options.output >= 0 ? options.output : err, STDERR_FILENO);
         for (const auto& [name, value] : options.environment)
         {
             setenv(name.c_str(), value.c_str(), 1); // NOLINT(concurrency-mt-unsafe): the only thread after fork
         }
-        execv(argv[0], argv.data());
+        execvp(argv[0], argv.data());
         _exit(127);
     }
     ::close(out);
@@ -174,6 +178,23 @@ bool ChildProcess::waitForErrors(const std::string& text, std::chrono::milliseco
 std::filesystem::path programPath(const std::string& name)
 {
     return std::filesystem::path(KORABRIDGE_BINARY_DIR) / "bin" / name;
+}
+
+std::vector<std::string> runnable(std::vector<std::string> words)
+{
+    const char* const emulator = std::getenv("KORABRIDGE_EMULATOR"); // NOLINT(concurrency-mt-unsafe): nobody sets it
+    if (emulator != nullptr)
+    {
+        const auto program = std::find_if(words.begin(), words.end(), [](const std::string& word) {
+            return word.starts_with(KORABRIDGE_BINARY_DIR "/");
+        });
+        if (program != words.end())
+        {
+            std::istringstream prefix(emulator);
+            words.insert(program, std::istream_iterator<std::string>(prefix), std::istream_iterator<std::string>());
+        }
+    }
+    return words;
 }
 
 } // namespace testsupport

@@ -21,6 +21,8 @@ public:
     {
         std::map<std::string, std::string> environment; ///< added to the test's own
         bool closeInput = false;                        ///< standard input is /dev/null instead of a pipe
+        /// Where standard output and error go instead of files; stays the caller's. -1: files.
+        int output = -1;
     };
 
     ChildProcess(const std::filesystem::path& program, const std::vector<std::string>& arguments, Options options);
@@ -57,5 +59,9 @@ private:
 
 /// build/<preset>/bin/NAME of the build that the test belongs to.
 std::filesystem::path programPath(const std::string& name);
+
+/// A command as this machine can run it: where the build's programs need an emulator (KORABRIDGE_EMULATOR, a command
+/// with its arguments), it stands in front of the first of them. The command may begin with others that start it.
+std::vector<std::string> runnable(std::vector<std::string> words);
 
 } // namespace testsupport

@@ -80,20 +80,21 @@ void EventScript::addCrosspointCommands()
                                 words.end();
                                 m_router.setStatus(signal, status);
                             }};
-    m_commands["burst"] = {"video|audio FIRST_OUTPUT COUNT INPUT", "one status each for many outputs",
-                           [this](WordReader& words) {
-                               const Signal signal = words.signal();
-                               const std::uint32_t first = words.number("first output");
-                               const std::uint32_t count = words.number("count", 100000);
-                               const std::uint32_t input = words.number("input");
-                               words.end();
-                               std::vector<SimulatedRouter::MacroXptOutput> statuses;
-                               for (std::uint32_t i = 0; i < count; ++i)
-                               {
-                                   statuses.push_back({.macroXptOutput = first + i, .macroXptInput = input});
-                               }
-                               m_router.setStatuses(signal, statuses);
-                           }};
+    m_commands["burst"] = {
+        "video|audio FIRST_OUTPUT COUNT INPUT [LPR_ID]", "one status each for many outputs", [this](WordReader& words) {
+            const Signal signal = words.signal();
+            const std::uint32_t first = words.number("first output");
+            const std::uint32_t count = words.number("count", 100000);
+            const std::uint32_t input = words.number("input");
+            const std::uint32_t lprId = words.isAtEnd() ? 0 : words.number("LPR id");
+            words.end();
+            std::vector<SimulatedRouter::MacroXptOutput> statuses;
+            for (std::uint32_t i = 0; i < count; ++i)
+            {
+                statuses.push_back({.macroXptOutput = first + i, .macroXptInput = input, .lprId = lprId});
+            }
+            m_router.setStatuses(signal, statuses);
+        }};
     m_commands["dispose-status"] = {"video|audio OUTPUT", "dispose of the status of an output",
                                     [this](WordReader& words) {
                                         const Signal signal = words.signal();

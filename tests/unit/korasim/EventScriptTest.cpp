@@ -60,6 +60,16 @@ TEST_F(EventScriptTest, BurstPublishesAStatusForEachOutput)
     EXPECT_EQ(statuses.front().macroXptOutput, 10U);
     EXPECT_EQ(statuses.back().macroXptOutput, 14U);
     EXPECT_EQ(statuses.back().macroXptInput, 3U);
+    EXPECT_EQ(statuses.back().lprId, 0U);
+}
+
+TEST_F(EventScriptTest, BurstCarriesAHolderWhenOneIsGiven)
+{
+    m_sut.runLine("burst video 1 2 3 42");
+
+    const auto statuses = m_router.record().statuses(Signal::Video);
+    ASSERT_EQ(statuses.size(), 2U);
+    EXPECT_EQ(statuses.back().lprId, 42U);
 }
 
 TEST_F(EventScriptTest, DisposedStatusIsShownNoMore)

@@ -1,0 +1,109 @@
+#include "tests/chaos/BridgeProcess.h"
+
+#include <array>
+#include <csignal>
+#include <stdexcept>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace chaos
+{
+
+BridgeProcess::BridgeProcess(const std::vector<std::string>& arguments)
+{
+    std::array<int, 2> ends{};
+    if (pipe2(ends.data(), O_CLOEXEC) != 0)
+    {
+        throw std::runtime_error("pipe failed");
+    }
+    m_output = ends[0];
+    testsupport::ChildProcess::Options options;
+    options.closeInput = true;
+    options.output = ends[1];
+    m_process = std::make_unique<testsupport::ChildProcess>(testsupport::programPath("korabridge"), arguments, options);
+    close(ends[1]);
+    m_reader = std::thread([this] { readOutput(); });
+}
+
+BridgeProcess::~BridgeProcess()
+{
+    if (m_process->isRunning())
+    {
+        m_process->signal(SIGKILL);
+        m_process->waitForExit();
+    }
+    m_reader.join(); // ends with the pipe's other end
+    close(m_output);
+}
+
+std::optional<int> BridgeProcess::stop(std::chrono::milliseconds deadline)
+{
+    m_process->signal(SIGTERM);
+    return m_process->waitForExit(deadline);
+}
+
+void BridgeProcess::readOutput()
+{
+    std::string rest;
+    std::array<char, 65536> bytes{};
+    for (;;)
+    {
+        const auto count = read(m_output, bytes.data(), bytes.size());
+        if (count <= 0)
+        {
+            break;
+        }
+        rest.append(bytes.data(), static_cast<std::size_t>(count));
+        std::size_t begin = 0;
+        for (auto end = rest.find('\n'); end != std::string::npos; end = rest.find('\n', begin))
+        {
+            addLine(rest.substr(begin, end - begin));
+            begin = end + 1;
+        }
+        rest.erase(0, begin);
+    }
+    if (!rest.empty())
+    {
+        addLine(rest);
+    }
+}
+
+void BridgeProcess::addLine(const std::string& line)
+{
+    const std::lock_guard lock(m_mutex);
+    ++m_lineCount;
+    m_lastLines.push_back(line);
+    if (m_lastLines.size() > keptLines)
+    {
+        m_lastLines.pop_front();
+    }
+    for (const char* sign : {" ERROR ", "MemPool::", "Sanitizer", "runtime error:"})
+    {
+        if (line.find(sign) != std::string::npos && m_errorLines.size() < keptLines)
+        {
+            m_errorLines.push_back(line);
+            break;
+        }
+    }
+}
+
+std::size_t BridgeProcess::lineCount() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_lineCount;
+}
+
+std::vector<std::string> BridgeProcess::lastLines() const
+{
+    const std::lock_guard lock(m_mutex);
+    return {m_lastLines.begin(), m_lastLines.end()};
+}
+
+std::vector<std::string> BridgeProcess::errorLines() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_errorLines;
+}
+
+} // namespace chaos

@@ -1,0 +1,54 @@
+#pragma once
+
+#include "tests/support/ChildProcess.h"
+
+#include <chrono>
+#include <cstddef>
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace chaos
+{
+
+/// The real program, with what it prints read all the time: the last lines are kept, those that tell of an error in the
+/// program or of a sanitizer are kept apart. Killed with the object.
+class BridgeProcess
+{
+public:
+    explicit BridgeProcess(const std::vector<std::string>& arguments);
+    ~BridgeProcess();
+    BridgeProcess(const BridgeProcess&) = delete;
+    BridgeProcess& operator=(const BridgeProcess&) = delete;
+
+    pid_t pid() const { return m_process->pid(); }
+    bool isRunning() { return m_process->isRunning(); }
+    void signal(int number) const { m_process->signal(number); }
+    /// Ends it as a service manager does; its exit status, or nothing when it does not end in time.
+    std::optional<int> stop(std::chrono::milliseconds deadline);
+
+    std::size_t lineCount() const;
+    std::vector<std::string> lastLines() const;
+    /// Lines at level ERROR, complaints of the memory pools and reports of sanitizers.
+    std::vector<std::string> errorLines() const;
+
+private:
+    static constexpr std::size_t keptLines = 200;
+
+    void readOutput();
+    void addLine(const std::string& line);
+
+    int m_output = -1;
+    std::unique_ptr<testsupport::ChildProcess> m_process;
+    mutable std::mutex m_mutex;
+    std::deque<std::string> m_lastLines;
+    std::vector<std::string> m_errorLines;
+    std::size_t m_lineCount = 0;
+    std::thread m_reader;
+};
+
+} // namespace chaos

@@ -1,0 +1,250 @@
+#include "tests/chaos/Run.h"
+
+#include "tests/chaos/BadPeer.h"
+#include "tests/chaos/BridgeProcess.h"
+#include "tests/chaos/BusDriver.h"
+#include "tests/chaos/BusWatch.h"
+#include "tests/chaos/ConsolePeer.h"
+#include "tests/chaos/GoodControllers.h"
+#include "tests/support/TcpSocket.h"
+#include "tests/support/WaitUntil.h"
+
+#include <csignal>
+#include <memory>
+#include <ostream>
+#include <thread>
+#include <vector>
+
+using namespace std::chrono_literals;
+using testsupport::waitUntil;
+
+namespace chaos
+{
+
+namespace
+{
+
+/// How often the ledgers look for what is overdue.
+constexpr auto checkInterval = 100ms;
+
+class ChaosRun
+{
+public:
+    ChaosRun(const RunOptions& options, std::ostream& out)
+        : m_options(options), m_out(out), m_plan(options.seed, options.length, options.bounds.change + 1s),
+          m_world(options.bounds, options.sabotage), m_bridge({"17", "3", "Bridge One", "bridge under chaos"}),
+          m_watch(m_world, {BusDriver::firstPartition, BusDriver::secondPartition}),
+          m_driver(m_world, m_watch, options.seed), m_console(m_world), m_peers(Plan::peers)
+    {}
+
+    bool perform();
+
+private:
+    void makeControllers();
+    void disturb();
+    /// Looks after the invariants until the time is over or the bridge is dead.
+    void supervise();
+    void finish();
+    void stopControllers();
+    void print();
+
+    const RunOptions m_options;
+    std::ostream& m_out;
+    const Plan m_plan;
+    World m_world;
+    BridgeProcess m_bridge;
+    BusWatch m_watch;
+    BusDriver m_driver;
+    ConsolePeer m_console;
+    std::vector<BadPeer> m_peers;
+    std::vector<std::unique_ptr<Controller>> m_takers;
+    std::vector<std::unique_ptr<Controller>> m_others;
+    Visitor* m_visitor = nullptr;
+    Stopper m_disturbanceStopper;
+    std::vector<std::thread> m_disturbances;
+    bool m_isBridgeDead = false;
+};
+
+void ChaosRun::makeControllers()
+{
+    Dice dice(m_options.seed + 1);
+    constexpr std::uint32_t salvo = 40;
+    std::uint32_t number = 0;
+    m_takers.push_back(std::make_unique<Taker>(m_world, ++number, 0, 1, dice.seed()));
+    m_takers.push_back(std::make_unique<Taker>(m_world, ++number, 1, salvo, dice.seed()));
+    m_takers.push_back(std::make_unique<Locker>(m_world, ++number, 2, dice.seed()));
+    m_others.push_back(std::make_unique<Poller>(m_world, ++number, ChangeLedger::Detail::Everything));
+    m_others.push_back(std::make_unique<Poller>(m_world, ++number, ChangeLedger::Detail::Everything));
+    m_others.push_back(std::make_unique<Poller>(m_world, ++number, ChangeLedger::Detail::InputOnly));
+    m_others.push_back(std::make_unique<Asker>(m_world, ++number, dice.seed()));
+    auto visitor = std::make_unique<Visitor>(m_world, ++number);
+    m_visitor = visitor.get();
+    m_others.push_back(std::move(visitor));
+}
+
+void ChaosRun::disturb()
+{
+    m_disturbances.emplace_back([this] { m_driver.perform(m_plan.bus(), m_disturbanceStopper); });
+    m_disturbances.emplace_back([this] { m_console.perform(m_plan.console(), m_disturbanceStopper); });
+    for (std::size_t i = 0; i < m_peers.size(); ++i)
+    {
+        m_disturbances.emplace_back([this, i] { m_peers[i].perform(m_plan.peer(i), m_disturbanceStopper); });
+    }
+}
+
+void ChaosRun::supervise()
+{
+    const auto begin = Clock::now();
+    bool isSabotaged = false;
+    while (Clock::now() - begin < m_options.length && m_bridge.isRunning())
+    {
+        m_world.takes.check(Clock::now());
+        if (!isSabotaged && Clock::now() - begin > m_options.length / 2)
+        {
+            isSabotaged = true;
+            m_world.isSabotageOpen = m_options.sabotage != Sabotage::None;
+            if (m_world.takesSabotage(Sabotage::DeadBridge))
+            {
+                m_bridge.signal(SIGKILL);
+            }
+        }
+        std::this_thread::sleep_for(checkInterval);
+    }
+}
+
+bool ChaosRun::perform()
+{
+    m_out << "chaos: seed " << m_options.seed << ", " << m_options.length.count() << " s" << std::endl;
+    if (!testsupport::waitForPort(koraPort, 60s))
+    {
+        m_world.verdict.violation("the controller port did not open at the start");
+    }
+    else
+    {
+        makeControllers();
+        for (auto* controllers : {&m_takers, &m_others})
+        {
+            for (const auto& controller : *controllers)
+            {
+                controller->start();
+            }
+        }
+        disturb();
+        supervise();
+        finish();
+    }
+    print();
+    return m_world.verdict.count() == 0;
+}
+
+void ChaosRun::finish()
+{
+    m_isBridgeDead = !m_bridge.isRunning();
+    if (m_isBridgeDead)
+    {
+        m_world.verdict.violation("the bridge has died");
+    }
+    m_disturbanceStopper.stop();
+    for (auto& disturbance : m_disturbances)
+    {
+        disturbance.join();
+    }
+    for (const auto& taker : m_takers)
+    {
+        taker->stop();
+    }
+    m_world.answers.setCircumstance("the end");
+    if (!m_isBridgeDead)
+    {
+        // Everything comes to rest; then what the bridge tells must be what is on the bus.
+        waitUntil([this] { return m_world.takes.awaited() == 0; }, m_options.bounds.take);
+        m_world.takes.check(Clock::now() + m_options.bounds.take);
+        const auto before = m_world.changes.figures().published;
+        m_driver.burst();
+        waitUntil([&] { return m_world.changes.figures().published >= before + 2304 + 288; }, m_options.bounds.change);
+        if (!waitUntil([this] { return m_world.changes.open() == 0; }, 3 * m_options.bounds.change))
+        {
+            m_world.verdict.violation(std::to_string(m_world.changes.open()) + " outputs were not compared at the end");
+        }
+        m_console.inspect();
+    }
+    for (const auto& controller : m_others)
+    {
+        controller->stop();
+    }
+    if (!m_isBridgeDead)
+    {
+        const auto status = m_bridge.stop(m_options.bounds.exit);
+        if (status != 0)
+        {
+            m_world.verdict.violation("the bridge ended with " +
+                                      (status ? std::to_string(*status) : "nothing in time"));
+        }
+    }
+    for (const auto& line : m_bridge.errorLines())
+    {
+        m_world.verdict.violation("the bridge said: " + line);
+    }
+}
+
+template <typename Act>
+void printPerformed(std::ostream& out, const std::string& who, const std::map<Act, std::size_t>& performed)
+{
+    out << who << ":";
+    for (const auto& [act, count] : performed)
+    {
+        out << " " << nameOf(act) << " " << count << ",";
+    }
+    out << "\n";
+}
+
+void ChaosRun::print()
+{
+    const auto takes = m_world.takes.figures();
+    const auto changes = m_world.changes.figures();
+    printPerformed(m_out, "bus", m_driver.performed());
+    std::map<PeerAct, std::size_t> peers;
+    for (const auto& peer : m_peers)
+    {
+        for (const auto& [act, count] : peer.performed())
+        {
+            peers[act] += count;
+        }
+    }
+    printPerformed(m_out, "controllers", peers);
+    printPerformed(m_out, "console", m_console.performed());
+    m_out << "takes and locks: " << takes.acknowledged << " acknowledged, " << takes.found
+          << " found on the bus, the last " << milliseconds(takes.longest) << " later at most; " << takes.refused
+          << " refused, " << takes.unanswered << " unanswered\n"
+          << "changes: " << changes.published << " status on the bus, " << changes.reported << " reported, "
+          << changes.compared << " compared, " << changes.superseded << " superseded before\n"
+          << "visits of new controllers: " << (m_visitor != nullptr ? m_visitor->visits() : 0) << "\n";
+    m_world.answers.print(m_out);
+    m_out << m_world.answers.count() << " answers, the longest after " << milliseconds(m_world.answers.longest())
+          << " (bound " << m_options.bounds.answer.count() << " ms); the machine held this program up for "
+          << milliseconds(m_world.stalls.total()) << "\n"
+          << m_bridge.lineCount() << " lines of the bridge's log\n";
+    if (m_world.verdict.count() != 0)
+    {
+        m_out << "--- the bridge's last lines\n";
+        for (const auto& line : m_bridge.lastLines())
+        {
+            m_out << line << "\n";
+        }
+        m_out << "---\n";
+        for (const auto& text : m_world.verdict.texts())
+        {
+            m_out << "VIOLATION: " << text << "\n";
+        }
+    }
+    m_out << "chaos: seed " << m_options.seed << ": " << m_world.verdict.count() << " violations" << std::endl;
+}
+
+} // namespace
+
+bool run(const RunOptions& options, std::ostream& out)
+{
+    return ChaosRun(options, out).perform();
+}
+
+} // namespace chaos

@@ -1,0 +1,70 @@
+#pragma once
+
+#include "tests/chaos/AnswerTimes.h"
+#include "tests/chaos/ChangeLedger.h"
+#include "tests/chaos/StallMeter.h"
+#include "tests/chaos/TakeLedger.h"
+#include "tests/chaos/Verdict.h"
+
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+
+namespace chaos
+{
+
+/// A fault that the program brings into its own observations, to show that it would notice one of the bridge's.
+enum class Sabotage
+{
+    None,
+    LateAnswer,
+    LostTake,
+    MissingChange,
+    ForeignResponse,
+    DeadBridge,
+};
+
+/// What the bridge has to keep.
+struct Bounds
+{
+    std::chrono::milliseconds answer;  ///< from a request to its response
+    std::chrono::milliseconds take;    ///< from a response to the target on the bus
+    std::chrono::milliseconds change;  ///< from a status on the bus to the walk that must report it
+    std::chrono::milliseconds connect; ///< from wanting in to the first response, while not all slots are taken
+    std::chrono::milliseconds console; ///< from the leaving of one operator to the menu of the next
+    std::chrono::milliseconds exit;    ///< from SIGTERM to the end of the process
+
+    /// What an optimised build keeps; `slowness` times as much for others.
+    static Bounds times(int slowness)
+    {
+        using std::chrono::milliseconds;
+        return {milliseconds(1000) * slowness, milliseconds(2000) * slowness,  milliseconds(3000) * slowness,
+                milliseconds(5000) * slowness, milliseconds(10000) * slowness, milliseconds(10000) * slowness};
+    }
+};
+
+/// What all who take part in a run share: the checkers and the source of numbers.
+struct World
+{
+    explicit World(const Bounds& limits, Sabotage fault)
+        : bounds(limits), sabotage(fault),
+          answers(verdict, limits.answer, [this](auto begin, auto end) { return stalls.stalledBetween(begin, end); }),
+          takes(verdict, limits.take), changes(verdict, limits.change)
+    {}
+
+    const Bounds bounds;
+    const Sabotage sabotage;
+    Verdict verdict;
+    StallMeter stalls;
+    AnswerTimes answers;
+    TakeLedger takes;
+    ChangeLedger changes;
+    std::atomic<std::uint32_t> nextNumber{1000};
+    /// Cleared by the one who carries a sabotage out, so that it happens once.
+    std::atomic<bool> isSabotageOpen{false};
+
+    /// True once, when this sabotage is due.
+    bool takesSabotage(Sabotage which) { return sabotage == which && isSabotageOpen.exchange(false); }
+};
+
+} // namespace chaos
