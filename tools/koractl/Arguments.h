@@ -62,6 +62,21 @@ CLI::Option* addParsedList(CLI::App& app, const std::string& name, std::vector<T
         ->type_name(typeName);
 }
 
+/// Runs `resolve`, which reads what the user wrote for the argument `name`; what it throws as std::invalid_argument
+/// becomes a usage error. For what can be read only when all options are known.
+template <class Resolve>
+auto resolved(const std::string& name, Resolve resolve)
+{
+    try
+    {
+        return resolve();
+    }
+    catch (const std::invalid_argument& problem)
+    {
+        throw CLI::ValidationError(name, problem.what());
+    }
+}
+
 /// An unsigned 32-bit number.
 inline CLI::Option* addNumber(CLI::App& app, const std::string& name, std::uint32_t& target,
                               const std::string& description)

@@ -7,6 +7,7 @@
 #include "tools/koractl/OutputsReport.h"
 #include "tools/koractl/StopSignal.h"
 #include "tools/koractl/Watch.h"
+#include "tools/koractl/WatchPrinter.h"
 
 namespace koractl
 {
@@ -15,6 +16,7 @@ namespace
 
 struct ChangesArguments
 {
+    std::string levelText;
     std::uint32_t level = 0;
     std::uint32_t format = 2;
     bool isOnce = false;
@@ -22,14 +24,15 @@ struct ChangesArguments
 
 struct WatchArguments
 {
+    std::vector<std::string> texts;
     std::vector<std::uint32_t> levels;
-    std::uint32_t format = 2;
-    std::chrono::milliseconds interval{500};
+    Watch::Settings settings;
+    bool isStaying = false;
 };
 
 constexpr const char* formatText = "1: without lock state; any other: with it (default 2)";
 
-OutputsReport changesReport(KoraClient& client, const ChangesArguments& arguments)
+OutputsReport changesReport(KoraClient& client, const ChangesArguments& arguments, const Names& names)
 {
     ChangeRows all;
     do
@@ -40,7 +43,7 @@ OutputsReport changesReport(KoraClient& client, const ChangesArguments& argument
     } while (all.more && !arguments.isOnce);
     const bool isMissing = all.rows.empty() && !askLevelExists(client, arguments.level);
     OutputsReport report("changes", arguments.level, {{"format", arguments.format}, {"complete", !all.more}},
-                         std::move(all.rows));
+                         std::move(all.rows), names);
     if (isMissing)
     {
         report.markLevelMissing();
@@ -48,22 +51,14 @@ OutputsReport changesReport(KoraClient& client, const ChangesArguments& argument
     return report;
 }
 
-ExitStatus runWatch(const CommandContext& context, const WatchArguments& arguments, bool json)
+ExitStatus runWatch(CommandContext& context, const WatchArguments& arguments)
 {
-    KoraClient client = context.connect();
-    for (const std::uint32_t level : arguments.levels)
-    {
-        if (!askLevelExists(client, level))
-        {
-            context.warn("level " + std::to_string(level) + " does not exist yet; waiting for it");
-        }
-    }
-    Watch watch(client, arguments.format, arguments.levels, [&](std::uint32_t level, const OutputRow& row) {
-        context.printLine(json ? watchJson(level, row) : watchLine(level, row));
-    });
+    WatchPrinter printer(context);
+    Watch watch([&context] { return context.connect(); }, arguments.levels, arguments.settings, printer);
+    watch.start();
     // Only now: until here a signal ends the program at once, however long the bridge takes to answer.
     StopSignal stop;
-    watch.run(arguments.interval, stop);
+    watch.run(stop);
     return ExitStatus::done;
 }
 
@@ -72,13 +67,13 @@ void addChanges(CLI::App& app, CommandContext& context)
     const auto arguments = std::make_shared<ChangesArguments>();
     CLI::App* const command =
         app.add_subcommand("changes", "Show the outputs that changed since this connection began: all of them");
-    addNumber(*command, "level", arguments->level, "the level's number")->required();
+    command->add_option("level", arguments->levelText, "the level's number or name")->type_name("LEVEL")->required();
     addNumber(*command, "--format", arguments->format, formatText);
     command->add_flag("--once", arguments->isOnce, "ask once, even if the bridge has more");
     command->callback([&context, arguments] {
-        context.choose([&context, arguments] {
-            KoraClient client = context.connect();
-            return context.finish(changesReport(client, *arguments));
+        arguments->level = resolved("level", [&] { return context.reader().level(arguments->levelText); });
+        context.chooseRequest("changes", [&context, arguments](KoraClient& client) {
+            return std::make_unique<OutputsReport>(changesReport(client, *arguments, context.names()));
         });
     });
 }
@@ -88,12 +83,20 @@ void addWatch(CLI::App& app, CommandContext& context)
     const auto arguments = std::make_shared<WatchArguments>();
     CLI::App* const command =
         app.add_subcommand("watch", "Print each change of levels as it comes, one line each, until Ctrl-C");
-    addParsedList(*command, "levels", arguments->levels, &parseNumber, "LEVEL", "the levels' numbers")->required();
-    addNumber(*command, "--format", arguments->format, formatText);
-    addParsed(*command, "--interval", arguments->interval, &parseDuration, "DURATION",
+    command->add_option("levels", arguments->texts, "the levels' numbers or names")->type_name("LEVEL")->required();
+    addNumber(*command, "--format", arguments->settings.format, formatText);
+    addParsed(*command, "--interval", arguments->settings.interval, &parseDuration, "DURATION",
               "time between polls (default 500ms)");
+    command->add_flag("--no-reconnect", arguments->isStaying, "end when the bridge goes away");
     command->callback([&context, arguments] {
-        context.choose([&context, arguments] { return runWatch(context, *arguments, context.options().json); });
+        resolved("levels", [&] {
+            for (const std::string& text : arguments->texts)
+            {
+                arguments->levels.push_back(context.reader().level(text));
+            }
+        });
+        arguments->settings.isReconnecting = !arguments->isStaying;
+        context.choose([&context, arguments] { return runWatch(context, *arguments); });
     });
 }
 

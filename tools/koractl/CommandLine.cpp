@@ -8,6 +8,7 @@
 #include "tools/koractl/Arguments.h"
 #include "tools/koractl/ChangesCommands.h"
 #include "tools/koractl/CommandContext.h"
+#include "tools/koractl/Errors.h"
 #include "tools/koractl/LprCommands.h"
 #include "tools/koractl/QueryCommands.h"
 #include "tools/koractl/RawCommand.h"
@@ -36,6 +37,12 @@ void addGlobalOptions(CLI::App& app, CommandContext::Options& options)
     addParsed(app, "--timeout", options.timeout, &parseDuration, "DURATION",
               "how long to wait for the connection and for each answer (default 2s)");
     app.add_flag("--json", options.json, "print one JSON object instead of a table");
+    app.add_option("--names", options.namesFile, "names of levels, inputs and outputs, to be read and shown")
+        ->type_name("FILE")
+        ->envname("KORACTL_NAMES");
+    addNumber(app, "--latency", options.latencyCount,
+              "make the command's request so often and print percentiles of the time to the answer")
+        ->type_name("COUNT");
     app.set_version_flag("--version", std::string("koractl ") + KORABRIDGE_VERSION);
     app.require_subcommand(1);
     app.footer("Numbers are decimal, or hexadecimal with 0x. Durations: 500ms, 2s, 1min.\n"
@@ -43,7 +50,7 @@ void addGlobalOptions(CLI::App& app, CommandContext::Options& options)
 }
 
 int parseAndRun(CLI::App& app, const CommandContext& context, const std::vector<std::string>& arguments,
-                std::ostream& out, std::ostream& err)
+                const ProgramStreams& streams)
 {
     try
     {
@@ -52,7 +59,7 @@ int parseAndRun(CLI::App& app, const CommandContext& context, const std::vector<
     }
     catch (const CLI::Success& wish)
     {
-        app.exit(wish, out, err); // --help or --version
+        app.exit(wish, streams.out, streams.err); // --help or --version
         return static_cast<int>(ExitStatus::done);
     }
     catch (const CLI::ParseError& problem)
@@ -60,7 +67,7 @@ int parseAndRun(CLI::App& app, const CommandContext& context, const std::vector<
         const std::vector<std::string> rest = app.remaining();
         const bool isUnknownCommand = app.get_subcommands().empty() && !rest.empty();
         context.warn(isUnknownCommand ? "there is no command '" + rest.front() + "'" : problem.what());
-        err << "Run koractl with --help for more information.\n";
+        streams.err << "Run koractl with --help for more information.\n";
         return static_cast<int>(ExitStatus::usage);
     }
     return static_cast<int>(context.runChosen());
@@ -68,9 +75,9 @@ int parseAndRun(CLI::App& app, const CommandContext& context, const std::vector<
 
 } // namespace
 
-int runCommandLine(const std::vector<std::string>& arguments, std::ostream& out, std::ostream& err)
+int runCommandLine(const std::vector<std::string>& arguments, const ProgramStreams& streams)
 {
-    CommandContext context(out, err);
+    CommandContext context(streams);
     try
     {
         CLI::App app("Controls a router through korabridge.", "koractl");
@@ -82,7 +89,12 @@ int runCommandLine(const std::vector<std::string>& arguments, std::ostream& out,
         addChangesCommands(app, context);
         addSystemCommands(app, context);
         addRawCommand(app, context);
-        return parseAndRun(app, context, arguments, out, err);
+        return parseAndRun(app, context, arguments, streams);
+    }
+    catch (const FileError& problem)
+    {
+        context.warn(problem.what());
+        return static_cast<int>(ExitStatus::usage);
     }
     catch (const std::length_error& problem)
     {

@@ -44,10 +44,16 @@ auto KoraClient::call(const std::vector<std::uint8_t>& bytes, std::uint32_t resp
 
 Message KoraClient::exchange(const std::vector<std::uint8_t>& bytes)
 {
-    const auto deadline = Clock::now() + m_timeout;
+    const auto start = Clock::now();
+    const auto deadline = start + m_timeout;
     ++m_nextTag;
     m_socket.sendAll(bytes, deadline);
-    return receiveUntil(deadline);
+    Message message = receiveUntil(deadline);
+    if (m_observer)
+    {
+        m_observer(Clock::now() - start);
+    }
+    return message;
 }
 
 Message KoraClient::receiveUntil(Clock::time_point deadline)

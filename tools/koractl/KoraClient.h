@@ -2,9 +2,11 @@
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tools/koractl/ClientSocket.h"
@@ -65,6 +67,9 @@ public:
     /// Waits until the bridge closes the connection; what it still sends is dropped. TimeoutError when it does not.
     void waitForClose();
 
+    /// From now on `observer` is told how long each request took until its response was there; empty: nobody is.
+    void observeTimes(std::function<void(std::chrono::nanoseconds)> observer) { m_observer = std::move(observer); }
+
     /// The sequence that the next response must carry.
     std::uint32_t expectedSequence() const { return m_expectedSequence; }
     /// The tag that the next request will carry; settable for tests.
@@ -83,6 +88,7 @@ private:
     std::chrono::milliseconds m_timeout;
     ClientSocket m_socket;
     MessageCutter m_cutter;
+    std::function<void(std::chrono::nanoseconds)> m_observer;
     std::uint32_t m_nextTag = 1;
     std::uint32_t m_expectedSequence = 0;
 };

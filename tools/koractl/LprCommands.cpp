@@ -1,12 +1,11 @@
 #include "tools/koractl/LprCommands.h"
 
-#include <algorithm>
 #include <memory>
 
-#include "koracommand/WireLayout.h"
 #include "tools/koractl/Arguments.h"
 #include "tools/koractl/HolderLookup.h"
 #include "tools/koractl/LprReport.h"
+#include "tools/koractl/SendInParts.h"
 
 namespace koractl
 {
@@ -17,36 +16,34 @@ struct Arguments
 {
     std::uint32_t lprId = 0;
     bool isForced = false;
+    std::vector<std::string> texts;
     std::vector<OutputAddress> outputs;
 };
 
-std::vector<LprRow> setAll(KoraClient& client, const Arguments& arguments, LprCommand lprCommand)
+LprReport setAll(KoraClient& client, const std::string& name, const Arguments& arguments, LprCommand lprCommand,
+                 const Names& names)
 {
-    constexpr std::size_t perMessage = wireLayout::entryListReq::maxEntries;
-    std::vector<LprRow> rows;
-    for (std::size_t at = 0; at < arguments.outputs.size(); at += perMessage)
+    std::vector<LprEntry> entries;
+    for (const OutputAddress& address : arguments.outputs)
     {
-        std::vector<LprEntry> entries;
-        const std::size_t end = std::min(at + perMessage, arguments.outputs.size());
-        for (std::size_t i = at; i < end; ++i)
-        {
-            entries.push_back(LprEntry{.level = arguments.outputs[i].level,
-                                       .output = arguments.outputs[i].output,
-                                       .command = lprCommand,
-                                       .lprId = arguments.lprId});
-        }
-        const LprResult answer = client.setOutputLpr(entries);
-        for (std::size_t i = 0; i < entries.size(); ++i)
-        {
-            rows.push_back(LprRow{.entry = entries[i], .result = answer.results[i], .holder = std::nullopt});
-        }
+        entries.push_back(LprEntry{
+            .level = address.level, .output = address.output, .command = lprCommand, .lprId = arguments.lprId});
     }
+    const PartsOutcome parts =
+        sendInParts(entries, [&](const std::vector<LprEntry>& part) { return client.setOutputLpr(part).results; });
     HolderLookup holders(client);
-    for (LprRow& row : rows)
+    std::vector<LprRow> rows;
+    for (std::size_t i = 0; i < entries.size(); ++i)
     {
-        row.holder = holders.ask(row.entry.level, row.entry.output, row.result);
+        rows.push_back(LprRow{.entry = entries[i], .outcome = parts.outcomes[i], .holder = std::nullopt});
+        if (!parts.trouble)
+        {
+            rows.back().holder = holders.ask(entries[i].level, entries[i].output, parts.outcomes[i].result);
+        }
     }
-    return rows;
+    LprReport report(name, std::move(rows), names);
+    report.setTrouble(parts.trouble);
+    return report;
 }
 
 /// The command added, and its arguments for further options.
@@ -56,13 +53,17 @@ std::pair<CLI::App*, std::shared_ptr<Arguments>> addLpr(CLI::App& app, CommandCo
     const auto arguments = std::make_shared<Arguments>();
     CLI::App* const command = app.add_subcommand(name, description);
     addNumber(*command, "--lpr-id", arguments->lprId, "the controller's lprId (default 0)");
-    addParsedList(*command, "outputs", arguments->outputs, &parseOutputAddress, "LEVEL:OUTPUT", "the outputs")
-        ->required();
+    command->add_option("outputs", arguments->texts, "the outputs")->type_name("LEVEL:OUTPUT")->required();
     command->callback([&context, arguments, name, lprCommand] {
-        context.choose([&context, arguments, name, lprCommand] {
-            KoraClient client = context.connect();
+        resolved("outputs", [&] {
+            for (const std::string& text : arguments->texts)
+            {
+                arguments->outputs.push_back(context.reader().outputAddress(text));
+            }
+        });
+        context.chooseRequest(name, [&context, arguments, name, lprCommand](KoraClient& client) {
             const LprCommand effective = arguments->isForced ? LprCommand::forcedRelease : lprCommand;
-            return context.finish(LprReport(name, setAll(client, *arguments, effective)));
+            return std::make_unique<LprReport>(setAll(client, name, *arguments, effective, context.names()));
         });
     });
     return {command, arguments};

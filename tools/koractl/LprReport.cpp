@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "tools/koractl/NameColumns.h"
 #include "tools/koractl/ResultText.h"
 #include "tools/koractl/Table.h"
 
@@ -13,22 +14,31 @@ namespace
 
 std::string textOf(const LprRow& row)
 {
-    return lprResultText(row.result, row.entry.level, row.entry.output, row.holder);
+    return !row.outcome.isAnswered() ? row.outcome.missingText()
+                                     : lprResultText(row.outcome.result, row.entry.level, row.entry.output, row.holder);
 }
 
 } // namespace
 
-LprReport::LprReport(std::string command, std::vector<LprRow> rows)
-    : m_command(std::move(command)), m_rows(std::move(rows))
+LprReport::LprReport(std::string command, std::vector<LprRow> rows, const Names& names)
+    : m_command(std::move(command)), m_rows(std::move(rows)), m_names(names)
 {}
 
 void LprReport::printText(std::ostream& out) const
 {
-    Table table({{"LEVEL"}, {"OUTPUT"}, {"LPR-ID"}, {"RESULT", Table::Align::left}});
+    std::vector<Table::Column> columns{{"LEVEL"}};
+    addNamedColumn(columns, m_names, "OUTPUT");
+    columns.push_back({"LPR-ID"});
+    columns.push_back({"RESULT", Table::Align::left});
+    Table table(std::move(columns));
     for (const LprRow& row : m_rows)
     {
-        table.addRow({std::to_string(row.entry.level), std::to_string(row.entry.output),
-                      std::to_string(row.entry.lprId), textOf(row)});
+        const auto [level, output, command, lprId] = row.entry;
+        std::vector<std::string> cells{std::to_string(level)};
+        addNamedCell(cells, m_names, std::to_string(output), m_names.output(level, output));
+        cells.push_back(std::to_string(lprId));
+        cells.push_back(textOf(row));
+        table.addRow(std::move(cells));
     }
     table.print(out);
 }
@@ -38,9 +48,10 @@ nlohmann::ordered_json LprReport::toJson() const
     auto entries = nlohmann::ordered_json::array();
     for (const LprRow& row : m_rows)
     {
-        nlohmann::ordered_json entry{{"level", row.entry.level}, {"output", row.entry.output},
-                                     {"lprId", row.entry.lprId}, {"result", row.result},
-                                     {"done", row.result == 0},  {"text", textOf(row)}};
+        nlohmann::ordered_json entry{{"level", row.entry.level},     {"output", row.entry.output},
+                                     {"lprId", row.entry.lprId},     {"result", row.outcome.json()},
+                                     {"done", row.outcome.isDone()}, {"text", textOf(row)}};
+        addName(entry, "outputName", m_names.output(row.entry.level, row.entry.output));
         if (row.holder)
         {
             entry["holder"] = *row.holder;
@@ -52,7 +63,7 @@ nlohmann::ordered_json LprReport::toJson() const
 
 bool LprReport::isAllDone() const
 {
-    return std::all_of(m_rows.begin(), m_rows.end(), [](const LprRow& row) { return row.result == 0; });
+    return std::all_of(m_rows.begin(), m_rows.end(), [](const LprRow& row) { return row.outcome.isDone(); });
 }
 
 } // namespace koractl

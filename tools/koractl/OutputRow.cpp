@@ -1,10 +1,15 @@
 #include "tools/koractl/OutputRow.h"
 
-#include "tools/koractl/KoraTypes.h"
+#include "tools/koractl/NameColumns.h"
 #include "tools/koractl/ResultText.h"
 
 namespace koractl
 {
+
+std::string OutputLpr::text() const
+{
+    return lprStateText(state) + (isHeld() ? " by " + std::to_string(lprId) : "");
+}
 
 std::string OutputRow::inputText() const
 {
@@ -17,11 +22,15 @@ std::string OutputRow::stateText() const
     {
         return "";
     }
-    const bool isHeld = lpr->state != static_cast<std::uint32_t>(LprState::released);
-    return lprStateText(lpr->state) + (isHeld ? " by " + std::to_string(lpr->lprId) : "");
+    return lpr->text();
 }
 
-nlohmann::ordered_json OutputRow::toJson(std::uint32_t level) const
+std::string OutputRow::inputName(std::uint32_t level, const Names& names) const
+{
+    return result == 0 ? names.input(level, input) : "";
+}
+
+nlohmann::ordered_json OutputRow::toJson(std::uint32_t level, const Names& names) const
 {
     nlohmann::ordered_json json{{"output", output}, {"result", result}};
     json["input"] = result == 0 ? nlohmann::ordered_json(input) : nlohmann::ordered_json(nullptr);
@@ -31,6 +40,8 @@ nlohmann::ordered_json OutputRow::toJson(std::uint32_t level) const
         json["lprId"] = lpr->lprId;
     }
     json["text"] = statusResultText(result, level, output);
+    addName(json, "inputName", inputName(level, names));
+    addName(json, "outputName", names.output(level, output));
     return json;
 }
 

@@ -6,6 +6,9 @@
 
 #include <nlohmann/json.hpp>
 
+#include "tools/koractl/KoraTypes.h"
+#include "tools/koractl/Names.h"
+
 namespace koractl
 {
 
@@ -14,6 +17,11 @@ struct OutputLpr
 {
     std::uint32_t state = 0; ///< see `LprState`
     std::uint32_t lprId = 0;
+
+    bool isHeld() const { return state != static_cast<std::uint32_t>(LprState::released); }
+    /// "released", "locked by 5", "protected by 12".
+    std::string text() const;
+    bool operator==(const OutputLpr&) const = default;
 };
 
 /// One output as tally, status, changes and watch print it. Plain value.
@@ -24,12 +32,16 @@ struct OutputRow
     std::uint32_t input = 0;      ///< meaningful only when `result` is 0
     std::optional<OutputLpr> lpr; ///< absent where the message does not carry it
 
+    bool operator==(const OutputRow&) const = default;
+
     /// The input's number, "-" when no input of the level is routed.
     std::string inputText() const;
     /// "released", "locked by 5", "protected by 12"; empty without lpr.
     std::string stateText() const;
-    /// Fields output, result, input (null when none), state and lprId (where carried), text.
-    nlohmann::ordered_json toJson(std::uint32_t level) const;
+    /// Name of the input; empty when none of the level is routed or it has none.
+    std::string inputName(std::uint32_t level, const Names& names) const;
+    /// Fields output, result, input (null when none), state and lprId (where carried), text, and the names there are.
+    nlohmann::ordered_json toJson(std::uint32_t level, const Names& names = Names::none()) const;
 };
 
 } // namespace koractl

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "koracommand/ResultCode.h"
+#include "tools/koractl/NameColumns.h"
 #include "tools/koractl/ResultText.h"
 #include "tools/koractl/Table.h"
 
@@ -12,8 +13,9 @@ namespace koractl
 {
 
 OutputsReport::OutputsReport(std::string command, std::uint32_t level, nlohmann::ordered_json details,
-                             std::vector<OutputRow> rows)
-    : m_command(std::move(command)), m_level(level), m_details(std::move(details)), m_rows(std::move(rows))
+                             std::vector<OutputRow> rows, const Names& names)
+    : m_command(std::move(command)), m_level(level), m_details(std::move(details)), m_rows(std::move(rows)),
+      m_names(names)
 {}
 
 void OutputsReport::printText(std::ostream& out) const
@@ -29,7 +31,9 @@ void OutputsReport::printText(std::ostream& out) const
         return;
     }
     const bool hasLpr = m_rows.front().lpr.has_value();
-    std::vector<Table::Column> columns{{"LEVEL"}, {"OUTPUT"}, {"INPUT"}};
+    std::vector<Table::Column> columns{{"LEVEL"}};
+    addNamedColumn(columns, m_names, "OUTPUT");
+    addNamedColumn(columns, m_names, "INPUT");
     if (hasLpr)
     {
         columns.push_back({"STATE", Table::Align::left});
@@ -38,7 +42,9 @@ void OutputsReport::printText(std::ostream& out) const
     Table table(std::move(columns));
     for (const OutputRow& row : m_rows)
     {
-        std::vector<std::string> cells{std::to_string(m_level), std::to_string(row.output), row.inputText()};
+        std::vector<std::string> cells{std::to_string(m_level)};
+        addNamedCell(cells, m_names, std::to_string(row.output), m_names.output(m_level, row.output));
+        addNamedCell(cells, m_names, row.inputText(), row.inputName(m_level, m_names));
         if (hasLpr)
         {
             cells.push_back(row.stateText());
@@ -60,7 +66,7 @@ nlohmann::ordered_json OutputsReport::toJson() const
     auto entries = nlohmann::ordered_json::array();
     for (const OutputRow& row : m_rows)
     {
-        entries.push_back(row.toJson(m_level));
+        entries.push_back(row.toJson(m_level, m_names));
     }
     json["entries"] = std::move(entries);
     return json;

@@ -23,46 +23,6 @@ bool hasHexPrefix(std::string_view text)
     return text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X');
 }
 
-std::vector<std::string> splitAtColons(const std::string& text)
-{
-    std::vector<std::string> parts;
-    std::size_t start = 0;
-    for (;;)
-    {
-        const std::size_t colon = text.find(':', start);
-        parts.push_back(text.substr(start, colon - start));
-        if (colon == std::string::npos)
-        {
-            return parts;
-        }
-        start = colon + 1;
-    }
-}
-
-std::vector<std::uint32_t> readNumbers(const std::string& text, const std::string& form, std::size_t wanted)
-{
-    const std::vector<std::string> parts = splitAtColons(text);
-    if (parts.size() != wanted)
-    {
-        throw std::invalid_argument("'" + text + "' is not of the form " + form);
-    }
-    std::vector<std::uint32_t> numbers;
-    for (const std::string& part : parts)
-    {
-        try
-        {
-            numbers.push_back(parseNumber(part));
-        }
-        catch (const std::invalid_argument& problem)
-        {
-            std::string complaint = "'" + text;
-            complaint.append("' is not of the form ").append(form).append(": ").append(problem.what());
-            throw std::invalid_argument(complaint);
-        }
-    }
-    return numbers;
-}
-
 } // namespace
 
 std::uint32_t parseNumber(const std::string& text)
@@ -112,16 +72,24 @@ std::chrono::milliseconds parseDuration(const std::string& text)
     return std::chrono::milliseconds(std::llround(milliseconds));
 }
 
-TakeEntry parseTakeEntry(const std::string& text, std::uint32_t lprId)
+NumberRange parseRange(const std::string& text)
 {
-    const auto numbers = readNumbers(text, "LEVEL:INPUT:OUTPUT", 3);
-    return TakeEntry{.level = numbers[0], .lprId = lprId, .input = numbers[1], .output = numbers[2]};
-}
-
-OutputAddress parseOutputAddress(const std::string& text)
-{
-    const auto numbers = readNumbers(text, "LEVEL:OUTPUT", 2);
-    return OutputAddress{.level = numbers[0], .output = numbers[1]};
+    const std::string problem = "'" + text + "' is not a range such as 1-64 or 7";
+    const std::size_t hyphen = text.find('-');
+    try
+    {
+        const std::uint32_t first = parseNumber(text.substr(0, hyphen));
+        const std::uint32_t last = hyphen == std::string::npos ? first : parseNumber(text.substr(hyphen + 1));
+        if (first <= last)
+        {
+            return NumberRange{.first = first, .last = last};
+        }
+    }
+    catch (const std::invalid_argument&)
+    {
+        throw std::invalid_argument(problem); // which says more
+    }
+    throw std::invalid_argument(problem);
 }
 
 std::uint32_t parseHexWord(const std::string& text)

@@ -15,6 +15,8 @@ namespace
 
 struct Arguments
 {
+    std::string levelText;
+    std::string firstText;
     std::uint32_t level = 0;
     std::uint32_t first = 0;
     std::uint32_t count = 0;
@@ -77,15 +79,17 @@ CLI::App* addRangeCommand(CLI::App& app, const std::string& name, const std::str
                           const std::shared_ptr<Arguments>& arguments)
 {
     CLI::App* const command = app.add_subcommand(name, description);
-    addNumber(*command, "level", arguments->level, "the level's number")->required();
-    addNumber(*command, "first", arguments->first, "the first output")->required();
+    command->add_option("level", arguments->levelText, "the level's number or name")->type_name("LEVEL")->required();
+    command->add_option("first", arguments->firstText, "the first output")->type_name("OUTPUT")->required();
     addNumber(*command, "count", arguments->count, "how many outputs, at least 1")->required();
     return command;
 }
 
-/// A usage error unless the range has outputs and ends within the numbers there are.
-void checkRange(const Arguments& arguments)
+/// Reads level and first output; a usage error unless the range has outputs and ends within the numbers there are.
+void readRange(CommandContext& context, Arguments& arguments)
 {
+    arguments.level = resolved("level", [&] { return context.reader().level(arguments.levelText); });
+    arguments.first = resolved("first", [&] { return context.reader().output(arguments.level, arguments.firstText); });
     if (arguments.count == 0)
     {
         throw CLI::ValidationError("count", "must be at least 1");
@@ -101,14 +105,13 @@ void addTally(CLI::App& app, CommandContext& context)
     const auto arguments = std::make_shared<Arguments>();
     CLI::App* const command = addRangeCommand(app, "tally", "Show the inputs routed to outputs", arguments);
     command->callback([&context, arguments] {
-        checkRange(*arguments);
-        context.choose([&context, arguments] {
-            KoraClient client = context.connect();
+        readRange(context, *arguments);
+        context.chooseRequest("tally", [&context, arguments](KoraClient& client) {
             auto rows = collect(*arguments, [&](std::uint32_t first, std::uint32_t count) {
                 return askTally(client, arguments->level, first, count);
             });
-            return context.finish(
-                OutputsReport("tally", arguments->level, nlohmann::ordered_json::object(), std::move(rows)));
+            return std::make_unique<OutputsReport>("tally", arguments->level, nlohmann::ordered_json::object(),
+                                                   std::move(rows), context.names());
         });
     });
 }
@@ -120,14 +123,14 @@ void addStatus(CLI::App& app, CommandContext& context)
         addRangeCommand(app, "status", "Show the inputs, lock states and holders of outputs", arguments);
     addNumber(*command, "--format", arguments->format, "1: without lock state; any other: with it (default 2)");
     command->callback([&context, arguments] {
-        checkRange(*arguments);
-        context.choose([&context, arguments] {
-            KoraClient client = context.connect();
+        readRange(context, *arguments);
+        context.chooseRequest("status", [&context, arguments](KoraClient& client) {
             auto rows = collect(*arguments, [&](std::uint32_t first, std::uint32_t count) {
                 return askStatus(client, arguments->format, arguments->level, first, count);
             });
-            return context.finish(
-                OutputsReport("status", arguments->level, {{"format", arguments->format}}, std::move(rows)));
+            return std::make_unique<OutputsReport>("status", arguments->level,
+                                                   nlohmann::ordered_json{{"format", arguments->format}},
+                                                   std::move(rows), context.names());
         });
     });
 }

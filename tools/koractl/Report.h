@@ -1,6 +1,8 @@
 #pragma once
 
+#include <exception>
 #include <iosfwd>
+#include <utility>
 
 #include <nlohmann/json.hpp>
 
@@ -21,11 +23,18 @@ public:
     /// True when the bridge did, or could answer, everything that was asked. Decides the exit status.
     virtual bool isAllDone() const = 0;
 
+    /// What ended the command before its end; the report says how far it came. Null when nothing did.
+    const std::exception_ptr& trouble() const { return m_trouble; }
+    void setTrouble(std::exception_ptr trouble) { m_trouble = std::move(trouble); }
+
 protected:
     Report(const Report&) = default;
     Report& operator=(const Report&) = default;
     Report(Report&&) = default;
     Report& operator=(Report&&) = default;
+
+private:
+    std::exception_ptr m_trouble;
 };
 
 } // namespace koractl

@@ -13,14 +13,17 @@ namespace
 void addPartition(CLI::App& app, CommandContext& context)
 {
     app.add_subcommand("partition", "Show the partition information")->callback([&context] {
-        context.choose([&context] { return context.finish(partitionReport(context.connect().partitionInfo())); });
+        context.chooseRequest("partition", [](KoraClient& client) {
+            return std::make_unique<WordsReport>(partitionReport(client.partitionInfo()));
+        });
     });
 }
 
 void addPort(CLI::App& app, CommandContext& context)
 {
     app.add_subcommand("port", "Show the router port's presence")->callback([&context] {
-        context.choose([&context] { return context.finish(portReport(context.connect().portPresent())); });
+        context.chooseRequest(
+            "port", [](KoraClient& client) { return std::make_unique<WordsReport>(portReport(client.portPresent())); });
     });
 }
 
@@ -30,8 +33,9 @@ void addSystem(CLI::App& app, CommandContext& context)
     CLI::App* const command = app.add_subcommand("system", "Show the system status");
     addNumber(*command, "format", *format, "0, 2, 4 (default) or 6; any other is answered as 4");
     command->callback([&context, format] {
-        context.choose(
-            [&context, format] { return context.finish(systemReport(context.connect().systemStatus(*format))); });
+        context.chooseRequest("system", [format](KoraClient& client) {
+            return std::make_unique<WordsReport>(systemReport(client.systemStatus(*format)));
+        });
     });
 }
 
@@ -41,7 +45,9 @@ void addCard(CLI::App& app, CommandContext& context)
     CLI::App* const command = app.add_subcommand("card", "Show the presence of a control card");
     addNumber(*command, "card", *word, "the card (default 0)");
     command->callback([&context, word] {
-        context.choose([&context, word] { return context.finish(cardReport(context.connect().cardPresence(*word))); });
+        context.chooseRequest("card", [word](KoraClient& client) {
+            return std::make_unique<WordsReport>(cardReport(client.cardPresence(*word)));
+        });
     });
 }
 

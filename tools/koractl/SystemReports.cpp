@@ -1,7 +1,8 @@
 #include "tools/koractl/SystemReports.h"
 
 #include <array>
-#include <ctime>
+#include <chrono>
+#include <cstdio>
 #include <optional>
 #include <string>
 
@@ -30,16 +31,18 @@ std::optional<std::size_t> timeOffset(std::uint32_t format)
     }
 }
 
+/// Without the machine's time_t: that of a 32-bit board ends in 2038, half-way through the word.
 std::string utcText(std::uint32_t seconds)
 {
-    const std::time_t time = seconds;
-    std::tm parts{};
+    const std::chrono::sys_seconds moment{std::chrono::seconds(seconds)};
+    const auto midnight = std::chrono::floor<std::chrono::days>(moment);
+    const std::chrono::year_month_day date(midnight);
+    const std::chrono::hh_mm_ss time(moment - midnight);
     std::array<char, 40> text{};
-    if (::gmtime_r(&time, &parts) == nullptr ||
-        std::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M:%S UTC", &parts) == 0)
-    {
-        return "";
-    }
+    static_cast<void>(std::snprintf(
+        text.data(), text.size(), "%04d-%02u-%02u %02d:%02d:%02d UTC", static_cast<int>(date.year()),
+        static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()), static_cast<int>(time.hours().count()),
+        static_cast<int>(time.minutes().count()), static_cast<int>(time.seconds().count())));
     return text.data();
 }
 

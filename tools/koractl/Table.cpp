@@ -4,6 +4,8 @@
 #include <ostream>
 #include <utility>
 
+#include "tools/koractl/TextWidth.h"
+
 namespace koractl
 {
 
@@ -29,7 +31,7 @@ void Table::print(std::ostream& out) const
     {
         for (std::size_t i = 0; i < line.size(); ++i)
         {
-            widths[i] = std::max(widths[i], line[i].size());
+            widths[i] = std::max(widths[i], displayWidth(line[i]));
         }
     }
     for (const auto& line : lines)
@@ -37,9 +39,8 @@ void Table::print(std::ostream& out) const
         std::string text;
         for (std::size_t i = 0; i < line.size(); ++i)
         {
-            const std::string padding(widths[i] - line[i].size(), ' ');
             text += (i == 0 ? "" : "  ");
-            text += m_columns[i].align == Align::right ? padding + line[i] : line[i] + padding;
+            text += m_columns[i].align == Align::right ? padLeft(line[i], widths[i]) : padRight(line[i], widths[i]);
         }
         text.erase(text.find_last_not_of(' ') + 1);
         out << text << '\n';

@@ -1,11 +1,10 @@
 #include "tools/koractl/TakeCommands.h"
 
-#include <algorithm>
 #include <memory>
 
-#include "koracommand/WireLayout.h"
 #include "tools/koractl/Arguments.h"
 #include "tools/koractl/HolderLookup.h"
+#include "tools/koractl/SendInParts.h"
 #include "tools/koractl/TakeReport.h"
 
 namespace koractl
@@ -16,36 +15,32 @@ namespace
 struct Arguments
 {
     std::uint32_t lprId = 0;
+    std::vector<std::string> texts;
     std::vector<TakeEntry> entries;
 };
 
-TakeReport report(KoraClient& client, const std::string& name, const std::vector<TakeEntry>& entries,
-                  const std::vector<std::uint32_t>& results)
+TakeReport takeReport(KoraClient& client, const std::string& name, const std::vector<TakeEntry>& entries,
+                      bool isCoherent, const Names& names)
 {
+    const PartsOutcome parts =
+        isCoherent ? PartsOutcome{.outcomes = {}, .trouble = nullptr}
+                   : sendInParts(entries, [&](const std::vector<TakeEntry>& part) { return client.take(part); });
+    const auto coherent = isCoherent ? client.coherentTake(entries) : std::vector<std::uint32_t>();
     HolderLookup holders(client);
     std::vector<TakeRow> rows;
     for (std::size_t i = 0; i < entries.size(); ++i)
     {
-        const TakeEntry& entry = entries[i];
-        rows.push_back(TakeRow{
-            .entry = entry, .result = results[i], .holder = holders.ask(entry.level, entry.output, results[i])});
+        rows.push_back(TakeRow{.entry = entries[i],
+                               .outcome = isCoherent ? EntryOutcome(coherent[i]) : parts.outcomes[i],
+                               .holder = std::nullopt});
+        if (!parts.trouble)
+        {
+            rows.back().holder = holders.ask(entries[i].level, entries[i].output, rows.back().outcome.result);
+        }
     }
-    return TakeReport(name, std::move(rows));
-}
-
-/// As many messages as the entries need, in order.
-std::vector<std::uint32_t> takeAll(KoraClient& client, const std::vector<TakeEntry>& entries)
-{
-    constexpr std::size_t perMessage = wireLayout::entryListReq::maxEntries;
-    std::vector<std::uint32_t> results;
-    for (std::size_t at = 0; at < entries.size(); at += perMessage)
-    {
-        const auto begin = entries.begin() + static_cast<std::ptrdiff_t>(at);
-        const auto end = begin + static_cast<std::ptrdiff_t>(std::min(perMessage, entries.size() - at));
-        const auto part = client.take(std::vector<TakeEntry>(begin, end));
-        results.insert(results.end(), part.begin(), part.end());
-    }
-    return results;
+    TakeReport report(name, std::move(rows), names);
+    report.setTrouble(parts.trouble);
+    return report;
 }
 
 void addTake(CLI::App& app, CommandContext& context, const std::string& name, const std::string& description,
@@ -55,20 +50,19 @@ void addTake(CLI::App& app, CommandContext& context, const std::string& name, co
     CLI::App* const command = app.add_subcommand(name, description);
     addNumber(*command, "--lpr-id", arguments->lprId,
               "the controller's lprId (default 0, which passes every protection)");
-    addParsedList(
-        *command, "entries", arguments->entries, [](const std::string& text) { return parseTakeEntry(text, 0); },
-        "LEVEL:INPUT:OUTPUT", "the crosspoints to take, in this order")
+    command->add_option("entries", arguments->texts, "the crosspoints to take, in this order")
+        ->type_name("LEVEL:INPUT:OUTPUT")
         ->required();
     command->callback([&context, arguments, name, isCoherent] {
-        for (TakeEntry& entry : arguments->entries)
-        {
-            entry.lprId = arguments->lprId;
-        }
-        context.choose([&context, arguments, name, isCoherent] {
-            KoraClient client = context.connect();
-            const auto results =
-                isCoherent ? client.coherentTake(arguments->entries) : takeAll(client, arguments->entries);
-            return context.finish(report(client, name, arguments->entries, results));
+        resolved("entries", [&] {
+            for (const std::string& text : arguments->texts)
+            {
+                arguments->entries.push_back(context.reader().takeEntry(text, arguments->lprId));
+            }
+        });
+        context.chooseRequest(name, [&context, arguments, name, isCoherent](KoraClient& client) {
+            return std::make_unique<TakeReport>(
+                takeReport(client, name, arguments->entries, isCoherent, context.names()));
         });
     });
 }

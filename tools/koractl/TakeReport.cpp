@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "tools/koractl/NameColumns.h"
 #include "tools/koractl/ResultText.h"
 #include "tools/koractl/Table.h"
 
@@ -13,22 +14,32 @@ namespace
 
 std::string textOf(const TakeRow& row)
 {
-    return takeResultText(row.result, row.entry.level, row.entry.input, row.entry.output, row.holder);
+    return !row.outcome.isAnswered()
+               ? row.outcome.missingText()
+               : takeResultText(row.outcome.result, row.entry.level, row.entry.input, row.entry.output, row.holder);
 }
 
 } // namespace
 
-TakeReport::TakeReport(std::string command, std::vector<TakeRow> rows)
-    : m_command(std::move(command)), m_rows(std::move(rows))
+TakeReport::TakeReport(std::string command, std::vector<TakeRow> rows, const Names& names)
+    : m_command(std::move(command)), m_rows(std::move(rows)), m_names(names)
 {}
 
 void TakeReport::printText(std::ostream& out) const
 {
-    Table table({{"LEVEL"}, {"INPUT"}, {"OUTPUT"}, {"RESULT", Table::Align::left}});
+    std::vector<Table::Column> columns{{"LEVEL"}};
+    addNamedColumn(columns, m_names, "INPUT");
+    addNamedColumn(columns, m_names, "OUTPUT");
+    columns.push_back({"RESULT", Table::Align::left});
+    Table table(std::move(columns));
     for (const TakeRow& row : m_rows)
     {
-        table.addRow({std::to_string(row.entry.level), std::to_string(row.entry.input),
-                      std::to_string(row.entry.output), textOf(row)});
+        const auto [level, lprId, input, output] = row.entry;
+        std::vector<std::string> cells{std::to_string(level)};
+        addNamedCell(cells, m_names, std::to_string(input), m_names.input(level, input));
+        addNamedCell(cells, m_names, std::to_string(output), m_names.output(level, output));
+        cells.push_back(textOf(row));
+        table.addRow(std::move(cells));
     }
     table.print(out);
 }
@@ -38,10 +49,12 @@ nlohmann::ordered_json TakeReport::toJson() const
     auto entries = nlohmann::ordered_json::array();
     for (const TakeRow& row : m_rows)
     {
-        nlohmann::ordered_json entry{{"level", row.entry.level},   {"input", row.entry.input},
-                                     {"output", row.entry.output}, {"lprId", row.entry.lprId},
-                                     {"result", row.result},       {"done", row.result == 0},
+        nlohmann::ordered_json entry{{"level", row.entry.level},     {"input", row.entry.input},
+                                     {"output", row.entry.output},   {"lprId", row.entry.lprId},
+                                     {"result", row.outcome.json()}, {"done", row.outcome.isDone()},
                                      {"text", textOf(row)}};
+        addName(entry, "inputName", m_names.input(row.entry.level, row.entry.input));
+        addName(entry, "outputName", m_names.output(row.entry.level, row.entry.output));
         if (row.holder)
         {
             entry["holder"] = *row.holder;
@@ -53,7 +66,7 @@ nlohmann::ordered_json TakeReport::toJson() const
 
 bool TakeReport::isAllDone() const
 {
-    return std::all_of(m_rows.begin(), m_rows.end(), [](const TakeRow& row) { return row.result == 0; });
+    return std::all_of(m_rows.begin(), m_rows.end(), [](const TakeRow& row) { return row.outcome.isDone(); });
 }
 
 } // namespace koractl

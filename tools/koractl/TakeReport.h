@@ -5,7 +5,9 @@
 #include <string>
 #include <vector>
 
+#include "tools/koractl/EntryOutcome.h"
 #include "tools/koractl/KoraTypes.h"
+#include "tools/koractl/Names.h"
 #include "tools/koractl/Report.h"
 
 namespace koractl
@@ -15,16 +17,16 @@ namespace koractl
 struct TakeRow
 {
     TakeEntry entry;
-    std::uint32_t result = 0;
+    EntryOutcome outcome;
     std::optional<std::uint32_t> holder;
 };
 
-/// Outcome of a take or a coherent take. Plain value.
+/// Outcome of a take or a coherent take. Plain value; refers to the names.
 class TakeReport : public Report
 {
 public:
     /// `command` is the command's name as the user types it.
-    TakeReport(std::string command, std::vector<TakeRow> rows);
+    TakeReport(std::string command, std::vector<TakeRow> rows, const Names& names = Names::none());
 
     void printText(std::ostream& out) const override;
     nlohmann::ordered_json toJson() const override;
@@ -33,6 +35,7 @@ public:
 private:
     std::string m_command;
     std::vector<TakeRow> m_rows;
+    const Names& m_names;
 };
 
 } // namespace koractl

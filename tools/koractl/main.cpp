@@ -4,5 +4,7 @@
 
 int main(int argc, char** argv)
 {
-    return koractl::runCommandLine(std::vector<std::string>(argv + 1, argv + argc), std::cout, std::cerr);
+    const koractl::ProgramStreams streams{
+        .in = std::cin, .out = std::cout, .err = std::cerr, .terminal = koractl::Terminal::ofProcess()};
+    return koractl::runCommandLine(std::vector<std::string>(argv + 1, argv + argc), streams);
 }

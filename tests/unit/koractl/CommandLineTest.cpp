@@ -1,11 +1,14 @@
 #include "tools/koractl/CommandLine.h"
 
 #include <algorithm>
+#include <fstream>
+#include <map>
 #include <sstream>
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "tests/support/TempDir.h"
 #include "tests/unit/koractl/FakeRouter.h"
 
 namespace
@@ -20,9 +23,10 @@ struct Outcome
 
 Outcome run(const std::vector<std::string>& arguments)
 {
+    std::istringstream in;
     std::ostringstream out;
     std::ostringstream err;
-    const int status = koractl::runCommandLine(arguments, out, err);
+    const int status = koractl::runCommandLine(arguments, {.in = in, .out = out, .err = err});
     return {status, out.str(), err.str()};
 }
 
@@ -265,11 +269,13 @@ TEST_F(CommandLine, GlobalOptionsMayFollowTheCommand)
 
 TEST_F(CommandLine, GivenOutputThatCannotBeWrittenExits3)
 {
+    std::istringstream in;
     std::ostringstream out;
     std::ostringstream err;
     out.setstate(std::ios::badbit);
 
-    const int status = koractl::runCommandLine({"--port", std::to_string(m_bridge.port()), "port"}, out, err);
+    const int status = koractl::runCommandLine({"--port", std::to_string(m_bridge.port()), "port"},
+                                               {.in = in, .out = out, .err = err});
 
     EXPECT_EQ(status, 3);
     EXPECT_EQ(err.str(), "koractl: the output could not be written\n");
@@ -277,11 +283,13 @@ TEST_F(CommandLine, GivenOutputThatCannotBeWrittenExits3)
 
 TEST_F(CommandLine, GivenWatchWhoseOutputCannotBeWrittenExits3)
 {
+    std::istringstream in;
     std::ostringstream out;
     std::ostringstream err;
     out.setstate(std::ios::badbit);
 
-    const int status = koractl::runCommandLine({"--port", std::to_string(m_bridge.port()), "watch", "1"}, out, err);
+    const int status = koractl::runCommandLine({"--port", std::to_string(m_bridge.port()), "watch", "1"},
+                                               {.in = in, .out = out, .err = err});
 
     EXPECT_EQ(status, 3);
     EXPECT_EQ(err.str(), "koractl: the output could not be written\n");
@@ -340,6 +348,114 @@ TEST(CommandLineTrouble, GivenBridgeThatClosesAfterItsAnswerStillShowsTheAnswer)
         EXPECT_NE(outcome.out.find("  output 5 is locked\n"), std::string::npos) << outcome.out;
         EXPECT_EQ(outcome.err, "");
     }
+}
+
+TEST(CommandLineTrouble, GivenBridgeThatLeavesBetweenMessagesShowsWhatWasAnswered)
+{
+    for (const std::string command : {"take", "lock"})
+    {
+        FakeRouter router;
+        FakeBridge bridge([&router](const koractl::Message& request, std::uint32_t sequence) {
+            return sequence == 0 ? router(request, sequence) : FakeReply{{}, true};
+        });
+        std::vector<std::string> arguments{command};
+        arguments.insert(arguments.end(), 1021, command == "take" ? "1:2:3" : "1:3");
+
+        const auto text = runAt(bridge, arguments);
+        arguments.emplace_back("--json");
+        const auto json = runAt(bridge, arguments);
+
+        EXPECT_EQ(text.status, 3);
+        EXPECT_EQ(text.err, "koractl: the bridge closed the connection\n");
+        std::map<std::string, int> counts;
+        std::istringstream lines(text.out);
+        for (std::string line; std::getline(lines, line);)
+        {
+            ++counts[line.substr(std::min<std::size_t>(line.size(), command == "take" ? 22 : 23))];
+        }
+        EXPECT_EQ(counts["done"], 510);
+        EXPECT_EQ(counts["no answer; it may have been done"], 510);
+        EXPECT_EQ(counts["not sent"], 1);
+        EXPECT_EQ(json.status, 3);
+        const auto entries = nlohmann::json::parse(json.out)["entries"];
+        EXPECT_EQ(entries[509]["result"], 0);
+        EXPECT_TRUE(entries[510]["result"].is_null());
+        EXPECT_EQ(entries[510]["done"], false);
+        EXPECT_EQ(entries[1020]["text"], "not sent");
+    }
+}
+
+TEST_F(CommandLine, LatencyRepeatsTheRequestAndShowsPercentiles)
+{
+    const auto text = runAt(m_bridge, {"port", "--latency", "25"});
+    const auto json = runAt(m_bridge, {"--json", "take", "--latency", "3", "1:2:3"});
+
+    EXPECT_EQ(text.status, 0) << text.err;
+    EXPECT_EQ(text.out.find("25 requests in "), 0U) << text.out;
+    EXPECT_NE(text.out.find("  P99.9"), std::string::npos) << text.out;
+    EXPECT_EQ(m_bridge.requests().size(), 28U);
+    const auto parsed = nlohmann::json::parse(json.out);
+    EXPECT_EQ(parsed["requests"], 3);
+    EXPECT_TRUE(parsed["done"].get<bool>());
+    EXPECT_GT(parsed["milliseconds"]["min"], 0);
+    EXPECT_LE(parsed["milliseconds"]["min"], parsed["milliseconds"]["p50"]);
+    EXPECT_LE(parsed["milliseconds"]["p50"], parsed["milliseconds"]["max"]);
+}
+
+TEST_F(CommandLine, LatencyOfRefusedRequestsExits1)
+{
+    EXPECT_EQ(runAt(m_bridge, {"take", "--latency", "2", "1:2:900"}).status, 1);
+}
+
+TEST(CommandLineTrouble, GivenBridgeThatLeavesWhileMeasuredShowsTheTimesSoFar)
+{
+    FakeRouter router;
+    FakeBridge bridge([&router](const koractl::Message& request, std::uint32_t sequence) {
+        return sequence < 4 ? router(request, sequence) : FakeReply{{}, true};
+    });
+
+    const auto outcome = runAt(bridge, {"port", "--latency", "100"});
+
+    EXPECT_EQ(outcome.status, 3);
+    EXPECT_EQ(outcome.out.find("4 requests in "), 0U) << outcome.out;
+    EXPECT_EQ(outcome.err, "koractl: the bridge closed the connection\n");
+}
+
+TEST_F(CommandLine, NamesAreReadAndShown)
+{
+    const testsupport::TempDir directory;
+    const std::string file = (directory.path() / "names").string();
+    std::ofstream(file) << "level 1 video\ninput 2 CAM 2\noutput 3 MON 3\noutput 7 VTR\n";
+
+    const auto take = runAt(m_bridge, {"--names", file, "take", "video:CAM 2:MON 3", "1:4:4"});
+    const auto lock = runAt(m_bridge, {"--names", file, "lock", "video:VTR"});
+    const auto status = runAt(m_bridge, {"--names", file, "status", "video", "MON 3", "2"});
+    const auto tally = runAt(m_bridge, {"--names", file, "--json", "tally", "video", "VTR", "1"});
+    const auto changes = runAt(m_bridge, {"--names", file, "changes", "video"});
+
+    EXPECT_EQ(take.out, "LEVEL  INPUT  INPUT NAME  OUTPUT  OUTPUT NAME  RESULT\n"
+                        "    1      2  CAM 2            3  MON 3        done\n"
+                        "    1      4                   4               done\n");
+    EXPECT_EQ(lock.out, "LEVEL  OUTPUT  OUTPUT NAME  LPR-ID  RESULT\n"
+                        "    1       7  VTR               0  done\n");
+    EXPECT_EQ(status.out, "LEVEL  OUTPUT  OUTPUT NAME  INPUT  INPUT NAME  STATE     RESULT\n"
+                          "    1       3  MON 3            3              released  ok\n"
+                          "    1       4                   4              released  ok\n");
+    EXPECT_EQ(nlohmann::json::parse(tally.out)["entries"][0]["outputName"], "VTR");
+    EXPECT_EQ(changes.status, 0) << changes.err;
+}
+
+TEST_F(CommandLine, GivenBadNamesSaysWhereAndSendsNothing)
+{
+    const testsupport::TempDir directory;
+    const std::string file = (directory.path() / "names").string();
+    std::ofstream(file) << "level 1 video\nimput 2 CAM 2\n";
+
+    const auto outcome = runAt(m_bridge, {"--names", file, "take", "1:2:3"});
+
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_EQ(outcome.err, "koractl: " + file + ":2: 'imput' begins no line; level, input or output does\n");
+    EXPECT_TRUE(m_bridge.requests().empty());
 }
 
 TEST(CommandLineTrouble, GivenTallyAnsweredWithoutEntriesExits3)
@@ -407,6 +523,9 @@ INSTANTIATE_TEST_SUITE_P(
         WrongUse{{"--port", "65536", "port"}, "--port: '65536' is not a port from 1 to 65535"},
         WrongUse{{"--timeout", "0s", "port"},
                  "--timeout: '0s' is not a duration such as 500ms, 2s or 1min (more than 0, at most a day)"},
+        WrongUse{{"raw", "--latency", "5", "4000"},
+                 "--latency: this command is no single request that could be measured"},
+        WrongUse{{"watch", "x"}, "levels: 'x' is not a number from 0 to 4294967295"},
         WrongUse{{"raw", "--bytes", "0"}, "words: '0' is not a row of hexadecimal bytes"},
         WrongUse{{"raw", "xyz"}, "words: 'xyz' is not a hexadecimal word of up to 8 digits"},
         WrongUse{{"raw", "--message", "--bytes", "00"}, "--message excludes --bytes"}));

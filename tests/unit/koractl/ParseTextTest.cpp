@@ -46,34 +46,20 @@ TEST_P(BadDuration, IsRefused)
 INSTANTIATE_TEST_SUITE_P(Texts, BadDuration,
                          testing::Values("", "s", "0", "-1s", "0.1ms", "1441min", "2h", "2 s", "nan", "inf", "1e300s"));
 
-TEST(ParseText, TakeEntryIsLevelInputOutput)
+TEST(ParseText, RangeIsTwoNumbersOrOne)
 {
-    EXPECT_EQ(parseTakeEntry("1:12:7", 5), (TakeEntry{.level = 1, .lprId = 5, .input = 12, .output = 7}));
+    EXPECT_EQ(parseRange("1-64"), (NumberRange{.first = 1, .last = 64}));
+    EXPECT_EQ(parseRange("7"), (NumberRange{.first = 7, .last = 7}));
+    EXPECT_TRUE(parseRange("3-5").contains(5));
+    EXPECT_FALSE(parseRange("3-5").contains(6));
 }
 
-TEST(ParseText, OutputAddressIsLevelOutput)
+TEST(ParseText, GivenNoRangeSaysSo)
 {
-    EXPECT_EQ(parseOutputAddress("1:0x10"), (OutputAddress{.level = 1, .output = 16}));
-}
-
-TEST(ParseText, GivenEntryOfAnotherFormSaysWhichFormIsWanted)
-{
-    for (const char* const text : {"", "1", "1:2", "1:2:3:4", "1::3", "a:2:3"})
+    for (const char* const text : {"", "-", "1-", "-5", "5-4", "a-b", "1-2-3"})
     {
-        try
-        {
-            (void)parseTakeEntry(text, 0);
-            ADD_FAILURE() << text << " was accepted";
-        }
-        catch (const std::invalid_argument& problem)
-        {
-            EXPECT_EQ(
-                std::string(problem.what()).find("'" + std::string(text) + "' is not of the form LEVEL:INPUT:OUTPUT"),
-                0U)
-                << problem.what();
-        }
+        EXPECT_THROW((void)parseRange(text), std::invalid_argument) << text;
     }
-    EXPECT_THROW((void)parseOutputAddress("1:2:3"), std::invalid_argument);
 }
 
 TEST(ParseText, HexWordNeedsNoPrefix)

@@ -10,6 +10,8 @@
 #include <gtest/gtest.h>
 
 #include "runtime/util/UniqueFd.h"
+#include "tests/support/ChildProcess.h"
+#include "tests/support/TimeFactor.h"
 #include "tests/support/WaitUntil.h"
 #include "tests/unit/koractl/FakeRouter.h"
 
@@ -31,7 +33,8 @@ public:
         }
         m_output.reset(ends[0]);
         const UniqueFd input(ends[1]);
-        arguments.insert(arguments.begin(), KORABRIDGE_BINARY_DIR "/bin/koractl");
+        arguments.insert(arguments.begin(), testsupport::programPath("koractl"));
+        arguments = testsupport::runnable(std::move(arguments));
         std::vector<char*> argv;
         for (std::string& argument : arguments)
         {
@@ -42,7 +45,7 @@ public:
         ::posix_spawn_file_actions_init(&actions);
         ::posix_spawn_file_actions_adddup2(&actions, input.get(), STDOUT_FILENO);
         ::posix_spawn_file_actions_adddup2(&actions, input.get(), STDERR_FILENO);
-        const int failure = ::posix_spawn(&m_pid, argv.front(), &actions, nullptr, argv.data(), environ);
+        const int failure = ::posix_spawnp(&m_pid, argv.front(), &actions, nullptr, argv.data(), environ);
         ::posix_spawn_file_actions_destroy(&actions);
         if (failure != 0)
         {
@@ -65,7 +68,7 @@ public:
     /// Reads until the output holds `text`; false when it ends or ten seconds pass before.
     bool readUntil(const std::string& text)
     {
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+        const auto deadline = std::chrono::steady_clock::now() + testsupport::scaled(std::chrono::seconds(10));
         while (m_text.find(text) == std::string::npos)
         {
             pollfd entry{m_output.get(), POLLIN, 0};
@@ -143,7 +146,26 @@ TEST(Koractl, WatchOfAnUnknownLevelSaysSoAndWaitsForIt)
     EXPECT_EQ(sut.text().find("koractl: level 9 does not exist yet; waiting for it\n{\"level\":1,"), 0U) << sut.text();
 }
 
-TEST(Koractl, WatchWhoseBridgeGoesAwaySaysSoAndExits3)
+TEST(Koractl, WatchWhoseBridgeGoesAwaySaysSoAndConnectsAgain)
+{
+    FakeRouter router;
+    bool hasLeft = false;
+    FakeBridge bridge([&](const koractl::Message& request, std::uint32_t sequence) {
+        FakeReply reply = router(request, sequence);
+        reply.isClosing = sequence == 3 && !hasLeft;
+        hasLeft = hasLeft || reply.isClosing;
+        return reply;
+    });
+    Koractl sut(at(bridge, {"watch", "1", "--interval", "10ms"}));
+
+    EXPECT_TRUE(sut.readUntil("; trying to connect again\n")) << sut.text();
+    EXPECT_TRUE(sut.readUntil("koractl: connected again after ")) << sut.text();
+    EXPECT_TRUE(sut.readUntil("koractl: level 1: 0 outputs differ from before\n")) << sut.text();
+    sut.sendSignal(SIGINT);
+    EXPECT_EQ(sut.waitForExit(), 0);
+}
+
+TEST(Koractl, WatchWithoutReconnectingExits3WhenItsBridgeGoesAway)
 {
     FakeRouter router;
     FakeBridge bridge([&router](const koractl::Message& request, std::uint32_t sequence) {
@@ -151,9 +173,9 @@ TEST(Koractl, WatchWhoseBridgeGoesAwaySaysSoAndExits3)
         reply.isClosing = sequence == 3;
         return reply;
     });
-    Koractl sut(at(bridge, {"watch", "1", "--interval", "10ms"}));
+    Koractl sut(at(bridge, {"watch", "1", "--interval", "10ms", "--no-reconnect"}));
 
-    EXPECT_TRUE(sut.readUntil("koractl: the bridge closed the connection\n")) << sut.text();
+    EXPECT_TRUE(sut.readUntil("koractl: the bridge ")) << sut.text();
     EXPECT_EQ(sut.waitForExit(), 3);
 }
 

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/unit/koractl/FakeBridge.h"
+#include "tools/koractl/LatencyReport.h"
 #include "tools/koractl/LprReport.h"
 #include "tools/koractl/OutputsReport.h"
 #include "tools/koractl/RawReport.h"
@@ -10,6 +11,7 @@
 #include "tools/koractl/TakeReport.h"
 
 using namespace koractl;
+using namespace std::chrono_literals;
 
 namespace
 {
@@ -54,10 +56,24 @@ TEST(TakeReport, GoldenJson)
 
 TEST(TakeReport, GivenEveryEntryDoneIsAllDone)
 {
-    const TakeReport sut("take", {TakeRow{}, TakeRow{}});
+    const TakeReport sut("take", {TakeRow{{}, 0, std::nullopt}, TakeRow{{}, 0, std::nullopt}});
 
     EXPECT_TRUE(sut.isAllDone());
     EXPECT_TRUE(sut.toJson()["done"].get<bool>());
+}
+
+TEST(TakeReport, GivenEntriesWithoutAnAnswerSaysWhatIsKnownOfThem)
+{
+    const TakeReport sut("take", {TakeRow{{1, 0, 2, 3}, 0, std::nullopt},
+                                  TakeRow{{1, 0, 2, 4}, EntryOutcome::unanswered(), std::nullopt},
+                                  TakeRow{{1, 0, 2, 5}, EntryOutcome(), std::nullopt}});
+
+    EXPECT_EQ(textOf(sut), "LEVEL  INPUT  OUTPUT  RESULT\n"
+                           "    1      2       3  done\n"
+                           "    1      2       4  no answer; it may have been done\n"
+                           "    1      2       5  not sent\n");
+    EXPECT_TRUE(sut.toJson()["entries"][1]["result"].is_null());
+    EXPECT_FALSE(sut.isAllDone());
 }
 
 TEST(LprReport, GoldenText)
@@ -107,6 +123,30 @@ TEST(OutputsReport, GoldenJson)
               R"({"output":7,"result":0,"input":12,"state":"locked","lprId":5,"text":"ok"},)"
               R"({"output":8,"result":3,"input":null,"state":"released","lprId":0,"text":"no route"},)"
               R"({"output":9,"result":0,"input":0,"state":"protected","lprId":12,"text":"ok"}]})");
+}
+
+TEST(LatencyReport, GoldenText)
+{
+    std::vector<std::chrono::nanoseconds> times;
+    for (int i = 1000; i > 0; --i)
+    {
+        times.emplace_back(i * 1000);
+    }
+    const LatencyReport sut("take", times, 500ms, true);
+
+    EXPECT_EQ(textOf(sut), "1000 requests in 0.500 s, 2000 a second; milliseconds:\n"
+                           "  MIN    P50    P90    P99  P99.9    MAX\n"
+                           "0.001  0.500  0.900  0.990  0.999  1.000\n");
+    EXPECT_EQ(sut.toJson().dump(), R"({"command":"take","done":true,"requests":1000,"seconds":0.5,"milliseconds":)"
+                                   R"({"min":0.001,"p50":0.5,"p90":0.9,"p99":0.99,"p99.9":0.999,"max":1.0}})");
+}
+
+TEST(LatencyReport, GivenNoTimesShowsNoPercentiles)
+{
+    const LatencyReport sut("take", {}, 1s, true);
+
+    EXPECT_EQ(textOf(sut), "0 requests in 1.000 s\n");
+    EXPECT_EQ(sut.toJson()["milliseconds"].dump(), "{}");
 }
 
 TEST(OutputsReport, GivenNoChangesSaysSo)
@@ -175,6 +215,14 @@ TEST(SystemReports, GivenFormatWithTimeShowsItAsADate)
         << textOf(sut);
     EXPECT_EQ(sut.toJson()["time"], 1700000000U);
     EXPECT_EQ(sut.toJson()["format"], 2U);
+}
+
+TEST(SystemReports, GivenTheLastMomentThatAWordCanNameShowsItsDate)
+{
+    SystemStatus status{.format = 2, .words = std::vector<std::uint32_t>(16, 0)};
+    status.words[(60 - 24) / 4] = 4294967295U;
+
+    EXPECT_NE(textOf(systemReport(status)).find("4294967295  2106-02-07 06:28:15 UTC\n"), std::string::npos);
 }
 
 TEST(SystemReports, GivenFormat0HasNoTime)
