@@ -1,6 +1,7 @@
 # Helpers that give every target of this project the same language rules, warnings and sanitizers.
 
 set(KORABRIDGE_SANITIZE "" CACHE STRING "Sanitizers for the whole build: empty, 'address,undefined' or 'thread'")
+set(KORABRIDGE_TIME_FACTOR 1 CACHE STRING "How many times longer than usual a test may take")
 option(KORABRIDGE_FUZZ "Instrument for libFuzzer (clang only)" OFF)
 option(KORABRIDGE_COVERAGE "Instrument for line and branch coverage (g++ only)" OFF)
 
@@ -70,6 +71,7 @@ function(korabridge_test NAME)
   if(NOT ARG_TIMEOUT)
     set(ARG_TIMEOUT 60)
   endif()
+  math(EXPR ARG_TIMEOUT "${ARG_TIMEOUT} * ${KORABRIDGE_TIME_FACTOR}")
   add_executable(${NAME} ${ARG_SOURCES})
   set_target_properties(${NAME} PROPERTIES
     RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/tests

@@ -45,7 +45,8 @@ protected:
 
     static koractl::KoraClient connect()
     {
-        return koractl::KoraClient::connect("127.0.0.1", koractl::KoraClient::defaultPort, std::chrono::seconds(10));
+        return koractl::KoraClient::connect("127.0.0.1", koractl::KoraClient::defaultPort,
+                                            testsupport::scaled(std::chrono::seconds(10)));
     }
 
     static bool waitForStatus(koractl::KoraClient& client, std::uint32_t level, std::uint32_t output,

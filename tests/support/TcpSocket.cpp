@@ -1,5 +1,6 @@
 #include "tests/support/TcpSocket.h"
 
+#include "tests/support/TimeFactor.h"
 #include "tests/support/WaitUntil.h"
 
 #include <array>
@@ -80,7 +81,7 @@ void TcpSocket::send(const std::string& bytes) const
 
 std::string TcpSocket::receive(std::size_t size, std::chrono::milliseconds deadline) const
 {
-    const auto end = Clock::now() + deadline;
+    const auto end = Clock::now() + scaled(deadline);
     std::string bytes;
     std::array<char, 4096> chunk{};
     while (bytes.size() < size && waitReadable(m_fd, end))
@@ -97,7 +98,7 @@ std::string TcpSocket::receive(std::size_t size, std::chrono::milliseconds deadl
 
 std::string TcpSocket::receiveUntil(const std::string& text, std::chrono::milliseconds deadline) const
 {
-    const auto end = Clock::now() + deadline;
+    const auto end = Clock::now() + scaled(deadline);
     std::string bytes;
     std::array<char, 4096> chunk{};
     while (bytes.find(text) == std::string::npos && waitReadable(m_fd, end))
@@ -114,7 +115,7 @@ std::string TcpSocket::receiveUntil(const std::string& text, std::chrono::millis
 
 bool TcpSocket::waitForClose(std::chrono::milliseconds deadline) const
 {
-    const auto end = Clock::now() + deadline;
+    const auto end = Clock::now() + scaled(deadline);
     std::array<char, 4096> chunk{};
     while (waitReadable(m_fd, end))
     {

@@ -8,7 +8,8 @@
 namespace testsupport
 {
 
-/// A plain TCP client on 127.0.0.1 for tests that send what no client library would.
+/// A plain TCP client on 127.0.0.1 for tests that send what no client library would. Deadlines are scaled to the
+/// machine.
 class TcpSocket
 {
 public:

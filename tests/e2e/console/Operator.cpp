@@ -1,6 +1,7 @@
 #include "tests/e2e/console/Operator.h"
 
 #include "tests/e2e/support/BridgeFixture.h"
+#include "tests/support/TimeFactor.h"
 
 #include <array>
 #include <optional>
@@ -89,7 +90,7 @@ std::string Operator::untilMenu()
 
 std::string Operator::until(const std::string& text, std::chrono::milliseconds deadline)
 {
-    const auto end = Clock::now() + deadline;
+    const auto end = Clock::now() + testsupport::scaled(deadline);
     std::size_t at = 0;
     while ((at = m_unread.find(text)) == std::string::npos)
     {
@@ -105,7 +106,7 @@ std::string Operator::until(const std::string& text, std::chrono::milliseconds d
 
 std::string Operator::untilEnd(std::chrono::milliseconds deadline)
 {
-    const auto end = Clock::now() + deadline;
+    const auto end = Clock::now() + testsupport::scaled(deadline);
     while (receiveMore(m_socket.fd(), m_unread, end))
     {}
     return std::exchange(m_unread, {});

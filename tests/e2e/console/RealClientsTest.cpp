@@ -1,4 +1,5 @@
 #include "tests/e2e/console/ConsoleFixture.h"
+#include "tests/support/TimeFactor.h"
 
 #include <algorithm>
 #include <array>
@@ -62,7 +63,7 @@ public:
     /// All text up to and with `text`, carriage returns left out; at the deadline or the program's end what there is.
     std::string until(const std::string& text, std::chrono::milliseconds deadline = std::chrono::seconds(10))
     {
-        const auto end = Clock::now() + deadline;
+        const auto end = Clock::now() + testsupport::scaled(deadline);
         std::size_t at = 0;
         while ((at = m_unread.find(text)) == std::string::npos && receive(end))
         {}

@@ -64,7 +64,7 @@ protected:
     }
     static koractl::KoraClient connectFar()
     {
-        return koractl::KoraClient(thereAddress, koraPort, std::chrono::seconds(10));
+        return koractl::KoraClient(thereAddress, koraPort, testsupport::scaled(std::chrono::seconds(10)));
     }
     void take(koractl::KoraClient& client, std::uint32_t input, std::uint32_t output)
     {

@@ -3,6 +3,7 @@
 
 #include "durability/Store.h"
 #include "tests/e2e/durable/DurableFixture.h"
+#include "tests/support/TimeFactor.h"
 #include "tests/support/WaitUntil.h"
 
 using namespace e2e;
@@ -58,7 +59,7 @@ TEST_F(WaitTimeTest, NothingStoredAndNobodyThereIsDoneInHalfASecond)
     router().announce();
     waitForJoin();
 
-    EXPECT_LE(joinTime(), std::chrono::milliseconds(500));
+    EXPECT_LE(joinTime(), testsupport::scaled(std::chrono::milliseconds(500)));
 }
 
 TEST_F(WaitTimeTest, BridgeThatFindsItsMembershipAtOnceIsDoneInHalfASecond)
@@ -67,7 +68,7 @@ TEST_F(WaitTimeTest, BridgeThatFindsItsMembershipAtOnceIsDoneInHalfASecond)
 
     startJoinedOnStore();
 
-    EXPECT_LE(joinTime(), std::chrono::milliseconds(500));
+    EXPECT_LE(joinTime(), testsupport::scaled(std::chrono::milliseconds(500)));
 }
 
 TEST_F(WaitTimeTest, FullStoreIsPublishedWithinASecond)
@@ -77,7 +78,7 @@ TEST_F(WaitTimeTest, FullStoreIsPublishedWithinASecond)
 
     startJoinedOnStore();
 
-    EXPECT_LE(joinTime(), std::chrono::seconds(1));
+    EXPECT_LE(joinTime(), testsupport::scaled(std::chrono::seconds(1)));
     expectAll(Signal::Video, videoOutputs);
     expectAll(Signal::Audio, audioOutputs);
 }

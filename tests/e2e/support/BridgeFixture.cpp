@@ -1,5 +1,6 @@
 #include "tests/e2e/support/BridgeFixture.h"
 
+#include "tests/support/TimeFactor.h"
 #include "tools/koractl/Errors.h"
 
 #include <algorithm>
@@ -49,12 +50,12 @@ int BridgeFixture::stopBridge()
 
 koractl::KoraClient BridgeFixture::connectController()
 {
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    const auto end = std::chrono::steady_clock::now() + testsupport::scaled(std::chrono::seconds(10));
     while (true)
     {
         try
         {
-            return koractl::KoraClient("127.0.0.1", koraPort, std::chrono::seconds(10));
+            return koractl::KoraClient("127.0.0.1", koraPort, testsupport::scaled(std::chrono::seconds(10)));
         }
         catch (const koractl::ConnectError&)
         {

@@ -1,6 +1,7 @@
 #include "ddskorabridge/MacroXptMgrTarget.h"
 
 #include "BusTest.h"
+#include "tests/support/TimeFactor.h"
 
 #include <gtest/gtest.h>
 
@@ -381,7 +382,7 @@ TEST_F(MacroXptMgrTargetTest, TargetsFoundOnJoiningAreStampedWithTheCurrentTimec
         }
     });
 
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    const auto end = std::chrono::steady_clock::now() + testsupport::scaled(std::chrono::seconds(30));
     do
     {
         m_sut.joinRouterPartition("R1");

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "runtime/apartment/SendDoItEvent.h"
+#include "tests/support/TimeFactor.h"
 
 #include <chrono>
 #include <condition_variable>
@@ -39,7 +40,7 @@ public:
     template <typename Condition>
     bool runUntil(Condition&& condition, std::chrono::milliseconds deadline = std::chrono::seconds(10))
     {
-        const auto end = std::chrono::steady_clock::now() + deadline;
+        const auto end = std::chrono::steady_clock::now() + testsupport::scaled(deadline);
         while (!condition())
         {
             if (!runOne(end))

@@ -1,5 +1,6 @@
 #include "koracommand/CmdHandlerImpl.h"
 
+#include "tests/support/TimeFactor.h"
 #include "tests/support/WaitUntil.h"
 #include "tests/unit/koracommand/CmdHandlerFixture.h"
 #include "tests/unit/runtime/CapturedLog.h"
@@ -109,7 +110,7 @@ TEST_F(CmdHandlerStopTest, CommandThatFinishesWhileTheApartmentStopsIsStillAnswe
     auto stopped = std::async(std::launch::async, [&] { m_apartment->stop(); });
     ASSERT_TRUE(testsupport::waitUntil([&] { return !m_apartment->isRunning(); }));
     gate.open();
-    ASSERT_EQ(answer.wait_for(deadline), std::future_status::ready);
+    ASSERT_EQ(answer.wait_for(testsupport::scaled(deadline)), std::future_status::ready);
     EXPECT_EQ(answer.get(), expectedRsp(0x80000050, {1, 0}));
 }
 
@@ -128,7 +129,8 @@ TEST_F(CmdHandlerStopTest, CommandStillQueuedWhenTheApartmentStopsIsGivenUp)
     auto stopped = std::async(std::launch::async, [&] { m_apartment->stop(); });
     ASSERT_TRUE(testsupport::waitUntil([&] { return !m_apartment->isRunning(); }));
 
-    ASSERT_EQ(answer.wait_for(deadline), std::future_status::ready) << "the connection waits for ever";
+    ASSERT_EQ(answer.wait_for(testsupport::scaled(deadline)), std::future_status::ready)
+        << "the connection waits for ever";
     EXPECT_TRUE(answer.get().empty());
     gate.open();
     stopped.get();
@@ -141,7 +143,7 @@ TEST_F(CmdHandlerStopTest, LateResponseNeverAnswersALaterRequest)
     auto answer = handleInBackground(networkRequest(0x50, {1, 1, 7, 3, 5}, 1));
     gate.waitUntilReached();
     auto stopped = std::async(std::launch::async, [&] { m_apartment->stop(); });
-    ASSERT_EQ(answer.wait_for(deadline), std::future_status::ready);
+    ASSERT_EQ(answer.wait_for(testsupport::scaled(deadline)), std::future_status::ready);
     EXPECT_TRUE(answer.get().empty());
 
     gate.open();

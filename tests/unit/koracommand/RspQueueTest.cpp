@@ -1,6 +1,7 @@
 #include "koracommand/RspQueue.h"
 
 #include "koracommand/ErrorRsp.h"
+#include "tests/support/TimeFactor.h"
 #include "tests/unit/koracommand/TestMessages.h"
 
 #include <gtest/gtest.h>
@@ -39,7 +40,7 @@ TEST(RspQueueTest, PopWaitsForAPush)
     auto popped = std::async(std::launch::async, [&] { return sut.pop(); });
     EXPECT_EQ(popped.wait_for(20ms), std::future_status::timeout);
     sut.push(rspWithTag(7));
-    ASSERT_EQ(popped.wait_for(10s), std::future_status::ready);
+    ASSERT_EQ(popped.wait_for(testsupport::scaled(10s)), std::future_status::ready);
     EXPECT_EQ(hostWord(*popped.get(), 16), 7U);
 }
 

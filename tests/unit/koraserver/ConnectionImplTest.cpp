@@ -3,6 +3,7 @@
 #include "koraserver/ListeningSocket.h"
 #include "koraserver/SocketOption.h"
 #include "tests/support/TcpSocket.h"
+#include "tests/support/TimeFactor.h"
 #include "tests/support/WaitUntil.h"
 #include "tests/unit/koraserver/FakeCmdHandler.h"
 #include "tests/unit/koraserver/KoraBytes.h"
@@ -65,7 +66,7 @@ protected:
     void floodWithoutReading()
     {
         const std::string bytes = request(1);
-        const auto full = Clock::now() + 20s;
+        const auto full = Clock::now() + testsupport::scaled(20s);
         while (Clock::now() < full)
         {
             if (::send(m_client->fd(), bytes.data(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT) < 0)
@@ -378,8 +379,8 @@ TEST_F(ConnectionImplTest, ClientThatNeverReadsHoldsUpNeitherStopNorClose)
     m_sut.reset();
     const auto closed = Clock::now();
 
-    EXPECT_LT(stopped - begin, 500ms);
-    EXPECT_LT(closed - stopped, 500ms);
+    EXPECT_LT(stopped - begin, testsupport::scaled(500ms));
+    EXPECT_LT(closed - stopped, testsupport::scaled(500ms));
     EXPECT_EQ(m_log.countHolding("WARN"), 0U) << "the send failed because of the stop";
 }
 

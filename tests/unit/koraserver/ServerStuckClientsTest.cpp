@@ -2,6 +2,7 @@
 #include "koraserver/ListeningSocket.h"
 #include "koraserver/Server.h"
 #include "tests/support/TcpSocket.h"
+#include "tests/support/TimeFactor.h"
 #include "tests/support/WaitUntil.h"
 #include "tests/unit/koraserver/FakeCmdHandler.h"
 #include "tests/unit/koraserver/FakeConnection.h"
@@ -73,7 +74,7 @@ protected:
             }
             return blocked;
         };
-        const auto end = Clock::now() + 40s;
+        const auto end = Clock::now() + testsupport::scaled(40s);
         while (Clock::now() < end)
         {
             const std::size_t handled = m_commands.requests().size();
@@ -102,7 +103,7 @@ TEST_F(ServerStuckClientsTest, SixteenClientsThatNeverReadDoNotHoldUpStop)
     const auto begin = Clock::now();
     m_sut->stop();
 
-    EXPECT_LT(Clock::now() - begin, 1s);
+    EXPECT_LT(Clock::now() - begin, testsupport::scaled(1s));
 }
 
 TEST_F(ServerStuckClientsTest, SixteenClientsThatNeverReadDoNotHoldUpTheDisconnect)
@@ -115,7 +116,7 @@ TEST_F(ServerStuckClientsTest, SixteenClientsThatNeverReadDoNotHoldUpTheDisconne
     m_sut->connectToRouter();
 
     EXPECT_TRUE(waitForPort(serverPort));
-    EXPECT_LT(Clock::now() - begin, 2s);
+    EXPECT_LT(Clock::now() - begin, testsupport::scaled(2s));
 }
 
 TEST_F(ServerStuckClientsTest, OneClientThatNeverReadsDoesNotHoldUpAnother)

@@ -2,6 +2,7 @@
 
 #include "koraserver/ListeningSocket.h"
 #include "tests/support/TcpSocket.h"
+#include "tests/support/TimeFactor.h"
 #include "tests/support/WaitUntil.h"
 #include "tests/unit/koraserver/FakeConnection.h"
 #include "tests/unit/koraserver/LogRecorder.h"
@@ -259,7 +260,7 @@ TEST_F(ServerTest, StopClosesThePortAndReleasesTheClients)
     const auto begin = Clock::now();
     m_sut->stop();
 
-    EXPECT_LT(Clock::now() - begin, 500ms);
+    EXPECT_LT(Clock::now() - begin, testsupport::scaled(500ms));
     EXPECT_FALSE(testsupport::isListening(serverPort));
     EXPECT_EQ(m_events.all().back(), "release 0");
 }
@@ -415,7 +416,7 @@ TEST_F(ServerTest, NoDescriptorForAClientIsReportedOnceWithoutSpinningAndTheClie
     const auto microseconds = [](const rusage& used) {
         return 1000000 * (used.ru_utime.tv_sec + used.ru_stime.tv_sec) + used.ru_utime.tv_usec + used.ru_stime.tv_usec;
     };
-    EXPECT_LT(microseconds(usedAfter) - microseconds(usedBefore), 700000);
+    EXPECT_LT(microseconds(usedAfter) - microseconds(usedBefore), testsupport::scaled(700000));
     EXPECT_EQ(m_log.count(text), 1U);
     EXPECT_TRUE(m_events.waitForCount(2)) << "accepted after all";
 }

@@ -1,5 +1,6 @@
 #include "runtime/apartment/Apartment.h"
 #include "runtime/apartment/EmptyDoItEvent.h"
+#include "tests/support/TimeFactor.h"
 #include "tests/support/WaitUntil.h"
 #include "tests/unit/runtime/CapturedLog.h"
 #include "tests/unit/runtime/RecordingEvent.h"
@@ -204,7 +205,7 @@ TEST_F(ApartmentTest, stopOfAnIdleApartmentIsPrompt)
     const auto begin = std::chrono::steady_clock::now();
     sut.stop();
 
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(5));
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, testsupport::scaled(std::chrono::seconds(5)));
     EXPECT_FALSE(sut.isRunning());
 }
 
@@ -302,7 +303,7 @@ TEST_F(ApartmentTest, theDestructorStopsARunningApartmentPromptly)
         drain(sut);
     }
 
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(5));
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, testsupport::scaled(std::chrono::seconds(5)));
 }
 
 /// Sends another event when it is deleted.

@@ -1,4 +1,5 @@
 // Start, stop, a taken port, many sessions, and the fallback to standard input and output.
+#include "tests/support/TimeFactor.h"
 #include "tests/unit/runtime_misc/TelnetIOFixture.h"
 
 #include <csignal>
@@ -182,7 +183,7 @@ TEST_F(TelnetIOTest, whenManyThreadsPrintWhileClientsComeAndGo_eachLineArrivesWh
     });
 
     // Until ten were served: one that comes before the last one was missed is rejected and gets nothing.
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    const auto end = std::chrono::steady_clock::now() + testsupport::scaled(std::chrono::seconds(20));
     int served = 0;
     for (int i = 0; served < 10 && std::chrono::steady_clock::now() < end; ++i)
     {
