@@ -37,7 +37,7 @@ UniqueFd connectTo(const Endpoint& endpoint)
     UniqueFd fd(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
     if (!fd.isOpen() || ::connect(fd.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
     {
-        throw std::runtime_error("cannot connect to " + where + ": " + systemErrorText());
+        throw NotConnected("cannot connect to " + where + ": " + systemErrorText());
     }
     const int on = 1;
     const timeval timeout{.tv_sec = answerTimeout.count(), .tv_usec = 0};
@@ -80,7 +80,7 @@ void Controller::send(std::size_t index)
     const ssize_t sent = ::send(m_socket.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL);
     if (sent != static_cast<ssize_t>(bytes.size()))
     {
-        fail("the request was not sent: " + (sent < 0 ? systemErrorText() : std::to_string(sent) + " bytes went"));
+        failGone("the request was not sent: " + (sent < 0 ? systemErrorText() : std::to_string(sent) + " bytes went"));
     }
 }
 
@@ -94,7 +94,7 @@ bool Controller::receive()
         {
             return false;
         }
-        fail(received == 0 ? "the bridge closed the connection" : "no answer: " + systemErrorText());
+        failGone(received == 0 ? "the bridge closed the connection" : "no answer: " + systemErrorText());
     }
     m_held += static_cast<std::size_t>(received);
     if (m_held < wireLayout::header::bytes)
@@ -131,6 +131,11 @@ void Controller::check()
     }
 }
 
+void Controller::probe()
+{
+    exchange(0);
+}
+
 void Controller::drainChanges()
 {
     for (std::size_t i = 0; i < m_requests.size(); ++i)
@@ -155,8 +160,22 @@ void Controller::exchange(std::size_t index)
 
 void Controller::fail(const std::string& what) const
 {
-    throw std::runtime_error(std::string(nameOf(lastRequest().command)) + ", tag " + koractl::hexText(m_tag) +
-                             ", response " + std::to_string(m_responses) + ": " + what);
+    throw std::runtime_error(described(what));
+}
+
+void Controller::failGone(const std::string& what) const
+{
+    if (m_responses == 0)
+    {
+        throw NotConnected(described(what));
+    }
+    fail(what);
+}
+
+std::string Controller::described(const std::string& what) const
+{
+    return std::string(nameOf(lastRequest().command)) + ", tag " + koractl::hexText(m_tag) + ", response " +
+           std::to_string(m_responses) + ": " + what;
 }
 
 } // namespace korabench

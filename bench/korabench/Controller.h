@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cstdint>
 #include <span>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -25,12 +26,21 @@ struct Endpoint
     std::uint16_t port = 5194;
 };
 
+/// The bridge cannot be reached, or drops the connection before its first answer, as it does while all its places for
+/// controllers are taken.
+class NotConnected : public std::runtime_error
+{
+public:
+    using std::runtime_error::runtime_error;
+};
+
 /// One connection with one request outstanding at most: sends the requests in turn and checks each response. Owned by
 /// one thread. Throws std::runtime_error when the bridge cannot be reached, goes away, does not answer within 10
 /// seconds or answers wrongly; the text says what was wrong.
 class Controller
 {
 public:
+    /// Connects. Throws NotConnected.
     Controller(const Endpoint& endpoint, std::vector<Request> requests);
 
     int fd() const { return m_socket.get(); }
@@ -47,8 +57,11 @@ public:
     Clock::time_point receivedAt() const { return m_receivedAt; }
     LatencyStats::Nanoseconds latency() const { return m_receivedAt - m_sentAt; }
 
+    /// Sends the first request and waits for its answer, to know that the connection is served. Throws NotConnected.
+    void probe();
     /// Polls all requests for changes among the requests until each had an answer without any.
     void drainChanges();
+    std::uint32_t responseCount() const { return m_responses; }
     /// Entries in all responses to changes so far.
     std::uint64_t changesSeen() const { return m_changesSeen; }
 
@@ -57,6 +70,9 @@ private:
     void send(std::size_t index);
     void check();
     [[noreturn]] void fail(const std::string& what) const;
+    /// The bridge is not there, or no longer.
+    [[noreturn]] void failGone(const std::string& what) const;
+    std::string described(const std::string& what) const;
 
     com::tallowcrest::util::UniqueFd m_socket;
     std::vector<Request> m_requests;

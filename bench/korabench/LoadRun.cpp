@@ -17,6 +17,31 @@ namespace
 
 using Controllers = std::vector<std::unique_ptr<Controller>>;
 
+/// A bridge that has just lost its last controllers opens its port again within some seconds.
+constexpr std::chrono::seconds connectTimeout{10};
+constexpr std::chrono::milliseconds connectPause{20};
+
+std::unique_ptr<Controller> connect(const Endpoint& endpoint, const std::vector<Request>& requests)
+{
+    for (const auto end = Clock::now() + connectTimeout;;)
+    {
+        try
+        {
+            auto controller = std::make_unique<Controller>(endpoint, requests);
+            controller->probe();
+            return controller;
+        }
+        catch (const NotConnected&)
+        {
+            if (Clock::now() >= end)
+            {
+                throw;
+            }
+        }
+        std::this_thread::sleep_for(connectPause);
+    }
+}
+
 /// The controllers of each thread.
 std::vector<Controllers> connectAll(const CommandLine& commandLine)
 {
@@ -27,7 +52,7 @@ std::vector<Controllers> connectAll(const CommandLine& commandLine)
         // Far apart from those of the others where the level is large enough.
         shape.offset = i * std::max(1U, shape.outputs / commandLine.connections);
         groups[i % commandLine.threads].push_back(
-            std::make_unique<Controller>(commandLine.endpoint, buildRequests(commandLine.order, shape)));
+            connect(commandLine.endpoint, buildRequests(commandLine.order, shape)));
     }
     for (const Controllers& group : groups)
     {
@@ -105,6 +130,7 @@ Report runLoad(const CommandLine& commandLine)
     for (const auto& load : loads)
     {
         report.requests += load->requestCount();
+        report.allRequests += load->allRequestCount();
         report.takes += load->entryCount();
         for (const auto& [command, stats] : load->latencies())
         {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <numeric>
 #include <stdexcept>
 #include <utility>
 
@@ -175,6 +176,12 @@ void LoadThread::onResponse(Slot& slot)
         completeAt = at;
         --m_incomplete;
     }
+}
+
+std::uint64_t LoadThread::allRequestCount() const
+{
+    return std::accumulate(m_slots.begin(), m_slots.end(), std::uint64_t{0},
+                           [](std::uint64_t sum, const Slot& slot) { return sum + slot.controller->responseCount(); });
 }
 
 bool LoadThread::isWaiting() const

@@ -36,6 +36,8 @@ public:
     void run();
 
     std::uint64_t requestCount() const { return m_requestCount; }
+    /// Of the controllers, since they were made.
+    std::uint64_t allRequestCount() const;
     std::uint64_t entryCount() const { return m_entryCount; }
     const std::map<Command, LatencyStats>& latencies() const { return m_latencies; }
     /// When each controller had seen the changes awaited; empty for one that never had.

@@ -83,6 +83,7 @@ std::string jsonOf(const Report& report)
     json["seconds"] = report.seconds;
     json["requests"] = report.requests;
     json["requestsPerSecond"] = perSecond(report.requests, report.seconds);
+    json["allRequests"] = report.allRequests;
     json["takes"] = report.takes;
     json["takesPerSecond"] = perSecond(report.takes, report.seconds);
     json["latency"] = latencyJson(total(report));

@@ -18,7 +18,8 @@ struct Report
     std::uint32_t connections = 0;
     double seconds = 0;
     std::uint64_t requests = 0;
-    std::uint64_t takes = 0; ///< entries of takes, protects and releases
+    std::uint64_t allRequests = 0; ///< those before and after the measurement too
+    std::uint64_t takes = 0;       ///< entries of takes, protects and releases
     std::map<Command, LatencyStats> latencies;
     /// When each controller had all changes awaited, on the system's monotonic clock; empty when none were awaited.
     std::vector<Clock::time_point> changesCompleteAt;
