@@ -6,6 +6,7 @@
 #include <CLI/CLI.hpp>
 
 #include "tools/koractl/Arguments.h"
+#include "tools/koractl/BackupCommands.h"
 #include "tools/koractl/ChangesCommands.h"
 #include "tools/koractl/CommandContext.h"
 #include "tools/koractl/Errors.h"
@@ -87,6 +88,7 @@ int runCommandLine(const std::vector<std::string>& arguments, const ProgramStrea
         addLprCommands(app, context);
         addQueryCommands(app, context);
         addChangesCommands(app, context);
+        addBackupCommands(app, context);
         addSystemCommands(app, context);
         addRawCommand(app, context);
         return parseAndRun(app, context, arguments, streams);

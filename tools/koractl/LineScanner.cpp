@@ -1,5 +1,6 @@
 #include "tools/koractl/LineScanner.h"
 
+#include <algorithm>
 #include <stdexcept>
 
 namespace koractl
