@@ -1,5 +1,7 @@
 #include "bustypes/SampleText.h"
 
+#include <array>
+#include <charconv>
 #include <cstdint>
 #include <limits>
 #include <type_traits>
@@ -52,6 +54,22 @@ bool readMember(const nlohmann::json& json, Member& member)
     }
 }
 
+template <typename Member>
+void addJson(std::string& text, const Member& member)
+{
+    if constexpr (std::is_same_v<Member, std::string>)
+    {
+        // Bytes that are no UTF-8 are replaced: what another process put into a string must not stop the writing.
+        text += nlohmann::json(member).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+    }
+    else
+    {
+        std::array<char, std::numeric_limits<std::uint64_t>::digits10 + 1> digits{};
+        const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), plain(member)).ptr;
+        text.append(digits.data(), end);
+    }
+}
+
 } // namespace
 
 template <typename T>
@@ -79,10 +97,15 @@ std::string keyText(const T& value)
 template <typename T>
 std::string jsonText(const T& value)
 {
-    nlohmann::ordered_json json;
-    visitMembers(value, [&json](const char* name, const auto& member, MemberRole) { json[name] = plain(member); });
-    // Bytes that are no UTF-8 are replaced: what another process put into a string must not stop the writing.
-    return json.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
+    // Written straight into the text: this runs for every take.
+    std::string text;
+    visitMembers(value, [&text](const char* name, const auto& member, MemberRole) {
+        text += text.empty() ? "{\"" : ",\"";
+        text += name;
+        text += "\":";
+        addJson(text, member);
+    });
+    return text + '}';
 }
 
 template <typename T>

@@ -203,7 +203,7 @@ TEST_F(StoreKeeperTest, StoreThatIsDamagedWhileInUseIsSetAsideAndNothingKnownIsL
     {
         std::fstream file(m_path, std::ios::in | std::ios::out | std::ios::binary);
         file.seekp(4096);
-        file << std::string(std::filesystem::file_size(m_path) - 4096, '\xa5');
+        file << std::string(static_cast<std::size_t>(std::filesystem::file_size(m_path)) - 4096, '\xa5');
     }
 
     for (std::uint32_t i = 0; i < 2000; ++i)

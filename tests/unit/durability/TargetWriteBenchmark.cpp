@@ -1,7 +1,7 @@
 // What the keeping of targets costs the thread that writes them: the median time of one write of a target, with the
 // store on a normal disk, on a disk made slow and without a store, and of a write that nobody keeps. One run, the cases
 // in turns, so that all of them see the same machine. Run by hand from an optimised build, in a namespace of its own:
-//     tests/support/in-namespace build/release/bin/bench_take_path
+//     tests/support/in-namespace build/release/bin/bench_target_write
 
 #include <algorithm>
 #include <array>
