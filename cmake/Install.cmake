@@ -1,4 +1,4 @@
-# What `cmake --install` puts in place: programs, manuals and completions. Configuration, the system user and the unit come
+# What `cmake --install` puts in place: programs, manuals, completions and the dissector. Configuration, the system user and the unit come
 # with the packages alone, so that installing by hand overwrites nothing of the operator's.
 include(GNUInstallDirs)
 
@@ -8,3 +8,4 @@ install(FILES man/korabridge.8 DESTINATION ${CMAKE_INSTALL_MANDIR}/man8)
 install(FILES man/koractl.1 man/korasim.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 install(FILES man/korabridge-log.xml.5 DESTINATION ${CMAKE_INSTALL_MANDIR}/man5)
 install(FILES completions/koractl completions/korasim DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+install(FILES tools/wireshark/kora.lua DESTINATION ${CMAKE_INSTALL_LIBDIR}/wireshark/plugins)
