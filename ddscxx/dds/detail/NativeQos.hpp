@@ -17,7 +17,7 @@ public:
     template <typename Qos>
     explicit NativeQos(const Qos& qos) : NativeQos()
     {
-        std::apply([this](const auto&... policy) { (set(policy), ...); }, qos.policies());
+        std::apply([this](const auto&... policy) { (this->set(policy), ...); }, qos.policies());
     }
 
     const dds_qos_t* get() const { return m_qos.get(); }

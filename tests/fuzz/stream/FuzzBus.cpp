@@ -1,0 +1,190 @@
+#include "tests/fuzz/stream/FuzzBus.h"
+
+#include "dds/detail/ParticipantDelegate.hpp"
+#include "dds/detail/PublisherDelegate.hpp"
+#include "dds/detail/ReaderDelegate.hpp"
+#include "dds/detail/SubscriberDelegate.hpp"
+#include "dds/detail/TopicDelegate.hpp"
+#include "dds/detail/WriterDelegate.hpp"
+#include "tests/fuzz/support/Require.h"
+
+#include <cstring>
+#include <set>
+
+namespace fuzz
+{
+
+using Support = com::tallowcrest::dds_::routing::TypeSupport<FuzzBus::Output>;
+
+FuzzBus& FuzzBus::instance()
+{
+    static FuzzBus& theBus = *new FuzzBus;
+    return theBus;
+}
+
+void FuzzBus::reset()
+{
+    m_writes.clear();
+    m_history.clear();
+}
+
+void FuzzBus::attach(const dds::detail::ReaderDelegate* reader, std::string topic, std::string partition)
+{
+    m_readers[reader].channel = Channel(std::move(topic), std::move(partition));
+}
+
+void FuzzBus::listen(const dds::detail::ReaderDelegate* reader, dds::detail::ReaderCallbacks* callbacks)
+{
+    m_readers.at(reader).callbacks = callbacks;
+}
+
+void FuzzBus::addHistory(const dds::detail::ReaderDelegate* reader)
+{
+    Reader& asking = m_readers.at(reader);
+    for (const auto& [number, sample] : m_history[asking.channel])
+    {
+        const auto bus = Support::toBus(sample);
+        Bytes bytes(sizeof(bus));
+        std::memcpy(bytes.data(), &bus, sizeof(bus));
+        asking.samples.push_back({std::move(bytes), true});
+    }
+}
+
+void FuzzBus::record(const std::string& topic, const std::string& partition, const Output& sample)
+{
+    m_writes.push_back({topic, partition, sample});
+    m_history[Channel(topic, partition)][sample.macroXptOutput] = sample;
+}
+
+std::vector<FuzzBus::Sample> FuzzBus::take(const dds::detail::ReaderDelegate* reader)
+{
+    return std::exchange(m_readers.at(reader).samples, {});
+}
+
+void FuzzBus::deliver(const std::string& topic, const std::string& partition, const Bytes& bytes, bool isValid)
+{
+    for (auto& [delegate, reader] : m_readers)
+    {
+        if (reader.channel == Channel(topic, partition))
+        {
+            reader.samples.push_back({bytes, isValid});
+            if (reader.callbacks != nullptr)
+            {
+                reader.callbacks->onDataAvailable();
+            }
+        }
+    }
+}
+
+} // namespace fuzz
+
+// What follows stands in for the parts of ddscxx that call the DDS library.
+namespace dds::detail
+{
+
+namespace
+{
+
+using fuzz::FuzzBus;
+
+std::string partitionOf(const core::policy::Partition& partition)
+{
+    return partition.name().empty() ? std::string() : partition.name().front();
+}
+
+} // namespace
+
+Entity::~Entity() = default;
+
+ParticipantDelegate::ParticipantDelegate(std::uint32_t) : m_entity(1) {}
+
+PublisherDelegate::PublisherDelegate(std::shared_ptr<ParticipantDelegate> participant,
+                                     const pub::qos::PublisherQos& qos)
+    : m_participant(std::move(participant)), m_qos(qos), m_entity(1)
+{}
+
+SubscriberDelegate::SubscriberDelegate(std::shared_ptr<ParticipantDelegate> participant,
+                                       const sub::qos::SubscriberQos& qos)
+    : m_participant(std::move(participant)), m_qos(qos), m_entity(1)
+{}
+
+TopicDelegate::TopicDelegate(std::shared_ptr<ParticipantDelegate> participant,
+                             const com::tallowcrest::durability::TypeCodec& codec, std::string name,
+                             const topic::qos::TopicQos& qos)
+    : m_participant(std::move(participant)), m_name(std::move(name)), m_qos(qos), m_codec(codec), m_entity(1)
+{}
+
+WriterDelegate::WriterDelegate(std::shared_ptr<PublisherDelegate> publisher, std::shared_ptr<TopicDelegate> topic,
+                               const pub::qos::DataWriterQos& qos)
+    : m_publisher(std::move(publisher)), m_topic(std::move(topic)), m_qos(qos), m_entity(1)
+{}
+
+void WriterDelegate::write(const void* sample)
+{
+    fuzz::require(m_topic->sampleSize() == sizeof(fuzz::Support::BusType), "the bridge writes targets only");
+    fuzz::Support::BusType bus;
+    std::memcpy(&bus, sample, sizeof(bus));
+    FuzzBus::instance().record(m_topic->name(), partitionOf(m_publisher->qos().policy<core::policy::Partition>()),
+                               fuzz::Support::fromBus(bus));
+}
+
+core::InstanceHandle WriterDelegate::registerInstance(const void*)
+{
+    fuzz::require(false, "targets are never registered on their own");
+    return {};
+}
+
+core::InstanceHandle WriterDelegate::lookupInstance(const void*) const
+{
+    fuzz::require(false, "targets are never looked up");
+    return {};
+}
+
+void WriterDelegate::unregisterInstance(core::InstanceHandle, core::Time)
+{
+    fuzz::require(false, "targets are never unregistered");
+}
+
+void WriterDelegate::disposeInstance(core::InstanceHandle, core::Time)
+{
+    fuzz::require(false, "targets are never disposed of");
+}
+
+ReaderDelegate::ReaderDelegate(std::shared_ptr<SubscriberDelegate> subscriber, std::shared_ptr<TopicDelegate> topic,
+                               const sub::qos::DataReaderQos& qos)
+    : m_subscriber(std::move(subscriber)), m_topic(std::move(topic)), m_qos(qos), m_entity(1)
+{
+    FuzzBus::instance().attach(this, m_topic->name(),
+                               partitionOf(m_subscriber->qos().policy<core::policy::Partition>()));
+}
+
+ReaderDelegate::~ReaderDelegate()
+{
+    FuzzBus::instance().detach(this);
+}
+
+void ReaderDelegate::take(const Visitor& visit)
+{
+    for (const FuzzBus::Sample& sample : FuzzBus::instance().take(this))
+    {
+        dds_sample_info_t info{};
+        info.sample_state = DDS_SST_NOT_READ;
+        info.view_state = DDS_VST_NEW;
+        info.instance_state = sample.isValid ? DDS_IST_ALIVE : DDS_IST_NOT_ALIVE_DISPOSED;
+        info.valid_data = sample.isValid;
+        visit(sample.bytes.data(), info);
+    }
+}
+
+void ReaderDelegate::waitForHistoricalData(core::Duration)
+{
+    FuzzBus::instance().addHistory(this);
+}
+
+void ReaderDelegate::listen(std::unique_ptr<ReaderCallbacks> callbacks, core::status::StatusMask)
+{
+    m_callbacks = std::move(callbacks);
+    FuzzBus::instance().listen(this, m_callbacks.get());
+}
+
+} // namespace dds::detail

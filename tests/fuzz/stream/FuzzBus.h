@@ -1,0 +1,90 @@
+#pragma once
+
+#include "bustypes/RoutingTypes.h"
+#include "bustypes/TypeSupport.h"
+
+#include <cstddef>
+#include <cstring>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace dds::detail
+{
+class ReaderCallbacks;
+class ReaderDelegate;
+} // namespace dds::detail
+
+namespace fuzz
+{
+
+/// A bus without a network, for one thread. FuzzBus.cpp defines what `ddscxx` says to the DDS library, so that a
+/// program that links it runs everything from the wrappers up as it is, and nothing below. Samples that are published
+/// reach the readers of their topic and partition inside the call; what the bridge writes is recorded. The last
+/// sample of each instance that was written stays for who asks for history, as with PERSISTENT data.
+class FuzzBus
+{
+public:
+    using Output = com::tallowcrest::dds_::routing::MacroXptOutput;
+    using Bytes = std::vector<std::byte>;
+
+    /// One sample that the bridge wrote.
+    struct Write
+    {
+        std::string topic;
+        std::string partition;
+        Output sample;
+    };
+
+    static FuzzBus& instance();
+
+    /// Forgets writes and history. Readers come and go with their owners.
+    void reset();
+
+    /// Delivers a sample to the readers of the topic in the partition. One without valid data stands for the end of its
+    /// instance.
+    template <typename T>
+    void publish(const std::string& topic, const std::string& partition, const T& sample, bool isValid)
+    {
+        const auto bus = com::tallowcrest::dds_::routing::TypeSupport<T>::toBus(sample);
+        Bytes bytes(sizeof(bus));
+        std::memcpy(bytes.data(), &bus, sizeof(bus));
+        deliver(topic, partition, bytes, isValid);
+    }
+
+    /// What was written since the last call.
+    std::vector<Write> takeWrites() { return std::exchange(m_writes, {}); }
+
+    // For the delegates.
+    void attach(const dds::detail::ReaderDelegate* reader, std::string topic, std::string partition);
+    void detach(const dds::detail::ReaderDelegate* reader) { m_readers.erase(reader); }
+    void listen(const dds::detail::ReaderDelegate* reader, dds::detail::ReaderCallbacks* callbacks);
+    void addHistory(const dds::detail::ReaderDelegate* reader);
+    void record(const std::string& topic, const std::string& partition, const Output& sample);
+
+    struct Sample
+    {
+        Bytes bytes;
+        bool isValid = false;
+    };
+    std::vector<Sample> take(const dds::detail::ReaderDelegate* reader);
+
+private:
+    using Channel = std::pair<std::string, std::string>; ///< topic, partition
+
+    struct Reader
+    {
+        Channel channel;
+        dds::detail::ReaderCallbacks* callbacks = nullptr;
+        std::vector<Sample> samples;
+    };
+
+    void deliver(const std::string& topic, const std::string& partition, const Bytes& bytes, bool isValid);
+
+    std::map<const dds::detail::ReaderDelegate*, Reader> m_readers;
+    std::vector<Write> m_writes;
+    std::map<Channel, std::map<std::uint32_t, Output>> m_history;
+};
+
+} // namespace fuzz

@@ -1,0 +1,91 @@
+#pragma once
+
+#include "bustypes/RoutingTypes.h"
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+namespace fuzz
+{
+
+/// A level as the protocol describes it, written for clearness, not for speed: the oracle of the stream harness. All
+/// arithmetic in 64 bits.
+class ModelLevel
+{
+public:
+    using Description = com::tallowcrest::dds_::routing::MacroLevel;
+
+    explicit ModelLevel(const Description& description)
+        : m_description(description), m_changedFor(description.numMacroXptOutputs, 0)
+    {}
+
+    std::optional<std::uint32_t> inputXpt(std::uint32_t controllerInput) const
+    {
+        return across(controllerInput, m_description.controllerInputStart, m_description.numMacroXptInputs,
+                      m_description.macroXptInputStart);
+    }
+    std::optional<std::uint32_t> outputXpt(std::uint32_t controllerOutput) const
+    {
+        return across(controllerOutput, m_description.controllerOutputStart, m_description.numMacroXptOutputs,
+                      m_description.macroXptOutputStart);
+    }
+    std::optional<std::uint32_t> controllerInput(std::uint32_t xpt) const
+    {
+        return across(xpt, m_description.macroXptInputStart, m_description.numMacroXptInputs,
+                      m_description.controllerInputStart);
+    }
+
+    /// The output of that macro crosspoint changed, for all 16 connections.
+    void noteChange(std::uint32_t xpt)
+    {
+        const auto output = across(xpt, m_description.macroXptOutputStart, m_description.numMacroXptOutputs,
+                                   m_description.controllerOutputStart);
+        if (output)
+        {
+            m_changedFor[*output - m_description.controllerOutputStart] = 0xffff;
+        }
+    }
+    void noteConnection(std::uint32_t connection)
+    {
+        for (std::uint16_t& changed : m_changedFor)
+        {
+            changed = static_cast<std::uint16_t>(changed | (1U << connection));
+        }
+    }
+    /// Takes at most `limit` changed outputs for the connection, lowest first.
+    std::vector<std::uint32_t> takeChanges(std::uint32_t connection, std::size_t limit)
+    {
+        std::vector<std::uint32_t> outputs;
+        for (std::uint32_t i = 0; i < m_changedFor.size() && outputs.size() < limit; ++i)
+        {
+            if ((m_changedFor[i] & (1U << connection)) != 0)
+            {
+                m_changedFor[i] = static_cast<std::uint16_t>(m_changedFor[i] & ~(1U << connection));
+                outputs.push_back(m_description.controllerOutputStart + i); // wraps, as the link's numbers do
+            }
+        }
+        return outputs;
+    }
+
+    bool isVideo() const { return m_description.levelSignalType == com::tallowcrest::dds_::routing::LST_Video; }
+
+private:
+    /// `number` of a block that begins at `start` in the block that begins at `otherStart`; nothing when it is outside
+    /// or has no counterpart in 32 bits.
+    static std::optional<std::uint32_t> across(std::uint64_t number, std::uint64_t start, std::uint64_t count,
+                                               std::uint64_t otherStart)
+    {
+        const std::uint64_t other = otherStart + number - start;
+        if (number < start || number >= start + count || other > 0xffffffffU)
+        {
+            return std::nullopt;
+        }
+        return static_cast<std::uint32_t>(other);
+    }
+
+    Description m_description;
+    std::vector<std::uint16_t> m_changedFor; ///< by output; a bit for each connection
+};
+
+} // namespace fuzz
