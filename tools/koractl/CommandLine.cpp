@@ -11,6 +11,7 @@
 #include "tools/koractl/CommandContext.h"
 #include "tools/koractl/Errors.h"
 #include "tools/koractl/LprCommands.h"
+#include "tools/koractl/MatrixCommand.h"
 #include "tools/koractl/QueryCommands.h"
 #include "tools/koractl/RawCommand.h"
 #include "tools/koractl/SystemCommands.h"
@@ -88,6 +89,7 @@ int runCommandLine(const std::vector<std::string>& arguments, const ProgramStrea
         addLprCommands(app, context);
         addQueryCommands(app, context);
         addChangesCommands(app, context);
+        addMatrixCommand(app, context);
         addBackupCommands(app, context);
         addSystemCommands(app, context);
         addRawCommand(app, context);

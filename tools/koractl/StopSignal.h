@@ -18,6 +18,9 @@ public:
 
     bool waitFor(std::chrono::milliseconds time) override;
 
+    /// Readable once a signal came; for those who wait for other things too.
+    int descriptor() const { return m_fd.get(); }
+
 private:
     sigset_t m_formerMask{};
     com::tallowcrest::util::UniqueFd m_fd;
