@@ -25,21 +25,8 @@ constexpr std::size_t reservedLatencies = 1U << 20U;
 timespec timespecOf(std::chrono::nanoseconds time)
 {
     const auto seconds = std::chrono::floor<std::chrono::seconds>(time);
-    return {.tv_sec = seconds.count(), .tv_nsec = (time - seconds).count()};
-}
-
-std::uint64_t entriesOf(const Request& request)
-{
-    switch (request.command)
-    {
-    case Command::Take:
-    case Command::CoherentTake:
-    case Command::Protect:
-    case Command::Release:
-        return request.shape.entries;
-    default:
-        return 0;
-    }
+    return {.tv_sec = static_cast<decltype(timespec::tv_sec)>(seconds.count()),
+            .tv_nsec = static_cast<decltype(timespec::tv_nsec)>((time - seconds).count())};
 }
 
 } // namespace
