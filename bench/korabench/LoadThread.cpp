@@ -29,6 +29,20 @@ timespec timespecOf(std::chrono::nanoseconds time)
             .tv_nsec = static_cast<decltype(timespec::tv_nsec)>((time - seconds).count())};
 }
 
+std::uint64_t entriesOf(const Request& request)
+{
+    switch (request.command)
+    {
+    case Command::Take:
+    case Command::CoherentTake:
+    case Command::Protect:
+    case Command::Release:
+        return request.shape.entries;
+    default:
+        return 0;
+    }
+}
+
 } // namespace
 
 LoadThread::LoadThread(std::vector<std::unique_ptr<Controller>> controllers, const LoadPlan& plan)
