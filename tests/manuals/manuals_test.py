@@ -117,6 +117,10 @@ class CompletionTest(unittest.TestCase):
         self.assertEqual(["0", "2", "4", "6"], complete("koractl", "system", "")[:4])
         self.assertEqual([], complete("koractl", "take", "--lpr-id", ""))
 
+    def test_nothing_is_offered_for_the_numbers_of_an_address(self):
+        self.assertEqual([], complete("koractl", "take", "1", ":", ""))
+        self.assertEqual([], complete("korasim", "--refuse", "video", ":", ""))
+
     def test_koractl_offers_files_where_a_file_is_wanted(self):
         for words in ("backup", ""), ("restore", ""), ("--names", ""):
             with self.subTest(words=words):
