@@ -43,7 +43,7 @@ MatrixPicture::MatrixPicture(const MatrixModel& model, std::size_t width, bool h
     : m_model(model), m_width(width), m_hasColor(hasColor), m_inputs(model.inputs())
 {
     const LevelSnapshot& outputs = model.outputs();
-    m_outputDigits = std::max<std::size_t>(std::to_string(outputs.empty() ? 0 : outputs.rbegin()->first).size(), 4);
+    m_outputDigits = std::max<std::size_t>(std::to_string(outputs.empty() ? 0 : outputs.rbegin()->first).size(), 5);
     m_inputDigits = std::max<std::size_t>(std::to_string(m_inputs.last).size(), 4);
     const std::size_t outputNames = model.names().outputWidth(model.level());
     const std::size_t inputNames = model.names().inputWidth(model.level());
@@ -87,7 +87,7 @@ std::vector<std::string> MatrixPicture::ruler(std::uint32_t first) const
         }
     }
     numbers.erase(numbers.find_last_not_of(' ') + 1);
-    return {paint(faint, padLeft("OUTPUT", m_left - 2) + "  " + numbers),
+    return {paint(faint, padRight("OUTPUT", m_left - 2) + "  " + numbers),
             paint(faint, std::string(m_left, ' ') + ticks)};
 }
 

@@ -1,0 +1,29 @@
+#include "tests/unit/koractl/Golden.h"
+
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+
+#include <gtest/gtest.h>
+
+void expectGolden(const std::string& name, const std::string& text)
+{
+    const std::string path = std::string(KORABRIDGE_SOURCE_DIR) + "/tests/unit/koractl/golden/" + name;
+    if (std::getenv("KORACTL_WRITE_GOLDEN") != nullptr)
+    {
+        std::ofstream(path) << text;
+        ADD_FAILURE() << name << " was written";
+        return;
+    }
+    std::ifstream file(path);
+    ASSERT_TRUE(file) << path << " cannot be read";
+    std::istringstream lines(text);
+    std::string wanted;
+    std::string line;
+    for (int number = 1; std::getline(file, wanted); ++number)
+    {
+        ASSERT_TRUE(std::getline(lines, line)) << name << ":" << number << ": the text ends before: " << wanted;
+        ASSERT_EQ(line, wanted) << name << ":" << number;
+    }
+    EXPECT_FALSE(std::getline(lines, line)) << name << " ends before: " << line;
+}
