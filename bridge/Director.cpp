@@ -1,6 +1,8 @@
 #include "bridge/Director.h"
 
+#include "bridge/LogGuard.h"
 #include "bridge/Logging.h"
+#include "bridge/StartResources.h"
 #include "bustypes/TopicNames.h"
 #include "buswrappers/ComponentInfoPub.h"
 #include "buswrappers/RouterMemberMgr.h"
@@ -99,7 +101,9 @@ bool Director::startSystem(std::uint32_t frameId, std::uint32_t koraBridgeId, st
     m_koraBridgeName = std::move(koraBridgeName);
     m_description = std::move(description);
     configureLogging(loggingConfiguration, 0);
+    guardLogAppenders();
     m_logger = log4cxx::Logger::getLogger(loggerName);
+    awaitStartResources(m_logger);
 
     createControllerLink(); // 3, 4
     createTelnetConsole();  // 5

@@ -1,0 +1,178 @@
+#include "bridge/LogGuard.h"
+
+#include "tests/support/TempDir.h"
+#include "tests/support/WaitUntil.h"
+
+#include <gtest/gtest.h>
+#include <log4cxx/basicconfigurator.h>
+#include <log4cxx/fileappender.h>
+#include <log4cxx/logger.h>
+#include <log4cxx/patternlayout.h>
+#include <log4cxx/rolling/rollingfileappender.h>
+
+#include <cstdio>
+#include <stdexcept>
+
+#include <sys/resource.h>
+
+namespace
+{
+
+/// Keeps what it is given, or fails as it is told to.
+class FakeAppender final : public log4cxx::AppenderSkeleton
+{
+public:
+    void append(const log4cxx::spi::LoggingEventPtr& event, log4cxx::helpers::Pool&) override
+    {
+        if (!m_failure.empty())
+        {
+            throw std::runtime_error(m_failure);
+        }
+        LOG4CXX_ENCODE_CHAR(text, event->getRenderedMessage());
+        m_lines.push_back(event->getLevel()->toInt() == log4cxx::Level::WARN_INT ? "WARN " + text : text);
+    }
+    void close() override { m_isClosed = true; }
+    bool requiresLayout() const override { return false; }
+
+    std::string m_failure;
+    std::vector<std::string> m_lines;
+    bool m_isClosed = false;
+};
+
+class LogGuardTest : public testing::Test
+{
+protected:
+    LogGuardTest()
+    {
+        log4cxx::BasicConfigurator::resetConfiguration();
+        log4cxx::Logger::getRootLogger()->setLevel(log4cxx::Level::getInfo());
+        testing::internal::CaptureStderr();
+    }
+    ~LogGuardTest() override { log4cxx::BasicConfigurator::resetConfiguration(); }
+
+    static std::shared_ptr<FakeAppender> guardFake()
+    {
+        auto fake = std::make_shared<FakeAppender>();
+        log4cxx::Logger::getRootLogger()->addAppender(fake);
+        guardLogAppenders();
+        return fake;
+    }
+    static void log(const std::string& text) { LOG4CXX_INFO(log4cxx::Logger::getLogger("KORABRIDGE"), text); }
+    /// What standard error has got since the test began.
+    static std::string errors() { return testing::internal::GetCapturedStderr(); }
+};
+
+using Lines = std::vector<std::string>;
+
+} // namespace
+
+TEST_F(LogGuardTest, PassesLinesOnWhileAllIsWell)
+{
+    const auto fake = guardFake();
+
+    log("one");
+    log("two");
+
+    EXPECT_EQ(fake->m_lines, (Lines{"one", "two"}));
+    EXPECT_EQ(errors(), "");
+}
+
+TEST_F(LogGuardTest, FailureOfTheAppenderDoesNotReachTheLoggingThread)
+{
+    const auto fake = guardFake();
+    fake->m_failure = "no space";
+
+    EXPECT_NO_THROW(log("lost"));
+
+    EXPECT_EQ(fake->m_lines, Lines{});
+    EXPECT_EQ(errors(), "korabridge: log lines are lost until this is mended: no space\n");
+}
+
+TEST_F(LogGuardTest, LostLinesAreCountedInTheLogOnceItIsWrittenAgain)
+{
+    const auto fake = guardFake();
+    fake->m_failure = "no space";
+    log("lost");
+    log("lost too");
+    fake->m_failure.clear();
+
+    log("kept");
+    log("and on");
+
+    EXPECT_EQ(fake->m_lines, (Lines{"kept", "WARN 2 log lines were lost, no space", "and on"}));
+    errors();
+}
+
+TEST_F(LogGuardTest, StandardErrorIsToldOnceHoweverOftenTheTroubleComesBack)
+{
+    const auto fake = guardFake();
+
+    for (int i = 0; i < 1000; ++i)
+    {
+        fake->m_failure = "no space";
+        log("lost");
+        fake->m_failure.clear();
+        log("kept");
+    }
+
+    EXPECT_EQ(errors(), "korabridge: log lines are lost until this is mended: no space\n");
+}
+
+TEST_F(LogGuardTest, AppenderOfTwoLoggersGetsOneGuardAndASecondCallAddsNone)
+{
+    const auto fake = std::make_shared<FakeAppender>();
+    const auto root = log4cxx::Logger::getRootLogger();
+    const auto other = log4cxx::Logger::getLogger("OTHER");
+    root->addAppender(fake);
+    other->addAppender(fake);
+
+    guardLogAppenders();
+    const auto guard = root->getAllAppenders().at(0);
+    guardLogAppenders();
+
+    ASSERT_EQ(root->getAllAppenders().size(), 1U);
+    EXPECT_EQ(root->getAllAppenders().at(0), guard);
+    EXPECT_EQ(other->getAllAppenders().at(0), guard);
+    EXPECT_NE(guard, fake);
+    log("one");
+    EXPECT_EQ(fake->m_lines, Lines{"one"});
+    errors();
+}
+
+TEST_F(LogGuardTest, ClosingTheGuardClosesTheAppender)
+{
+    const auto fake = std::make_shared<FakeAppender>();
+    LogGuard sut(fake);
+
+    sut.close();
+
+    EXPECT_TRUE(fake->m_isClosed);
+    errors();
+}
+
+TEST_F(LogGuardTest, FileThatCouldNotBeOpenedIsOpenedOnceItCanBe)
+{
+    const testsupport::TempDir directory;
+    const auto blocked = directory.path() / "log";
+    testsupport::writeFile(blocked, "a file where a directory is wanted");
+    const auto layout = std::make_shared<log4cxx::PatternLayout>("%p %m%n");
+    const auto appender = std::make_shared<log4cxx::FileAppender>();
+    appender->setLayout(layout);
+    appender->setFile((blocked / "bridge.log").string());
+    log4cxx::helpers::Pool pool;
+    appender->activateOptions(pool);
+    log4cxx::Logger::getRootLogger()->addAppender(appender);
+    guardLogAppenders();
+    log("lost");
+
+    std::filesystem::remove(blocked);
+    EXPECT_TRUE(testsupport::waitUntil([&] {
+        log("a line");
+        return std::filesystem::exists(blocked / "bridge.log");
+    }));
+
+    const std::string text = testsupport::readFile(blocked / "bridge.log");
+    EXPECT_EQ(text.rfind("INFO a line\nWARN ", 0), 0U) << text;
+    EXPECT_NE(text.find(" log lines were lost, Not a directory\n"), std::string::npos) << text;
+    EXPECT_NE(errors().find("korabridge: log lines are lost until this is mended: "), std::string::npos);
+}
