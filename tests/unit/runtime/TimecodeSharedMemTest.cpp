@@ -1,5 +1,7 @@
 #include "runtime/hwobjs/TimecodeSharedMem.h"
 
+#include "tests/support/WaitUntil.h"
+
 #include <gtest/gtest.h>
 #include <sys/ipc.h>
 #include <sys/shm.h>
@@ -166,6 +168,23 @@ TEST_F(TimecodeSharedMemTest, aSmallerSegmentIsReportedAndReplacedByTheDefault)
     sut.setTimecode(Timecode(0x01000064));
     EXPECT_EQ(sut.getTimecode().word(), defaultWord);
     EXPECT_EQ(segmentState().shm_nattch, 0U);
+}
+
+TEST_F(TimecodeSharedMemTest, aSegmentThatGetsItsRightSizeLaterIsAttachedWithOneLine)
+{
+    ASSERT_GE(::shmget(key, 16, IPC_CREAT | 0666), 0);
+    testing::internal::CaptureStderr();
+    const TimecodeSharedMem sut;
+    EXPECT_EQ(sut.getTimecode().word(), defaultWord);
+
+    removeSegment();
+    ASSERT_GE(::shmget(key, 32, IPC_CREAT | 0666), 0);
+    OtherProcess().write(0x01000064);
+
+    EXPECT_TRUE(testsupport::waitUntil([&] { return sut.getTimecode().word() == 0x01000064U; }));
+    EXPECT_EQ(sut.getTimecode().word(), 0x01000064U);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "shmget: Invalid argument\nshmat: Invalid argument\n"
+                                                      "house timecode: the shared-memory segment is attached now\n");
 }
 
 TEST_F(TimecodeSharedMemTest, aSegmentMayBeReadWhileItIsWritten)
