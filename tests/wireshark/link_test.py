@@ -1,6 +1,7 @@
 """What the dissector makes of segments, pairs, bad messages and settings."""
 
 import pathlib
+import random
 import tempfile
 import unittest
 
@@ -262,6 +263,17 @@ class LinkTest(unittest.TestCase):
         self.connection.request(take(1, (1, 2, 3, 4), (1, 2, 3, 5)), captured=40 + 30)
         self.connection.request(poll(2))
         self.assertEqual(self.dissect()[-1].one("kora.tag"), "2")
+
+    def test_no_payload_makes_the_dissector_fail(self):
+        dice = random.Random(1)
+        ids = (TAKE, SET_LPR, 0x52, POLL, COHERENT_TAKE, 0x59, 0x5E, CARD, PORT, 0x5000, 0, 2)
+        for number in range(600):
+            connection = Connection(self.capture, 41000 + number)
+            values = [dice.choice((0, 1, 2, 4, 6, 0x80, 0xFFFFFFFF)) for _ in range(dice.randrange(12))]
+            message_id = dice.choice(ids)
+            connection.request(message(message_id, 1, *values))
+            connection.response(message(message_id | 1 << 31, 0, 1, *values))
+        self.assertEqual(len(self.dissect("-2")), 1200)  # dissect() refuses captures with which Lua had trouble
 
     # Settings
 
