@@ -104,11 +104,13 @@ class Reader(Process):
         super().__init__(scratch, name, [programs / "bench_reader", *arguments])
         self.await_text("announced")
 
-    def samples(self):
-        before = self.log.read_text().count("samples")
-        self.popen.send_signal(signal.SIGUSR1)
-        await_that(lambda: self.log.read_text().count("samples") > before, f"the count of {self.name}")
-        return int(self.log.read_text().split()[-1])
+
+def count_of(process):
+    """What a reader or subscriber has counted so far."""
+    before = process.log.read_text().count("samples")
+    process.popen.send_signal(signal.SIGUSR1)
+    await_that(lambda: process.log.read_text().count("samples") > before, f"the count of {process.name}")
+    return int(process.log.read_text().split()[-1])
 
 
 class Server:
@@ -151,6 +153,10 @@ class Load:
         self.popen = subprocess.Popen([str(a) for a in arguments], stdout=subprocess.PIPE, stderr=subprocess.PIPE,
                                       text=True, preexec_fn=lambda: os.sched_setaffinity(0, cpus))
 
+    def await_line(self, line):
+        if self.popen.stdout.readline().strip() != line:
+            raise BenchError(f"the load generator did not get as far as '{line}': {self.popen.communicate()[1]}")
+
     def result(self):
         out, error = self.popen.communicate()
         if self.popen.returncode != 0:
@@ -159,13 +165,13 @@ class Load:
 
 
 # The audio level that every bridge has, with the routes that bench_reader shows.
-LEVEL = ("--level", 2, "--outputs", 2304, "--inputs", 2304, "--identity")
+LEVEL = ("--level", 2, "--outputs", 2304, "--inputs", 2304)
 
 
-def korabench(programs, server, arguments, pin, seconds, warm_up):
+def korabench(programs, server, arguments, pin, seconds, warm_up, identity=True):
     """Starts a load on a server."""
     return Load([programs / "korabench", "--json", "--port", server.port, *LEVEL, "--duration", seconds, "--warm-up",
-                 warm_up, *arguments], pins(pin)[1])
+                 warm_up, *(("--identity",) if identity else ()), *arguments], pins(pin)[1])
 
 
 def measure(programs, server, arguments, pin, seconds, warm_up):

@@ -12,17 +12,6 @@ namespace korabench
 namespace
 {
 
-constexpr double defaultWarmUpSeconds = 0.5;
-constexpr double defaultSeconds = 5;
-constexpr double mostSeconds = 3600;
-constexpr std::uint32_t mostThreads = 64;
-constexpr std::uint32_t mostConnections = 1000;
-
-std::chrono::nanoseconds nanoseconds(double seconds)
-{
-    return std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::duration<double>(seconds));
-}
-
 void addRequestOptions(CLI::App& app, CommandLine& result)
 {
     RequestShape& shape = result.shape;
@@ -66,36 +55,18 @@ void addRequestOptions(CLI::App& app, CommandLine& result)
 std::optional<CommandLine> parseCommandLine(int argc, char** argv, int& status)
 {
     CommandLine result;
-    double warmUp = defaultWarmUpSeconds;
-    double seconds = defaultSeconds;
-    double intervalMs = 0;
     CLI::App app(
         "A load of controllers: each sends a request, waits for its response, checks it and sends the next. "
         "Prints requests and takes a second and the latencies. A wrong response ends the program with status 1.",
         "korabench");
     app.add_option("--host", result.endpoint.address, "IPv4 address of the bridge")->capture_default_str();
     app.add_option("--port", result.endpoint.port, "Its port")->capture_default_str();
-    app.add_option("--connections", result.connections, "Controllers")
-        ->capture_default_str()
-        ->check(CLI::Range(1U, mostConnections));
-    app.add_option("--threads", result.threads, "Threads that drive them")
-        ->capture_default_str()
-        ->check(CLI::Range(1U, mostThreads));
+    result.load.addTo(app);
     addRequestOptions(app, result);
-    app.add_option("--warm-up", warmUp, "Seconds before the measurement")
-        ->capture_default_str()
-        ->check(CLI::Range(0.0, mostSeconds));
-    app.add_option("--duration", seconds, "Seconds of measurement")
-        ->capture_default_str()
-        ->check(CLI::Range(0.0, mostSeconds));
-    app.add_option("--interval", intervalMs, "Milliseconds from one request of a controller to its next; 0: at once")
-        ->capture_default_str()
-        ->check(CLI::Range(0.0, 1000 * mostSeconds));
-    app.add_option("--await-changes", result.awaitedChanges,
+    app.add_option("--await-changes", result.load.awaitedChanges,
                    "End as soon as every controller has seen so many changes, with status 1 after the duration without "
                    "them; prints \"ready\" when all have polled until nothing was left")
         ->capture_default_str();
-    app.add_flag("--json", result.isJson, "Print one JSON object");
     try
     {
         app.parse(argc, argv);
@@ -106,10 +77,6 @@ std::optional<CommandLine> parseCommandLine(int argc, char** argv, int& status)
         status = app.exit(error) == 0 ? 0 : wrongArguments; // 0: help was asked for
         return std::nullopt;
     }
-    result.warmUp = nanoseconds(warmUp);
-    result.duration = nanoseconds(seconds);
-    result.interval = nanoseconds(intervalMs / 1000);
-    result.threads = std::min(result.threads, result.connections);
     return result;
 }
 

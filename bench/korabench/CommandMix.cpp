@@ -22,7 +22,7 @@ struct Share
 
 Command parseCommand(const std::string& name)
 {
-    for (const Command command : allCommands())
+    for (const Command command : mixCommands())
     {
         if (name == nameOf(command))
         {
@@ -84,11 +84,13 @@ const char* nameOf(Command command)
         return "card";
     case Command::Unknown:
         return "unknown";
+    case Command::Publish:
+        return "publish";
     }
     return "";
 }
 
-const std::vector<Command>& allCommands()
+const std::vector<Command>& mixCommands()
 {
     static const std::vector<Command> all{Command::Take,  Command::CoherentTake, Command::Protect, Command::Release,
                                           Command::Tally, Command::Status,       Command::Changes, Command::Partition,

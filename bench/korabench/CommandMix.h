@@ -6,7 +6,7 @@
 namespace korabench
 {
 
-/// The commands that can be asked for.
+/// What a client sends.
 enum class Command
 {
     Take,
@@ -20,14 +20,15 @@ enum class Command
     Port,
     System,
     Card,
-    Unknown
+    Unknown,
+    Publish ///< a message to an MQTT broker, for comparison; in no mix
 };
 
 /// As it stands in a mix.
 const char* nameOf(Command command);
 
-/// All commands, in the order of the enumeration.
-const std::vector<Command>& allCommands();
+/// Those that a mix may hold, in the order of the enumeration.
+const std::vector<Command>& mixCommands();
 
 /// The order in which a controller sends commands, over and over: "take" gives takes alone, "take:8,changes:2" eight
 /// takes and two polls in every ten, spread evenly. Throws std::invalid_argument that says what is wrong.

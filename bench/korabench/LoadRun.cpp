@@ -8,6 +8,7 @@
 #include <thread>
 #include <vector>
 
+#include "bench/korabench/Controller.h"
 #include "bench/korabench/LoadThread.h"
 
 namespace korabench
@@ -15,21 +16,19 @@ namespace korabench
 namespace
 {
 
-using Controllers = std::vector<std::unique_ptr<Controller>>;
+using Clients = std::vector<std::unique_ptr<Client>>;
 
 /// A bridge that has just lost its last controllers opens its port again within some seconds.
 constexpr std::chrono::seconds connectTimeout{10};
 constexpr std::chrono::milliseconds connectPause{20};
 
-std::unique_ptr<Controller> connect(const Endpoint& endpoint, const std::vector<Request>& requests)
+std::unique_ptr<Client> connect(const ClientFactory& makeClient, std::uint32_t index)
 {
     for (const auto end = Clock::now() + connectTimeout;;)
     {
         try
         {
-            auto controller = std::make_unique<Controller>(endpoint, requests);
-            controller->probe();
-            return controller;
+            return makeClient(index);
         }
         catch (const NotConnected&)
         {
@@ -42,24 +41,13 @@ std::unique_ptr<Controller> connect(const Endpoint& endpoint, const std::vector<
     }
 }
 
-/// The controllers of each thread.
-std::vector<Controllers> connectAll(const CommandLine& commandLine)
+/// The clients of each thread.
+std::vector<Clients> connectAll(const LoadOptions& options, const ClientFactory& makeClient)
 {
-    std::vector<Controllers> groups(commandLine.threads);
-    for (std::uint32_t i = 0; i < commandLine.connections; ++i)
+    std::vector<Clients> groups(std::min(options.threads, options.connections));
+    for (std::uint32_t i = 0; i < options.connections; ++i)
     {
-        RequestShape shape = commandLine.shape;
-        // Far apart from those of the others where the level is large enough.
-        shape.offset = i * std::max(1U, shape.outputs / commandLine.connections);
-        groups[i % commandLine.threads].push_back(
-            connect(commandLine.endpoint, buildRequests(commandLine.order, shape)));
-    }
-    for (const Controllers& group : groups)
-    {
-        for (const auto& controller : group)
-        {
-            controller->drainChanges();
-        }
+        groups[i % groups.size()].push_back(connect(makeClient, i));
     }
     return groups;
 }
@@ -102,51 +90,68 @@ void runAll(std::vector<std::unique_ptr<LoadThread>>& loads)
     }
 }
 
+void addTo(Report& report, const LoadThread& load, bool areChangesAwaited)
+{
+    report.requests += load.requestCount();
+    report.allRequests += load.allRequestCount();
+    report.takes += load.entryCount();
+    for (const auto& [command, stats] : load.latencies())
+    {
+        report.latencies[command].merge(stats);
+    }
+    if (areChangesAwaited)
+    {
+        report.changesCompleteAt.insert(report.changesCompleteAt.end(), load.changesCompleteAt().begin(),
+                                        load.changesCompleteAt().end());
+    }
+}
+
 } // namespace
 
-Report runLoad(const CommandLine& commandLine)
+Report runLoad(const LoadOptions& options, const ClientFactory& makeClient)
 {
-    std::vector<Controllers> groups = connectAll(commandLine);
-    if (commandLine.awaitedChanges != 0)
+    std::vector<Clients> groups = connectAll(options, makeClient);
+    if (options.awaitedChanges != 0)
     {
         std::cout << "ready" << std::endl;
     }
     LoadPlan plan;
-    plan.begin = Clock::now() + commandLine.warmUp;
-    plan.end = plan.begin + commandLine.duration;
-    plan.interval = commandLine.interval;
-    plan.awaitedChanges = commandLine.awaitedChanges;
+    plan.begin = Clock::now() + options.warmUp();
+    plan.end = plan.begin + options.duration();
+    plan.interval = options.interval();
+    plan.awaitedChanges = options.awaitedChanges;
     std::vector<std::unique_ptr<LoadThread>> loads;
-    for (Controllers& group : groups)
+    for (Clients& group : groups)
     {
         loads.push_back(std::make_unique<LoadThread>(std::move(group), plan));
     }
     runAll(loads);
 
     Report report;
-    report.connections = commandLine.connections;
-    const Clock::time_point end = std::min(plan.end, Clock::now());
-    report.seconds = std::chrono::duration<double>(end - plan.begin).count();
+    report.connections = options.connections;
+    report.seconds = std::chrono::duration<double>(std::min(plan.end, Clock::now()) - plan.begin).count();
     for (const auto& load : loads)
     {
-        report.requests += load->requestCount();
-        report.allRequests += load->allRequestCount();
-        report.takes += load->entryCount();
-        for (const auto& [command, stats] : load->latencies())
-        {
-            report.latencies[command].merge(stats);
-        }
-        if (commandLine.awaitedChanges != 0)
-        {
-            report.changesCompleteAt.insert(report.changesCompleteAt.end(), load->changesCompleteAt().begin(),
-                                            load->changesCompleteAt().end());
-        }
+        addTo(report, *load, options.awaitedChanges != 0);
     }
     if (std::count(report.changesCompleteAt.begin(), report.changesCompleteAt.end(), Clock::time_point()) != 0)
     {
         throw std::runtime_error("not every controller saw the changes awaited");
     }
     return report;
+}
+
+ClientFactory controllerFactory(const CommandLine& commandLine)
+{
+    return [commandLine](std::uint32_t index) {
+        RequestShape shape = commandLine.shape;
+        // Far apart from those of the others where the level is large enough.
+        shape.offset = index * std::max(1U, shape.outputs / commandLine.load.connections);
+        auto controller = std::make_unique<Controller>(commandLine.endpoint, buildRequests(commandLine.order, shape));
+        controller->probe();
+        controller->drainChanges();
+        return controller;
+    };
 }
 
 } // namespace korabench

@@ -29,36 +29,21 @@ timespec timespecOf(std::chrono::nanoseconds time)
             .tv_nsec = static_cast<decltype(timespec::tv_nsec)>((time - seconds).count())};
 }
 
-std::uint64_t entriesOf(const Request& request)
-{
-    switch (request.command)
-    {
-    case Command::Take:
-    case Command::CoherentTake:
-    case Command::Protect:
-    case Command::Release:
-        return request.shape.entries;
-    default:
-        return 0;
-    }
-}
-
 } // namespace
 
-LoadThread::LoadThread(std::vector<std::unique_ptr<Controller>> controllers, const LoadPlan& plan)
-    : m_plan(plan), m_changesCompleteAt(controllers.size()), m_incomplete(controllers.size())
+LoadThread::LoadThread(std::vector<std::unique_ptr<Client>> clients, const LoadPlan& plan)
+    : m_plan(plan), m_changesCompleteAt(clients.size()), m_incomplete(clients.size())
 {
-    for (std::size_t i = 0; i < controllers.size(); ++i)
+    for (std::size_t i = 0; i < clients.size(); ++i)
     {
-        // With an interval the controllers take turns.
-        const auto share = m_plan.interval * i / controllers.size();
-        const std::uint64_t seen = controllers[i]->changesSeen();
-        m_slots.push_back({.controller = std::move(controllers[i]),
-                           .dueAt = Clock::now() + share,
-                           .index = i,
-                           .changesBefore = seen});
+        // With an interval the clients take turns.
+        const auto share = m_plan.interval * i / clients.size();
+        const std::uint64_t seen = clients[i]->changesSeen();
+        m_slots.push_back(
+            {.client = std::move(clients[i]), .dueAt = Clock::now() + share, .index = i, .changesBefore = seen});
     }
-    for (const Command command : allCommands())
+    m_latencies[Command::Publish];
+    for (const Command command : mixCommands())
     {
         m_latencies[command]; // so that none is inserted while measuring
     }
@@ -68,7 +53,7 @@ void LoadThread::run()
 {
     if (!m_slots.empty())
     {
-        m_latencies[m_slots.front().controller->lastRequest().command].reserve(reservedLatencies);
+        m_latencies[m_slots.front().client->lastCommand()].reserve(reservedLatencies);
     }
     if (m_slots.size() == 1 && m_plan.interval.count() == 0)
     {
@@ -82,10 +67,10 @@ void LoadThread::run()
 
 void LoadThread::runOne(Slot& slot)
 {
-    for (Clock::time_point now = Clock::now(); !isDone(now); now = slot.controller->receivedAt())
+    for (Clock::time_point now = Clock::now(); !isDone(now); now = slot.client->receivedAt())
     {
-        slot.controller->send();
-        while (!slot.controller->receive())
+        slot.client->send();
+        while (!slot.client->receive())
         {}
         onResponse(slot);
     }
@@ -99,7 +84,7 @@ void LoadThread::runMany()
         epoll_event event{};
         event.events = EPOLLIN;
         event.data.ptr = &slot;
-        if (!m_epoll.isOpen() || ::epoll_ctl(m_epoll.get(), EPOLL_CTL_ADD, slot.controller->fd(), &event) != 0)
+        if (!m_epoll.isOpen() || ::epoll_ctl(m_epoll.get(), EPOLL_CTL_ADD, slot.client->fd(), &event) != 0)
         {
             throw std::runtime_error("epoll: " + systemErrorText());
         }
@@ -121,14 +106,14 @@ void LoadThread::runMany()
         for (int i = 0; i < ready; ++i)
         {
             auto& slot = *static_cast<Slot*>(events[static_cast<std::size_t>(i)].data.ptr);
-            if (!slot.controller->receive())
+            if (!slot.client->receive())
             {
                 continue;
             }
             onResponse(slot);
-            if (m_plan.interval.count() == 0 && !isDone(slot.controller->receivedAt()))
+            if (m_plan.interval.count() == 0 && !isDone(slot.client->receivedAt()))
             {
-                slot.controller->send();
+                slot.client->send();
             }
         }
         if (m_plan.interval.count() != 0)
@@ -147,12 +132,12 @@ Clock::time_point LoadThread::sendDue(Clock::time_point now)
         {
             return next;
         }
-        if (!slot.controller->isWaiting() && slot.dueAt <= now)
+        if (!slot.client->isWaiting() && slot.dueAt <= now)
         {
-            slot.controller->send();
+            slot.client->send();
             slot.dueAt = std::max(slot.dueAt + m_plan.interval, now);
         }
-        if (!slot.controller->isWaiting())
+        if (!slot.client->isWaiting())
         {
             next = std::min(next, slot.dueAt);
         }
@@ -162,17 +147,17 @@ Clock::time_point LoadThread::sendDue(Clock::time_point now)
 
 void LoadThread::onResponse(Slot& slot)
 {
-    const Controller& controller = *slot.controller;
-    const Clock::time_point at = controller.receivedAt();
+    const Client& client = *slot.client;
+    const Clock::time_point at = client.receivedAt();
     if (at >= m_plan.begin && at < m_plan.end)
     {
         ++m_requestCount;
-        m_entryCount += entriesOf(controller.lastRequest());
-        m_latencies.find(controller.lastRequest().command)->second.add(controller.latency());
+        m_entryCount += client.lastEntries();
+        m_latencies.find(client.lastCommand())->second.add(client.latency());
     }
     Clock::time_point& completeAt = m_changesCompleteAt[slot.index];
     if (m_plan.awaitedChanges != 0 && completeAt == Clock::time_point() &&
-        controller.changesSeen() - slot.changesBefore >= m_plan.awaitedChanges)
+        client.changesSeen() - slot.changesBefore >= m_plan.awaitedChanges)
     {
         completeAt = at;
         --m_incomplete;
@@ -182,12 +167,12 @@ void LoadThread::onResponse(Slot& slot)
 std::uint64_t LoadThread::allRequestCount() const
 {
     return std::accumulate(m_slots.begin(), m_slots.end(), std::uint64_t{0},
-                           [](std::uint64_t sum, const Slot& slot) { return sum + slot.controller->responseCount(); });
+                           [](std::uint64_t sum, const Slot& slot) { return sum + slot.client->responseCount(); });
 }
 
 bool LoadThread::isWaiting() const
 {
-    return std::any_of(m_slots.begin(), m_slots.end(), [](const Slot& slot) { return slot.controller->isWaiting(); });
+    return std::any_of(m_slots.begin(), m_slots.end(), [](const Slot& slot) { return slot.client->isWaiting(); });
 }
 
 bool LoadThread::isDone(Clock::time_point now) const

@@ -6,7 +6,7 @@
 #include <memory>
 #include <vector>
 
-#include "bench/korabench/Controller.h"
+#include "bench/korabench/Client.h"
 #include "bench/korabench/LatencyStats.h"
 #include "runtime/util/UniqueFd.h"
 
@@ -19,34 +19,34 @@ struct LoadPlan
     /// Requests answered in this time count.
     Clock::time_point begin;
     Clock::time_point end;
-    /// From one request of a controller to its next; 0: the next follows on the answer.
+    /// From one request of a client to its next; 0: the next follows on the answer.
     std::chrono::nanoseconds interval{0};
-    /// When not 0: the run ends as soon as every controller has seen this many changes.
+    /// When not 0: the run ends as soon as every client has seen this many changes.
     std::uint64_t awaitedChanges = 0;
 };
 
-/// Some controllers driven by one thread: a single one waits in the receive itself, several by epoll. Owned by the
+/// Some clients driven by one thread: a single one waits in the receive itself, several by epoll. Owned by the
 /// thread that calls `run`; the results belong to whoever joins it.
 class LoadThread
 {
 public:
-    LoadThread(std::vector<std::unique_ptr<Controller>> controllers, const LoadPlan& plan);
+    LoadThread(std::vector<std::unique_ptr<Client>> clients, const LoadPlan& plan);
 
-    /// Throws what a `Controller` throws.
+    /// Throws what a `Client` throws.
     void run();
 
     std::uint64_t requestCount() const { return m_requestCount; }
-    /// Of the controllers, since they were made.
+    /// Of the clients, since they were made.
     std::uint64_t allRequestCount() const;
     std::uint64_t entryCount() const { return m_entryCount; }
     const std::map<Command, LatencyStats>& latencies() const { return m_latencies; }
-    /// When each controller had seen the changes awaited; empty for one that never had.
+    /// When each client had seen the changes awaited; empty for one that never had.
     const std::vector<Clock::time_point>& changesCompleteAt() const { return m_changesCompleteAt; }
 
 private:
     struct Slot
     {
-        std::unique_ptr<Controller> controller;
+        std::unique_ptr<Client> client;
         Clock::time_point dueAt;
         std::size_t index;
         /// At the begin of the run.

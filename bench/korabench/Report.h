@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "bench/korabench/Client.h"
 #include "bench/korabench/CommandMix.h"
-#include "bench/korabench/Controller.h"
 #include "bench/korabench/LatencyStats.h"
 
 namespace korabench

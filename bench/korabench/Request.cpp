@@ -75,6 +75,7 @@ Request buildRequest(Command command, const RequestShape& shape, std::uint32_t r
     case Command::Card:
         return request(encoder.cardPresence(cardWord), wire::rspId::ccPresence);
     case Command::Unknown:
+    case Command::Publish:
         break;
     }
     return request(encoder.raw(unknownId, {}), wire::rspId::error);

@@ -15,8 +15,9 @@ int main(int argc, char** argv)
         {
             return status;
         }
-        const korabench::Report report = korabench::runLoad(*commandLine);
-        std::cout << (commandLine->isJson ? korabench::jsonOf(report) : korabench::textOf(report));
+        const korabench::Report report =
+            korabench::runLoad(commandLine->load, korabench::controllerFactory(*commandLine));
+        std::cout << (commandLine->load.isJson ? korabench::jsonOf(report) : korabench::textOf(report));
     }
     catch (const std::exception& error)
     {

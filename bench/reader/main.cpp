@@ -3,6 +3,7 @@
 // SIGUSR1 and at its end (SIGTERM, SIGINT) "samples N".
 
 #include "bench/support/BusEndpoint.h"
+#include "bench/support/CountOnSignal.h"
 #include "bustypes/TopicNames.h"
 
 #include <array>
@@ -74,7 +75,7 @@ struct Options
     bool isSilent = false;
 };
 
-void run(const Options& options)
+void run(const Options& options, const sigset_t& signals)
 {
     const dds_entity_t participant =
         dds::detail::check(dds_create_participant(options.domain, nullptr, nullptr), "creating the participant");
@@ -97,16 +98,7 @@ void run(const Options& options)
     }
     std::cout << "announced" << std::endl;
 
-    sigset_t signals;
-    sigemptyset(&signals);
-    sigaddset(&signals, SIGUSR1);
-    sigaddset(&signals, SIGTERM);
-    sigaddset(&signals, SIGINT);
-    for (int signal = SIGUSR1; signal == SIGUSR1;)
-    {
-        sigwait(&signals, &signal);
-        std::cout << "samples " << g_samples << std::endl;
-    }
+    bench::printCountOnSignal(signals, g_samples);
     static_cast<void>(dds_delete(participant));
 }
 
@@ -123,16 +115,10 @@ int main(int argc, char** argv)
     app.add_flag("--silent", options.isSilent, "Announce nothing, only read");
     CLI11_PARSE(app, argc, argv);
 
-    // Before the DDS library makes its threads, so that the signals reach sigwait alone.
-    sigset_t signals;
-    sigemptyset(&signals);
-    sigaddset(&signals, SIGUSR1);
-    sigaddset(&signals, SIGTERM);
-    sigaddset(&signals, SIGINT);
-    sigprocmask(SIG_BLOCK, &signals, nullptr);
+    const sigset_t signals = bench::blockCountSignals();
     try
     {
-        run(options);
+        run(options, signals);
     }
     catch (const std::exception& error)
     {
