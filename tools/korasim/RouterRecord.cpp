@@ -140,7 +140,7 @@ bool RouterRecord::waitForComponent(std::uint32_t frameId, std::uint32_t compone
 bool RouterRecord::waitFor(std::chrono::milliseconds timeout, const std::function<bool()>& isReached) const
 {
     std::unique_lock lock(m_mutex);
-    return m_changed.wait_for(lock, timeout, isReached);
+    return m_changed.wait_for(lock, timeout * m_patience, isReached);
 }
 
 } // namespace korasim

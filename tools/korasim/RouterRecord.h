@@ -49,6 +49,9 @@ public:
     /// Forgets targets and status, so that a test can wait for what comes next. Component records stay.
     void clear();
 
+    /// Makes every wait last so many times longer, for a machine that is so much slower.
+    void setPatience(int factor) { m_patience = factor; }
+
     /// Waits until the last target of an output satisfies the predicate and returns it; nothing when time is up.
     std::optional<MacroXptOutput> waitForTarget(Signal signal, std::uint32_t output, const TargetPredicate& predicate,
                                                 std::chrono::milliseconds timeout = defaultTimeout) const;
@@ -76,6 +79,7 @@ private:
     SignalRecord& of(Signal signal) { return signal == Signal::Video ? m_video : m_audio; }
     bool waitFor(std::chrono::milliseconds timeout, const std::function<bool()>& isReached) const;
 
+    int m_patience = 1; // set before there are threads that wait
     mutable std::mutex m_mutex;
     mutable std::condition_variable m_changed;
     SignalRecord m_video;

@@ -13,7 +13,10 @@ namespace e2e
 using testsupport::ChildProcess;
 using testsupport::waitUntil;
 
-BridgeFixture::BridgeFixture(korasim::RouterOptions options) : m_router(std::move(options)) {}
+BridgeFixture::BridgeFixture(korasim::RouterOptions options) : m_router(std::move(options))
+{
+    m_router.record().setPatience(testsupport::timeFactor());
+}
 
 BridgeFixture::~BridgeFixture()
 {
