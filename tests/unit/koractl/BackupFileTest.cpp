@@ -1,5 +1,6 @@
 #include "tools/koractl/BackupFile.h"
 
+#include <random>
 #include <sstream>
 
 #include <gtest/gtest.h>
@@ -81,6 +82,52 @@ TEST(BackupFile, GivenEditedLinesTakesNamesPartsAndComments)
     EXPECT_FALSE(wishes[1].route);
     EXPECT_EQ(wishes[1].lpr, (OutputLpr{1, 42}));
     EXPECT_FALSE(wishes[2].lpr);
+}
+
+TEST(BackupFile, GivenDamagedTextEitherReadsItOrSaysWhichLine)
+{
+    const std::string whole = "koractl-backup 1\nlevel 1\noutput 1 input \"CAM 1\" locked by 42\noutput 2 input none\n"
+                              "level 2 # audio\noutput 0x10 protected by 7\n";
+    std::istringstream in("input 12 CAM 1\n");
+    const Names names = Names::read(in, "names");
+    std::mt19937 random(20261121);
+    std::size_t refused = 0;
+
+    for (int round = 0; round < 5000; ++round)
+    {
+        std::string text = whole;
+        for (std::uint32_t damage = random() % 4 + 1; damage > 0; --damage)
+        {
+            const std::size_t at = random() % text.size();
+            switch (random() % 3)
+            {
+            case 0:
+                text[at] = static_cast<char>(random() % 256);
+                break;
+            case 1:
+                text.erase(at, random() % 8 + 1);
+                break;
+            default:
+                text.insert(at, text.substr(random() % text.size(), random() % 12));
+            }
+            text += text.empty() ? "k" : "";
+        }
+        try
+        {
+            for (const OutputWish& wish : read(text, names))
+            {
+                ASSERT_TRUE(wish.route || wish.lpr);
+            }
+        }
+        catch (const FileError& problem)
+        {
+            ++refused;
+            ASSERT_EQ(std::string(problem.what()).find("plant.backup:"), 0U) << problem.what();
+        }
+    }
+
+    EXPECT_GT(refused, 1000U);
+    EXPECT_LT(refused, 5000U);
 }
 
 struct BadFile
