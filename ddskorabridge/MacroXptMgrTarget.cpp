@@ -11,6 +11,7 @@
 #include "runtime/hwobjs/CurrentTimecodeReader.h"
 #include "runtime/util/Log.h"
 
+#include <chrono>
 #include <utility>
 
 using namespace com::tallowcrest::dds_::routing;
@@ -25,6 +26,14 @@ namespace
 {
 
 constexpr dds::core::Duration historicalDataTimeout = dds::core::Duration::from_secs(20);
+/// A router that works answers within milliseconds; one that hangs must not hold up the others for long.
+constexpr std::chrono::milliseconds readersTimeout{150};
+
+/// Names an instance that no router has: outputs are numbered from 1.
+MacroXptOutput noOutput()
+{
+    return {.macroXptOutput = 0};
+}
 
 } // namespace
 
@@ -41,6 +50,11 @@ void MacroXptMgrTarget::joinRouterPartition(const std::string& routerPartition)
                m_routerPartition.c_str());
     RouterMemberXptsSub::joinRouterPartition(m_routerPartition);
     m_publisher.joinRouterPartition(m_routerPartition);
+    if (!m_publisher.waitForReaders(noOutput(), readersTimeout))
+    {
+        LOG_WARN_F(m_logger, "%s a reader has not answered the new writer within %d ms", m_targetTopic.c_str(),
+                   static_cast<int>(readersTimeout.count()));
+    }
     getDurableData();
 }
 

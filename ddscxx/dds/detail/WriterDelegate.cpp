@@ -82,6 +82,11 @@ void WriterDelegate::disposeInstance(core::InstanceHandle instance, core::Time s
           call("disposing an instance of"));
 }
 
+void WriterDelegate::waitForAcknowledgments(core::Duration timeout)
+{
+    check(dds_wait_for_acks(m_entity.handle(), timeout.to_chrono().count()), call("waiting for the readers of"));
+}
+
 core::status::PublicationMatchedStatus WriterDelegate::publicationMatchedStatus()
 {
     dds_publication_matched_status_t status{};

@@ -33,6 +33,8 @@ public:
     void unregisterInstance(core::InstanceHandle instance, core::Time sourceTimestamp);
     void disposeInstance(core::InstanceHandle instance, core::Time sourceTimestamp);
 
+    /// Waits until every reader has confirmed all that was written, else throws TimeoutError.
+    void waitForAcknowledgments(core::Duration timeout);
     core::status::PublicationMatchedStatus publicationMatchedStatus();
 
     const std::shared_ptr<PublisherDelegate>& publisher() const { return m_publisher; }

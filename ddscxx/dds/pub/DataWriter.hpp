@@ -72,6 +72,8 @@ public:
         delegate()->disposeInstance(instance, sourceTimestamp);
     }
 
+    /// Returns when every reader has confirmed all that was written; throws TimeoutError when one does not in time.
+    void wait_for_acknowledgments(const core::Duration& timeout) { delegate()->waitForAcknowledgments(timeout); }
     core::status::PublicationMatchedStatus publication_matched_status()
     {
         return delegate()->publicationMatchedStatus();
