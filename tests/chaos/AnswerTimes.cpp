@@ -61,9 +61,9 @@ void AnswerTimes::answered(const std::string& command, Clock::time_point begin, 
     }
     if (took - stalled > m_bound)
     {
-        m_verdict.violation(command + " was answered after " + milliseconds(took) +
-                            " (the machine held this program up for " + milliseconds(stalled) +
-                            " of it), last: " + m_circumstance);
+        m_verdict.violation("late answer", command + " was answered after " + milliseconds(took) +
+                                               " (the machine let others run for " + milliseconds(stalled) +
+                                               " of it), last: " + m_circumstance);
     }
 }
 

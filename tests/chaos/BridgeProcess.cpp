@@ -3,6 +3,7 @@
 #include <array>
 #include <csignal>
 #include <stdexcept>
+#include <utility>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -10,7 +11,8 @@
 namespace chaos
 {
 
-BridgeProcess::BridgeProcess(const std::vector<std::string>& arguments)
+BridgeProcess::BridgeProcess(const std::vector<std::string>& arguments, std::string countedText)
+    : m_countedText(std::move(countedText))
 {
     std::array<int, 2> ends{};
     if (pipe2(ends.data(), O_CLOEXEC) != 0)
@@ -73,6 +75,10 @@ void BridgeProcess::addLine(const std::string& line)
 {
     const std::lock_guard lock(m_mutex);
     ++m_lineCount;
+    if (!m_countedText.empty() && line.find(m_countedText) != std::string::npos)
+    {
+        ++m_countedLines;
+    }
     m_lastLines.push_back(line);
     if (m_lastLines.size() > keptLines)
     {
@@ -92,6 +98,12 @@ std::size_t BridgeProcess::lineCount() const
 {
     const std::lock_guard lock(m_mutex);
     return m_lineCount;
+}
+
+std::size_t BridgeProcess::countedLines() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_countedLines;
 }
 
 std::vector<std::string> BridgeProcess::lastLines() const

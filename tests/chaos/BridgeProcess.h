@@ -20,7 +20,8 @@ namespace chaos
 class BridgeProcess
 {
 public:
-    explicit BridgeProcess(const std::vector<std::string>& arguments);
+    /// Lines that hold `countedText` are counted.
+    explicit BridgeProcess(const std::vector<std::string>& arguments, std::string countedText = {});
     ~BridgeProcess();
     BridgeProcess(const BridgeProcess&) = delete;
     BridgeProcess& operator=(const BridgeProcess&) = delete;
@@ -32,6 +33,7 @@ public:
     std::optional<int> stop(std::chrono::milliseconds deadline);
 
     std::size_t lineCount() const;
+    std::size_t countedLines() const;
     std::vector<std::string> lastLines() const;
     /// Lines at level ERROR, complaints of the memory pools and reports of sanitizers.
     std::vector<std::string> errorLines() const;
@@ -42,12 +44,14 @@ private:
     void readOutput();
     void addLine(const std::string& line);
 
+    const std::string m_countedText;
     int m_output = -1;
     std::unique_ptr<testsupport::ChildProcess> m_process;
     mutable std::mutex m_mutex;
     std::deque<std::string> m_lastLines;
     std::vector<std::string> m_errorLines;
     std::size_t m_lineCount = 0;
+    std::size_t m_countedLines = 0;
     std::thread m_reader;
 };
 

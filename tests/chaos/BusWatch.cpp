@@ -90,7 +90,12 @@ void BusWatch::follow(const std::string& partition)
 void BusWatch::onTarget(const std::string& partition, Signal signal, const MacroXptOutput& sample,
                         const dds::sub::SampleInfo& info)
 {
-    if (!info.valid() || m_world.takesSabotage(Sabotage::LostTake))
+    if (m_world.takes.expects({signal, sample.macroXptOutput}, sample.lprId) &&
+        m_world.takesSabotage(Sabotage::LostTake))
+    {
+        m_overlooked = sample.lprId;
+    }
+    if (!info.valid() || m_overlooked == sample.lprId)
     {
         return;
     }

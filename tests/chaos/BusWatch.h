@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -46,6 +47,7 @@ private:
     std::atomic<std::size_t> m_followed{0};
     std::shared_ptr<com::tallowcrest::apartment::Apartment> m_apartment;
     std::vector<std::unique_ptr<Sub>> m_subs;
+    std::optional<std::uint32_t> m_overlooked; ///< by sabotage
 };
 
 } // namespace chaos

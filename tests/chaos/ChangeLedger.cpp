@@ -32,7 +32,8 @@ void ChangeLedger::reported(std::size_t poller, const Crosspoint& crosspoint, co
     auto& known = m_pollers[poller].of(crosspoint.signal);
     if (crosspoint.output == 0 || crosspoint.output >= known.size())
     {
-        m_verdict.violation(m_pollers[poller].name + " was told of " + crosspoint.text() + ", which does not exist");
+        m_verdict.violation("change",
+                            m_pollers[poller].name + " was told of " + crosspoint.text() + ", which does not exist");
         return;
     }
     known[crosspoint.output] = status;
@@ -65,9 +66,9 @@ void ChangeLedger::walked(std::size_t poller, Signal signal, Clock::time_point b
         else if (begin - onBus.when >= m_bound)
         {
             onBus.compared |= bit;
-            m_verdict.violation(who.name + " has not learnt of " + Crosspoint{signal, output}.text() + ", which is " +
-                                describe(onBus.status) + " since " + milliseconds(begin - onBus.when) + "; it knows " +
-                                describe(known));
+            m_verdict.violation("change", who.name + " has not learnt of " + Crosspoint{signal, output}.text() +
+                                              ", which is " + describe(onBus.status) + " since " +
+                                              milliseconds(begin - onBus.when) + "; it knows " + describe(known));
         }
     }
 }

@@ -79,7 +79,8 @@ void ConsolePeer::inspect()
     const auto socket = serve();
     if (!socket)
     {
-        m_world.verdict.violation("the console served no operator within " + milliseconds(m_world.bounds.console));
+        m_world.verdict.violation("console",
+                                  "the console served no operator within " + milliseconds(m_world.bounds.console));
         return;
     }
     try
@@ -90,13 +91,14 @@ void ConsolePeer::inspect()
         {
             if (tasks.find(name) == std::string::npos || tasks.find("not running") != std::string::npos)
             {
-                m_world.verdict.violation("the console's tasks lack a running '" + std::string(name) + "': " + tasks);
+                m_world.verdict.violation("console",
+                                          "the console's tasks lack a running '" + std::string(name) + "': " + tasks);
             }
         }
     }
     catch (const std::runtime_error& error)
     {
-        m_world.verdict.violation(std::string("the console ended an operator's session: ") + error.what());
+        m_world.verdict.violation("console", std::string("the console ended an operator's session: ") + error.what());
     }
 }
 

@@ -49,7 +49,7 @@ koractl::KoraClient Controller::connect()
             if (const auto took = Clock::now() - begin;
                 took - m_world.stalls.stalledBetween(begin, Clock::now()) > m_world.bounds.connect)
             {
-                m_world.verdict.violation(m_name + " was let in after " + milliseconds(took));
+                m_world.verdict.violation("controller", m_name + " was let in after " + milliseconds(took));
             }
             return client;
         }
@@ -76,7 +76,7 @@ void Controller::run()
         {
             if (!m_stopper.isStopped())
             {
-                m_world.verdict.violation(m_name + ": " + error.what());
+                m_world.verdict.violation("controller", m_name + ": " + error.what());
                 m_stopper.pause(500ms);
             }
         }

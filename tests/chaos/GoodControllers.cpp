@@ -142,9 +142,14 @@ void Poller::walk(koractl::KoraClient& client, Signal signal)
         });
         for (const auto& change : changes.entries)
         {
-            if (!world().takesSabotage(Sabotage::MissingChange))
+            const Crosspoint crosspoint{signal, change.output};
+            if (world().takesSabotage(Sabotage::MissingChange))
             {
-                world().changes.reported(m_ledgerNumber, {signal, change.output},
+                m_overlooked = crosspoint;
+            }
+            if (m_overlooked != crosspoint)
+            {
+                world().changes.reported(m_ledgerNumber, crosspoint,
                                          {change.result, change.input, change.lprState, change.lprId});
             }
         }
@@ -270,8 +275,8 @@ void Visitor::expectEveryOutput(koractl::KoraClient& client, Signal signal)
     }
     if (outputs.size() != sizeOf(signal))
     {
-        world().verdict.violation("a new controller was shown " + std::to_string(outputs.size()) +
-                                  " outputs of level " + std::to_string(levelOf(signal)));
+        world().verdict.violation("change", "a new controller was shown " + std::to_string(outputs.size()) +
+                                                " outputs of level " + std::to_string(levelOf(signal)));
     }
 }
 

@@ -3,6 +3,7 @@
 #include "tests/chaos/Controller.h"
 #include "tests/chaos/Dice.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -53,6 +54,7 @@ private:
 
     const ChangeLedger::Detail m_detail;
     const std::size_t m_ledgerNumber;
+    std::optional<Crosspoint> m_overlooked; ///< by sabotage
 };
 
 /// Asks all the other questions, one by one and many at a time.

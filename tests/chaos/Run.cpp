@@ -115,9 +115,10 @@ void ChaosRun::supervise()
 bool ChaosRun::perform()
 {
     m_out << "chaos: seed " << m_options.seed << ", " << m_options.length.count() << " s" << std::endl;
+    m_world.stalls.watch(m_bridge.pid());
     if (!testsupport::waitForPort(koraPort, 60s))
     {
-        m_world.verdict.violation("the controller port did not open at the start");
+        m_world.verdict.violation("bridge", "the controller port did not open at the start");
     }
     else
     {
@@ -142,7 +143,7 @@ void ChaosRun::finish()
     m_isBridgeDead = !m_bridge.isRunning();
     if (m_isBridgeDead)
     {
-        m_world.verdict.violation("the bridge has died");
+        m_world.verdict.violation("bridge", "the bridge has died");
     }
     m_disturbanceStopper.stop();
     for (auto& disturbance : m_disturbances)
@@ -164,7 +165,8 @@ void ChaosRun::finish()
         waitUntil([&] { return m_world.changes.figures().published >= before + 2304 + 288; }, m_options.bounds.change);
         if (!waitUntil([this] { return m_world.changes.open() == 0; }, 3 * m_options.bounds.change))
         {
-            m_world.verdict.violation(std::to_string(m_world.changes.open()) + " outputs were not compared at the end");
+            m_world.verdict.violation("bridge",
+                                      std::to_string(m_world.changes.open()) + " outputs were not compared at the end");
         }
         m_console.inspect();
     }
@@ -177,13 +179,13 @@ void ChaosRun::finish()
         const auto status = m_bridge.stop(m_options.bounds.exit);
         if (status != 0)
         {
-            m_world.verdict.violation("the bridge ended with " +
-                                      (status ? std::to_string(*status) : "nothing in time"));
+            m_world.verdict.violation("bridge", "the bridge ended with " +
+                                                    (status ? std::to_string(*status) : "nothing in time"));
         }
     }
     for (const auto& line : m_bridge.errorLines())
     {
-        m_world.verdict.violation("the bridge said: " + line);
+        m_world.verdict.violation("bridge", "the bridge said: " + line);
     }
 }
 
@@ -221,8 +223,9 @@ void ChaosRun::print()
           << "visits of new controllers: " << (m_visitor != nullptr ? m_visitor->visits() : 0) << "\n";
     m_world.answers.print(m_out);
     m_out << m_world.answers.count() << " answers, the longest after " << milliseconds(m_world.answers.longest())
-          << " (bound " << m_options.bounds.answer.count() << " ms); the machine held this program up for "
-          << milliseconds(m_world.stalls.total()) << "\n"
+          << " (bound " << m_options.bounds.answer.count()
+          << " ms); the machine kept the bridge and this program waiting for " << milliseconds(m_world.stalls.total())
+          << "\n"
           << m_bridge.lineCount() << " lines of the bridge's log\n";
     if (m_world.verdict.count() != 0)
     {
@@ -236,6 +239,10 @@ void ChaosRun::print()
         {
             m_out << "VIOLATION: " << text << "\n";
         }
+    }
+    for (const auto& [kind, count] : m_world.verdict.counts())
+    {
+        m_out << "violations (" << kind << "): " << count << "\n";
     }
     m_out << "chaos: seed " << m_options.seed << ": " << m_world.verdict.count() << " violations" << std::endl;
 }

@@ -28,8 +28,8 @@ void TakeLedger::refused(const Crosspoint& crosspoint)
     const auto open = m_open.find(crosspoint);
     if (open->second.seen)
     {
-        m_verdict.violation("request " + std::to_string(open->second.request.number) + " for " + crosspoint.text() +
-                            " was refused and is on the bus");
+        m_verdict.violation("take", "request " + std::to_string(open->second.request.number) + " for " +
+                                        crosspoint.text() + " was refused and is on the bus");
     }
     m_open.erase(open);
     ++m_figures.refused;
@@ -42,10 +42,23 @@ void TakeLedger::unanswered(const Crosspoint& crosspoint)
     ++m_figures.unanswered;
 }
 
+bool TakeLedger::expects(const Crosspoint& crosspoint, std::uint32_t number) const
+{
+    const std::lock_guard lock(m_mutex);
+    const auto open = m_open.find(crosspoint);
+    return open != m_open.end() && open->second.request.number == number && !open->second.seen;
+}
+
 void TakeLedger::seen(const Sighting& sighting, Clock::time_point when)
 {
     const std::lock_guard lock(m_mutex);
     checkOrder(sighting);
+    if (const auto overdue = m_overdue.find(sighting.number); overdue != m_overdue.end())
+    {
+        m_verdict.violation("take", "request " + std::to_string(sighting.number) + " came on the bus " +
+                                        milliseconds(when - overdue->second) + " after its answer");
+        m_overdue.erase(overdue);
+    }
     const auto open = m_open.find(sighting.crosspoint);
     if (open == m_open.end() || open->second.request.number != sighting.number)
     {
@@ -55,9 +68,9 @@ void TakeLedger::seen(const Sighting& sighting, Clock::time_point when)
     if ((request.input && *request.input != sighting.input) ||
         (request.lprState && *request.lprState != sighting.lprState))
     {
-        m_verdict.violation("request " + std::to_string(request.number) + " for " + sighting.crosspoint.text() +
-                            " is on the bus as input " + std::to_string(sighting.input) + ", state " +
-                            std::to_string(sighting.lprState));
+        m_verdict.violation("take", "request " + std::to_string(request.number) + " for " + sighting.crosspoint.text() +
+                                        " is on the bus as input " + std::to_string(sighting.input) + ", state " +
+                                        std::to_string(sighting.lprState));
     }
     if (!open->second.seen)
     {
@@ -87,9 +100,9 @@ void TakeLedger::checkOrder(const Sighting& sighting)
     const bool isLater = sighting.writer == newest.writer || sighting.written > newest.written;
     if (sighting.number < newest.number && isLater)
     {
-        m_verdict.violation("request " + std::to_string(newest.number) + " for " + sighting.crosspoint.text() +
-                            " was undone by request " + std::to_string(sighting.number) + " in partition " +
-                            sighting.partition);
+        m_verdict.violation("take", "request " + std::to_string(newest.number) + " for " + sighting.crosspoint.text() +
+                                        " was undone by request " + std::to_string(sighting.number) + " in partition " +
+                                        sighting.partition);
     }
     if (sighting.number >= newest.number)
     {
@@ -105,9 +118,10 @@ void TakeLedger::check(Clock::time_point now)
         const auto& [crosspoint, state] = *open;
         if (state.acknowledged && now - *state.acknowledged > m_bound)
         {
-            m_verdict.violation("request " + std::to_string(state.request.number) + " for " + crosspoint.text() +
-                                " was acknowledged " + milliseconds(now - *state.acknowledged) +
-                                " ago and is not on the bus");
+            m_verdict.violation("take", "request " + std::to_string(state.request.number) + " for " +
+                                            crosspoint.text() + " was acknowledged " +
+                                            milliseconds(now - *state.acknowledged) + " ago and is not on the bus");
+            m_overdue.emplace(state.request.number, *state.acknowledged);
             open = m_open.erase(open);
         }
         else

@@ -53,6 +53,8 @@ public:
     void refused(const Crosspoint& crosspoint);
     /// The connection ended before the answer.
     void unanswered(const Crosspoint& crosspoint);
+    /// Whether this request has been sent and not been seen.
+    bool expects(const Crosspoint& crosspoint, std::uint32_t number) const;
     void seen(const Sighting& sighting, Clock::time_point when);
     /// Looks for what has not come in time.
     void check(Clock::time_point now);
@@ -81,6 +83,7 @@ private:
     const Clock::duration m_bound;
     mutable std::mutex m_mutex;
     std::map<Crosspoint, Open> m_open;
+    std::map<std::uint32_t, Clock::time_point> m_overdue; ///< when they were acknowledged
     std::map<std::pair<std::string, Crosspoint>, Newest> m_newest;
     Figures m_figures;
 };

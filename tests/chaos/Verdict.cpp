@@ -5,11 +5,10 @@
 namespace chaos
 {
 
-void Verdict::violation(const std::string& text)
+void Verdict::violation(const std::string& kind, const std::string& text)
 {
     const std::lock_guard lock(m_mutex);
-    ++m_count;
-    if (m_texts.size() < maxTexts)
+    if (++m_counts[kind] <= maxTextsOfAKind)
     {
         m_texts.push_back(text);
         std::cerr << "VIOLATION: " << text << std::endl;
@@ -19,7 +18,18 @@ void Verdict::violation(const std::string& text)
 std::size_t Verdict::count() const
 {
     const std::lock_guard lock(m_mutex);
-    return m_count;
+    std::size_t sum = 0;
+    for (const auto& [kind, count] : m_counts)
+    {
+        sum += count;
+    }
+    return sum;
+}
+
+std::map<std::string, std::size_t> Verdict::counts() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_counts;
 }
 
 std::vector<std::string> Verdict::texts() const

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <map>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -12,16 +13,17 @@ namespace chaos
 class Verdict
 {
 public:
-    void violation(const std::string& text);
+    void violation(const std::string& kind, const std::string& text);
     std::size_t count() const;
+    std::map<std::string, std::size_t> counts() const;
     std::vector<std::string> texts() const;
 
 private:
-    static constexpr std::size_t maxTexts = 50;
+    static constexpr std::size_t maxTextsOfAKind = 20;
 
     mutable std::mutex m_mutex;
     std::vector<std::string> m_texts;
-    std::size_t m_count = 0;
+    std::map<std::string, std::size_t> m_counts;
 };
 
 } // namespace chaos

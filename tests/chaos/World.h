@@ -38,7 +38,7 @@ struct Bounds
     static Bounds times(int slowness)
     {
         using std::chrono::milliseconds;
-        return {milliseconds(1000) * slowness, milliseconds(2000) * slowness,  milliseconds(3000) * slowness,
+        return {milliseconds(2000) * slowness, milliseconds(2000) * slowness,  milliseconds(3000) * slowness,
                 milliseconds(5000) * slowness, milliseconds(10000) * slowness, milliseconds(10000) * slowness};
     }
 };

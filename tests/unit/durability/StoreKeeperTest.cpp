@@ -221,7 +221,7 @@ TEST_F(StoreKeeperTest, FullDiskIsOneWarningAndIsWrittenWhenThereIsRoom)
 {
     const std::filesystem::path disk = m_directory.path() / "disk";
     std::filesystem::create_directories(disk);
-    if (::unshare(CLONE_NEWNS) != 0 || ::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+    if (::unshare(CLONE_NEWNS) != 0 || ::mount("none", "/", "none", MS_REC | MS_PRIVATE, nullptr) != 0 ||
         ::mount("tmpfs", disk.c_str(), "tmpfs", 0, "size=400k") != 0)
     {
         GTEST_SKIP() << "no small disk to be had: " << std::strerror(errno);

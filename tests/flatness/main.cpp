@@ -1,0 +1,188 @@
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <chrono>
+#include <exception>
+#include <iomanip>
+#include <iostream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "tests/chaos/BridgeProcess.h"
+#include "tests/chaos/Controller.h"
+#include "tests/chaos/RouterProcess.h"
+#include "tests/flatness/EndpointWatch.h"
+#include "tests/flatness/Load.h"
+#include "tests/flatness/PoolTable.h"
+#include "tests/flatness/ProcessFigures.h"
+#include "tests/support/TcpSocket.h"
+#include "tests/support/WaitUntil.h"
+
+using namespace std::chrono_literals;
+using namespace flatness;
+
+namespace
+{
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+/// A sanitizer keeps memory that was freed.
+constexpr bool isMemoryMeaningful = false;
+#else
+constexpr bool isMemoryMeaningful = true;
+#endif
+
+/// All that must be flat, of a bridge at rest.
+struct Witnesses
+{
+    ProcessFigures process;
+    std::size_t endpoints = 0;
+    std::size_t poolsInUse = 0;
+    std::size_t poolBlocks = 0;
+
+    bool hasSameCounts(const Witnesses& other) const
+    {
+        return process.descriptors == other.process.descriptors && process.threads == other.process.threads &&
+               endpoints == other.endpoints && poolsInUse == other.poolsInUse;
+    }
+};
+
+class Flatness
+{
+public:
+    Flatness()
+    {
+        m_router.start("R1");
+        if (!testsupport::waitForPort(chaos::koraPort, 60s))
+        {
+            throw std::runtime_error("the controller port does not open");
+        }
+    }
+
+    bool perform(const Amount& amount, std::size_t warmUpDivisor, std::size_t allowedKiB);
+
+private:
+    Witnesses look();
+    /// Waits until the counts are those of `before`, as connections take a moment to go.
+    Witnesses lookAtRest(const Witnesses& before);
+    static void print(const std::string& when, const Witnesses& witnesses);
+
+    chaos::BridgeProcess m_bridge{{"17", "3", "Bridge One", "bridge at length"}, Load::joinText};
+    chaos::RouterProcess m_router;
+    EndpointWatch m_endpoints;
+};
+
+Witnesses Flatness::look()
+{
+    const PoolTable pools = parsePoolTable(askConsole("show mem"));
+    // Nobody at the console any more.
+    testsupport::waitUntil([this, lines = m_bridge.lineCount()] { return m_bridge.lineCount() > lines; }, 3s);
+    return {ProcessFigures::of(m_bridge.pid()), m_endpoints.endpointsOfBridge(), inUse(pools), blocks(pools)};
+}
+
+Witnesses Flatness::lookAtRest(const Witnesses& before)
+{
+    Witnesses now = look();
+    testsupport::waitUntil(
+        [&] {
+            now = look();
+            return now.hasSameCounts(before);
+        },
+        30s);
+    return now;
+}
+
+void Flatness::print(const std::string& when, const Witnesses& witnesses)
+{
+    std::cout << std::left << std::setw(12) << when << std::right << std::setw(10) << witnesses.process.residentKiB
+              << " KiB resident, " << witnesses.process.descriptors << " descriptors, " << witnesses.process.threads
+              << " threads, " << witnesses.endpoints << " DDS readers and writers, " << witnesses.poolsInUse
+              << " pool buffers in use, " << witnesses.poolBlocks << " pool blocks" << std::endl;
+}
+
+bool Flatness::perform(const Amount& amount, std::size_t warmUpDivisor, std::size_t allowedKiB)
+{
+    Load load(m_bridge, m_router);
+    const Witnesses atStart = look();
+    print("at start", atStart);
+    load.perform(amount.dividedBy(warmUpDivisor), [](const Amount&) {});
+    const Witnesses warm = lookAtRest(atStart);
+    print("warmed up", warm);
+    const Amount before = load.done();
+    const auto begin = std::chrono::steady_clock::now();
+    std::size_t nextReport = 1;
+    load.perform(amount, [&](const Amount& done) {
+        constexpr std::size_t reports = 10;
+        const double part = std::min(
+            {static_cast<double>(done.commands - before.commands) / static_cast<double>(amount.commands), 1.0});
+        if (part * reports >= static_cast<double>(nextReport))
+        {
+            ++nextReport;
+            std::cout << std::setw(10) << ProcessFigures::of(m_bridge.pid()).residentKiB << " KiB resident after "
+                      << done.commands - before.commands << " commands, " << done.connections - before.connections
+                      << " connections, " << done.joins - before.joins << " joins, " << done.sessions - before.sessions
+                      << " sessions" << std::endl;
+        }
+    });
+    const auto seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+    const Witnesses after = lookAtRest(warm);
+    print("afterwards", after);
+    const Amount done = load.done();
+    std::cout << done.commands - before.commands << " commands, " << done.connections - before.connections
+              << " connections, " << done.joins - before.joins << " joins, " << done.sessions - before.sessions
+              << " console sessions in " << std::fixed << std::setprecision(0) << seconds << " s" << std::endl;
+
+    bool isFlat = true;
+    const auto fail = [&](const std::string& text) {
+        std::cout << "NOT FLAT: " << text << std::endl;
+        isFlat = false;
+    };
+    const auto growth = static_cast<long>(after.process.residentKiB) - static_cast<long>(warm.process.residentKiB);
+    std::cout << "resident memory grew by " << growth << " KiB" << std::endl;
+    if (isMemoryMeaningful && growth >= static_cast<long>(allowedKiB))
+    {
+        fail("memory, " + std::to_string(allowedKiB) + " KiB are allowed");
+    }
+    if (!after.hasSameCounts(warm))
+    {
+        fail("something has not returned to where it was");
+    }
+    for (const auto& line : m_bridge.errorLines())
+    {
+        fail("the bridge said: " + line);
+    }
+    if (const auto status = m_bridge.stop(60s); status != 0)
+    {
+        fail("the bridge ended with " + (status ? std::to_string(*status) : "nothing in time"));
+    }
+    return isFlat;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    Amount amount{40'000, 400, 10, 4};
+    std::size_t warmUpDivisor = 1;
+    std::size_t allowedKiB = 1024;
+    CLI::App app(
+        "Gives a bridge much to do and checks that neither its memory nor anything else grows. Needs a network "
+        "namespace of its own (tests/support/in-namespace).",
+        "flatness");
+    app.add_option("--commands", amount.commands, "Messages")->capture_default_str();
+    app.add_option("--connections", amount.connections, "Controllers that come and go")->capture_default_str();
+    app.add_option("--joins", amount.joins, "Memberships announced again")->capture_default_str();
+    app.add_option("--sessions", amount.sessions, "At the console")->capture_default_str();
+    app.add_option("--warm-up", warmUpDivisor, "The warm-up is the whole divided by this")->capture_default_str();
+    app.add_option("--allowed-kib", allowedKiB, "Growth of resident memory that is too much")->capture_default_str();
+    CLI11_PARSE(app, argc, argv);
+    try
+    {
+        return Flatness().perform(amount, warmUpDivisor, allowedKiB) ? 0 : 1;
+    }
+    catch (const std::exception& error)
+    {
+        std::cerr << "flatness: " << error.what() << std::endl;
+        return 2;
+    }
+}
