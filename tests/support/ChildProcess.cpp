@@ -11,6 +11,7 @@
 #include <stdexcept>
 
 #include <fcntl.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -69,6 +70,7 @@ ChildProcess::ChildProcess(const std::filesystem::path& program, const std::vect
     }
     argv.push_back(nullptr);
 
+    const pid_t test = ::getpid();
     m_pid = fork();
     if (m_pid < 0)
     {
@@ -76,6 +78,12 @@ ChildProcess::ChildProcess(const std::filesystem::path& program, const std::vect
     }
     if (m_pid == 0)
     {
+        // A test that is killed takes its programs with it.
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
+        if (::getppid() != test)
+        {
+            _exit(127);
+        }
         dup2(input[0], STDIN_FILENO);
         dup2(options.output >= 0 ? options.output : out, STDOUT_FILENO);
         dup2(options.output >= 0 ? options.output : err, STDERR_FILENO);

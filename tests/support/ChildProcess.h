@@ -13,7 +13,7 @@ namespace testsupport
 {
 
 /// A program started by a test, with its standard output and error in files and its standard input on a pipe. Killed
-/// and reaped with the object, so that nothing outlives the test.
+/// and reaped with the object, and killed with the thread that made it, so that nothing outlives the test.
 class ChildProcess
 {
 public:
