@@ -150,7 +150,7 @@ std::string Names::nameOf(const Lists& lists, std::uint32_t level, std::uint32_t
     for (const std::optional<std::uint32_t> key : {std::optional(level), std::optional<std::uint32_t>()})
     {
         const auto list = lists.find(key);
-        const std::string name = list == lists.end() ? "" : nameOf(list->second, number);
+        std::string name = list == lists.end() ? "" : nameOf(list->second, number);
         if (!name.empty())
         {
             return name;
