@@ -1,0 +1,121 @@
+#include "tests/e2e/faults/FaultFixture.h"
+
+#include <unistd.h>
+
+namespace e2e
+{
+namespace
+{
+
+using namespace std::chrono_literals;
+using testsupport::ChildProcess;
+using testsupport::TcpSocket;
+
+/// The limit on threads counts all that a user has, and root has none: the program runs as a user that nobody else is.
+class ThreadsTest : public FaultFixture
+{
+protected:
+    void SetUp() override
+    {
+        const auto program = testsupport::programPath("korabridge").string();
+        ChildProcess probe("/bin/sh", {"-c", asUser() + " test -x \"$0\"", program});
+        if (probe.waitForExit() != 0)
+        {
+            GTEST_SKIP() << "needs root, and a program that other users can reach";
+        }
+    }
+
+    static std::string asUser(int user = userId())
+    {
+        const std::string id = std::to_string(user);
+        return "setpriv --reuid " + id + " --regid " + id + " --clear-groups";
+    }
+    /// Becomes the user, with a limit on its threads that it may raise again.
+    static std::string withThreads(std::size_t number, int user = userId())
+    {
+        return "set -- " + asUser(user) + " prlimit --nproc=" + std::to_string(number) + ": \"$@\"";
+    }
+    void setThreadLimit(std::size_t number) const
+    {
+        ChildProcess change("/bin/sh", {"-c", asUser() + " prlimit --pid " + std::to_string(m_bridge->pid()) +
+                                                  " --nproc=" + std::to_string(number) + ":"});
+        ASSERT_EQ(change.waitForExit(), 0) << change.errors();
+    }
+
+    static int userId() { return 100000 + ::getpid() * 10; }
+};
+
+TEST_F(ThreadsTest, StartWithoutEnoughEndsWithStatusOneAndSaysWhatIsMissing)
+{
+    std::vector<std::pair<int, std::unique_ptr<ChildProcess>>> bridges;
+    for (const int threads : {1, 2, 4, 8, 9, 12, 16})
+    {
+        const auto user = userId() + static_cast<int>(bridges.size());
+        bridges.emplace_back(threads, bridgeAfter(withThreads(static_cast<std::size_t>(threads), user)));
+    }
+
+    for (auto& [threads, bridge] : bridges)
+    {
+        EXPECT_EQ(bridge->waitForExit(40s), 1) << bridge->errors();
+        EXPECT_NE(bridge->errors().find("korabridge: not enough to start with: " + std::to_string(threads - 1) +
+                                        " of 16 threads to be had"),
+                  std::string::npos)
+            << bridge->errors();
+    }
+}
+
+TEST_F(ThreadsTest, StartGoesOnWhenEnoughComeInTime)
+{
+    startAfter(withThreads(5));
+    ASSERT_TRUE(bridge().waitForOutput("not enough to start with"));
+
+    setThreadLimit(100);
+
+    router().announce();
+    waitForJoin();
+    auto controller = connectController();
+    EXPECT_TRUE(takesReachTheRouter(controller, 5));
+    EXPECT_EQ(stopBridge(), 0);
+}
+
+TEST_F(ThreadsTest, ControllerWithoutAThreadIsClosedWhileTheOthersWorkAndServedLater)
+{
+    startAfter(withThreads(100));
+    router().announce();
+    waitForJoin();
+    auto first = connectController();
+    ASSERT_TRUE(takesReachTheRouter(first, 1));
+    setThreadLimit(threadCount());
+
+    for (int i = 0; i < 50; ++i)
+    {
+        const auto next = TcpSocket::connect(koraPort);
+        ASSERT_TRUE(next);
+        EXPECT_TRUE(next->waitForClose());
+    }
+    EXPECT_TRUE(takesReachTheRouter(first, 2));
+    EXPECT_EQ(countOf(bridge().output(), "failed starting it, Resource temporarily unavailable"), 1U);
+
+    setThreadLimit(100);
+    auto later = connectController();
+    EXPECT_TRUE(takesReachTheRouter(later, 3));
+    EXPECT_TRUE(bridge().waitForOutput("repeated 49 times: Connection rejected from 127.000.000.001 failed starting"));
+    EXPECT_EQ(stopBridge(), 0);
+}
+
+TEST_F(ThreadsTest, JoinAndStopNeedNoThreadToSpare)
+{
+    startAfter(withThreads(100));
+    router().announce();
+    waitForJoin();
+    setThreadLimit(threadCount());
+
+    router().reAnnounce("R2");
+    ASSERT_TRUE(bridge().waitForOutput("addRouterMemberMacroXpts  TopicMacroXptOutputVideoTarget"));
+    ASSERT_TRUE(bridge().waitForOutput("joinRouterPartition(routerPartition 'R2')"));
+
+    EXPECT_EQ(stopBridge(), 0);
+}
+
+} // namespace
+} // namespace e2e

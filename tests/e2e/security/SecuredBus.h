@@ -1,0 +1,42 @@
+#pragma once
+
+#include "tests/e2e/support/BridgeFixture.h"
+#include "tests/support/TempDir.h"
+
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace e2e
+{
+
+/// The shipped security configuration with certificates of the test's own, made by the shipped script. What the fixture
+/// itself holds, `router()`, has no certificate: it is the outsider.
+class SecuredBus : public BridgeFixture
+{
+protected:
+    using Child = std::unique_ptr<testsupport::ChildProcess>;
+
+    SecuredBus();
+
+    /// Makes certificates below a directory; each participant is "role=name".
+    static void makeCertificates(const std::filesystem::path& directory, const std::vector<std::string>& participants,
+                                 std::map<std::string, std::string> environment = {});
+    std::filesystem::path certificatesOf(const std::string& name) const { return m_directory.path() / "bus" / name; }
+
+    /// Starts a program as one who has the certificates in `certificates`.
+    static Child startInside(const std::string& program, const std::vector<std::string>& arguments,
+                             const std::filesystem::path& certificates,
+                             std::map<std::string, std::string> environment = {});
+    /// The bridge, inside the secured domain as "frame17".
+    void startSecuredBridge();
+    /// A simulated router inside, that takes its commands from its input.
+    Child startSecuredRouter(const std::string& partition) const;
+    /// Waits until a take is permitted, which says that the ranges have come.
+    static testing::AssertionResult takes(koractl::KoraClient& controller, std::uint32_t output, std::uint32_t input);
+
+    testsupport::TempDir m_directory;
+};
+
+} // namespace e2e
