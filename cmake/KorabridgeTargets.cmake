@@ -8,9 +8,11 @@ option(KORABRIDGE_COVERAGE "Instrument for line and branch coverage (g++ only)" 
 add_library(korabridge_flags INTERFACE)
 target_compile_options(korabridge_flags INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor -Wold-style-cast
-  -Woverloaded-virtual -Wformat=2 -Wcast-align -Werror
+  -Woverloaded-virtual -Wformat=2 -Wcast-align -Werror)
+if(NOT KORABRIDGE_COVERAGE) # which must find the sources
   # Source locations in logs and debug information are relative to the project.
-  -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=)
+  target_compile_options(korabridge_flags INTERFACE -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=)
+endif()
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   # g++ 12 reports notes about the ARM calling convention that concern no code of ours.
   target_compile_options(korabridge_flags INTERFACE -Wno-psabi)
