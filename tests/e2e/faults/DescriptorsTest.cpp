@@ -14,6 +14,8 @@ using testsupport::TcpSocket;
 class DescriptorsTest : public FaultFixture
 {
 protected:
+    DescriptorsTest() { switchLeakCheckOff(); }
+
     /// From now on the program gets no descriptor any more, however many it closes meanwhile.
     void takeAwayDescriptors() { setLimit(RLIMIT_NOFILE, 3); }
     void giveDescriptorsBack() { setLimit(RLIMIT_NOFILE, 1024); }

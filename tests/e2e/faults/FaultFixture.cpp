@@ -3,6 +3,7 @@
 #include "tests/support/TempDir.h"
 
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <sstream>
@@ -26,6 +27,11 @@ std::unique_ptr<ChildProcess> FaultFixture::bridgeAfter(const std::string& prepa
 void FaultFixture::startAfter(const std::string& preparation)
 {
     m_bridge = bridgeAfter(preparation);
+}
+
+void FaultFixture::switchLeakCheckOff()
+{
+    ::setenv("ASAN_OPTIONS", "detect_leaks=0", 1); // NOLINT(concurrency-mt-unsafe): read by programs started later
 }
 
 void FaultFixture::setLimit(__rlimit_resource resource, rlim_t value)

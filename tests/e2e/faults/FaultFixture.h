@@ -21,6 +21,9 @@ protected:
     /// The same, as an object of its own.
     static std::unique_ptr<testsupport::ChildProcess> bridgeAfter(const std::string& preparation);
 
+    /// For programs that end without a descriptor or a thread to spare: a sanitizer's leak check needs both.
+    static void switchLeakCheckOff();
+
     /// Limits of the running program; the hard limit stays.
     void setLimit(__rlimit_resource resource, rlim_t value);
 
