@@ -1,6 +1,7 @@
 #include "bench/korabench/LoadRun.h"
 
 #include <algorithm>
+#include <atomic>
 #include <exception>
 #include <iostream>
 #include <memory>
@@ -52,31 +53,27 @@ std::vector<Clients> connectAll(const LoadOptions& options, const ClientFactory&
     return groups;
 }
 
-void runAll(std::vector<std::unique_ptr<LoadThread>>& loads)
+/// Stops all of them when one fails.
+void runAll(std::vector<std::unique_ptr<LoadThread>>& loads, std::atomic<bool>& isStopped)
 {
     std::vector<std::exception_ptr> failures(loads.size());
+    const auto run = [&](std::size_t index) {
+        try
+        {
+            loads[index]->run();
+        }
+        catch (...)
+        {
+            failures[index] = std::current_exception();
+            isStopped = true;
+        }
+    };
     std::vector<std::thread> threads;
     for (std::size_t i = 1; i < loads.size(); ++i)
     {
-        threads.emplace_back([&load = *loads[i], &failure = failures[i]] {
-            try
-            {
-                load.run();
-            }
-            catch (...)
-            {
-                failure = std::current_exception();
-            }
-        });
+        threads.emplace_back(run, i);
     }
-    try
-    {
-        loads.front()->run();
-    }
-    catch (...)
-    {
-        failures.front() = std::current_exception();
-    }
+    run(0);
     for (std::thread& thread : threads)
     {
         thread.join();
@@ -120,12 +117,14 @@ Report runLoad(const LoadOptions& options, const ClientFactory& makeClient)
     plan.end = plan.begin + options.duration();
     plan.interval = options.interval();
     plan.awaitedChanges = options.awaitedChanges;
+    std::atomic<bool> isStopped{false};
+    plan.isStopped = &isStopped;
     std::vector<std::unique_ptr<LoadThread>> loads;
     for (Clients& group : groups)
     {
         loads.push_back(std::make_unique<LoadThread>(std::move(group), plan));
     }
-    runAll(loads);
+    runAll(loads, isStopped);
 
     Report report;
     report.connections = options.connections;

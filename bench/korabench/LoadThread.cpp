@@ -177,7 +177,8 @@ bool LoadThread::isWaiting() const
 
 bool LoadThread::isDone(Clock::time_point now) const
 {
-    return now >= m_plan.end || (m_plan.awaitedChanges != 0 && m_incomplete == 0);
+    return now >= m_plan.end || (m_plan.isStopped != nullptr && m_plan.isStopped->load(std::memory_order_relaxed)) ||
+           (m_plan.awaitedChanges != 0 && m_incomplete == 0);
 }
 
 } // namespace korabench

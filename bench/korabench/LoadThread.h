@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <map>
@@ -23,6 +24,8 @@ struct LoadPlan
     std::chrono::nanoseconds interval{0};
     /// When not 0: the run ends as soon as every client has seen this many changes.
     std::uint64_t awaitedChanges = 0;
+    /// Set to end the run early; outlives it.
+    const std::atomic<bool>* isStopped = nullptr;
 };
 
 /// Some clients driven by one thread: a single one waits in the receive itself, several by epoll. Owned by the

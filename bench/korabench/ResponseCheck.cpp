@@ -1,5 +1,7 @@
 #include "bench/korabench/ResponseCheck.h"
 
+#include <array>
+
 #include "koracommand/ResultCode.h"
 #include "koracommand/WireLayout.h"
 #include "koracommand/WireWords.h"
@@ -160,12 +162,17 @@ Fault checkRare(const Request& request, std::uint32_t tag, std::uint32_t sequenc
         }
         return textOf(decoded);
     }
-    case Command::Port:
-        return textOf(decoder.portPresent());
+    case Command::Port: {
+        const auto decoded = decoder.portPresent();
+        return decoded.isOk() && decoded.value() != resultCode::done ? "another port presence came" : textOf(decoded);
+    }
     case Command::System:
         return textOf(decoder.systemStatus(request.shape.format));
-    case Command::Card:
-        return textOf(decoder.cardPresence(WireReader(request.bytes).bigEndianWordAt(wire::ccPresenceReq::card)));
+    case Command::Card: {
+        constexpr std::array<std::uint32_t, 4> present{0, 1, 0, 0};
+        const auto decoded = decoder.cardPresence(WireReader(request.bytes).bigEndianWordAt(wire::ccPresenceReq::card));
+        return decoded.isOk() && decoded.value().words != present ? "another card presence came" : textOf(decoded);
+    }
     default:
         break;
     }

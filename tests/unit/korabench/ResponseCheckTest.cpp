@@ -81,7 +81,7 @@ TEST(ResponseCheck, GivenTheRightResponseToEachCommandFindsNothing)
     }
 }
 
-TEST(ResponseCheck, GivenAnyWordOfTheHotCommandsChangedFindsIt)
+TEST(ResponseCheck, GivenAnyWordThatMustBeAsItIsChangedFindsIt)
 {
     for (const auto& right : rightResponses())
     {
