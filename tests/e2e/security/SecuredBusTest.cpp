@@ -197,8 +197,9 @@ TEST_F(SecuredBusTest, BridgeWithoutLeaveForTheCompanionTopicsSaysSoAndRunsOn)
 
 TEST_F(SecuredBusTest, NothingOfTheBusIsReadableOnTheNetwork)
 {
-    // What only those inside say; the outsider of this test speaks too, and openly.
-    const std::vector<std::string> secrets{"routing:Secret9", "Target_durable", "Bridge One", "bridge under test"};
+    // What only those inside say; the outsider of this test speaks too, and openly. Topic names are no secret: they
+    // stand in the permissions, which are shown when two participants meet.
+    const std::vector<std::string> secrets{"routing:Secret9", "Bridge One", "bridge under test"};
     const WireTap tap;
     const auto inside = startSecuredRouter("Secret9");
     startSecuredBridge();
