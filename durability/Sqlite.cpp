@@ -18,6 +18,23 @@ void check(int code, sqlite3* connection)
 
 } // namespace
 
+bool SqliteError::isCorruption() const
+{
+    switch (m_code)
+    {
+    case SQLITE_CORRUPT:
+    case SQLITE_NOTADB:
+    case SQLITE_ERROR: // a table, a column or a file format that our statements do not know
+    case SQLITE_SCHEMA:
+    case SQLITE_CONSTRAINT: // a rule that is not ours
+    case SQLITE_MISMATCH:
+    case SQLITE_TOOBIG:
+        return true;
+    default:
+        return false;
+    }
+}
+
 SqliteConnection::SqliteConnection(const std::string& path)
 {
     sqlite3* handle = nullptr;

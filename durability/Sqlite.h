@@ -17,8 +17,10 @@ public:
     SqliteError(int code, const std::string& text) : std::runtime_error(text), m_code(code & 0xff) {}
 
     int code() const { return m_code; }
-    /// The file is no database, or one whose bytes make no sense.
-    bool isCorruption() const { return m_code == SQLITE_CORRUPT || m_code == SQLITE_NOTADB; }
+    /// The file's bytes are to blame: it is no database, a broken one, or one in which our own statements make no
+    /// sense. Not so for anything that the system or another process may be the cause of.
+    bool isCorruption() const;
+    bool isOutOfMemory() const { return m_code == SQLITE_NOMEM; }
 
 private:
     int m_code;

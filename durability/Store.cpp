@@ -8,6 +8,7 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
+#include <unistd.h>
 
 namespace com::tallowcrest::durability
 {
@@ -70,6 +71,21 @@ FileDescriptor lockFile(const std::filesystem::path& path)
     return file;
 }
 
+/// Whether there is memory for our statements: then a file for which SQLite finds none is to blame itself. A broken
+/// schema makes SQLite say so at times.
+bool isMemoryAvailable()
+{
+    try
+    {
+        SqliteConnection(":memory:").execute(schema);
+        return true;
+    }
+    catch (const SqliteError&)
+    {
+        return false;
+    }
+}
+
 /// A new directory entry survives a power cut only when the directory itself has been written.
 void syncDirectory(const std::filesystem::path& directory)
 {
@@ -107,13 +123,15 @@ void Store::open()
     m_database = std::make_unique<SqliteConnection>(m_path.string());
     const bool isNew =
         m_database->number("SELECT count(*) FROM sqlite_master") == 0 && m_database->number("PRAGMA user_version") == 0;
-    if (m_database->isReadOnly())
-    {
-        throw StoreError(StoreFailure::Unusable, "the file cannot be written");
-    }
     if (!isNew)
     {
         checkIdentity();
+    }
+    if (m_database->isReadOnly())
+    {
+        // Either the system forbids it, or the file's own header does, which ours never would.
+        const bool isAllowed = ::access(m_path.c_str(), W_OK) == 0;
+        throw StoreError(isAllowed ? StoreFailure::Corrupt : StoreFailure::Unusable, "the file cannot be written");
     }
     if (isNew)
     {
@@ -254,7 +272,8 @@ void Store::guarded(const std::function<void()>& operation) const
     }
     catch (const SqliteError& error)
     {
-        throw StoreError(error.isCorruption() ? StoreFailure::Corrupt : StoreFailure::Unusable, error.what());
+        const bool isCorrupt = error.isCorruption() || (error.isOutOfMemory() && isMemoryAvailable());
+        throw StoreError(isCorrupt ? StoreFailure::Corrupt : StoreFailure::Unusable, error.what());
     }
 }
 

@@ -143,6 +143,53 @@ TEST_F(StoreTest, OverwrittenPageIsCorrupt)
     EXPECT_EQ(failure(), StoreFailure::Corrupt);
 }
 
+TEST_F(StoreTest, StoreWithoutItsTableIsCorrupt)
+{
+    Store(m_path).commit({row("1")});
+    SqliteConnection(m_path.string()).execute("DROP TABLE durable_sample");
+
+    EXPECT_EQ(failure(), StoreFailure::Corrupt);
+}
+
+TEST_F(StoreTest, RowThatAForeignRuleForbidsIsCorruption)
+{
+    {
+        const Store store(m_path);
+    }
+    SqliteConnection(m_path.string())
+        .execute("CREATE TRIGGER foreign_rule BEFORE INSERT ON durable_sample "
+                 "BEGIN SELECT RAISE(ABORT, 'no'); END");
+    Store sut(m_path);
+
+    try
+    {
+        sut.commit({row("1")});
+        ADD_FAILURE() << "the row was put in";
+    }
+    catch (const StoreError& error)
+    {
+        EXPECT_EQ(error.failure(), StoreFailure::Corrupt) << error.what();
+    }
+}
+
+TEST_F(StoreTest, FormatOfALaterSqliteIsCorrupt)
+{
+    Store(m_path).truncateLog();
+    constexpr std::streamoff schemaFormat = 44;
+    overwrite(schemaFormat, 4);
+
+    EXPECT_EQ(failure(), StoreFailure::Corrupt);
+}
+
+TEST_F(StoreTest, HeaderThatForbidsWritingIsCorrupt)
+{
+    Store(m_path).truncateLog();
+    constexpr std::streamoff writeVersion = 18;
+    overwrite(writeVersion, 1);
+
+    EXPECT_EQ(failure(), StoreFailure::Corrupt);
+}
+
 TEST_F(StoreTest, TwoCorruptStoresInOneSecondAreBothKept)
 {
     std::filesystem::create_directories(m_path.parent_path());
