@@ -31,11 +31,22 @@ void forEach(dds_entity_t reader, const std::function<void(const dds_builtintopi
     static std::array<void*, most> samples;
     static std::array<dds_sample_info_t, most> infos;
     samples[0] = nullptr;
-    const dds_return_t count = dds_read(reader, samples.data(), infos.data(), most, most);
+    // Those that have gone would pile up.
+    dds_return_t count =
+        dds_take_mask(reader, samples.data(), infos.data(), most, most,
+                      DDS_ANY_SAMPLE_STATE | DDS_ANY_VIEW_STATE | DDS_NOT_ALIVE_DISPOSED_INSTANCE_STATE |
+                          DDS_NOT_ALIVE_NO_WRITERS_INSTANCE_STATE);
+    if (count > 0)
+    {
+        dds_return_loan(reader, samples.data(), count);
+        samples[0] = nullptr;
+    }
+    count = dds_read_mask(reader, samples.data(), infos.data(), most, most,
+                          DDS_ANY_SAMPLE_STATE | DDS_ANY_VIEW_STATE | DDS_ALIVE_INSTANCE_STATE);
     for (dds_return_t i = 0; i < count; ++i)
     {
         const auto at = static_cast<std::size_t>(i);
-        if (infos.at(at).valid_data && infos.at(at).instance_state == DDS_IST_ALIVE)
+        if (infos.at(at).valid_data)
         {
             function(*static_cast<const dds_builtintopic_endpoint_t*>(samples.at(at)));
         }

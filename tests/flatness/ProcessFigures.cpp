@@ -39,4 +39,16 @@ ProcessFigures ProcessFigures::of(pid_t process)
     return figures;
 }
 
+std::string describeDescriptors(pid_t process)
+{
+    std::string text;
+    std::error_code none;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/" + std::to_string(process) + "/fd", none))
+    {
+        text +=
+            entry.path().filename().string() + " " + std::filesystem::read_symlink(entry.path(), none).string() + "\n";
+    }
+    return text;
+}
+
 } // namespace flatness

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <string>
 
 #include <sys/types.h>
 
@@ -17,5 +18,8 @@ struct ProcessFigures
     /// All 0 when there is no such process.
     static ProcessFigures of(pid_t process);
 };
+
+/// What the descriptors of a process refer to, for people.
+std::string describeDescriptors(pid_t process);
 
 } // namespace flatness
