@@ -91,7 +91,8 @@ double FaultFixture::processorShare(std::chrono::milliseconds during) const
 
 testing::AssertionResult FaultFixture::takesReachTheRouter(koractl::KoraClient& controller, std::uint32_t output)
 {
-    const std::uint32_t input = m_nextInput++;
+    const std::uint32_t input = m_nextInput;
+    m_nextInput = m_nextInput % 288 + 1; // as many as the level has
     const auto results = controller.take({{.level = videoLevel, .lprId = 42, .input = input, .output = output}});
     if (results.size() != 1 || results.front() != 0)
     {
