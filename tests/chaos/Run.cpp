@@ -84,7 +84,16 @@ void ChaosRun::makeControllers()
 
 void ChaosRun::disturb()
 {
-    m_disturbances.emplace_back([this] { m_driver.perform(m_plan.bus(), m_disturbanceStopper); });
+    m_disturbances.emplace_back([this] {
+        try
+        {
+            m_driver.perform(m_plan.bus(), m_disturbanceStopper);
+        }
+        catch (const std::exception& error)
+        {
+            m_world.verdict.violation("router", error.what());
+        }
+    });
     m_disturbances.emplace_back([this] { m_console.perform(m_plan.console(), m_disturbanceStopper); });
     for (std::size_t i = 0; i < m_peers.size(); ++i)
     {

@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <csignal>
 #include <exception>
 #include <iostream>
 #include <map>
@@ -49,6 +50,7 @@ int main(int argc, char** argv)
         ->transform(CLI::CheckedTransformer(sabotages));
     CLI11_PARSE(app, argc, argv);
     options.length = std::chrono::seconds(seconds);
+    std::signal(SIGPIPE, SIG_IGN); // a router that has died is an error of the write
     try
     {
         if (isPlanOnly)
