@@ -27,6 +27,7 @@ void RouterProcess::start(const std::string& partition)
 {
     testsupport::ChildProcess::Options options;
     options.output = m_nowhere;
+    options.outlivesThread = true; // the bursts at the end come after the disturbances
     m_process = std::make_unique<testsupport::ChildProcess>(
         testsupport::programPath("korasim"), std::vector<std::string>{"--frame", "17", "--partition", partition},
         options);

@@ -141,7 +141,15 @@ bool ChaosRun::perform()
         }
         disturb();
         supervise();
-        finish();
+        try
+        {
+            finish();
+        }
+        catch (const std::exception& error)
+        {
+            m_world.verdict.violation("program", error.what());
+            stopControllers();
+        }
     }
     print();
     return m_world.verdict.count() == 0;
@@ -195,6 +203,17 @@ void ChaosRun::finish()
     for (const auto& line : m_bridge.errorLines())
     {
         m_world.verdict.violation("bridge", "the bridge said: " + line);
+    }
+}
+
+void ChaosRun::stopControllers()
+{
+    for (auto* controllers : {&m_takers, &m_others})
+    {
+        for (const auto& controller : *controllers)
+        {
+            controller->stop();
+        }
     }
 }
 

@@ -79,8 +79,7 @@ ChildProcess::ChildProcess(const std::filesystem::path& program, const std::vect
     if (m_pid == 0)
     {
         // A test that is killed takes its programs with it.
-        prctl(PR_SET_PDEATHSIG, SIGKILL);
-        if (::getppid() != test)
+        if (!options.outlivesThread && (prctl(PR_SET_PDEATHSIG, SIGKILL) != 0 || ::getppid() != test))
         {
             _exit(127);
         }

@@ -21,6 +21,7 @@ public:
     {
         std::map<std::string, std::string> environment; ///< added to the test's own
         bool closeInput = false;                        ///< standard input is /dev/null instead of a pipe
+        bool outlivesThread = false;                    ///< not killed at the end of the thread that starts it
         /// Where standard output and error go instead of files; stays the caller's. -1: files.
         int output = -1;
     };
