@@ -17,7 +17,7 @@ constexpr int mostResyncRounds = 8;
 
 } // namespace
 
-Watch::Watch(Connect connect, std::vector<std::uint32_t> levels, Settings settings, WatchListener& listener)
+Watch::Watch(Connect connect, const std::vector<std::uint32_t>& levels, Settings settings, WatchListener& listener)
     : m_connect(std::move(connect)), m_settings(settings), m_listener(listener)
 {
     for (const std::uint32_t number : levels)

@@ -35,7 +35,7 @@ public:
         bool isReconnecting = true; ///< false: a bridge that goes away is trouble that passes through
     };
 
-    Watch(Connect connect, std::vector<std::uint32_t> levels, Settings settings, WatchListener& listener);
+    Watch(Connect connect, const std::vector<std::uint32_t>& levels, Settings settings, WatchListener& listener);
 
     /// Connects and says which levels do not exist.
     void start();

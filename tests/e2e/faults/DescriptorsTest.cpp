@@ -1,4 +1,5 @@
 #include "tests/e2e/faults/FaultFixture.h"
+#include "tests/support/TypeCheck.h"
 
 #include <csignal>
 
@@ -26,6 +27,10 @@ const std::string partitionRequest("\0\0\0\x0c\0\0\0\x07\0\0\0\x10\0\0\0\x59", 1
 
 TEST_F(DescriptorsTest, StartWithoutEnoughEndsWithStatusOneAndSaysWhatIsMissing)
 {
+    if constexpr (testsupport::typeCheckNeedsDescriptors)
+    {
+        GTEST_SKIP() << testsupport::typeCheckReason;
+    }
     std::vector<std::unique_ptr<ChildProcess>> bridges;
     for (const char* limit : {"5", "7", "9", "10", "11", "12", "14", "18", "22"})
     {
@@ -111,6 +116,10 @@ TEST_F(DescriptorsTest, OperatorThatCannotBeAcceptedIsServedLater)
 
 TEST_F(DescriptorsTest, RouterCanBeJoinedAgainWithoutADescriptorToSpare)
 {
+    if constexpr (testsupport::typeCheckNeedsDescriptors)
+    {
+        GTEST_SKIP() << testsupport::typeCheckReason;
+    }
     startJoined();
     takeAwayDescriptors();
 
@@ -129,6 +138,10 @@ TEST_F(DescriptorsTest, RouterCanBeJoinedAgainWithoutADescriptorToSpare)
 
 TEST_F(DescriptorsTest, StopWithoutADescriptorToSpareIsClean)
 {
+    if constexpr (testsupport::typeCheckNeedsDescriptors)
+    {
+        GTEST_SKIP() << testsupport::typeCheckReason;
+    }
     startJoined();
     auto controller = connectController();
     takeAwayDescriptors();

@@ -1,4 +1,5 @@
 #include "tests/e2e/faults/ShippedLogFixture.h"
+#include "tests/support/TypeCheck.h"
 
 #include <fstream>
 
@@ -44,6 +45,10 @@ TEST_F(LogDiskTest, FullDiskCostsLinesAndNothingElse)
 
 TEST_F(LogDiskTest, TurningToANewFileWithoutADescriptorCostsLinesUntilThereIsOne)
 {
+    if constexpr (testsupport::typeCheckNeedsDescriptors)
+    {
+        GTEST_SKIP() << testsupport::typeCheckReason;
+    }
     startWithShippedLog("32m");
     auto controller = connectController();
     setLimit(RLIMIT_NOFILE, 3);

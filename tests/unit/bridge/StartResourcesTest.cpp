@@ -1,6 +1,7 @@
 #include "bridge/StartResources.h"
 
 #include "runtime/misc/ConsoleStop.h"
+#include "tests/support/TypeCheck.h"
 
 #include <gtest/gtest.h>
 
@@ -89,6 +90,10 @@ TEST(StartResourcesTest, WaitingReturnsAtOnceWhenAllIsThere)
 
 TEST(StartResourcesTest, WaitingEndsWithWhatIsMissing)
 {
+    if constexpr (testsupport::typeCheckNeedsDescriptors)
+    {
+        GTEST_SKIP() << testsupport::typeCheckReason;
+    }
     const LoweredLimit limit(RLIMIT_NOFILE, 0);
 
     EXPECT_EQ(messageOf(few, 50ms),
@@ -97,6 +102,10 @@ TEST(StartResourcesTest, WaitingEndsWithWhatIsMissing)
 
 TEST(StartResourcesTest, WaitingReturnsWhenTheResourcesCome)
 {
+    if constexpr (testsupport::typeCheckNeedsDescriptors)
+    {
+        GTEST_SKIP() << testsupport::typeCheckReason;
+    }
     std::thread mender;
     std::string message;
     {
@@ -114,6 +123,10 @@ TEST(StartResourcesTest, WaitingReturnsWhenTheResourcesCome)
 
 TEST(StartResourcesTest, OperatorsEndIsNotHeldUp)
 {
+    if constexpr (testsupport::typeCheckNeedsDescriptors)
+    {
+        GTEST_SKIP() << testsupport::typeCheckReason;
+    }
     const LoweredLimit limit(RLIMIT_NOFILE, 0);
     misc::requestConsoleStop();
     const auto begin = std::chrono::steady_clock::now();
