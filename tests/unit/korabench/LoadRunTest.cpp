@@ -120,7 +120,7 @@ TEST(LoadRun, GivenAnIntervalSendsNoMoreOften)
 {
     const FakeBridges bridges(2, &answerTake);
     LoadOptions options = shortLoad(2);
-    options.intervalMilliseconds = 20;
+    options.intervalMilliseconds = 100;
 
     const Report report = runLoad(options, bridges.factory(Command::Take));
 
