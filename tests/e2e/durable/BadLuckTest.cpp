@@ -35,6 +35,20 @@ protected:
         }
         m_disk = place;
     }
+    /// A bridge with its store on such a disk, and a take.
+    void takeOnSmallDisk(const char* options)
+    {
+        ASSERT_NO_FATAL_FAILURE(mountDisk(directory() / "disk", options));
+        if (IsSkipped())
+        {
+            return;
+        }
+        setStore(disk() / "durable.db");
+        router().announce();
+        startJoinedOnStore();
+        take(5, 7);
+    }
+    const std::filesystem::path& disk() const { return m_disk; }
     void TearDown() override
     {
         m_bridge.reset();
@@ -117,19 +131,14 @@ TEST_F(BadLuckTest, MissingDirectoryIsMade)
 
 TEST_F(BadLuckTest, PlaceThatCannotBeWrittenIsOneComplaintAndTakesGoOn)
 {
-    const std::filesystem::path disk = directory() / "disk";
-    ASSERT_NO_FATAL_FAILURE(mountDisk(disk, "ro,size=4m"));
+    ASSERT_NO_FATAL_FAILURE(takeOnSmallDisk("ro,size=4m"));
     if (IsSkipped())
     {
         return;
     }
-    setStore(disk / "durable.db");
-    router().announce();
-    startJoinedOnStore();
-    take(5, 7);
     expectOneComplaint("cannot be opened");
 
-    ASSERT_EQ(::mount(nullptr, disk.c_str(), nullptr, MS_REMOUNT, "size=4m"), 0) << std::strerror(errno);
+    ASSERT_EQ(::mount(nullptr, disk().c_str(), nullptr, MS_REMOUNT, "size=4m"), 0) << std::strerror(errno);
 
     ASSERT_TRUE(bridge().waitForOutput("in use again"));
     EXPECT_TRUE(storeHolds(5, 7));
@@ -139,18 +148,13 @@ TEST_F(BadLuckTest, PlaceThatCannotBeWrittenIsOneComplaintAndTakesGoOn)
 
 TEST_F(BadLuckTest, DiskThatFillsUpIsOneComplaintAndWhatWasTakenMeanwhileIsStoredWhenThereIsRoom)
 {
-    const std::filesystem::path disk = directory() / "disk";
-    ASSERT_NO_FATAL_FAILURE(mountDisk(disk, "size=400k"));
+    ASSERT_NO_FATAL_FAILURE(takeOnSmallDisk("size=400k"));
     if (IsSkipped())
     {
         return;
     }
-    setStore(disk / "durable.db");
-    router().announce();
-    startJoinedOnStore();
-    take(5, 7);
     ASSERT_TRUE(storeHolds(5, 7));
-    std::ofstream ballast(disk / "ballast", std::ios::binary);
+    std::ofstream ballast(disk() / "ballast", std::ios::binary);
     ballast << std::string(1U << 20U, 'x') << std::flush;
     ballast.close();
 
@@ -162,7 +166,7 @@ TEST_F(BadLuckTest, DiskThatFillsUpIsOneComplaintAndWhatWasTakenMeanwhileIsStore
     ASSERT_TRUE(bridge().waitForOutput("cannot be written"));
     take(8, 201);
     expectOneComplaint("full");
-    std::filesystem::remove(disk / "ballast");
+    std::filesystem::remove(disk() / "ballast");
 
     ASSERT_TRUE(bridge().waitForOutput("in use again"));
     EXPECT_TRUE(storeHolds(9, 200));
