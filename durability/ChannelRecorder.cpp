@@ -200,6 +200,10 @@ void ChannelRecorder::writeDue()
         }
         break; // again next time
     }
+    if (!m_due.empty())
+    {
+        m_port->flush();
+    }
     m_due.erase(m_due.begin(), m_due.begin() + static_cast<std::ptrdiff_t>(done));
 }
 

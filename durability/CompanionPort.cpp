@@ -115,6 +115,11 @@ dds_return_t CompanionPort::write(const void* sample, SourceTime written)
     return dds_write_ts(m_writer.get(), sample, toBusTime(written));
 }
 
+void CompanionPort::flush()
+{
+    dds_write_flush(m_writer.get());
+}
+
 void CompanionPort::promise(std::size_t instances)
 {
     if (instances != m_promised)

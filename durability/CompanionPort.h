@@ -33,7 +33,9 @@ public:
     static std::string topicName(const std::string& topic) { return topic + "_durable"; }
 
     /// A code of the DDS library; DDS_RETCODE_TIMEOUT when a slow reader is in the way and the sample was not written.
+    /// Reaches the others with the next `flush` at the latest.
     dds_return_t write(const void* sample, SourceTime written);
+    void flush();
     /// Announces the number of instances, when it has changed.
     void promise(std::size_t instances);
 

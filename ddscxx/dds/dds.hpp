@@ -13,6 +13,7 @@
 #include "dds/domain/DomainParticipant.hpp"
 #include "dds/pub/DataWriter.hpp"
 #include "dds/pub/Publisher.hpp"
+#include "dds/pub/WriteBatch.hpp"
 #include "dds/sub/DataReader.hpp"
 #include "dds/sub/DataReaderListener.hpp"
 #include "dds/sub/LoanedSamples.hpp"

@@ -14,6 +14,7 @@
 #include "dds/detail/NativeQos.hpp"
 #include "dds/detail/NativeStatus.hpp"
 #include "dds/detail/Report.hpp"
+#include "dds/pub/WriteBatch.hpp"
 
 namespace dds::detail
 {
@@ -204,6 +205,7 @@ void ReaderDelegate::waitForHistoricalData(core::Duration timeout)
             return;
         }
     }
+    pub::WriteBatch::flush(); // whoever is waited for may wait for that
     auto history = (*m_kept)->history(timeout.to_chrono());
     {
         const std::lock_guard lock(m_historyMutex);

@@ -6,6 +6,7 @@
 #include "dds/detail/KeptData.hpp"
 #include "dds/detail/NativeQos.hpp"
 #include "dds/detail/NativeStatus.hpp"
+#include "dds/pub/WriteBatch.hpp"
 
 namespace dds::detail
 {
@@ -18,6 +19,11 @@ WriterDelegate::WriterDelegate(std::shared_ptr<PublisherDelegate> publisher, std
       m_entity(check(dds_create_writer(m_publisher->handle(), m_topic->handle(), NativeQos(m_qos).get(), nullptr),
                      "creating the writer of topic \"" + m_topic->name() + "\""))
 {}
+
+WriterDelegate::~WriterDelegate()
+{
+    dds_write_flush(m_entity.handle());
+}
 
 void WriterDelegate::write(const void* sample)
 {
@@ -51,11 +57,18 @@ void WriterDelegate::write(const void* sample, core::Time sourceTimestamp)
 
 void WriterDelegate::writeNative(const void* sample, core::Time sourceTimestamp)
 {
-    const dds_return_t code = dds_write_ts(m_entity.handle(), sample, sourceTimestamp.to_nanoseconds());
+    const dds_return_t code = sent(dds_write_ts(m_entity.handle(), sample, sourceTimestamp.to_nanoseconds()));
     if (code < 0)
     {
         check(code, call("writing to"));
     }
+}
+
+dds_return_t WriterDelegate::sent(dds_return_t code) const noexcept
+{
+    // Also after a refusal: the library may have kept something back.
+    pub::WriteBatch::send(m_entity.handle());
+    return code;
 }
 
 core::InstanceHandle WriterDelegate::registerInstance(const void* sample)
@@ -72,13 +85,13 @@ core::InstanceHandle WriterDelegate::lookupInstance(const void* sample) const
 
 void WriterDelegate::unregisterInstance(core::InstanceHandle instance, core::Time sourceTimestamp)
 {
-    check(dds_unregister_instance_ih_ts(m_entity.handle(), instance.value(), sourceTimestamp.to_nanoseconds()),
+    check(sent(dds_unregister_instance_ih_ts(m_entity.handle(), instance.value(), sourceTimestamp.to_nanoseconds())),
           call("unregistering an instance of"));
 }
 
 void WriterDelegate::disposeInstance(core::InstanceHandle instance, core::Time sourceTimestamp)
 {
-    check(dds_dispose_ih_ts(m_entity.handle(), instance.value(), sourceTimestamp.to_nanoseconds()),
+    check(sent(dds_dispose_ih_ts(m_entity.handle(), instance.value(), sourceTimestamp.to_nanoseconds())),
           call("disposing an instance of"));
 }
 

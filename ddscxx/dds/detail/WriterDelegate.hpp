@@ -15,13 +15,18 @@ namespace dds::detail
 {
 
 /// A writer of the DDS library, without its type: samples are the generated C structs. Every change of every instance
-/// passes through here, once, with its source timestamp. What a PERSISTENT writer writes is kept beyond the process;
-/// that an instance was disposed of or unregistered is not.
+/// passes through here, once, with its source timestamp. It has left the process when the call returns, or, while the
+/// calling thread gathers (pub::WriteBatch), when the gathering ends. What a PERSISTENT writer writes is kept beyond
+/// the process; that an instance was disposed of or unregistered is not.
 class WriterDelegate
 {
 public:
     WriterDelegate(std::shared_ptr<PublisherDelegate> publisher, std::shared_ptr<TopicDelegate> topic,
                    const pub::qos::DataWriterQos& qos);
+    /// Sends what another thread may still be gathering.
+    ~WriterDelegate();
+    WriterDelegate(const WriterDelegate&) = delete;
+    WriterDelegate& operator=(const WriterDelegate&) = delete;
 
     /// Waits at most the writer's max blocking time for a slow reader, then throws TimeoutError. A PERSISTENT sample
     /// gets a time after every other that is known of its topic and partition; one that only repeats what
@@ -44,6 +49,8 @@ public:
 private:
     std::string call(const char* what) const;
     void writeNative(const void* sample, core::Time sourceTimestamp);
+    /// Sends what has been written, or leaves that to the calling thread's batch; hands the code on.
+    dds_return_t sent(dds_return_t code) const noexcept;
 
     const std::shared_ptr<PublisherDelegate> m_publisher;
     const std::shared_ptr<TopicDelegate> m_topic;
