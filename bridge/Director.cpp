@@ -4,6 +4,7 @@
 #include "bridge/Logging.h"
 #include "bridge/StartResources.h"
 #include "bustypes/TopicNames.h"
+#include "buswrappers/BusRound.h"
 #include "buswrappers/ComponentInfoPub.h"
 #include "buswrappers/RouterMemberMgr.h"
 #include "ddskorabridge/LevelContainer.h"
@@ -113,7 +114,7 @@ bool Director::startSystem(std::uint32_t frameId, std::uint32_t koraBridgeId, st
     hwobjs::setCurrentTimecodeReader(m_timecodeSource);
 
     // 7: the apartment
-    apartment::createBridgeApartment();
+    apartment::createBridgeApartment(std::make_shared<routing::BusRound>());
 
     // 8: level containers
     m_audioLevels = std::make_shared<LevelContainer>();

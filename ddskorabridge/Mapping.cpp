@@ -30,9 +30,15 @@ std::optional<std::uint32_t> sum(std::uint32_t start, std::uint64_t offset)
     return start + static_cast<std::uint32_t>(offset);
 }
 
+/// Nearly every level has one crosspoint per number, and a division costs more than all the rest.
+std::uint32_t divide(std::uint32_t xpts, std::uint32_t numXptsPer)
+{
+    return numXptsPer == 1 ? xpts : xpts / numXptsPer;
+}
+
 std::optional<std::uint32_t> toXpt(std::uint32_t controller, const Block& block)
 {
-    if (!isInBlock(controller, block.controllerStart, block.numXpts / block.numXptsPer))
+    if (!isInBlock(controller, block.controllerStart, divide(block.numXpts, block.numXptsPer)))
     {
         return std::nullopt;
     }
@@ -45,7 +51,7 @@ std::optional<std::uint32_t> toController(std::uint32_t xpt, const Block& block)
     {
         return std::nullopt;
     }
-    return sum(block.controllerStart, (xpt - block.xptStart) / block.numXptsPer);
+    return sum(block.controllerStart, divide(xpt - block.xptStart, block.numXptsPer));
 }
 
 Block inputs(const MappingNumbers& numbers)

@@ -5,6 +5,7 @@
 #include "ddskorabridge/MacroXptMgrStatus.h"
 #include "ddskorabridge/MacroXptMgrTarget.h"
 #include "koraserver/Server.h"
+#include "runtime/apartment/ThreadPriority.h"
 
 #include <utility>
 
@@ -24,6 +25,8 @@ RouterMembers::~RouterMembers() = default;
 
 void RouterMembers::joinRouterPartition(std::string routerPartition)
 {
+    // This may take seconds, and starts threads.
+    const com::tallowcrest::apartment::OrdinaryPriority ordinary;
     m_levelMgr->joinRouterPartition(routerPartition);
     m_audioTarget->joinRouterPartition(routerPartition);
     m_videoTarget->joinRouterPartition(routerPartition);

@@ -4,14 +4,23 @@
 #include "koracommand/MessageCopy.h"
 #include "koracommand/ReportError.h"
 #include "koracommand/ResultCode.h"
+#include "koracommand/RspDelivery.h"
 #include "koracommand/WireLayout.h"
+#include "runtime/apartment/Round.h"
 
 #include <algorithm>
 #include <exception>
+#include <new>
 #include <utility>
+
+using com::tallowcrest::apartment::Round;
 
 namespace
 {
+
+/// Up to here a request is so little work that others may wait for its end: 16 takes and what asks for numbers only.
+constexpr std::size_t longestBriefRequest =
+    wireLayout::entryListReq::entries + 16 * wireLayout::entryListReq::entryBytes;
 
 /// The part of the bytes that belongs to the message: no more than its header says.
 std::span<const std::uint8_t> cutToLength(std::span<const std::uint8_t> message)
@@ -25,7 +34,12 @@ std::span<const std::uint8_t> cutToLength(std::span<const std::uint8_t> message)
 CmdBase::CmdBase(std::span<const std::uint8_t> message, std::shared_ptr<RspQueue> rspQueue,
                  std::shared_ptr<ConnectionContext> context)
     : m_buffer(convertedCopy(cutToLength(message))), m_rspQueue(std::move(rspQueue)), m_context(std::move(context))
-{}
+{
+    if (m_buffer->size() <= longestBriefRequest)
+    {
+        setBrief();
+    }
+}
 
 CmdBase::~CmdBase()
 {
@@ -93,12 +107,16 @@ std::unique_ptr<Rsp> CmdBase::createErrorRsp() noexcept
 void CmdBase::answer(std::unique_ptr<Rsp> rsp) noexcept
 {
     m_answered = true;
-    try
+    if (Round* const round = Round::current())
     {
-        m_rspQueue->push(std::move(rsp));
+        std::unique_ptr<RspDelivery> delivery(new (std::nothrow) RspDelivery(m_rspQueue, m_context));
+        if (delivery != nullptr)
+        {
+            delivery->setRsp(std::move(rsp));
+            round->putOff(std::move(delivery));
+            return;
+        }
+        round->end(); // what the command wrote leaves before the response, even so
     }
-    catch (const std::exception& error)
-    {
-        reportError(m_context->logger(), "Response lost", error.what());
-    }
+    deliver(std::move(rsp), *m_rspQueue, *m_context);
 }

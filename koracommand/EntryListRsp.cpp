@@ -1,11 +1,13 @@
 #include "koracommand/EntryListRsp.h"
 
 #include "koracommand/LevelAccess.h"
+#include "koracommand/LevelInvalid.h"
 #include "koracommand/ResultCode.h"
 #include "koracommand/WireLayout.h"
 #include "runtime/hwobjs/CurrentTimecodeReader.h"
 
 #include <algorithm>
+#include <memory>
 
 namespace
 {
@@ -19,13 +21,27 @@ std::uint32_t entriesHeld(const WireReader& request)
     return static_cast<std::uint32_t>(bytes / req::entryBytes);
 }
 
-std::uint32_t callLevel(const WireReader& request, std::size_t entry, EntryListRsp::LevelCall call, std::uint32_t when)
+/// Finds the levels of a request's entries, most of which name the same level one after the other. A level that does
+/// not exist is looked for each time anew.
+class LevelFinder
 {
-    const auto level = getLevelInstance(request.hostWordAt(entry + req::entryLevel));
-    return ((*level).*call)(request.hostWordAt(entry + req::entryArgument1),
-                            request.hostWordAt(entry + req::entryArgument2),
-                            request.hostWordAt(entry + req::entryArgument3), when);
-}
+public:
+    ILevel& level(std::uint32_t number)
+    {
+        if (m_level == nullptr || number != m_number || m_isInvalid)
+        {
+            m_level = getLevelInstance(number);
+            m_number = number;
+            m_isInvalid = dynamic_cast<const LevelInvalid*>(m_level.get()) != nullptr;
+        }
+        return *m_level;
+    }
+
+private:
+    std::shared_ptr<ILevel> m_level;
+    std::uint32_t m_number = 0;
+    bool m_isInvalid = false;
+};
 
 } // namespace
 
@@ -37,12 +53,17 @@ EntryListRsp::EntryListRsp(const WireReader& request, ConnectionContext& context
     const std::uint32_t count =
         context.limitCount(request.hostWordAt(wireLayout::header::msgId), request.hostWordAt(req::count),
                            std::min(entriesHeld(request), layout.maxEntries));
+    setLength(static_cast<std::uint32_t>(layout.results + count * wireLayout::wordBytes));
     setWord(layout.count, count);
+    LevelFinder finder;
     for (std::uint32_t i = 0; i < count; ++i)
     {
-        const std::uint32_t result = callLevel(request, req::entries + i * req::entryBytes, call, when);
+        const std::size_t entry = req::entries + i * req::entryBytes;
+        ILevel& level = finder.level(request.hostWordAt(entry + req::entryLevel));
+        const std::uint32_t result = (level.*call)(request.hostWordAt(entry + req::entryArgument1),
+                                                   request.hostWordAt(entry + req::entryArgument2),
+                                                   request.hostWordAt(entry + req::entryArgument3), when);
         m_allDone = m_allDone && result == resultCode::done;
         setWord(layout.results + i * wireLayout::wordBytes, result);
     }
-    setLength(static_cast<std::uint32_t>(layout.results + count * wireLayout::wordBytes));
 }

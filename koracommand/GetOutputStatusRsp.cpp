@@ -13,11 +13,11 @@ GetOutputStatusRsp::GetOutputStatusRsp(const WireReader& request, ConnectionCont
                       .firstOutput = request.hostWordAt(req::firstOutput),
                       .count = context.limitCount(request.hostWordAt(wireLayout::header::msgId),
                                                   request.hostWordAt(req::count), rsp::maxEntries(format))};
+    setLength(rsp::length(format, range.count));
     setWord(rsp::format, format);
     setWord(rsp::level, range.level);
     setWord(rsp::firstOutput, range.firstOutput);
     setWord(rsp::count, range.count);
     writeEntries(rsp::entries, range,
                  format == rsp::shortFormat ? EntryWords::ResultInput : EntryWords::ResultInputLprStateLprId);
-    setLength(rsp::length(format, range.count));
 }

@@ -13,3 +13,10 @@ void KoraMessageBuffer::resize(std::size_t bytes)
     }
     m_size = newSize;
 }
+
+std::span<std::uint8_t> KoraMessageBuffer::grow(std::size_t bytes)
+{
+    assert(m_size == 0 && bytes <= capacity);
+    m_size = std::min(bytes, capacity);
+    return {m_bytes.data(), m_size};
+}

@@ -7,6 +7,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <span>
 
 /// Gives message buffers a virtual destructor.
 class MessageHolder
@@ -36,6 +37,8 @@ public:
     /// Cuts the message, or lengthens it with zero bytes. At most `capacity` bytes; more is a bug of the caller and
     /// gives `capacity`.
     void resize(std::size_t bytes);
+    /// Lengthens the empty message to `bytes`, at most `capacity`, all of which the caller writes at once.
+    std::span<std::uint8_t> grow(std::size_t bytes);
 
     WireReader reader() const { return WireReader({m_bytes.data(), m_size}); }
     WireWriter writer() { return WireWriter({m_bytes.data(), m_size}); }

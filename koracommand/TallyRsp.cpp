@@ -11,9 +11,9 @@ TallyRsp::TallyRsp(const WireReader& request, ConnectionContext& context) : Pool
                       .firstOutput = request.hostWordAt(req::firstOutput),
                       .count = context.limitCount(request.hostWordAt(wireLayout::header::msgId),
                                                   request.hostWordAt(req::count), rsp::maxEntries)};
+    setLength(rsp::length(range.count));
     setWord(rsp::level, range.level);
     setWord(rsp::firstOutput, range.firstOutput);
     setWord(rsp::count, range.count);
     writeEntries(rsp::entries, range, EntryWords::ResultInput);
-    setLength(rsp::length(range.count));
 }

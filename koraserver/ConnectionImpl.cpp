@@ -10,13 +10,11 @@
 #include "runtime/util/Log.h"
 #include "runtime/util/SystemError.h"
 
-#include <poll.h>
 #include <pthread.h>
 #include <sys/socket.h>
 
 #include <array>
 #include <cerrno>
-#include <chrono>
 #include <cstdio>
 #include <exception>
 #include <utility>
@@ -26,8 +24,6 @@ using com::tallowcrest::util::systemErrorText;
 namespace
 {
 
-/// How long a wait for the next bytes lasts before the running flag is looked at.
-constexpr std::chrono::milliseconds receiveWait{10};
 /// What the system keeps of a thread's name.
 constexpr std::size_t maxThreadNameLength = 15;
 
@@ -129,24 +125,13 @@ void ConnectionImpl::processStream()
     MessageCutter cutter;
     while (m_running)
     {
-        pollfd polled{m_socket, POLLIN, 0};
-        const int ready = ::poll(&polled, 1, static_cast<int>(receiveWait.count()));
+        const std::span<std::uint8_t> space = cutter.freeSpace();
+        // Blocks until the peer sends or goes, or requestStop shuts the socket down.
+        const ssize_t count = ::recv(m_socket, space.data(), space.size(), 0);
         if (!m_running)
         {
             return;
         }
-        if (ready < 0 && errno != EINTR)
-        {
-            LOG_INFO_F(m_logger, "select failed %s, shutting down client connection", systemErrorText().c_str());
-            return;
-        }
-        if (ready <= 0)
-        {
-            continue;
-        }
-
-        const std::span<std::uint8_t> space = cutter.freeSpace();
-        const ssize_t count = ::recv(m_socket, space.data(), space.size(), 0);
         if (count < 0)
         {
             if (errno == EINTR)

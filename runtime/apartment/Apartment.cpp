@@ -1,11 +1,13 @@
 #include "runtime/apartment/Apartment.h"
 
 #include "runtime/apartment/EmptyDoItEvent.h"
+#include "runtime/apartment/RunEvent.h"
 #include "runtime/util/Log.h"
 
 #include <pthread.h>
 
 #include <exception>
+#include <utility>
 
 namespace com::tallowcrest::apartment
 {
@@ -23,7 +25,9 @@ log4cxx::LoggerPtr logger()
 
 } // namespace
 
-Apartment::Apartment(const std::string& name) : Task(name), m_name(name) {}
+Apartment::Apartment(const std::string& name, std::shared_ptr<RoundBracket> bracket)
+    : Task(name), m_name(name), m_round(std::move(bracket))
+{}
 
 Apartment::~Apartment()
 {
@@ -97,10 +101,32 @@ void Apartment::run()
 {
     while (isRunning())
     {
-        if (const auto event = waitForEvent())
+        auto event = takeEvent();
+        if (event == nullptr)
         {
-            runEvent(*event);
+            m_round.end();
+            event = waitForEvent();
         }
+        if (event != nullptr)
+        {
+            runInRound(std::move(event));
+        }
+    }
+    m_round.end();
+}
+
+void Apartment::runInRound(std::unique_ptr<DoItEvent> event)
+{
+    const bool isBrief = event->isBrief();
+    if (!isBrief)
+    {
+        m_round.end(); // what was done before shall not wait for it
+    }
+    m_round.enter();
+    runEvent(std::move(event));
+    if (!isBrief || m_round.isFull())
+    {
+        m_round.end();
     }
 }
 
@@ -127,22 +153,6 @@ std::unique_ptr<DoItEvent> Apartment::popEvent()
     std::unique_ptr<DoItEvent> event(m_events.front());
     m_events.pop_front();
     return event;
-}
-
-void Apartment::runEvent(DoItEvent& event)
-{
-    try
-    {
-        event.doIt();
-    }
-    catch (const std::exception& error)
-    {
-        LOG_ERROR_F(logger(), "Apartment event failed, %s", error.what());
-    }
-    catch (...)
-    {
-        LOG_ERROR_F(logger(), "Apartment event failed, unknown exception");
-    }
 }
 
 void Apartment::nameThread() const

@@ -1,11 +1,12 @@
 #pragma once
 
+#include "runtime/apartment/Round.h"
 #include "runtime/apartment/SendDoItEvent.h"
 #include "runtime/apartment/Task.h"
+#include "runtime/util/RingQueue.h"
 
 #include <chrono>
 #include <condition_variable>
-#include <deque>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -16,12 +17,13 @@ namespace com::tallowcrest::apartment
 /// One worker thread with a first-in first-out queue of events. Objects that live in an apartment are touched by its
 /// thread alone, so they need no locks. `send` and `isRunning` are thread-safe; `start`, `stop` and the destructor
 /// belong to one owner, which is never the apartment's own thread.
-/// An exception that leaves an event is logged at ERROR to "KORABRIDGE" and the next event runs.
+/// An exception that leaves an event is logged at ERROR to "KORABRIDGE" and the next event runs. Brief events that wait
+/// together run in one round, every other event in one of its own; see Round.
 class Apartment : public SendDoItEvent, public Task
 {
 public:
-    /// Enrols the task as `name`; no thread yet.
-    explicit Apartment(const std::string& name);
+    /// Enrols the task as `name`; no thread yet. `bracket`, if there is one, is called around each round.
+    explicit Apartment(const std::string& name, std::shared_ptr<RoundBracket> bracket = nullptr);
     /// Stops the thread if it runs and deletes the events that never ran, in order.
     ~Apartment() override;
 
@@ -37,20 +39,22 @@ protected:
     virtual void run();
 
 private:
+    /// Runs the event in the round that is under way or in a new one.
+    void runInRound(std::unique_ptr<DoItEvent> event);
     /// Waits for an event until the wait timeout has passed or the apartment stops; null when none came.
     std::unique_ptr<DoItEvent> waitForEvent();
     std::unique_ptr<DoItEvent> takeEvent();
     /// Takes the front of the queue, with the mutex held; null when the queue is empty.
     std::unique_ptr<DoItEvent> popEvent();
-    static void runEvent(DoItEvent& event);
     void nameThread() const;
 
     std::chrono::milliseconds m_waitTimeout{10000};
     std::thread m_thread;
-    std::deque<DoItEvent*> m_events;
+    util::RingQueue<DoItEvent*> m_events;
     std::mutex m_mutex;
     std::condition_variable m_eventQueued;
     const std::string m_name;
+    Round m_round; ///< the thread's
 };
 
 } // namespace com::tallowcrest::apartment

@@ -1,6 +1,7 @@
 #include "runtime/apartment/BridgeApartment.h"
 
 #include "runtime/apartment/Apartment.h"
+#include "runtime/apartment/PreferThread.h"
 
 #include <mutex>
 #include <utility>
@@ -33,7 +34,7 @@ std::shared_ptr<Apartment> bridgeApartment()
     return current.apartment;
 }
 
-void createBridgeApartment()
+void createBridgeApartment(std::shared_ptr<RoundBracket> bracket)
 {
     Slot& current = slot();
     const std::lock_guard lock(current.mutex);
@@ -41,7 +42,9 @@ void createBridgeApartment()
     {
         return;
     }
-    auto apartment = std::make_shared<Apartment>("Bridge Apartment");
+    auto apartment = std::make_shared<Apartment>("Bridge Apartment", std::move(bracket));
+    // Whoever waits for an answer waits for this thread.
+    post(*apartment, std::make_unique<PreferThread>());
     apartment->start();
     current.apartment = std::move(apartment);
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "runtime/apartment/RoundBracket.h"
+
 #include <memory>
 
 namespace com::tallowcrest::apartment
@@ -12,8 +14,9 @@ class Apartment;
 /// A copy of the shared pointer; empty before creation and after reset.
 std::shared_ptr<Apartment> bridgeApartment();
 
-/// Creates the apartment named "Bridge Apartment" and starts it; nothing when the slot is full.
-void createBridgeApartment();
+/// Creates the apartment named "Bridge Apartment" and starts it; nothing when the slot is full. `bracket` as for
+/// Apartment.
+void createBridgeApartment(std::shared_ptr<RoundBracket> bracket = nullptr);
 
 /// Stores an apartment (tests); an empty pointer empties the slot.
 void setBridgeApartment(std::shared_ptr<Apartment> apartment);

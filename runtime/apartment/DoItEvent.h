@@ -15,6 +15,16 @@ public:
 
     /// Runs the work, on the thread of the apartment to which the event was sent.
     virtual void doIt() = 0;
+
+    /// Done within some microseconds and waits for nothing: others may wait for it. See Round.
+    bool isBrief() const { return m_isBrief; }
+
+protected:
+    /// For constructors of derived classes.
+    void setBrief() { m_isBrief = true; }
+
+private:
+    bool m_isBrief = false;
 };
 
 } // namespace com::tallowcrest::apartment

@@ -97,6 +97,7 @@ void WriterDelegate::disposeInstance(core::InstanceHandle instance, core::Time s
 
 void WriterDelegate::waitForAcknowledgments(core::Duration timeout)
 {
+    pub::WriteBatch::flush(); // what is not sent is not confirmed
     check(dds_wait_for_acks(m_entity.handle(), timeout.to_chrono().count()), call("waiting for the readers of"));
 }
 

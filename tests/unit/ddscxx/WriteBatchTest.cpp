@@ -1,7 +1,7 @@
+#include "tests/support/PacketCount.h"
 #include "tests/unit/ddscxx/BusFixture.h"
 
 #include <cstdlib>
-#include <fstream>
 #include <stdexcept>
 #include <thread>
 
@@ -37,25 +37,6 @@ protected:
         EXPECT_EQ(takeSamples(m_wireReader, 1).size(), 1U);
     }
 
-    /// UDP packets sent in this test's network.
-    static long packetsSent()
-    {
-        std::ifstream table("/proc/self/net/snmp");
-        std::string label;
-        long sent = -1;
-        for (std::string line; std::getline(table, line);)
-        {
-            std::istringstream columns(line);
-            long inPackets = 0;
-            long noPorts = 0;
-            long inErrors = 0;
-            if (columns >> label >> inPackets >> noPorts >> inErrors >> sent && label == "Udp:")
-            {
-                return sent;
-            }
-        }
-        return -1;
-    }
     std::vector<std::uint32_t> inputsOnTheWire(std::size_t count)
     {
         std::vector<std::uint32_t> inputs;
@@ -106,7 +87,7 @@ TEST_F(WriteBatchTest, TheEndOfABatchSendsWhatItsThreadWroteInOrder)
 TEST_F(WriteBatchTest, ABatchNeedsFewerPacketsThanItHasSamples)
 {
     constexpr std::uint32_t count = 100;
-    const long before = packetsSent();
+    const long before = testsupport::packetsSent();
     ASSERT_GE(before, 0);
     {
         const dds::pub::WriteBatch sut;
@@ -116,7 +97,7 @@ TEST_F(WriteBatchTest, ABatchNeedsFewerPacketsThanItHasSamples)
         }
     }
 
-    EXPECT_LT(packetsSent() - before, count / 2);
+    EXPECT_LT(testsupport::packetsSent() - before, count / 2);
     EXPECT_EQ(inputsOnTheWire(count).size(), count);
 }
 
@@ -156,6 +137,16 @@ TEST_F(WriteBatchTest, FlushSendsWhileTheBatchGoesOn)
     m_writer.write(output(2, 20));
     dds::pub::WriteBatch::flush();
     EXPECT_EQ(inputsOnTheWire(1), Inputs({20}));
+}
+
+TEST_F(WriteBatchTest, WhoWaitsForReadersWithinABatchHasSentBefore)
+{
+    const dds::pub::WriteBatch sut;
+    m_writer.write(output(1, 10));
+
+    EXPECT_NO_THROW(m_writer.wait_for_acknowledgments(dds::core::Duration::from_secs(10)));
+
+    EXPECT_EQ(inputsOnTheWire(1), Inputs({10}));
 }
 
 TEST_F(WriteBatchTest, OfNestedBatchesTheOutermostSends)

@@ -1,5 +1,6 @@
 #include "koracommand/CmdBase.h"
 
+#include "runtime/apartment/Round.h"
 #include "tests/unit/koracommand/LevelFixture.h"
 #include "tests/unit/koracommand/TestMessages.h"
 #include "tests/unit/runtime/CapturedLog.h"
@@ -159,6 +160,41 @@ TEST_F(CmdBaseTest, LengthBeyondTheBytesGivenReadsNothingBehindThem)
     WireWriter(message).setBigEndianWordAt(8, 8192);
     const OpenCmd sut(message, m_queue, m_context);
     EXPECT_EQ(sut.request().size(), 20U);
+}
+
+class CmdBaseInRoundTest : public CmdBaseTest
+{
+protected:
+    CmdBaseInRoundTest() { m_round.enter(); }
+
+    com::tallowcrest::apartment::Round m_round{nullptr};
+};
+
+TEST_F(CmdBaseInRoundTest, TheResponseIsHandedOverWhenTheRoundEnds)
+{
+    command(networkRequest(0x99))->doIt();
+    EXPECT_FALSE(m_queue->popWithin(0ms).has_value());
+
+    m_round.end();
+
+    const auto answer = onlyAnswer();
+    ASSERT_NE(answer, nullptr);
+    EXPECT_EQ(hostWordsOf(*answer), errorWords());
+}
+
+TEST_F(CmdBaseInRoundTest, CommandDeletedWithoutHavingRunEndsTheWaitWithTheRound)
+{
+    command(networkRequest(0x50)).reset();
+
+    m_round.end();
+
+    EXPECT_EQ(onlyAnswer(), nullptr);
+}
+
+TEST_F(CmdBaseInRoundTest, SixteenTakesMayShareARoundAndSeventeenMayNot)
+{
+    EXPECT_TRUE(command(networkRequest(0x50, Words(1 + 16 * 4, 1)))->isBrief());
+    EXPECT_FALSE(command(networkRequest(0x50, Words(1 + 17 * 4, 1)))->isBrief());
 }
 
 } // namespace

@@ -361,7 +361,7 @@ TEST_F(ApartmentTest, aThrowingEventIsLoggedAndDeletedAndTheNextOneRuns)
     EXPECT_EQ(lines[0].logger, "KORABRIDGE");
     EXPECT_EQ(lines[0].level, "ERROR");
     EXPECT_THAT(lines[0].text, testing::HasSubstr("output 7 is on fire"));
-    EXPECT_EQ(lines[0].file, "Apartment.cpp");
+    EXPECT_EQ(lines[0].file, "RunEvent.cpp");
     EXPECT_GT(lines[0].line, 0);
 }
 

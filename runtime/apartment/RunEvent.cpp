@@ -1,0 +1,36 @@
+#include "runtime/apartment/RunEvent.h"
+
+#include "runtime/util/Log.h"
+
+#include <exception>
+
+namespace com::tallowcrest::apartment
+{
+
+namespace
+{
+
+log4cxx::LoggerPtr logger()
+{
+    return log4cxx::Logger::getLogger("KORABRIDGE");
+}
+
+} // namespace
+
+void runEvent(std::unique_ptr<DoItEvent> event) noexcept
+{
+    try
+    {
+        event->doIt();
+    }
+    catch (const std::exception& error)
+    {
+        LOG_ERROR_F(logger(), "Apartment event failed, %s", error.what());
+    }
+    catch (...)
+    {
+        LOG_ERROR_F(logger(), "Apartment event failed, unknown exception");
+    }
+}
+
+} // namespace com::tallowcrest::apartment

@@ -1,0 +1,21 @@
+#pragma once
+
+namespace com::tallowcrest::apartment
+{
+
+/// Runs the calling thread before ordinary ones (nice -10) where the process may do that, and does nothing where it may
+/// not. Threads that it starts from then on inherit that, unless it starts them under an OrdinaryPriority.
+void preferThisThread() noexcept;
+
+/// While one lives, its thread has the priority that it had before `preferThisThread`: for long work and for starting
+/// threads. Does nothing on a thread that is not preferred. On the stack of its thread.
+class OrdinaryPriority
+{
+public:
+    OrdinaryPriority() noexcept;
+    ~OrdinaryPriority();
+    OrdinaryPriority(const OrdinaryPriority&) = delete;
+    OrdinaryPriority& operator=(const OrdinaryPriority&) = delete;
+};
+
+} // namespace com::tallowcrest::apartment

@@ -1,0 +1,81 @@
+#include "buswrappers/BusRound.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <future>
+#include <memory>
+#include <utility>
+
+#include "buswrappers/MacroXptOutputPub.h"
+#include "runtime/apartment/Apartment.h"
+#include "tests/support/PacketCount.h"
+#include "tests/unit/buswrappers/RouterSide.h"
+
+using com::tallowcrest::apartment::Apartment;
+using com::tallowcrest::apartment::DoItEvent;
+using com::tallowcrest::apartment::post;
+using com::tallowcrest::apartment::Round;
+using com::tallowcrest::dds_::routing::MacroXptOutput;
+using com::tallowcrest::routing::BusRound;
+using com::tallowcrest::routing::MacroXptOutputPub;
+using testsupport::packetsSent;
+
+namespace
+{
+
+class BriefEvent final : public DoItEvent
+{
+public:
+    explicit BriefEvent(std::function<void()> work) : m_work(std::move(work)) { setBrief(); }
+    void doIt() override { m_work(); }
+
+private:
+    std::function<void()> m_work;
+};
+
+class BusRoundTest : public testing::Test
+{
+protected:
+    BusRoundTest()
+    {
+        m_pub.joinRouterPartition("R1");
+        EXPECT_TRUE(m_router.waitForWriters(1));
+    }
+    void send(std::function<void()> work) { post(m_sut, std::make_unique<BriefEvent>(std::move(work))); }
+    void write(std::uint32_t output)
+    {
+        MacroXptOutput sample;
+        sample.macroXptOutput = output;
+        m_pub.write(sample);
+    }
+
+    testsupport::WireDomain m_wire;
+    RouterSide<MacroXptOutput> m_router{m_wire, "TopicX", "com:tallowcrest:routing:R1"};
+    MacroXptOutputPub m_pub{"TopicX", false};
+    Apartment m_sut{"sut", std::make_shared<BusRound>()};
+};
+
+TEST_F(BusRoundTest, EventsOfARoundShareTheirPacketsWhichAreOutBeforeWhatWasPutOffRuns)
+{
+    constexpr std::uint32_t events = 20;
+    std::promise<long> sent;
+    const long before = packetsSent();
+    ASSERT_GE(before, 0);
+    for (std::uint32_t i = 0; i < events; ++i)
+    {
+        send([this, i] { write(i); });
+    }
+    send([&sent] {
+        Round::current()->putOff(std::make_unique<BriefEvent>([&sent] { sent.set_value(packetsSent()); }));
+    });
+    m_sut.start();
+
+    const long after = sent.get_future().get();
+    EXPECT_GT(after, before);
+    EXPECT_LT(after, before + events / 2);
+    EXPECT_EQ(m_router.takeSamples(events).size(), events);
+    m_sut.stop();
+}
+
+} // namespace
