@@ -123,6 +123,8 @@ WriterDelegate::WriterDelegate(std::shared_ptr<PublisherDelegate> publisher, std
     : m_publisher(std::move(publisher)), m_topic(std::move(topic)), m_qos(qos), m_entity(1)
 {}
 
+WriterDelegate::~WriterDelegate() = default;
+
 void WriterDelegate::write(const void* sample)
 {
     fuzz::require(m_topic->sampleSize() == sizeof(fuzz::Support::BusType), "the bridge writes targets only");

@@ -50,9 +50,10 @@ protected:
         m_pub.write(sample);
     }
 
+    // First, because the bridge's participant would join the router's domain if that were there already.
+    MacroXptOutputPub m_pub{"TopicX", false};
     testsupport::WireDomain m_wire;
     RouterSide<MacroXptOutput> m_router{m_wire, "TopicX", "com:tallowcrest:routing:R1"};
-    MacroXptOutputPub m_pub{"TopicX", false};
     Apartment m_sut{"sut", std::make_shared<BusRound>()};
 };
 
