@@ -51,6 +51,7 @@ TEST_F(LogDiskTest, TurningToANewFileWithoutADescriptorCostsLinesUntilThereIsOne
     }
     startWithShippedLog("32m");
     auto controller = connectController();
+    ASSERT_EQ(controller.request(0x99, {}).id(), 0x80000000U); // let in, so it has its descriptor
     setLimit(RLIMIT_NOFILE, 3);
 
     for (int i = 0; i < 30000; ++i) // more than one file holds
