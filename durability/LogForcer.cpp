@@ -1,5 +1,7 @@
 #include "durability/LogForcer.h"
 
+#include <pthread.h>
+
 #include <cerrno>
 #include <cstring>
 #include <system_error>
@@ -38,6 +40,7 @@ void LogForcer::committed()
 
 void LogForcer::run()
 {
+    static_cast<void>(::pthread_setname_np(::pthread_self(), "Durable sync"));
     moveLongLog(); // an earlier life may have left one
     std::unique_lock lock(m_mutex);
     while (true)

@@ -1,5 +1,7 @@
 #include "durability/Recorder.h"
 
+#include <pthread.h>
+
 #include <exception>
 
 #include <log4cxx/logger.h>
@@ -22,6 +24,7 @@ Recorder::~Recorder()
 
 void Recorder::run()
 {
+    static_cast<void>(::pthread_setname_np(::pthread_self(), "Durable record"));
     while (true)
     {
         const bool isLast = m_stopping.load();
