@@ -78,6 +78,8 @@ public:
     };
     /// What has been handed over since the last call.
     void drain(HandOver::Batch& batch) { m_handOver.exchange(batch); }
+    /// Gives back the memory of a burst, that of `batch` too, whose content is dropped.
+    void shrinkHandOver(HandOver::Batch& batch) { m_handOver.shrink(batch); }
     /// Keeps the sample when it is the newest of its instance; false when it is not.
     bool apply(const std::string& instance, const void* sample, SourceTime written, Origin origin);
     /// A copy of what is kept of an instance.

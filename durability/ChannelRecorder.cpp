@@ -63,16 +63,15 @@ bool ChannelRecorder::takeHandedOver()
 {
     m_channel->drain(m_batch);
     bool isDue = false;
-    const std::size_t size = m_channel->codec().sampleSize;
-    for (std::size_t i = 0; i < m_batch.size(); ++i)
+    const TypeCodec& codec = m_channel->codec();
+    for (const auto& [instance, index] : m_newest.find(m_batch, codec))
     {
-        const void* const sample = &m_batch.samples[i * size];
-        const std::string instance = m_channel->codec().instanceText(sample);
-        if (m_channel->apply(instance, sample, m_batch.times[i], Channel::Origin::Writer))
+        const void* const sample = &m_batch.samples[index * codec.sampleSize];
+        if (m_channel->apply(*instance, sample, m_batch.times[index], Channel::Origin::Writer))
         {
             isDue = true;
-            m_due.push_back(instance);
-            m_recent.append(m_channel->rowOf(instance, sample, m_batch.times[i]));
+            m_due.add(*instance);
+            m_recent.append(m_channel->rowOf(*instance, sample, m_batch.times[index]));
         }
     }
     return isDue;
@@ -107,7 +106,7 @@ std::size_t ChannelRecorder::applyRows(const std::vector<StoredRow>& rows, Chann
         else if (m_channel->apply(row.instance, m_sample.data(), believed(row.written), origin))
         {
             isDue = true;
-            m_due.push_back(row.instance);
+            m_due.add(row.instance);
         }
     }
     return unreadable;
@@ -166,45 +165,46 @@ void ChannelRecorder::makeForeignDue()
         const auto found = m_onCompanion.find(instance);
         if (found == m_onCompanion.end() || found->second != written)
         {
-            m_due.push_back(instance);
+            m_due.add(instance);
         }
     }
 }
 
 void ChannelRecorder::writeDue()
 {
-    std::size_t done = 0;
-    for (; done < m_due.size(); ++done)
+    if (m_due.empty())
     {
-        const std::optional<KeptSample> kept = m_channel->kept(m_due[done]);
-        if (!kept)
-        {
-            continue;
-        }
-        const auto found = m_onCompanion.find(kept->instance);
-        if (found != m_onCompanion.end() && found->second == kept->written)
-        {
-            continue; // due twice
-        }
-        const dds_return_t code = m_port->write(kept->sample.data(), kept->written);
-        if (code == DDS_RETCODE_OK)
-        {
-            m_onCompanion[kept->instance] = kept->written;
-            m_isWarned = false;
-            continue;
-        }
-        if (code != DDS_RETCODE_TIMEOUT && !std::exchange(m_isWarned, true))
-        {
-            LOG4CXX_WARN(m_logger, "Durable topic " << m_channel->name().topic << " in " << m_channel->name().partition
-                                                    << ": cannot be handed to other bridges: " << dds_strretcode(code));
-        }
-        break; // again next time
+        return;
     }
-    if (!m_due.empty())
+    m_due.handleAll([this](const std::string& instance) { return writeOnCompanion(instance); });
+    m_port->flush();
+}
+
+bool ChannelRecorder::writeOnCompanion(const std::string& instance)
+{
+    const std::optional<KeptSample> kept = m_channel->kept(instance);
+    if (!kept)
     {
-        m_port->flush();
+        return true;
     }
-    m_due.erase(m_due.begin(), m_due.begin() + static_cast<std::ptrdiff_t>(done));
+    const auto found = m_onCompanion.find(instance);
+    if (found != m_onCompanion.end() && found->second == kept->written)
+    {
+        return true; // written since it became due
+    }
+    const dds_return_t code = m_port->write(kept->sample.data(), kept->written);
+    if (code == DDS_RETCODE_OK)
+    {
+        m_onCompanion[instance] = kept->written;
+        m_isWarned = false;
+        return true;
+    }
+    if (code != DDS_RETCODE_TIMEOUT && !std::exchange(m_isWarned, true))
+    {
+        LOG4CXX_WARN(m_logger, "Durable topic " << m_channel->name().topic << " in " << m_channel->name().partition
+                                                << ": cannot be handed to other bridges: " << dds_strretcode(code));
+    }
+    return false; // again next time
 }
 
 std::size_t ChannelRecorder::incompletePeers()

@@ -15,6 +15,8 @@
 
 #include "durability/Channel.h"
 #include "durability/CompanionPort.h"
+#include "durability/DueInstances.h"
+#include "durability/NewestSamples.h"
 #include "durability/ParticipantWatch.h"
 #include "durability/RecentRows.h"
 #include "durability/StoreKeeper.h"
@@ -33,6 +35,10 @@ public:
 
     /// One look at everything. True when something became due for the store.
     bool work();
+    /// Whether writers handed over more, at the last look, than what there is memory for from the start.
+    bool isBusy() const { return m_batch.size() > HandOver::initialSamples; }
+    /// Gives back the memory of a burst that is over.
+    void rest() { m_channel->shrinkHandOver(m_batch); }
     /// Ends a wait for history when nothing more is to come. True while one goes on.
     bool serveWait(const Channel::Waiting& waiting, ParticipantWatch& participants);
     Channel::Waiting waiting() const { return m_channel->waiting(); }
@@ -49,6 +55,8 @@ private:
     void closePort();
     void makeForeignDue();
     void writeDue();
+    /// False when it is to be tried again later.
+    bool writeOnCompanion(const std::string& instance);
     /// Peers that have not yet given all that they announced.
     std::size_t incompletePeers();
 
@@ -59,12 +67,13 @@ private:
     WakeUp& m_wake;
     const log4cxx::LoggerPtr m_logger;
     HandOver::Batch m_batch;
+    NewestSamples m_newest;
     std::vector<std::byte> m_sample;
 
     std::unique_ptr<CompanionPort> m_port;
     Clock::time_point m_nextTry;
     bool m_isWarned = false;
-    std::vector<std::string> m_due;                            ///< instances to write on the companion topic
+    DueInstances m_due;                                        ///< instances to write on the companion topic
     std::unordered_map<std::string, SourceTime> m_onCompanion; ///< what our writer there has written
     std::unordered_map<dds_instance_handle_t, std::unordered_set<dds_instance_handle_t>> m_received;
     Clock::time_point m_progress; ///< when a peer last gave something

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstring>
 #include <mutex>
+#include <utility>
 #include <vector>
 
 #include "durability/SourceTime.h"
@@ -29,11 +30,10 @@ public:
         }
     };
 
-    explicit HandOver(std::size_t sampleSize) : m_sampleSize(sampleSize)
-    {
-        m_batch.samples.reserve(initialSamples * m_sampleSize);
-        m_batch.times.reserve(initialSamples);
-    }
+    /// What there is memory for from the start.
+    static constexpr std::size_t initialSamples = 4096;
+
+    explicit HandOver(std::size_t sampleSize) : m_sampleSize(sampleSize), m_batch(makeBatch()) {}
 
     /// Takes a copy. True when nothing was waiting before: only then does the recorder need to be woken.
     bool push(const void* sample, SourceTime written)
@@ -53,8 +53,26 @@ public:
         std::swap(m_batch, batch);
     }
 
+    /// Gives back what a burst has made `batch` and the one that the writers fill grow to. Drops what `batch` holds.
+    void shrink(Batch& batch)
+    {
+        batch = makeBatch();
+        Batch fresh = makeBatch();
+        const std::lock_guard lock(m_mutex);
+        if (m_batch.times.empty())
+        {
+            std::swap(m_batch, fresh);
+        }
+    }
+
 private:
-    static constexpr std::size_t initialSamples = 4096;
+    Batch makeBatch() const
+    {
+        Batch batch;
+        batch.samples.reserve(initialSamples * m_sampleSize);
+        batch.times.reserve(initialSamples);
+        return batch;
+    }
 
     const std::size_t m_sampleSize;
     std::mutex m_mutex;

@@ -1,7 +1,5 @@
 #include "durability/LogForcer.h"
 
-#include <pthread.h>
-
 #include <cerrno>
 #include <cstring>
 #include <system_error>
@@ -10,6 +8,7 @@
 #include <fcntl.h>
 #include <log4cxx/logger.h>
 
+#include "durability/BackgroundThread.h"
 #include "durability/FileDescriptor.h"
 #include "durability/Sqlite.h"
 #include "durability/Store.h"
@@ -40,7 +39,7 @@ void LogForcer::committed()
 
 void LogForcer::run()
 {
-    static_cast<void>(::pthread_setname_np(::pthread_self(), "Durable sync"));
+    enterBackground("Durable sync");
     moveLongLog(); // an earlier life may have left one
     std::unique_lock lock(m_mutex);
     while (true)

@@ -38,6 +38,8 @@ public:
     void append(const StoredRow& row);
     /// Writes what was appended. It outlives the process from here on.
     void flush();
+    /// Gives back the memory of a burst.
+    void rest() { m_text.shrink_to_fit(); }
 
 private:
     void open(bool isForgotten);

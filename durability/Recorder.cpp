@@ -1,10 +1,12 @@
 #include "durability/Recorder.h"
 
-#include <pthread.h>
+#include <malloc.h>
 
 #include <exception>
 
 #include <log4cxx/logger.h>
+
+#include "durability/BackgroundThread.h"
 
 namespace com::tallowcrest::durability
 {
@@ -24,7 +26,7 @@ Recorder::~Recorder()
 
 void Recorder::run()
 {
-    static_cast<void>(::pthread_setname_np(::pthread_self(), "Durable record"));
+    enterBackground("Durable record");
     while (true)
     {
         const bool isLast = m_stopping.load();
@@ -50,6 +52,7 @@ bool Recorder::look()
 {
     bool isDue = false;
     bool isWaitedFor = false;
+    bool isBusy = false;
     for (const auto& channel : m_channels.all())
     {
         const auto recorder =
@@ -57,13 +60,33 @@ bool Recorder::look()
         // Asked first: what was handed over before the wait began is then part of this look.
         const Channel::Waiting waiting = recorder->second.waiting();
         isDue = recorder->second.work() || isDue;
+        isBusy = recorder->second.isBusy() || isBusy;
         isWaitedFor = recorder->second.serveWait(waiting, m_participants) || isWaitedFor;
     }
     if (isDue)
     {
         m_keeper.wake();
     }
+    restAfterBurst(isBusy);
     return isWaitedFor;
+}
+
+void Recorder::restAfterBurst(bool isBusy)
+{
+    if (isBusy)
+    {
+        m_lastBurst = Clock::now();
+    }
+    else if (m_lastBurst && Clock::now() >= *m_lastBurst + calmTime)
+    {
+        m_lastBurst.reset();
+        for (auto& [channel, recorder] : m_recorders)
+        {
+            recorder.rest();
+        }
+        m_recent.rest();
+        ::malloc_trim(0); // what the burst has used and freed is spread over the heaps of all threads
+    }
 }
 
 } // namespace com::tallowcrest::durability

@@ -6,6 +6,7 @@
 #include <chrono>
 #include <map>
 #include <memory>
+#include <optional>
 #include <thread>
 
 #include "durability/ChannelList.h"
@@ -27,6 +28,8 @@ public:
     static constexpr std::chrono::milliseconds gatherTime{2};
     static constexpr std::chrono::milliseconds waitPoll{3};
     static constexpr std::chrono::milliseconds idlePoll{500};
+    /// So long after a burst its memory is given back to the system.
+    static constexpr std::chrono::seconds calmTime{5};
 
     /// `started` is when the participant was made. Throws BusError.
     Recorder(dds_entity_t participant, Clock::time_point started, const ChannelList& channels, StoreKeeper& keeper,
@@ -40,6 +43,7 @@ private:
     void run();
     /// True while somebody waits for history.
     bool look();
+    void restAfterBurst(bool isBusy);
 
     const dds_entity_t m_participant;
     const ChannelList& m_channels;
@@ -48,6 +52,7 @@ private:
     WakeUp& m_wake;
     ParticipantWatch m_participants;
     std::map<const Channel*, ChannelRecorder> m_recorders;
+    std::optional<Clock::time_point> m_lastBurst; ///< whose memory is still held
     std::atomic<bool> m_stopping{false};
     std::thread m_thread;
 };

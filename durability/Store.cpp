@@ -143,6 +143,7 @@ void Store::open()
     m_database->execute("PRAGMA journal_mode = WAL");
     m_database->execute("PRAGMA synchronous = NORMAL");
     m_database->execute("PRAGMA wal_autocheckpoint = 0");
+    m_database->execute("PRAGMA cache_size = -256"); // KiB: rows are written once and read at the start
     if (isNew)
     {
         m_database->execute(schema); // a transaction that fails goes with the connection

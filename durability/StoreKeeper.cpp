@@ -1,9 +1,9 @@
 #include "durability/StoreKeeper.h"
 
-#include <pthread.h>
-
 #include <exception>
 #include <utility>
+
+#include "durability/BackgroundThread.h"
 
 namespace com::tallowcrest::durability
 {
@@ -47,7 +47,7 @@ std::vector<StoredRow> StoreKeeper::takeLoaded(const ChannelName& channel)
 
 void StoreKeeper::run()
 {
-    static_cast<void>(::pthread_setname_np(::pthread_self(), "Durable store"));
+    enterBackground("Durable store");
     openStore();
     std::unique_lock lock(m_mutex);
     while (!m_stopping)

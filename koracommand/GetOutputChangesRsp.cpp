@@ -4,6 +4,7 @@
 #include "koracommand/WireLayout.h"
 
 #include <array>
+#include <span>
 
 namespace req = wireLayout::getOutputChangesReq;
 namespace rsp = wireLayout::getOutputChangesRsp;
@@ -38,11 +39,8 @@ std::uint32_t GetOutputChangesRsp::writeEntries(std::uint32_t levelNumber, std::
         {
             return count;
         }
-        for (std::size_t word = 0; word < wordsPerEntry; ++word)
-        {
-            setWord(offset, words.at(word));
-            offset += wireLayout::wordBytes;
-        }
+        setWords(offset, std::span(words).first(wordsPerEntry));
+        offset += wordsPerEntry * wireLayout::wordBytes;
     }
     return rsp::maxEntries(format);
 }

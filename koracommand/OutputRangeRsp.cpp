@@ -4,6 +4,7 @@
 #include "koracommand/WireLayout.h"
 
 #include <array>
+#include <span>
 
 void OutputRangeRsp::writeEntries(std::size_t entries, const Range& range, EntryWords entryWords)
 {
@@ -15,10 +16,7 @@ void OutputRangeRsp::writeEntries(std::size_t entries, const Range& range, Entry
         std::array<std::uint32_t, static_cast<std::size_t>(EntryWords::ResultInputLprStateLprId)> words{};
         auto& [result, controllerInput, lprState, lprId] = words;
         result = level->getOutputStatus(range.firstOutput + i, controllerInput, lprState, lprId);
-        for (std::size_t word = 0; word < wordsPerEntry; ++word)
-        {
-            setWord(offset, words.at(word));
-            offset += wireLayout::wordBytes;
-        }
+        setWords(offset, std::span(words).first(wordsPerEntry));
+        offset += wordsPerEntry * wireLayout::wordBytes;
     }
 }

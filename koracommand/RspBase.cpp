@@ -34,10 +34,15 @@ void RspBase::setLength(std::uint32_t bytes)
 
 void RspBase::setWord(std::size_t offset, std::uint32_t word)
 {
-    const std::size_t end = offset + wireLayout::wordBytes;
+    setWords(offset, {&word, 1});
+}
+
+void RspBase::setWords(std::size_t offset, std::span<const std::uint32_t> words)
+{
+    const std::size_t end = offset + words.size_bytes();
     if (end > m_buffer->size())
     {
         m_buffer->resize(end);
     }
-    m_buffer->writer().setHostWordAt(offset, word);
+    m_buffer->writer().setHostWordsAt(offset, words);
 }

@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <span>
 
 /// A response in host order, as the classes derived from it build it. Built on the bridge apartment, then owned by one
 /// holder at a time. Throws std::bad_alloc when there is no memory for its buffer.
@@ -25,6 +26,8 @@ protected:
     void setLength(std::uint32_t bytes);
     /// Writes a payload word.
     void setWord(std::size_t offset, std::uint32_t word);
+    /// Writes payload words, one after the other.
+    void setWords(std::size_t offset, std::span<const std::uint32_t> words);
 
 private:
     std::unique_ptr<KoraMessageBuffer> m_buffer;

@@ -58,13 +58,16 @@ class WireWriter
 public:
     explicit WireWriter(std::span<std::uint8_t> bytes) : m_bytes(bytes) {}
 
-    void setHostWordAt(std::size_t offset, std::uint32_t word) const
+    void setHostWordAt(std::size_t offset, std::uint32_t word) const { setHostWordsAt(offset, {&word, 1}); }
+
+    /// All of them or, when they do not fit, none.
+    void setHostWordsAt(std::size_t offset, std::span<const std::uint32_t> words) const
     {
-        const bool fits = WireReader(m_bytes).holdsWordAt(offset);
+        const bool fits = offset <= m_bytes.size() && words.size_bytes() <= m_bytes.size() - offset;
         assert(fits);
         if (fits)
         {
-            std::memcpy(m_bytes.data() + offset, &word, sizeof(word));
+            std::memcpy(m_bytes.data() + offset, words.data(), words.size_bytes());
         }
     }
 

@@ -71,6 +71,27 @@ TEST_F(ChannelTest, HandsOverInOrder)
     EXPECT_EQ(batch.size(), 0U);
 }
 
+TEST_F(ChannelTest, GivingMemoryBackLosesNothingThatWasHandedOver)
+{
+    const BusOutput sample = busOutput(7, 5);
+    HandOver::Batch batch;
+    for (std::size_t i = 0; i < 10 * HandOver::initialSamples; ++i)
+    {
+        m_sut.handOver(&sample, 1);
+    }
+    m_sut.drain(batch);
+    const std::size_t afterBurst = batch.samples.capacity();
+    m_sut.handOver(&sample, 2);
+
+    m_sut.shrinkHandOver(batch);
+
+    EXPECT_EQ(batch.size(), 0U);
+    EXPECT_LT(batch.samples.capacity(), afterBurst);
+    m_sut.drain(batch);
+    EXPECT_EQ(batch.times, std::vector<SourceTime>{2});
+    EXPECT_EQ(std::memcmp(batch.samples.data(), &sample, sizeof(sample)), 0);
+}
+
 TEST_F(ChannelTest, OnlyWhatTheStoreDoesNotHaveIsDue)
 {
     apply(1, 5, 100, Channel::Origin::Store);
