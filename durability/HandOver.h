@@ -31,7 +31,7 @@ public:
     };
 
     /// What there is memory for from the start.
-    static constexpr std::size_t initialSamples = 4096;
+    static constexpr std::size_t initialSamples = 1024;
 
     explicit HandOver(std::size_t sampleSize) : m_sampleSize(sampleSize), m_batch(makeBatch()) {}
 
