@@ -44,8 +44,8 @@ constexpr std::size_t stackBytes = std::size_t{1} << 20U;
 /// Blocks from this size on go back to the system when they are freed.
 constexpr int largeBlock = 256 * 1024;
 
-/// Keeps the process as small as it was before a burst: without limits of its own the heap learns from every large block
-/// to keep the next ones.
+/// Keeps the process as small as it was before a burst: without limits of its own the heap learns from every large
+/// block to keep the next ones.
 void limitMemory()
 {
     // Only helps: a refusal changes nothing.

@@ -12,8 +12,8 @@ namespace com::tallowcrest::durability
 {
 
 /// Of everything that was handed over, the newest sample of each instance: all that is ever kept. So the work for a
-/// batch hardly grows with the number of its samples, and a recorder that has fallen behind catches up. Keeps its memory
-/// from one batch to the next. Not thread-safe.
+/// batch hardly grows with the number of its samples, and a recorder that has fallen behind catches up. Keeps its
+/// memory from one batch to the next. Not thread-safe.
 class NewestSamples
 {
 public:
