@@ -8,10 +8,10 @@
 #include <fcntl.h>
 #include <log4cxx/logger.h>
 
-#include "durability/BackgroundThread.h"
 #include "durability/FileDescriptor.h"
 #include "durability/Sqlite.h"
 #include "durability/Store.h"
+#include "durability/ThreadKind.h"
 
 namespace com::tallowcrest::durability
 {

@@ -6,7 +6,7 @@
 
 #include <log4cxx/logger.h>
 
-#include "durability/BackgroundThread.h"
+#include "durability/ThreadKind.h"
 
 namespace com::tallowcrest::durability
 {
@@ -26,7 +26,7 @@ Recorder::~Recorder()
 
 void Recorder::run()
 {
-    enterBackground("Durable record");
+    nameThread("Durable record");
     while (true)
     {
         const bool isLast = m_stopping.load();

@@ -3,7 +3,7 @@
 #include <exception>
 #include <utility>
 
-#include "durability/BackgroundThread.h"
+#include "durability/ThreadKind.h"
 
 namespace com::tallowcrest::durability
 {
