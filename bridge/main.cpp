@@ -48,9 +48,9 @@ constexpr int largeBlock = 256 * 1024;
 /// block to keep the next ones.
 void limitMemory()
 {
-    // Only helps: a refusal changes nothing.
-    static_cast<void>(::mallopt(M_MMAP_THRESHOLD, largeBlock));
-    static_cast<void>(::mallopt(M_TRIM_THRESHOLD, largeBlock));
+    // Only helps: a refusal changes nothing. No other thread runs yet.
+    static_cast<void>(::mallopt(M_MMAP_THRESHOLD, largeBlock)); // NOLINT(concurrency-mt-unsafe)
+    static_cast<void>(::mallopt(M_TRIM_THRESHOLD, largeBlock)); // NOLINT(concurrency-mt-unsafe)
     pthread_attr_t attributes;
     if (::pthread_getattr_default_np(&attributes) == 0)
     {
