@@ -63,7 +63,7 @@ void LogForcer::force()
     const FileDescriptor file(::open(Store::logPath(m_store).c_str(), O_RDWR | O_CLOEXEC));
     if (!file.isOpen() || ::fdatasync(file.get()) != 0)
     {
-        report("cannot force to the disk", std::system_category().message(errno).c_str());
+        report("its log cannot be forced to the disk", std::system_category().message(errno).c_str());
         return;
     }
     m_reported = false;
@@ -84,7 +84,7 @@ void LogForcer::moveLongLog()
         }
         catch (const SqliteError& problem)
         {
-            report("cannot move the log of", problem.what());
+            report("its log cannot be moved into the store", problem.what());
         }
     }
 }
@@ -93,9 +93,9 @@ void LogForcer::report(const char* what, const char* reason)
 {
     if (!std::exchange(m_reported, true))
     {
-        LOG4CXX_WARN(log4cxx::Logger::getLogger("KORABRIDGE"),
-                     "Durable store " << m_store.string() << ": " << what << " it: " << reason
-                                      << "; a power cut may lose the last targets");
+        LOG4CXX_WARN(log4cxx::Logger::getLogger("KORABRIDGE"), "Durable store "
+                                                                   << m_store.string() << ": " << what << ": " << reason
+                                                                   << "; a power cut may lose the last targets");
     }
 }
 
