@@ -4,11 +4,9 @@
 #include "runtime/util/Log.h"
 
 #include <malloc.h>
-#include <pthread.h>
 
 #include <atomic>
 #include <csignal>
-#include <cstddef>
 #include <cstdlib>
 #include <exception>
 #include <iostream>
@@ -38,9 +36,6 @@ void logEndingSignal()
     }
 }
 
-/// What a thread's stack may grow to. The DDS library and the log need some tens of KiB; the usual 8 MiB for each of
-/// thirty threads would be a good part of a 32-bit board's address space.
-constexpr std::size_t stackBytes = std::size_t{1} << 20U;
 /// Blocks from this size on go back to the system when they are freed.
 constexpr int largeBlock = 256 * 1024;
 
@@ -51,13 +46,6 @@ void limitMemory()
     // Only helps: a refusal changes nothing. No other thread runs yet.
     static_cast<void>(::mallopt(M_MMAP_THRESHOLD, largeBlock)); // NOLINT(concurrency-mt-unsafe)
     static_cast<void>(::mallopt(M_TRIM_THRESHOLD, largeBlock)); // NOLINT(concurrency-mt-unsafe)
-    pthread_attr_t attributes;
-    if (::pthread_getattr_default_np(&attributes) == 0)
-    {
-        static_cast<void>(::pthread_attr_setstacksize(&attributes, stackBytes));
-        static_cast<void>(::pthread_setattr_default_np(&attributes));
-        static_cast<void>(::pthread_attr_destroy(&attributes));
-    }
 }
 
 /// SIGTERM and SIGINT end the menu as the operator's quit does; a peer that goes away must not end the process.
