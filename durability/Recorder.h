@@ -26,7 +26,7 @@ public:
     using Clock = std::chrono::steady_clock;
     /// What comes this soon after a look waits for the next one: a burst wakes nobody, and no more than one command in
     /// a hundred meets the recorder on its processor.
-    static constexpr std::chrono::milliseconds gatherTime{5};
+    static constexpr std::chrono::milliseconds gatherTime{10};
     static constexpr std::chrono::milliseconds waitPoll{3};
     static constexpr std::chrono::milliseconds idlePoll{500};
     /// So long after a burst its memory is given back to the system.
