@@ -122,7 +122,7 @@ def idle_microseconds(server, count, seconds):
     return used, server.process.resident_mib()
 
 
-def idle(options, bridge, floor, name):
+def idle(options, bridge, floor, name, most_mib):
     """What 16 idle controllers cost beyond none, against the floor's timers; resident memory."""
     for server in (bridge, floor):
         server.pin("free")
@@ -133,7 +133,7 @@ def idle(options, bridge, floor, name):
     cost, floor_cost = bridge_cpu - without[0], floor_cpu - without[1]
     yield Outcome(f"16 idle controllers, {name}: CPU", "free", cost / floor_cost, 1.0, True,
                   detail=f"{cost / 1e4:.2f} % of a CPU to {floor_cost / 1e4:.2f} % for the floor's timers")
-    yield Outcome(f"16 idle controllers, {name}: memory", "free", bridge_mib, 16, True, "MiB",
+    yield Outcome(f"16 idle controllers, {name}: memory", "free", bridge_mib, most_mib, True, "MiB",
                   f"floor {floor_mib:.1f}")
 
 
