@@ -211,6 +211,7 @@ void Server::checkForClient()
                                formatText("select failed socket %u %s", static_cast<unsigned>(m_listenSocket.get()),
                                           systemErrorText(error).c_str())});
         closeServerSocket();
+        pause(); // the next one may fail at once, too
         return;
     }
     if (ready <= 0 || polled[0].revents == 0)

@@ -1,5 +1,6 @@
 #include "koraserver/ListeningSocket.h"
 
+#include "tests/support/FailingCall.h"
 #include "tests/support/TcpSocket.h"
 #include "tests/unit/koraserver/LogRecorder.h"
 
@@ -12,7 +13,9 @@
 #include <sys/resource.h>
 #include <sys/socket.h>
 
+#include <cerrno>
 #include <string>
+#include <variant>
 #include <vector>
 
 using com::tallowcrest::util::UniqueFd;
@@ -137,3 +140,44 @@ TEST_F(ListeningSocketTest, NoDescriptorLeftIsReported)
     ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &before), 0);
     EXPECT_EQ(std::get<Failure>(opened).text, "socket() failed, Too many open files");
 }
+
+namespace
+{
+
+struct FailingStep
+{
+    std::vector<testsupport::FailingCall> calls;
+    std::string text; ///< with # for the descriptor
+};
+
+class ListeningSocketFailureTest : public ListeningSocketTest, public testing::WithParamInterface<FailingStep>
+{};
+
+} // namespace
+
+TEST_P(ListeningSocketFailureTest, StepThatFailsIsReportedAndNothingStaysOpen)
+{
+    std::variant<UniqueFd, Failure> opened;
+
+    if (!testsupport::withFailingCalls(GetParam().calls,
+                                       [&] { opened = openListeningSocket(serverPort, m_log.logger()); }))
+    {
+        GTEST_SKIP() << "system calls cannot be made to fail here";
+    }
+
+    const UniqueFd next(::socket(AF_INET, SOCK_STREAM, 0)); // gets the number that the failed socket had
+    std::string expected = GetParam().text;
+    expected.replace(expected.find('#'), 1, std::to_string(next.get()));
+    ASSERT_TRUE(std::holds_alternative<Failure>(opened));
+    EXPECT_EQ(std::get<Failure>(opened).text, expected);
+    EXPECT_FALSE(testsupport::isListening(serverPort));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Steps, ListeningSocketFailureTest,
+    testing::Values(FailingStep{{{SYS_setsockopt, ENOBUFS, {{1, SOL_SOCKET}, {2, SO_KEEPALIVE}}}},
+                                "failed setting SO_KEEPALIVE socket option on socket #, No buffer space available"},
+                    FailingStep{{{SYS_setsockopt, ENOBUFS, {{1, SOL_SOCKET}, {2, SO_LINGER}}}},
+                                "failed setting SO_LINGER socket option on socket #, No buffer space available"},
+                    FailingStep{{{SYS_listen, EADDRINUSE}},
+                                "listen failed using socket # to address/port 0.0.0.0, Address already in use\n"}));

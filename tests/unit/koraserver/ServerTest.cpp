@@ -1,6 +1,8 @@
 #include "koraserver/Server.h"
 
 #include "koraserver/ListeningSocket.h"
+#include "tests/support/FailingCall.h"
+#include "tests/support/ListeningDescriptor.h"
 #include "tests/support/TcpSocket.h"
 #include "tests/support/TimeFactor.h"
 #include "tests/support/WaitUntil.h"
@@ -15,12 +17,15 @@
 #include <sys/socket.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <optional>
 #include <string>
+#include <system_error>
 #include <vector>
 
 using com::tallowcrest::util::UniqueFd;
+using testsupport::listeningDescriptor;
 using testsupport::TcpSocket;
 using testsupport::waitForClosedPort;
 using testsupport::waitForPort;
@@ -31,6 +36,8 @@ using namespace std::chrono_literals;
 
 namespace
 {
+
+constexpr const char* noFailingCalls = "system calls cannot be made to fail here";
 
 class ServerTest : public testing::Test
 {
@@ -73,19 +80,10 @@ protected:
         return testing::internal::GetCapturedStdout();
     }
 
-    /// The descriptor of the socket that listens in this process; -1 when there is none.
-    static int listeningDescriptor()
+    /// Starts the server as `startConnected`, on threads that cannot make the calls. False where that is not permitted.
+    [[nodiscard]] bool startConnectedWithout(const std::vector<testsupport::FailingCall>& calls)
     {
-        for (int fd = 0; fd < 256; ++fd)
-        {
-            int listens = 0;
-            socklen_t size = sizeof listens;
-            if (::getsockopt(fd, SOL_SOCKET, SO_ACCEPTCONN, &listens, &size) == 0 && listens != 0)
-            {
-                return fd;
-            }
-        }
-        return -1;
+        return testsupport::withFailingCalls(calls, [this] { m_sut->start(); }) && (m_sut->connectToRouter(), true);
     }
 
     LogRecorder m_log;
@@ -435,4 +433,67 @@ TEST_F(ServerTest, SocketThatListensNoMoreIsReplaced)
     EXPECT_TRUE(waitForPort(serverPort));
     connectClient();
     EXPECT_NE(stats().find("Tcp Server Socket Reopen Cnt:        1 "), std::string::npos);
+}
+
+TEST_F(ServerTest, NoThreadForItThrowsAndALaterStartSucceeds)
+{
+    bool hasThrown = false;
+
+    const bool isTried = testsupport::withFailingCalls(testsupport::failingThreadStart(), [&] {
+        try
+        {
+            m_sut->start();
+        }
+        catch (const std::system_error&)
+        {
+            hasThrown = true;
+        }
+    });
+
+    if (!isTried)
+    {
+        GTEST_SKIP() << noFailingCalls;
+    }
+    EXPECT_TRUE(hasThrown);
+    EXPECT_FALSE(m_sut->isRunning());
+    startConnected();
+}
+
+TEST_F(ServerTest, ClientWhoseOptionsCannotBeSetIsRejected)
+{
+    if (!startConnectedWithout(
+            {{SYS_setsockopt, ENOBUFS, {{1, IPPROTO_TCP}, {2, TCP_KEEPIDLE}}}, {SYS_shutdown, ENOTCONN}}))
+    {
+        GTEST_SKIP() << noFailingCalls;
+    }
+    ASSERT_TRUE(waitForPort(serverPort));
+
+    const auto client = TcpSocket::connect(serverPort);
+
+    ASSERT_TRUE(client.has_value());
+    EXPECT_TRUE(client->waitForClose());
+    EXPECT_TRUE(m_log.waitFor("WARN Connection rejected from 127.000.000.001 failed setting socket options"));
+    EXPECT_EQ(m_log.countHolding("WARN failed setting TCP_KEEPIDLE socket option on socket "), 1U);
+    EXPECT_EQ(m_log.countHolding("INFO Rejecting connection: failed shutdown on socket "), 1U);
+    EXPECT_EQ(m_events.all(), Events{}) << "no slot is used";
+}
+
+TEST_F(ServerTest, WaitThatFailsIsReportedOnceAndTriedAgainEachSecondWithoutSpinning)
+{
+    if (!startConnectedWithout(testsupport::failingPoll(ENOMEM)))
+    {
+        GTEST_SKIP() << noFailingCalls;
+    }
+    ASSERT_TRUE(m_log.waitForHolding("WARN select failed socket "));
+    const auto begin = Clock::now();
+    const std::size_t before = m_log.countHolding("INFO bind IP addr");
+
+    static_cast<void>(waitUntil([] { return false; }, 1500ms)); // long enough for a spin to show
+
+    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(Clock::now() - begin).count();
+    EXPECT_LE(m_log.countHolding("INFO bind IP addr") - before, static_cast<std::size_t>(seconds) + 1);
+    EXPECT_EQ(m_log.countHolding("WARN select failed socket "), 1U);
+    EXPECT_TRUE(m_sut->isRunning());
+    m_sut->stop();
+    EXPECT_FALSE(m_sut->isRunning());
 }

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <utility>
+#include <vector>
+
+#include <sys/syscall.h>
+
+namespace testsupport
+{
+
+/// A system call that fails with `error` each time it is made.
+struct FailingCall
+{
+    long number; ///< e.g. SYS_listen
+    int error;   ///< e.g. EADDRINUSE
+    /// Only calls whose argument (counted from 0) has this value fail, e.g. {2, SO_LINGER}.
+    std::vector<std::pair<std::uint32_t, std::uint32_t>> arguments{};
+};
+
+/// What `poll` of the C library calls, which differs from one processor to another.
+std::vector<FailingCall> failingPoll(int error);
+/// What the start of a thread calls.
+std::vector<FailingCall> failingThreadStart();
+
+/// Runs `body` on a thread of its own that cannot make `calls`, nor can the threads that it starts; the rest of the
+/// process is not touched. False, and `body` has not run, where the system permits no such thing (an emulator).
+[[nodiscard]] bool withFailingCalls(const std::vector<FailingCall>& calls, const std::function<void()>& body);
+
+} // namespace testsupport
