@@ -59,7 +59,7 @@ protected:
 
 TEST_F(BusRoundTest, EventsOfARoundShareTheirPacketsWhichAreOutBeforeWhatWasPutOffRuns)
 {
-    constexpr std::uint32_t events = 20;
+    constexpr std::uint16_t events = 20;
     std::promise<long> sent;
     const long before = packetsSent();
     ASSERT_GE(before, 0);
@@ -74,7 +74,7 @@ TEST_F(BusRoundTest, EventsOfARoundShareTheirPacketsWhichAreOutBeforeWhatWasPutO
 
     const long after = sent.get_future().get();
     EXPECT_GT(after, before);
-    EXPECT_LT(after, before + events / 2);
+    EXPECT_LT(after, before + long{events} / 2);
     EXPECT_EQ(m_router.takeSamples(events).size(), events);
     m_sut.stop();
 }

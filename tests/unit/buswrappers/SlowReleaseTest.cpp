@@ -1,5 +1,7 @@
 #include "buswrappers/SlowRelease.h"
 
+#include "tests/support/FailingCall.h"
+
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -59,4 +61,24 @@ TEST(SlowReleaseTest, OneThatTakesLongHoldsUpNoOther)
     }
     EXPECT_EQ(gone, 1);
     first.set_value();
+}
+
+TEST(SlowReleaseTest, WithoutAThreadTheObjectGoesAtOnce)
+{
+    std::atomic<int> gone{0};
+    std::promise<void> letGo;
+    letGo.set_value();
+    SlowRelease sut;
+    int goneAtOnce = 0;
+
+    const bool isTried = testsupport::withFailingCalls(testsupport::failingThreadStart(), [&] {
+        sut.release(std::make_shared<Slow>(letGo.get_future(), gone));
+        goneAtOnce = gone;
+    });
+
+    if (!isTried)
+    {
+        GTEST_SKIP() << "system calls cannot be made to fail here";
+    }
+    EXPECT_EQ(goneAtOnce, 1);
 }

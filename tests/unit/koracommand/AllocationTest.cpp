@@ -1,4 +1,5 @@
 #include "koracommand/CmdTable.h"
+#include "koracommand/RspDelivery.h"
 #include "koracommand/RspInNetworkOrder.h"
 #include "tests/unit/koracommand/LevelFixture.h"
 
@@ -11,6 +12,8 @@
 namespace
 {
 std::atomic<std::size_t> heapAllocations{0};
+/// Makes the general heap have no memory for this thread.
+thread_local bool isHeapEmpty = false;
 } // namespace
 
 // Replaces the general heap of this program; the pools do not come through here. Not inlined: the compiler would take
@@ -18,16 +21,19 @@ std::atomic<std::size_t> heapAllocations{0};
 [[gnu::noinline]] void* operator new(std::size_t size)
 {
     ++heapAllocations;
-    if (void* const memory = std::malloc(size == 0 ? 1 : size))
+    if (!isHeapEmpty)
     {
-        return memory;
+        if (void* const memory = std::malloc(size == 0 ? 1 : size))
+        {
+            return memory;
+        }
     }
     throw std::bad_alloc();
 }
 [[gnu::noinline]] void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept
 {
     ++heapAllocations;
-    return std::malloc(size == 0 ? 1 : size);
+    return isHeapEmpty ? nullptr : std::malloc(size == 0 ? 1 : size);
 }
 [[gnu::noinline]] void operator delete(void* memory) noexcept
 {
@@ -94,6 +100,29 @@ TEST(AllocationCounterTest, SeesTheHeapAtWork)
     const auto memory = std::make_unique<std::array<std::byte, 1000>>();
     ASSERT_NE(memory, nullptr);
     EXPECT_GT(heapAllocations, before);
+}
+
+TEST(ResponseWithoutMemoryTest, ThatCannotBeQueuedIsLostAndReportedWithoutTheLog)
+{
+    constexpr int queued = 4; // what the queue has room for from the start
+    RspQueue queue;
+    ConnectionContext context(log4cxx::Logger::getLogger("KORABRIDGE"), 3, &fixedClock);
+    for (int i = 0; i < queued; ++i)
+    {
+        deliver(nullptr, queue, context);
+    }
+    testing::internal::CaptureStderr();
+
+    isHeapEmpty = true;
+    deliver(nullptr, queue, context);
+    isHeapEmpty = false;
+
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "Response lost: std::bad_alloc (not logged: std::bad_alloc)\n");
+    for (int i = 0; i < queued; ++i)
+    {
+        EXPECT_TRUE(queue.popWithin(std::chrono::milliseconds(0)).has_value());
+    }
+    EXPECT_FALSE(queue.popWithin(std::chrono::milliseconds(0)).has_value());
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "runtime/apartment/Apartment.h"
 #include "runtime/apartment/EmptyDoItEvent.h"
+#include "tests/support/FailingCall.h"
 #include "tests/support/TimeFactor.h"
 #include "tests/support/WaitUntil.h"
 #include "tests/unit/runtime/CapturedLog.h"
@@ -14,6 +15,7 @@
 #include <chrono>
 #include <future>
 #include <stdexcept>
+#include <system_error>
 #include <thread>
 
 namespace
@@ -420,6 +422,33 @@ TEST_F(ApartmentTest, anEmptyEventChangesNothing)
     drain(sut);
 
     EXPECT_TRUE(sut.isRunning());
+}
+
+TEST_F(ApartmentTest, withoutAThreadTheStartThrowsAndALaterOneSucceeds)
+{
+    Apartment sut("sut");
+    bool hasThrown = false;
+
+    const bool isTried = testsupport::withFailingCalls(testsupport::failingThreadStart(), [&] {
+        try
+        {
+            sut.start();
+        }
+        catch (const std::system_error&)
+        {
+            hasThrown = true;
+        }
+    });
+
+    if (!isTried)
+    {
+        GTEST_SKIP() << "system calls cannot be made to fail here";
+    }
+    EXPECT_TRUE(hasThrown);
+    EXPECT_FALSE(sut.isRunning());
+    sut.start();
+    EXPECT_TRUE(sut.isRunning());
+    drain(sut);
 }
 
 } // namespace

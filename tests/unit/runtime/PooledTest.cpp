@@ -218,4 +218,12 @@ TEST(PooledTest, deletingNullDoesNothing)
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
 }
 
+TEST(PooledTest, MemoryThatTheMachineDoesNotHaveIsBadAlloc)
+{
+    const volatile std::size_t tooMuch = PTRDIFF_MAX;
+
+    EXPECT_THROW(static_cast<void>(Square::operator new(tooMuch)), std::bad_alloc);
+    EXPECT_EQ(Square::operator new(tooMuch, std::nothrow), nullptr);
+}
+
 } // namespace

@@ -1,5 +1,6 @@
 #include "runtime/hwobjs/TimecodeSharedMem.h"
 
+#include "tests/support/FailingCall.h"
 #include "tests/support/WaitUntil.h"
 
 #include <gtest/gtest.h>
@@ -7,6 +8,7 @@
 #include <sys/shm.h>
 
 #include <atomic>
+#include <cerrno>
 #include <cstdint>
 #include <cstring>
 #include <string>
@@ -206,6 +208,20 @@ TEST_F(TimecodeSharedMemTest, aSegmentMayBeReadWhileItIsWritten)
         EXPECT_TRUE(word == 0x01010101U || word == 0x03fefefeU || word == defaultWord) << word;
     }
     thread.join();
+}
+
+TEST_F(TimecodeSharedMemTest, segmentThatCannotBeDetachedIsToldAndTheEndGoesOn)
+{
+    testing::internal::CaptureStderr();
+
+    const bool isTried = testsupport::withFailingCalls({{SYS_shmdt, EINVAL}}, [] { const TimecodeSharedMem sut; });
+
+    const std::string errors = testing::internal::GetCapturedStderr();
+    if (!isTried)
+    {
+        GTEST_SKIP() << "system calls cannot be made to fail here";
+    }
+    EXPECT_EQ(errors, "shmdt: Invalid argument\n");
 }
 
 } // namespace

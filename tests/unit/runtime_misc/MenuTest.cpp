@@ -439,4 +439,13 @@ TEST_F(MenuOverTelnet, whenTheOperatorLeavesAtAPromptOfAnItem_theNextOneIsNotAsk
     EXPECT_EQ(consoleSessionChanged, answerResult);
 }
 
+TEST_F(MenuTest, run_whenAnItemWithoutAHandlerIsChosen_showsTheMenuAgain)
+{
+    m_sut.addItem("Nothing", {});
+
+    EXPECT_EQ("\nKORA\n 0. Nothing  1. q:  quit\nEnter selection: "
+              "\nKORA\n 0. Nothing  1. q:  quit\nEnter selection: ",
+              runOver("nothing\nq\n"));
+}
+
 } // namespace

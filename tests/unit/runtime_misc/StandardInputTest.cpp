@@ -120,4 +120,14 @@ TEST(ConsoleSlot, holdsTheConsoleAndACopyOfItsFlag)
     EXPECT_EQ(1, telnet.use_count());
 }
 
+TEST_F(ConsoleWithoutTelnet, getline_intoABufferOfNoSize_writesNothing)
+{
+    m_input.write("text\n");
+    char untouched = '?';
+
+    EXPECT_EQ(0, com::tallowcrest::misc::getline(&untouched, 0));
+
+    EXPECT_EQ('?', untouched);
+}
+
 } // namespace

@@ -1,13 +1,18 @@
 // Start, stop, a taken port, many sessions, and the fallback to standard input and output.
+#include "tests/support/FailingCall.h"
+#include "tests/support/ListeningDescriptor.h"
 #include "tests/support/TimeFactor.h"
 #include "tests/unit/runtime_misc/TelnetIOFixture.h"
 
+#include <cerrno>
 #include <csignal>
 #include <filesystem>
 #include <optional>
+#include <system_error>
 #include <vector>
 
 #include <arpa/inet.h>
+#include <netinet/tcp.h>
 #include <sys/socket.h>
 
 using namespace com::tallowcrest::misc;
@@ -17,6 +22,8 @@ namespace
 {
 
 using Socket = testsupport::TcpSocket;
+
+constexpr const char* noFailingCalls = "system calls cannot be made to fail here";
 
 std::size_t openDescriptors()
 {
@@ -268,6 +275,88 @@ TEST_F(TelnetIOWithFallback, whenStandardInputEnds_waitsForAClient)
 
     EXPECT_TRUE(waitForReader());
     EXPECT_EQ(consoleSessionChanged, result);
+}
+
+TEST_F(TelnetIOTest, start_withoutAThread_throwsAndALaterOneSucceeds)
+{
+    bool hasThrown = false;
+
+    const bool isTried = testsupport::withFailingCalls(testsupport::failingThreadStart(), [&] {
+        try
+        {
+            m_sut->start();
+        }
+        catch (const std::system_error&)
+        {
+            hasThrown = true;
+        }
+    });
+
+    if (!isTried)
+    {
+        GTEST_SKIP() << noFailingCalls;
+    }
+    EXPECT_TRUE(hasThrown);
+    EXPECT_FALSE(m_sut->isRunning());
+    start();
+}
+
+TEST_F(TelnetIOTest, whenOptionsOfAClientCannotBeSet_saysSoAndServesAllTheSame)
+{
+    const std::vector<testsupport::FailingCall> calls{{SYS_setsockopt, ENOBUFS, {{1, SOL_SOCKET}, {2, SO_LINGER}}},
+                                                      {SYS_setsockopt, ENOBUFS, {{1, SOL_SOCKET}, {2, SO_OOBINLINE}}},
+                                                      {SYS_setsockopt, ENOBUFS, {{1, SOL_SOCKET}, {2, SO_KEEPALIVE}}},
+                                                      {SYS_setsockopt, ENOBUFS, {{1, IPPROTO_TCP}, {2, TCP_NODELAY}}},
+                                                      {SYS_shutdown, ENOBUFS}};
+    setConsole(m_sut);
+    if (!testsupport::withFailingCalls(calls, [this] { m_sut->start(); }))
+    {
+        GTEST_SKIP() << noFailingCalls;
+    }
+    ASSERT_TRUE(testsupport::waitForPort(port));
+    const auto client = connectAndNotice();
+
+    const auto second = Socket::connect(port);
+
+    ASSERT_TRUE(second);
+    EXPECT_TRUE(second->waitForClose());
+    m_sut->Print("served");
+    EXPECT_EQ("served", client.receive(6));
+    for (const char* const text : {"failed setting SO_LINGER socket option on socket ",
+                                   "failed setting TCP_NODELAY socket option on client socket ",
+                                   "failed setting SO_OOBINLINE socket option on client socket ",
+                                   "failed setting SO_KEEPALIVE socket option on client socket ",
+                                   "Rejecting connection: failed setting SO_LINGER socket option on clientsocket ",
+                                   "Rejecting connection: failed shutdown on client socket "})
+    {
+        EXPECT_EQ(1, countLogged(text, "WARN")) << text;
+    }
+}
+
+TEST_F(TelnetIOTest, whenItsWaitFails_saysSoWithoutSpinningAndCanBeStopped)
+{
+    setConsole(m_sut);
+    if (!testsupport::withFailingCalls(testsupport::failingPoll(ENOMEM), [this] { m_sut->start(); }))
+    {
+        GTEST_SKIP() << noFailingCalls;
+    }
+
+    ASSERT_TRUE(waitUntil([this] { return countLogged("select failed socket ", "WARN") == 1; }));
+    EXPECT_EQ(1, countLogged(" Cannot allocate memory", "WARN"));
+    m_sut->stop();
+    EXPECT_FALSE(m_sut->isRunning());
+}
+
+TEST_F(TelnetIOTest, whenItsSocketListensNoMore_opensAnotherOne)
+{
+    start();
+    const int listening = testsupport::listeningDescriptor();
+    ASSERT_GE(listening, 0);
+
+    ASSERT_EQ(0, ::shutdown(listening, SHUT_RDWR));
+
+    EXPECT_TRUE(waitUntil([this] { return countLogged("bind IP addr 0x0 (0.0.0.0) Port: 8882 Socket ") == 2; }));
+    const auto client = connectAndNotice();
 }
 
 } // namespace

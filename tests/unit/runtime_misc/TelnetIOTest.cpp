@@ -4,7 +4,10 @@
 #include <csignal>
 #include <filesystem>
 #include <optional>
+#include <stdexcept>
 #include <vector>
+
+#include <cwchar>
 
 #include <arpa/inet.h>
 #include <sys/socket.h>
@@ -361,6 +364,44 @@ TEST_F(TelnetIOTest, whenTheSocketTakesNoMore_keptTextStillArrivesWithoutAnother
     size -= text.size(); // the dropped one
 
     EXPECT_EQ(size, client.receive(size, std::chrono::seconds(20)).size());
+}
+
+TEST_F(TelnetIOTest, print_whenTheFormatIsWrong_isNegativeAndPrintsNothing)
+{
+    start();
+    const auto client = connectAndNotice();
+    constexpr wint_t noCharacterOfTheLocale = 0x20ac;
+
+    EXPECT_LT(m_sut->Print("%lc", noCharacterOfTheLocale), 0);
+
+    m_sut->Print("next");
+    EXPECT_EQ("next", client.receive(4));
+}
+
+TEST_F(TelnetIOTest, whenTheLogFails_theConsoleGoesOn)
+{
+    // Throws once, as an appender does whose disk is full.
+    class FailingAppender final : public log4cxx::AppenderSkeleton
+    {
+    public:
+        void append(const log4cxx::spi::LoggingEventPtr& event, log4cxx::helpers::Pool& /*pool*/) override
+        {
+            if (event->getMessage().find("Telnet connected to") != std::string::npos)
+            {
+                throw std::runtime_error("no space");
+            }
+        }
+        void close() override {}
+        bool requiresLayout() const override { return false; }
+    };
+    log4cxx::Logger::getRootLogger()->addAppender(std::make_shared<FailingAppender>());
+    start();
+
+    const auto client = connectAndNotice();
+
+    EXPECT_TRUE(waitUntil([this] { return countLogged("telnet console: no space", "ERROR") == 1; }));
+    m_sut->Print("still here");
+    EXPECT_EQ("still here", client.receive(10));
 }
 
 } // namespace
