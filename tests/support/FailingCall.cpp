@@ -58,6 +58,18 @@ std::vector<FailingCall> failingPoll(int error)
         {SYS_ppoll, error}};
 }
 
+std::vector<FailingCall> failingRename(int error)
+{
+    return {
+#ifdef SYS_rename
+        {SYS_rename, error},
+#endif
+#ifdef SYS_renameat
+        {SYS_renameat, error},
+#endif
+        {SYS_renameat2, error}};
+}
+
 std::vector<FailingCall> failingThreadStart()
 {
     return {{SYS_clone, EAGAIN}, {SYS_clone3, EAGAIN}};

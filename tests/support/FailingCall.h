@@ -19,8 +19,9 @@ struct FailingCall
     std::vector<std::pair<std::uint32_t, std::uint32_t>> arguments{};
 };
 
-/// What `poll` of the C library calls, which differs from one processor to another.
+/// What `poll` and `rename` of the C library call, which differs from one processor to another.
 std::vector<FailingCall> failingPoll(int error);
+std::vector<FailingCall> failingRename(int error);
 /// What the start of a thread calls.
 std::vector<FailingCall> failingThreadStart();
 

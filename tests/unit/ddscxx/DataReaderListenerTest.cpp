@@ -35,12 +35,85 @@ public:
     {
         m_policyId = static_cast<int>(status.last_policy_id());
     }
+    void on_requested_deadline_missed(Reader&, const dds::core::status::RequestedDeadlineMissedStatus& status) override
+    {
+        m_deadlinesMissed = status.total_count();
+    }
+    void on_sample_rejected(Reader&, const dds::core::status::SampleRejectedStatus& status) override
+    {
+        m_rejected = status.total_count();
+    }
+    void on_sample_lost(Reader&, const dds::core::status::SampleLostStatus& status) override
+    {
+        m_lost = status.total_count();
+    }
 
     std::atomic<int> m_dataAvailable{0};
     std::atomic<int> m_taken{0};
     std::atomic<int> m_matched{-1};
     std::atomic<int> m_alive{-1};
     std::atomic<int> m_policyId{-1};
+    int m_deadlinesMissed = -1;
+    int m_rejected = -1;
+    int m_lost = -1;
+};
+
+const StatusMask everyStatus = StatusMask::requested_deadline_missed() | StatusMask::requested_incompatible_qos() |
+                               StatusMask::sample_rejected() | StatusMask::liveliness_changed() |
+                               StatusMask::data_available() | StatusMask::subscription_matched() |
+                               StatusMask::sample_lost();
+
+/// Calls the listener of a reader as the DDS library does, with statuses that no QoS of this interface brings about.
+class LibraryCalls
+{
+public:
+    explicit LibraryCalls(const dds::sub::DataReader<Output>& reader) : m_listener(dds_create_listener(nullptr))
+    {
+        EXPECT_EQ(dds_get_children(reader.subscriber().delegate()->handle(), &m_reader, 1), 1);
+        EXPECT_EQ(dds_get_listener(m_reader, m_listener), DDS_RETCODE_OK);
+    }
+    ~LibraryCalls() { dds_delete_listener(m_listener); }
+    LibraryCalls(const LibraryCalls&) = delete;
+    LibraryCalls& operator=(const LibraryCalls&) = delete;
+
+    void deadlineMissed(std::uint32_t count) const
+    {
+        call(dds_lget_requested_deadline_missed_arg, dds_requested_deadline_missed_status_t{count, 1, 77});
+    }
+    void incompatibleQos(std::uint32_t policy) const
+    {
+        call(dds_lget_requested_incompatible_qos_arg, dds_requested_incompatible_qos_status_t{1, 1, policy});
+    }
+    void sampleRejected(std::uint32_t count) const
+    {
+        call(dds_lget_sample_rejected_arg, dds_sample_rejected_status_t{count, 1, DDS_REJECTED_BY_SAMPLES_LIMIT, 78});
+    }
+    void sampleLost(std::uint32_t count) const { call(dds_lget_sample_lost_arg, dds_sample_lost_status_t{count, 1}); }
+    void livelinessChanged() const
+    {
+        call(dds_lget_liveliness_changed_arg, dds_liveliness_changed_status_t{1, 0, 1, 0, 79});
+    }
+    void matched() const { call(dds_lget_subscription_matched_arg, dds_subscription_matched_status_t{1, 1, 1, 1, 80}); }
+    void dataAvailable() const
+    {
+        dds_on_data_available_fn callback = nullptr;
+        void* argument = nullptr;
+        EXPECT_EQ(dds_lget_data_available_arg(m_listener, &callback, &argument, nullptr), DDS_RETCODE_OK);
+        callback(m_reader, argument);
+    }
+
+private:
+    template <typename Callback, typename Status>
+    void call(dds_return_t (*get)(const dds_listener_t*, Callback*, void**, bool*), const Status& status) const
+    {
+        Callback callback = nullptr;
+        void* argument = nullptr;
+        EXPECT_EQ(get(m_listener, &callback, &argument, nullptr), DDS_RETCODE_OK);
+        callback(m_reader, status, argument);
+    }
+
+    dds_listener_t* m_listener;
+    dds_entity_t m_reader = 0;
 };
 
 /// Stays in its callback until it has seen `m_readerGone`, or 200 ms.
@@ -103,6 +176,43 @@ TEST_F(DataReaderListenerTest, IsToldThePolicyThatAWriterDoesNotOffer)
 
     EXPECT_TRUE(testsupport::waitUntil([&] { return sut.m_policyId == DDS_DURABILITY_QOS_POLICY_ID; }));
     reader.listener(nullptr, StatusMask::none());
+}
+
+TEST_F(DataReaderListenerTest, IsCalledForDeadlinesAndForSamplesRejectedAndLost)
+{
+    CountingListener sut;
+    Reader reader = makeReader(m_topic);
+    reader.listener(&sut, everyStatus);
+    const LibraryCalls library(reader);
+
+    library.deadlineMissed(3);
+    library.sampleRejected(4);
+    library.sampleLost(5);
+
+    EXPECT_EQ(sut.m_deadlinesMissed, 3);
+    EXPECT_EQ(sut.m_rejected, 4);
+    EXPECT_EQ(sut.m_lost, 5);
+    reader.listener(nullptr, StatusMask::none());
+}
+
+TEST_F(DataReaderListenerTest, OneThatOverridesNothingLeavesEverythingToTheReader)
+{
+    dds::sub::NoOpDataReaderListener<Output> sut;
+    Reader reader = makeReader(m_topic);
+    makeWriter(m_topic).write(output(1));
+    reader.listener(&sut, everyStatus);
+    const LibraryCalls library(reader);
+
+    library.deadlineMissed(1);
+    library.incompatibleQos(DDS_DURABILITY_QOS_POLICY_ID);
+    library.sampleRejected(1);
+    library.livelinessChanged();
+    library.dataAvailable();
+    library.matched();
+    library.sampleLost(1);
+
+    reader.listener(nullptr, StatusMask::none());
+    EXPECT_GE(reader.take().length(), 1U) << "the sample is still there";
 }
 
 TEST_F(DataReaderListenerTest, IsCalledForWhatHappenedBeforeItWasAttached)

@@ -3,6 +3,7 @@
 
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "dds/detail/NativeListener.hpp"
@@ -28,11 +29,16 @@ public:
         {
             throw std::runtime_error("the listener failed");
         }
+        if (m_throwsNumber)
+        {
+            throw 1;
+        }
     }
     void onSubscriptionMatched(const SubscriptionMatchedStatus& status) override { m_matched = status; }
     void onSampleLost(const SampleLostStatus& status) override { m_lost = status; }
 
     bool m_throws = false;
+    bool m_throwsNumber = false;
     int m_dataAvailable = 0;
     RequestedDeadlineMissedStatus m_deadline;
     RequestedIncompatibleQosStatus m_incompatible;
@@ -111,11 +117,69 @@ TEST(NativeListener, TakesNoCallbackForAStatusOutsideTheMask)
     EXPECT_NE(sampleLost, nullptr);
 }
 
+namespace
+{
+
+/// The log of the library while this lives.
+class LibraryLog
+{
+public:
+    LibraryLog()
+    {
+        dds_set_log_sink(
+            [](void* text, const dds_log_data_t* line) { static_cast<std::string*>(text)->append(line->message); },
+            &m_text);
+    }
+    ~LibraryLog() { dds_set_log_sink(nullptr, nullptr); }
+    LibraryLog(const LibraryLog&) = delete;
+    LibraryLog& operator=(const LibraryLog&) = delete;
+
+    const std::string& text() const { return m_text; }
+
+private:
+    std::string m_text;
+};
+
+} // namespace
+
+TEST(NativeListener, EachReasonOfARejectionIsToldApart)
+{
+    const std::vector<std::pair<dds_sample_rejected_status_kind, SampleRejectedState>> reasons{
+        {DDS_NOT_REJECTED, SampleRejectedState::NotRejected},
+        {DDS_REJECTED_BY_INSTANCES_LIMIT, SampleRejectedState::RejectedByInstancesLimit},
+        {DDS_REJECTED_BY_SAMPLES_LIMIT, SampleRejectedState::RejectedBySamplesLimit},
+        {DDS_REJECTED_BY_SAMPLES_PER_INSTANCE_LIMIT, SampleRejectedState::RejectedBySamplesPerInstanceLimit}};
+    RecordingCallbacks callbacks;
+    const dds::detail::NativeListener sut(callbacks, StatusMask::sample_rejected());
+    dds_on_sample_rejected_fn sampleRejected = nullptr;
+    dds_lget_sample_rejected(sut.get(), &sampleRejected);
+    ASSERT_NE(sampleRejected, nullptr);
+
+    for (const auto& [native, expected] : reasons)
+    {
+        sampleRejected(1, {5, 1, native, 78}, &callbacks);
+
+        EXPECT_EQ(callbacks.m_rejected, SampleRejectedStatus({5, 1}, expected, InstanceHandle(78)));
+    }
+}
+
+TEST(NativeListener, AnExceptionThatIsNoStandardOneEndsInTheLibrarysLogToo)
+{
+    const LibraryLog log;
+    RecordingCallbacks callbacks;
+    callbacks.m_throwsNumber = true;
+    const dds::detail::NativeListener sut(callbacks, StatusMask::data_available());
+    dds_on_data_available_fn dataAvailable = nullptr;
+    dds_lget_data_available(sut.get(), &dataAvailable);
+
+    EXPECT_NO_THROW(dataAvailable(1, &callbacks));
+
+    EXPECT_NE(log.text().find("a reader's listener threw: no standard exception"), std::string::npos) << log.text();
+}
+
 TEST(NativeListener, AnExceptionEndsInTheLibrarysLog)
 {
-    std::string log;
-    dds_set_log_sink(
-        [](void* text, const dds_log_data_t* line) { static_cast<std::string*>(text)->append(line->message); }, &log);
+    const LibraryLog log;
     RecordingCallbacks callbacks;
     callbacks.m_throws = true;
     const dds::detail::NativeListener sut(callbacks, StatusMask::data_available());
@@ -124,7 +188,6 @@ TEST(NativeListener, AnExceptionEndsInTheLibrarysLog)
 
     EXPECT_NO_THROW(dataAvailable(1, &callbacks));
 
-    dds_set_log_sink(nullptr, nullptr);
     EXPECT_EQ(callbacks.m_dataAvailable, 1);
-    EXPECT_NE(log.find("a reader's listener threw: the listener failed"), std::string::npos) << log;
+    EXPECT_NE(log.text().find("a reader's listener threw: the listener failed"), std::string::npos) << log.text();
 }

@@ -228,3 +228,21 @@ TEST_F(ChannelTest, UsersAreCounted)
     m_sut.removeUser();
     EXPECT_FALSE(m_sut.isUsed());
 }
+
+TEST_F(ChannelTest, MoreInstancesThanThereIsRoomForAreRefusedAndThatIsToldOnce)
+{
+    for (std::uint32_t i = 0; i < SampleTable::maxInstances; ++i)
+    {
+        ASSERT_TRUE(apply(i, 5, 100, Channel::Origin::Bus));
+    }
+    EXPECT_FALSE(m_sut.takeRefusal());
+
+    EXPECT_FALSE(apply(SampleTable::maxInstances, 5, 100, Channel::Origin::Bus));
+    EXPECT_FALSE(apply(SampleTable::maxInstances + 1, 5, 100, Channel::Origin::Bus));
+
+    EXPECT_TRUE(m_sut.takeRefusal());
+    EXPECT_FALSE(m_sut.takeRefusal());
+    EXPECT_TRUE(apply(7, 6, 101, Channel::Origin::Bus)) << "what is known is kept up to date";
+    EXPECT_FALSE(apply(SampleTable::maxInstances, 5, 100, Channel::Origin::Bus));
+    EXPECT_FALSE(m_sut.takeRefusal()) << "told already";
+}

@@ -36,11 +36,35 @@ public:
     {
         m_writer.write(output(number, input, when));
     }
+    void takeAt(std::uint32_t number, std::uint32_t input, const dds::core::Time& written)
+    {
+        m_writer.write(output(number, input, 1), written);
+    }
     dds::sub::DataReader<Output> makeReader() const
     {
         dds::sub::qos::SubscriberQos qos;
         qos << dds::core::policy::Partition(m_partition);
         return {dds::sub::Subscriber(m_participant, qos), topic(), dds::sub::qos::DataReaderQos(topic().qos())};
+    }
+    void dispose(std::uint32_t number) { m_writer.dispose_instance(m_writer.register_instance(output(number, 0))); }
+    /// What waiting for history gives now, only looked at.
+    Targets known() const
+    {
+        auto reader = makeReader();
+        reader.wait_for_historical_data(dds::core::Duration::from_secs(20));
+        return read(reader);
+    }
+    static Targets read(dds::sub::DataReader<Output>& reader)
+    {
+        Targets targets;
+        for (const auto& sample : reader.read())
+        {
+            if (sample.info().valid())
+            {
+                targets[sample.data().macroXptOutput] = sample.data().macroXptInput;
+            }
+        }
+        return targets;
     }
     /// Waits for history and publishes it again with another time of effect.
     Targets join()
@@ -302,4 +326,89 @@ TEST_F(DurableTargetsTest, WithoutAStoreTheParticipantsStillHelpEachOther)
 
     EXPECT_EQ(bridge("fresh")->join(), (Bridge::Targets{{7, 5}}));
     EXPECT_EQ(live->history(), (Bridge::Targets{{7, 5}}));
+}
+
+TEST_F(DurableTargetsTest, HistoryThatWasOnlyLookedAtCanBeTakenWithWhatCameSince)
+{
+    {
+        const auto gone = bridge("a");
+        gone->take(7, 1);
+        gone->take(8, 2);
+    }
+    const auto live = bridge("live");
+    const auto sut = bridge("a");
+    auto reader = sut->makeReader();
+    reader.wait_for_historical_data(dds::core::Duration::from_secs(20));
+    EXPECT_EQ(Bridge::read(reader), (Bridge::Targets{{7, 1}, {8, 2}}));
+
+    live->take(7, 3);
+    live->take(9, 4);
+
+    const Bridge::Targets all{{7, 3}, {8, 2}, {9, 4}};
+    EXPECT_TRUE(testsupport::waitUntil([&] { return Bridge::read(reader) == all; }));
+    EXPECT_EQ(reader.take().length(), all.size());
+    EXPECT_EQ(reader.take().length(), 0U);
+}
+
+TEST_F(DurableTargetsTest, InstanceThatWentIsSeenBehindTheHistory)
+{
+    {
+        bridge("a")->take(7, 1);
+    }
+    const auto sut = bridge("a");
+    const auto live = bridge("live");
+    live->take(9, 4);
+    auto reader = sut->makeReader();
+    reader.wait_for_historical_data(dds::core::Duration::from_secs(20));
+    ASSERT_TRUE(testsupport::waitUntil([&] { return Bridge::read(reader) == Bridge::Targets{{7, 1}, {9, 4}}; }));
+    const auto gone = [&] {
+        std::vector<std::uint32_t> numbers;
+        for (const auto& sample : reader.read())
+        {
+            if (!sample.info().valid())
+            {
+                numbers.push_back(sample.data().macroXptOutput);
+            }
+        }
+        return numbers;
+    };
+    ASSERT_TRUE(gone().empty());
+
+    live->dispose(9);
+
+    EXPECT_TRUE(testsupport::waitUntil([&] { return gone() == std::vector<std::uint32_t>{9}; }));
+    EXPECT_EQ(Bridge::read(reader).at(7), 1U);
+}
+
+TEST_F(DurableTargetsTest, HistoryThatWasOvertakenIsNotPublishedAgain)
+{
+    {
+        bridge("away")->take(7, 1);
+    }
+    const auto live = bridge("live");
+    const auto back = bridge("away");
+    auto reader = back->makeReader();
+    reader.wait_for_historical_data(dds::core::Duration::from_secs(20));
+    ASSERT_EQ(reader.take().length(), 1U);
+    live->take(7, 2);
+    ASSERT_TRUE(testsupport::waitUntil([&] { return back->known() == Bridge::Targets{{7, 2}}; }));
+
+    back->take(7, 1, 99);
+
+    EXPECT_EQ(back->known(), (Bridge::Targets{{7, 2}}));
+    EXPECT_TRUE(live->waitForHistory({{7, 2}}));
+}
+
+TEST_F(DurableTargetsTest, ValueWrittenWithATimeOfItsOwnIsKeptWithThatTime)
+{
+    constexpr std::int64_t microseconds = 1'600'000'000'000'000;
+    {
+        const auto sut = bridge("a");
+        sut->takeAt(7, 5, dds::core::Time(microseconds * 1000));
+    }
+
+    const auto rows = Store(store("a")).load();
+    ASSERT_EQ(rows.size(), 1U);
+    EXPECT_EQ(rows[0].written, microseconds);
+    EXPECT_EQ(bridge("a")->join(), (Bridge::Targets{{7, 5}}));
 }

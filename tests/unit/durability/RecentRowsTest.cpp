@@ -1,13 +1,17 @@
 #include "durability/RecentRows.h"
 
+#include <cerrno>
 #include <cstdlib>
 #include <fstream>
 #include <memory>
 #include <sstream>
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
+#include "tests/support/FailingCall.h"
 #include "tests/support/TempDir.h"
+#include "tests/unit/ddskorabridge/CapturedLog.h"
 #include "tests/unit/durability/OutputCodec.h"
 
 using namespace com::tallowcrest::durability;
@@ -16,6 +20,7 @@ namespace
 {
 
 const ChannelName name{"R1", "Topic"};
+constexpr const char* noFailingCalls = "system calls cannot be made to fail here";
 
 /// The file in memory of one store, and the lives of a process that use it one after the other.
 class RecentRowsTest : public testing::Test
@@ -225,4 +230,92 @@ TEST_F(RecentRowsTest, SameStoreHasTheSameFileHoweverItIsNamed)
 {
     EXPECT_EQ(RecentRows::fileOf(m_directory.path() / "x" / ".." / "durable.db"), file());
     EXPECT_NE(RecentRows::fileOf(m_directory.path() / "other.db"), file());
+}
+
+TEST_F(RecentRowsTest, FileThatCannotBeWrittenIsOneWarningAndLeftAsItIs)
+{
+    CapturedLog log;
+    const auto sut = life();
+    sut->append(row("7", 1));
+    sut->flush();
+    const auto size = std::filesystem::file_size(file());
+
+    const bool isTried = testsupport::withFailingCalls({{SYS_write, ENOSPC}}, [&] {
+        for (SourceTime time = 2; time < 5; ++time)
+        {
+            sut->append(row("7", time));
+            sut->flush();
+        }
+    });
+
+    if (!isTried)
+    {
+        GTEST_SKIP() << noFailingCalls;
+    }
+    EXPECT_EQ(log.lines(), std::vector<std::string>{"WARN Durable targets: cannot write " + file().string() +
+                                                    ": No space left on device; a slow disk may delay what is kept of "
+                                                    "the last moment"});
+    EXPECT_EQ(std::filesystem::file_size(file()), size);
+}
+
+TEST_F(RecentRowsTest, TornLastLineThatCannotBeEndedIsNotWrittenBehind)
+{
+    leave({row("7", 1), row("8", 2)});
+    std::filesystem::resize_file(m_directory.path() / "left",
+                                 std::filesystem::file_size(m_directory.path() / "left") - 5);
+    std::unique_ptr<RecentRows> sut;
+
+    if (!testsupport::withFailingCalls({{SYS_write, ENOSPC}}, [&] { sut = nextLife(); }))
+    {
+        GTEST_SKIP() << noFailingCalls;
+    }
+
+    const auto size = std::filesystem::file_size(file());
+    EXPECT_EQ(sut->takeLoaded(name), std::vector<StoredRow>{row("7", 1)});
+    sut->append(row("9", 3));
+    sut->flush();
+    EXPECT_EQ(std::filesystem::file_size(file()), size);
+}
+
+TEST_F(RecentRowsTest, FileOfAnotherUserIsNotUsed)
+{
+    CapturedLog log;
+    testsupport::writeFile(file(), "theirs\n");
+    constexpr uid_t somebodyElse = 1;
+    if (::chown(file().c_str(), somebodyElse, static_cast<gid_t>(-1)) != 0)
+    {
+        GTEST_SKIP() << "a file can be given to another user by root alone";
+    }
+    const auto sut = life();
+
+    sut->append(row("7", 1));
+    sut->flush();
+
+    EXPECT_EQ(testsupport::readFile(file()), "theirs\n");
+    const auto lines = log.lines();
+    ASSERT_EQ(lines.size(), 1U);
+    EXPECT_NE(lines[0].find(" cannot be used: Operation not permitted"), std::string::npos) << lines[0];
+}
+
+TEST_F(RecentRowsTest, FileThatGrewIsRewrittenWithTheRowsOfAnEarlierLifeThatHaveNotBeenTaken)
+{
+    StoredRow other = row("9", 5);
+    other.channel.partition = "R2";
+    leave({other});
+    const auto channel = m_channels.get(name, outputCodec());
+    auto sut = nextLife();
+    std::size_t written = 0;
+    for (SourceTime time = 1; written < RecentRows::longestFile + 1000; ++time)
+    {
+        const BusOutput sample = busOutput(7, static_cast<std::uint32_t>(time));
+        ASSERT_TRUE(channel->apply("7", &sample, time, Channel::Origin::Writer));
+        const StoredRow newest = channel->rowOf("7", &sample, time);
+        sut->append(newest);
+        sut->flush();
+        written += newest.payload.size();
+    }
+    ASSERT_LE(std::filesystem::file_size(file()), RecentRows::longestFile);
+    sut.reset();
+
+    EXPECT_EQ(life()->takeLoaded(other.channel), std::vector<StoredRow>{other});
 }

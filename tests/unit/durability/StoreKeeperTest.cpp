@@ -9,6 +9,7 @@
 #include <sched.h>
 #include <sys/mount.h>
 
+#include "tests/support/FailingCall.h"
 #include "tests/support/TempDir.h"
 #include "tests/support/TimeFactor.h"
 #include "tests/support/WaitUntil.h"
@@ -247,4 +248,59 @@ TEST_F(StoreKeeperTest, FullDiskIsOneWarningAndIsWrittenWhenThereIsRoom)
     EXPECT_EQ(storedRows(), 200U);
     EXPECT_EQ(m_warnings.size(), 1U);
     ::umount(disk.c_str());
+}
+
+TEST_F(StoreKeeperTest, CorruptStoreThatCannotBeSetAsideIsOneWarningAndLeftAsItIs)
+{
+    testsupport::writeFile(m_path, std::string(10000, 'x'));
+    if (!testsupport::withFailingCalls(testsupport::failingRename(EROFS), [this] { start(); }))
+    {
+        GTEST_SKIP() << "system calls cannot be made to fail here";
+    }
+    take(7, 5);
+
+    ASSERT_EQ(warnings().size(), 1U);
+    EXPECT_NE(warnings()[0].find("is corrupt and cannot be begun anew: cannot rename it to "), std::string::npos)
+        << warnings()[0];
+    EXPECT_NE(warnings()[0].find("Read-only file system; targets are not kept until it can"), std::string::npos)
+        << warnings()[0];
+    take(8, 5);
+    m_sut.reset();
+    EXPECT_EQ(testsupport::readFile(m_path), std::string(10000, 'x'));
+    EXPECT_EQ(warnings().size(), 1U);
+}
+
+TEST_F(StoreKeeperTest, LogThatAReaderKeptFromBeingMovedIsCutOnceTheReaderHasGone)
+{
+    start();
+    take(0, 1);
+    ASSERT_TRUE(waitForRows(1));
+    const auto logSize = [this] { return std::filesystem::file_size(Store::logPath(m_path)); };
+    auto reader = std::make_unique<SqliteConnection>(m_path.string());
+    reader->execute("BEGIN");
+    ASSERT_EQ(reader->number("SELECT count(*) FROM durable_sample"), 1); // holds the log from here on
+    std::uint32_t input = 2;
+    const auto takeMany = [&] {
+        for (std::uint32_t i = 0; i < 2000; ++i)
+        {
+            take(i, input);
+        }
+        ++input;
+    };
+    ASSERT_TRUE(waitUntil(
+        [&] {
+            takeMany();
+            return logSize() > StoreKeeper::longestLog;
+        },
+        std::chrono::seconds(60)));
+
+    reader.reset();
+
+    EXPECT_TRUE(waitUntil([&] {
+        take(0, input++);
+        return logSize() < 1000000;
+    }));
+    collect();
+    EXPECT_TRUE(m_warnings.empty()) << m_warnings[0];
+    EXPECT_EQ(storedRows(), 2000U);
 }

@@ -1,10 +1,12 @@
 #include "durability/Store.h"
 
+#include <cerrno>
 #include <fstream>
 #include <string>
 
 #include <gtest/gtest.h>
 
+#include "tests/support/FailingCall.h"
 #include "tests/support/TempDir.h"
 
 using namespace com::tallowcrest::durability;
@@ -251,4 +253,57 @@ TEST_F(StoreTest, CuttingTheLogMovesItIntoTheFile)
     EXPECT_EQ(sut.logSize(), 0U);
     EXPECT_LT(std::filesystem::file_size(m_path), 200000U);
     EXPECT_EQ(sut.load().size(), 300U);
+}
+
+TEST_F(StoreTest, LockFileThatCannotBeMadeIsUnusable)
+{
+    std::filesystem::create_directories(m_path.string() + ".lock"); // a directory stands in its place
+
+    EXPECT_EQ(failure(), StoreFailure::Unusable);
+}
+
+TEST_F(StoreTest, DirectoryThatCannotBeForcedToTheDiskIsUnusable)
+{
+    std::string text;
+
+    const bool isTried = testsupport::withFailingCalls({{SYS_fsync, EIO}}, [&] {
+        try
+        {
+            const Store store(m_path);
+        }
+        catch (const StoreError& error)
+        {
+            text = error.what();
+        }
+    });
+
+    if (!isTried)
+    {
+        GTEST_SKIP() << "system calls cannot be made to fail here";
+    }
+    EXPECT_EQ(text, "cannot write directory " + m_path.parent_path().string() + ": Input/output error");
+}
+
+TEST_F(StoreTest, StoreThatIsNotThereCannotBeSetAside)
+{
+    try
+    {
+        Store::setAside(m_path);
+        ADD_FAILURE() << "it was set aside";
+    }
+    catch (const StoreError& error)
+    {
+        EXPECT_EQ(error.failure(), StoreFailure::Unusable);
+        const std::string text = error.what();
+        EXPECT_EQ(text.rfind("cannot rename it to " + m_path.string() + ".corrupt-", 0), 0U) << text;
+        EXPECT_NE(text.find(": No such file or directory"), std::string::npos) << text;
+    }
+}
+
+TEST_F(StoreTest, ValueThatIsNullReadsAsAnEmptyText)
+{
+    const SqliteConnection sut(":memory:");
+
+    EXPECT_EQ(sut.text("SELECT NULL"), "");
+    EXPECT_EQ(sut.text("SELECT 'x'"), "x");
 }
