@@ -1,8 +1,10 @@
 #pragma once
 
 #include "bustypes/RoutingTypes.h"
+#include "ddskorabridge/XptStatus.h"
 
 #include <cstdint>
+#include <span>
 
 /// What a level asks of the crosspoint status of its signal type. Numbers are macro crosspoints. Apartment-bound.
 class IXptStatus
@@ -18,4 +20,14 @@ public:
     virtual std::uint32_t getStatus(std::uint32_t output, std::uint32_t& input,
                                     com::tallowcrest::dds_::routing::LPRState& lprState,
                                     std::uint32_t& lprId) const = 0;
+
+    /// The same for as many consecutive outputs as `statuses` holds, beginning with `firstOutput`.
+    virtual void getStatuses(std::uint32_t firstOutput, std::span<XptStatus> statuses) const
+    {
+        for (XptStatus& status : statuses)
+        {
+            status = {};
+            status.result = getStatus(firstOutput++, status.input, status.lprState, status.lprId);
+        }
+    }
 };

@@ -4,6 +4,8 @@
 #include "runtime/misc/Console.h"
 #include "runtime/util/Log.h"
 
+#include <algorithm>
+#include <array>
 #include <utility>
 
 using namespace com::tallowcrest::dds_::routing;
@@ -166,6 +168,60 @@ std::uint32_t LevelImpl::getOutputStatus(std::uint32_t controllerOutput, std::ui
         }
     }
     return resultCode::done;
+}
+
+void LevelImpl::getOutputStatuses(std::uint32_t firstOutput, std::span<OutputStatus> statuses)
+{
+    if (m_mapping.numXptsPer() != 1)
+    {
+        ILevel::getOutputStatuses(firstOutput, statuses);
+        return;
+    }
+    while (!statuses.empty())
+    {
+        const auto xptOutput = m_mapping.controllerOutputToXpt(firstOutput);
+        std::size_t count = 1;
+        if (xptOutput)
+        {
+            while (count < statuses.size() &&
+                   m_mapping.controllerOutputToXpt(firstOutput + static_cast<std::uint32_t>(count)))
+            {
+                ++count;
+            }
+            readStatuses(*xptOutput, statuses.first(count));
+        }
+        else
+        {
+            statuses.front() = {.result = resultCode::esfInvalidDst};
+        }
+        firstOutput += static_cast<std::uint32_t>(count);
+        statuses = statuses.subspan(count);
+    }
+}
+
+void LevelImpl::readStatuses(std::uint32_t xptOutput, std::span<OutputStatus> statuses) const
+{
+    std::array<XptStatus, 64> xpts;
+    while (!statuses.empty())
+    {
+        const auto count = std::min(xpts.size(), statuses.size());
+        m_status->getStatuses(xptOutput, std::span(xpts).first(count));
+        for (std::size_t i = 0; i < count; ++i)
+        {
+            const XptStatus& xpt = xpts[i];
+            OutputStatus& status = statuses[i];
+            status = {.result = xpt.result, .lprState = controllerState(xpt.lprState), .lprId = xpt.lprId};
+            if (xpt.result != resultCode::done)
+            {
+                continue;
+            }
+            const auto input = m_mapping.xptInputToController(xpt.input);
+            status.result = input ? resultCode::done : resultCode::esfInvalidSrc;
+            status.controllerInput = input.value_or(0);
+        }
+        xptOutput += static_cast<std::uint32_t>(count);
+        statuses = statuses.subspan(count);
+    }
 }
 
 void LevelImpl::beginOutputChanges(std::uint32_t connectionIndex)

@@ -9,6 +9,7 @@
 #include <log4cxx/logger.h>
 
 #include <memory>
+#include <span>
 
 /// A level of the router: translates controller numbers to macro crosspoints, checks takes and locks against the
 /// targets, sets them, and answers from the status. Every crosspoint of an output must pass before any is set. A
@@ -27,6 +28,7 @@ public:
                                std::uint32_t when) override;
     std::uint32_t getOutputStatus(std::uint32_t controllerOutput, std::uint32_t& controllerInput,
                                   std::uint32_t& lprState, std::uint32_t& lprId) override;
+    void getOutputStatuses(std::uint32_t firstOutput, std::span<OutputStatus> statuses) override;
     void beginOutputChanges(std::uint32_t connectionIndex) override;
     bool getNextOutputChange(std::uint32_t& statusResult, std::uint32_t& controllerOutput,
                              std::uint32_t& controllerInput, std::uint32_t& lprState, std::uint32_t& lprId) override;
@@ -36,6 +38,9 @@ public:
     void show() const override;
 
 private:
+    /// The status of consecutive outputs that all are in the block, one crosspoint each, from that crosspoint on.
+    void readStatuses(std::uint32_t xptOutput, std::span<OutputStatus> statuses) const;
+
     const std::shared_ptr<IXptTarget> m_target;
     const std::shared_ptr<IXptStatus> m_status;
     const Mapping m_mapping;

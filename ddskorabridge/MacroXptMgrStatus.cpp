@@ -44,6 +44,15 @@ std::uint32_t MacroXptMgrStatus::getStatus(std::uint32_t output, std::uint32_t& 
     return resultCode::done;
 }
 
+void MacroXptMgrStatus::getStatuses(std::uint32_t firstOutput, std::span<XptStatus> statuses) const
+{
+    for (XptStatus& status : statuses)
+    {
+        status = {};
+        status.result = MacroXptMgrStatus::getStatus(firstOutput++, status.input, status.lprState, status.lprId);
+    }
+}
+
 void MacroXptMgrStatus::onDataAvailable()
 {
     for (const auto& sample : takeAll())

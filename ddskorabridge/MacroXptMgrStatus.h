@@ -11,6 +11,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <string>
 
 /// The routes and lock states of one signal type that the router reports as in force; tells the levels which outputs
@@ -34,6 +35,7 @@ public:
     // IXptStatus
     std::uint32_t getStatus(std::uint32_t output, std::uint32_t& input, LPRState& lprState,
                             std::uint32_t& lprId) const override;
+    void getStatuses(std::uint32_t firstOutput, std::span<XptStatus> statuses) const override;
 
     // IXptTable
     std::string table(std::uint32_t first, std::uint32_t last) const override;

@@ -1,6 +1,9 @@
 #pragma once
 
+#include "koracommand/OutputStatus.h"
+
 #include <cstdint>
+#include <span>
 
 /// One controller-visible view of the router: a block of controller inputs and one of controller outputs. Numbers are
 /// controller numbers unless they are called macro crosspoints. Result codes are those of `ResultCode.h`.
@@ -27,6 +30,17 @@ public:
     /// The status in force; `lprState` in controller codes (0 released, 1 locked, 2 protected).
     virtual std::uint32_t getOutputStatus(std::uint32_t controllerOutput, std::uint32_t& controllerInput,
                                           std::uint32_t& lprState, std::uint32_t& lprId) = 0;
+
+    /// The same for as many consecutive outputs as `statuses` holds, beginning with `firstOutput`; numbers wrap as
+    /// unsigned ones do.
+    virtual void getOutputStatuses(std::uint32_t firstOutput, std::span<OutputStatus> statuses)
+    {
+        for (OutputStatus& status : statuses)
+        {
+            status = {};
+            status.result = getOutputStatus(firstOutput++, status.controllerInput, status.lprState, status.lprId);
+        }
+    }
 
     /// Starts a walk over the outputs that changed for a connection (index 0 to 15).
     virtual void beginOutputChanges(std::uint32_t connectionIndex) = 0;

@@ -3,20 +3,35 @@
 #include "koracommand/LevelAccess.h"
 #include "koracommand/WireLayout.h"
 
+#include <algorithm>
 #include <array>
 #include <span>
 
 void OutputRangeRsp::writeEntries(std::size_t entries, const Range& range, EntryWords entryWords)
 {
     const auto level = getLevelInstance(range.level);
-    const auto wordsPerEntry = static_cast<std::size_t>(entryWords);
+    // A block at a time: the level and its tables are asked once a block, and all of it stays in the processor's cache.
+    constexpr std::uint32_t block = 64;
+    std::array<OutputStatus, block> statuses;
+    std::array<std::uint32_t, block* static_cast<std::size_t>(EntryWords::ResultInputLprStateLprId)> words{};
     std::size_t offset = entries;
-    for (std::uint32_t i = 0; i < range.count; ++i)
+    for (std::uint32_t done = 0; done < range.count;)
     {
-        std::array<std::uint32_t, static_cast<std::size_t>(EntryWords::ResultInputLprStateLprId)> words{};
-        auto& [result, controllerInput, lprState, lprId] = words;
-        result = level->getOutputStatus(range.firstOutput + i, controllerInput, lprState, lprId);
-        setWords(offset, std::span(words).first(wordsPerEntry));
-        offset += wordsPerEntry * wireLayout::wordBytes;
+        const std::uint32_t count = std::min(block, range.count - done);
+        level->getOutputStatuses(range.firstOutput + done, std::span(statuses).first(count));
+        std::size_t used = 0;
+        for (std::uint32_t i = 0; i < count; ++i)
+        {
+            words[used++] = statuses[i].result;
+            words[used++] = statuses[i].controllerInput;
+            if (entryWords == EntryWords::ResultInputLprStateLprId)
+            {
+                words[used++] = statuses[i].lprState;
+                words[used++] = statuses[i].lprId;
+            }
+        }
+        setWords(offset, std::span(words).first(used));
+        offset += used * wireLayout::wordBytes;
+        done += count;
     }
 }

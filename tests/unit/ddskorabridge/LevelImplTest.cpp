@@ -257,6 +257,50 @@ TEST_F(LevelImplTest, StatusOfAGroupNeedsConsecutiveSources)
     EXPECT_EQ(statusOf(sut, 2).result, 4U);
 }
 
+/// Ranges of outputs that begin or end inside or outside the block, or wrap; one crosspoint per number or four.
+class LevelImplStatusesTest : public LevelImplTest, public testing::WithParamInterface<MappingNumbers>
+{};
+
+TEST_P(LevelImplStatusesTest, StatusesOfARangeAreThoseOfItsOutputs)
+{
+    LevelImpl sut(m_target, m_status, GetParam());
+    for (std::uint32_t i = 0; i < 300; i += i % 7 == 6 ? 2 : 1) // some are beyond the table
+    {
+        m_status->records[i] = {i * 5 % 330, static_cast<LPRState>(i % 3), i + 1};
+    }
+    for (const std::uint32_t first : {0U, 1U, 70U, last - 3})
+    {
+        for (const std::uint32_t count : {0U, 1U, 64U, 65U, 300U})
+        {
+            std::vector<OutputStatus> statuses(count, OutputStatus{99, 99, 99, 99});
+
+            sut.getOutputStatuses(first, statuses);
+
+            for (std::uint32_t i = 0; i < count; ++i)
+            {
+                const Status alone = statusOf(sut, first + i);
+                ASSERT_EQ(statuses[i], (OutputStatus{alone.result, alone.input, alone.lprState, alone.lprId}))
+                    << "output " << first + i << " of " << count << " from " << first;
+            }
+        }
+    }
+}
+
+constexpr MappingNumbers statusesNumbers(std::uint32_t numXptsPer, std::uint32_t xptOutputStart)
+{
+    return {.numXptsPer = numXptsPer,
+            .xptInputStart = 0,
+            .numXptInputs = 320,
+            .controllerInputStart = 1,
+            .xptOutputStart = xptOutputStart,
+            .numXptOutputs = 288,
+            .controllerOutputStart = 1};
+}
+
+INSTANTIATE_TEST_SUITE_P(Levels, LevelImplStatusesTest,
+                         testing::Values(statusesNumbers(1, 0), statusesNumbers(1, 50), statusesNumbers(1, last - 9),
+                                         statusesNumbers(4, 0)));
+
 TEST_F(LevelImplTest, ChangesCarryTheStatusOfTheOutput)
 {
     LevelImpl sut(m_target, m_status, numbers);

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -65,6 +66,25 @@ TEST_F(MacroXptMgrStatusTest, AStatusIsKeptAndBothChangesAreNoticed)
 
     EXPECT_TRUE(waitForStatus(5, "0: 7 42 2"));
     EXPECT_EQ(notices(), (Lines{"noteSourceChange 5", "noteLprChange 5"}));
+}
+
+TEST_F(MacroXptMgrStatusTest, ARangeIsReportedAsItsOutputs)
+{
+    m_sut.joinRouterPartition("R1");
+    m_router.write({.macroXptOutput = maximum - 1, .macroXptInput = 7, .when = 1, .lprId = 42, .lprState = LPR_LOCKED});
+    ASSERT_TRUE(waitForStatus(maximum - 1, "0: 7 42 2"));
+    std::array<XptStatus, 4> statuses;
+    statuses.fill({99, 99, LPR_PROTECTED, 99});
+
+    m_sut.getStatuses(maximum - 2, statuses);
+
+    Lines range;
+    for (const auto& [result, input, lprState, lprId] : statuses)
+    {
+        range.push_back(std::to_string(result) + ": " + std::to_string(input) + " " + std::to_string(lprId) + " " +
+                        std::to_string(lprState));
+    }
+    EXPECT_EQ(range, (Lines{"0: 4294967295 0 0", "0: 7 42 2", "0: 4294967295 0 0", "4: 0 0 0"}));
 }
 
 TEST_F(MacroXptMgrStatusTest, OnlyWhatChangedIsNoticed)

@@ -61,6 +61,26 @@ TEST_F(GetOutputStatusRspTest, AnyOtherFormatIsLimitedTo509Outputs)
     EXPECT_EQ(words.size(), words[2] / 4);
 }
 
+TEST_F(GetOutputStatusRspTest, EveryEntryOfALongRangeIsInItsPlace)
+{
+    for (const std::uint32_t format : {1U, 2U})
+    {
+        constexpr std::uint32_t count = 200;
+        Words expected{format, 1, 5, count};
+        m_level->outputs.clear();
+        for (std::uint32_t i = 0; i < count; ++i)
+        {
+            m_level->outputs[5 + i] = {i % 3, 1000 + i, 2000 + i, 3000 + i};
+            expected.insert(expected.end(), {i % 3, 1000 + i});
+            if (format != 1)
+            {
+                expected.insert(expected.end(), {2000 + i, 3000 + i});
+            }
+        }
+        EXPECT_EQ(answer({format, 1, 5, count}), expectedRsp(rspId, expected));
+    }
+}
+
 TEST_F(GetOutputStatusRspTest, OutputNumbersWrapAsUnsignedOnes)
 {
     answer({1, 1, 0xffffffff, 2});
