@@ -37,6 +37,8 @@ public:
     bool work();
     /// Whether writers handed over more, at the last look, than what there is memory for from the start.
     bool isBusy() const { return m_batch.size() > HandOver::initialSamples; }
+    /// How many samples writers handed over until the last look.
+    std::size_t handedOver() const { return m_batch.size(); }
     /// Gives back the memory of a burst that is over.
     void rest() { m_channel->shrinkHandOver(m_batch); }
     /// Ends a wait for history when nothing more is to come. True while one goes on.

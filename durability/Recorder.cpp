@@ -43,7 +43,7 @@ void Recorder::run()
         {
             return;
         }
-        std::this_thread::sleep_for(gatherTime);
+        std::this_thread::sleep_for(m_handedOver > fewSamples ? loadedGatherTime : gatherTime);
         m_wake.waitUntil(Clock::now() + (isWaitedFor ? waitPoll : idlePoll));
     }
 }
@@ -53,6 +53,7 @@ bool Recorder::look()
     bool isDue = false;
     bool isWaitedFor = false;
     bool isBusy = false;
+    m_handedOver = 0;
     for (const auto& channel : m_channels.all())
     {
         const auto recorder =
@@ -61,6 +62,7 @@ bool Recorder::look()
         const Channel::Waiting waiting = recorder->second.waiting();
         isDue = recorder->second.work() || isDue;
         isBusy = recorder->second.isBusy() || isBusy;
+        m_handedOver += recorder->second.handedOver();
         isWaitedFor = recorder->second.serveWait(waiting, m_participants) || isWaitedFor;
     }
     if (isDue)

@@ -27,6 +27,10 @@ public:
     /// What comes this soon after a look waits for the next one: a burst wakes nobody, and no more than one command in
     /// a hundred meets the recorder on its processor.
     static constexpr std::chrono::milliseconds gatherTime{10};
+    /// The same after a look that found more than `fewSamples`: a bridge with thousands of takes a second has work to
+    /// do for its controllers, and what is written meanwhile is no more than the newest of each instance.
+    static constexpr std::chrono::milliseconds loadedGatherTime{40};
+    static constexpr std::size_t fewSamples = 64;
     static constexpr std::chrono::milliseconds waitPoll{3};
     static constexpr std::chrono::milliseconds idlePoll{500};
     /// So long after a burst its memory is given back to the system.
@@ -53,6 +57,7 @@ private:
     WakeUp& m_wake;
     ParticipantWatch m_participants;
     std::map<const Channel*, ChannelRecorder> m_recorders;
+    std::size_t m_handedOver = 0;                 ///< samples, until the last look
     std::optional<Clock::time_point> m_lastBurst; ///< whose memory is still held
     std::atomic<bool> m_stopping{false};
     std::thread m_thread;
