@@ -176,3 +176,32 @@ TEST_F(LogGuardTest, FileThatCouldNotBeOpenedIsOpenedOnceItCanBe)
     EXPECT_NE(text.find(" log lines were lost, Not a directory\n"), std::string::npos) << text;
     EXPECT_NE(errors().find("korabridge: log lines are lost until this is mended: "), std::string::npos);
 }
+
+TEST_F(LogGuardTest, LoggerFindsTheGuardUnderTheNameOfItsAppender)
+{
+    const auto fake = std::make_shared<FakeAppender>();
+    fake->setName("file");
+    const auto root = log4cxx::Logger::getRootLogger();
+    root->addAppender(fake);
+
+    guardLogAppenders();
+
+    const auto guard = root->getAppender("file");
+    ASSERT_NE(guard, nullptr);
+    EXPECT_NE(guard, fake);
+    root->removeAppender("file");
+    EXPECT_TRUE(root->getAllAppenders().empty());
+    errors();
+}
+
+TEST_F(LogGuardTest, GuardHasTheLayoutOfItsAppenderAndNeedsNoneOfItsOwn)
+{
+    const auto appender = std::make_shared<log4cxx::FileAppender>();
+    const auto layout = std::make_shared<log4cxx::PatternLayout>("%m%n");
+    appender->setLayout(layout);
+    const LogGuard sut(appender);
+
+    EXPECT_EQ(sut.getLayout(), layout);
+    EXPECT_FALSE(sut.requiresLayout());
+    errors();
+}

@@ -1,11 +1,13 @@
 #include "bridge/Logging.h"
 
 #include "tests/support/TempDir.h"
+#include "tests/support/WaitUntil.h"
 
 #include <gtest/gtest.h>
 #include <log4cxx/basicconfigurator.h>
 #include <log4cxx/logger.h>
 
+#include <chrono>
 #include <filesystem>
 #include <regex>
 
@@ -134,4 +136,19 @@ TEST_F(LoggingTest, OtherEndingGoesToThePropertiesConfigurator)
     LOG4CXX_WARN(log4cxx::Logger::getLogger("KORABRIDGE"), "from properties");
 
     EXPECT_EQ(readFile(logFile), "from properties\n");
+}
+
+TEST_F(LoggingTest, FileThatIsWatchedIsReadAgainWhenItChanges)
+{
+    const auto path = m_directory.path() / "watched.properties";
+    constexpr long watchDelay = 20; // milliseconds
+    writeFile(path, "log4j.rootLogger=WARN\n");
+    configureLogging(path.string(), watchDelay);
+    const auto level = [] { return log4cxx::Logger::getRootLogger()->getLevel()->toInt(); };
+    ASSERT_EQ(level(), log4cxx::Level::WARN_INT);
+
+    writeFile(path, "log4j.rootLogger=ERROR\n");
+    std::filesystem::last_write_time(path, std::filesystem::file_time_type::clock::now() + std::chrono::seconds(5));
+
+    EXPECT_TRUE(testsupport::waitUntil([&] { return level() == log4cxx::Level::ERROR_INT; }));
 }

@@ -1,5 +1,9 @@
 #include "tools/korasim/EventScript.h"
 
+#include "bustypes/TopicNames.h"
+#include "buswrappers/TopicPub.h"
+#include "tools/korasim/EventPrinter.h"
+
 #include <gtest/gtest.h>
 
 #include <sstream>
@@ -122,4 +126,49 @@ TEST_F(EventScriptTest, HelpListsEveryCommandAndQuitEnds)
         EXPECT_NE(("\n" + m_out.str()).find("\n" + std::string(name)), std::string::npos) << name;
     }
     EXPECT_EQ(m_sut.runLine("quit"), EventScript::Outcome::Quit);
+}
+
+TEST_F(EventScriptTest, FollowTakesOnOrOffAlone)
+{
+    m_sut.runLine("follow maybe");
+
+    EXPECT_EQ(m_errors.str(), "line 1: 'maybe' is neither on nor off\n");
+}
+
+TEST_F(EventScriptTest, WaitForATargetThatIsCutShortEndsTheProgram)
+{
+    EventScript sut(m_router, m_out, m_errors, [](std::chrono::milliseconds) { return false; });
+
+    EXPECT_EQ(sut.runLine("wait-target video 3 7 60000"), EventScript::Outcome::Quit);
+    EXPECT_EQ(m_errors.str(), "");
+}
+
+TEST_F(EventScriptTest, WaitForATargetGoesOnWhenItComes)
+{
+    com::tallowcrest::routing::TopicPub<com::tallowcrest::dds_::routing::MacroXptOutput> targets(
+        com::tallowcrest::routing::topicName(com::tallowcrest::routing::TopicName::MacroXptOutputVideoTarget),
+        dds::core::policy::DurabilityKind::TRANSIENT_LOCAL);
+    m_sut.runLine("announce");
+    targets.joinRouterPartition("R1");
+    targets.write({.macroXptOutput = 3, .macroXptInput = 7});
+
+    EXPECT_EQ(m_sut.runLine("wait-target video 3 7"), EventScript::Outcome::GoOn);
+
+    EXPECT_EQ(m_errors.str(), "");
+}
+
+TEST(DescribeOutputTest, StateThatDoesNotExistIsShownAsItsNumber)
+{
+    com::tallowcrest::dds_::routing::MacroXptOutput sample;
+    sample.macroXptOutput = 3;
+    sample.lprState = static_cast<com::tallowcrest::dds_::routing::LPRState>(9);
+
+    EXPECT_EQ(describeOutput(Signal::Video, sample), "video output 3 input 0 lprId 0 state 9 when 0");
+}
+
+TEST(LivenessTest, EachHasItsWord)
+{
+    EXPECT_STREQ(toString(Liveness::Alive), "alive");
+    EXPECT_STREQ(toString(Liveness::NoWriters), "no writers");
+    EXPECT_STREQ(toString(Liveness::Disposed), "disposed");
 }
