@@ -85,3 +85,18 @@ TEST(AddressReader, GivenNamesSaysWhatATextDoesNotName)
     EXPECT_EQ(problemOf(sut, "2:CAM 1:MON 3"), "'2:CAM 1:MON 3' is not of the form LEVEL:INPUT:OUTPUT: "
                                                "'MON 3' is neither a number nor the name of an output of level 2");
 }
+
+TEST(AddressReader, GivenOutputThatIsNoNumberSaysWhichFormIsWantedAndWhatIsWrong)
+{
+    try
+    {
+        (void)AddressReader(Names::none()).outputAddress("1:seven");
+        ADD_FAILURE() << "it was accepted";
+    }
+    catch (const std::invalid_argument& problem)
+    {
+        const std::string text = problem.what();
+        EXPECT_EQ(text.find("'1:seven' is not of the form LEVEL:OUTPUT"), 0U) << text;
+        EXPECT_NE(text.find("'seven'"), std::string::npos) << text;
+    }
+}

@@ -141,6 +141,36 @@ TEST(Backup, GivenMissingLevelSavesTheOthersAndExits1)
     EXPECT_EQ(outcome.err, "koractl: the backup is not whole\n");
 }
 
+TEST(Backup, GivenMissingLevelSaysWhichInTextAndJson)
+{
+    const testsupport::TempDir directory;
+    const std::string path = (directory.path() / "plant.backup").string();
+    Plant plant(2);
+
+    const Outcome text = plant.run({"backup", path});
+    const Outcome json = plant.run({"--json", "backup", path});
+
+    EXPECT_EQ(text.out, "level 1: 2 outputs, 2 routes, 0 locked or protected\nlevel 2 does not exist\n");
+    EXPECT_EQ(json.status, 1);
+    EXPECT_NE(
+        json.out.find(R"({"level":2,"done":false,"outputs":0,"routes":0,"held":0,"text":"level 2 does not exist"})"),
+        std::string::npos)
+        << json.out;
+}
+
+TEST(Backup, GivenJsonOnStandardOutputIsWrongUse)
+{
+    Plant plant(2);
+
+    const Outcome outcome = plant.run({"--json", "backup", "-"});
+
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_NE(outcome.err.find("standard output takes the backup or the JSON object, not both"), std::string::npos)
+        << outcome.err;
+    EXPECT_TRUE(plant.bridge().requests().empty());
+}
+
 TEST(Backup, GivenFileThatCannotBeWrittenExits2)
 {
     Plant plant(2);

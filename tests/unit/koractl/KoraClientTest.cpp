@@ -1,7 +1,17 @@
 #include "tools/koractl/KoraClient.h"
 
-#include <gtest/gtest.h>
+#include <atomic>
+#include <cerrno>
+#include <memory>
+#include <optional>
 
+#include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+
+#include "runtime/util/UniqueFd.h"
+#include "tests/support/FailingCall.h"
+#include "tests/support/WaitUntil.h"
 #include "tests/unit/koractl/FakeBridge.h"
 #include "tools/koractl/Errors.h"
 
@@ -202,6 +212,99 @@ TEST(KoraClient, GivenNobodyListeningThrowsConnectError)
     }
 }
 
+namespace
+{
+
+/// What connecting fails with while the calls cannot be made; nothing where that is not permitted.
+std::optional<std::string> connectProblem(const std::vector<testsupport::FailingCall>& calls, std::uint16_t port)
+{
+    std::string problem;
+    const bool isTried = testsupport::withFailingCalls(calls, [&] {
+        try
+        {
+            const KoraClient sut("127.0.0.1", port, patient);
+        }
+        catch (const KoraError& error)
+        {
+            problem = error.what();
+        }
+    });
+    return isTried ? std::optional(problem) : std::nullopt;
+}
+
+} // namespace
+
+TEST(KoraClient, GivenConnectionThatTheSystemRefusesSaysWhy)
+{
+    FakeBridge bridge(&answerTake);
+    const std::string where = "cannot connect to 127.0.0.1 port " + std::to_string(bridge.port()) + ": ";
+
+    const auto noDescriptor = connectProblem({{SYS_socket, EMFILE, {{0, AF_INET}}}}, bridge.port());
+    const auto noRoute = connectProblem({{SYS_connect, ENETUNREACH}}, bridge.port());
+
+    if (!noDescriptor || !noRoute)
+    {
+        GTEST_SKIP() << "system calls cannot be made to fail here";
+    }
+    EXPECT_EQ(*noDescriptor, where + "Too many open files");
+    EXPECT_EQ(*noRoute, where + "Network is unreachable");
+}
+
+TEST(KoraClient, GivenBridgeWhoseQueueIsFullThrowsConnectErrorAfterTheTime)
+{
+    const com::tallowcrest::util::UniqueFd listener(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t size = sizeof address;
+    ASSERT_EQ(::bind(listener.get(), reinterpret_cast<const sockaddr*>(&address), size), 0);
+    ASSERT_EQ(::getsockname(listener.get(), reinterpret_cast<sockaddr*>(&address), &size), 0);
+    ASSERT_EQ(::listen(listener.get(), 0), 0);
+    std::vector<std::unique_ptr<KoraClient>> waiting;
+    std::string problem;
+
+    for (int i = 0; i < 20 && problem.empty(); ++i)
+    {
+        try
+        {
+            waiting.push_back(std::make_unique<KoraClient>("127.0.0.1", ntohs(address.sin_port), brief));
+        }
+        catch (const ConnectError& error)
+        {
+            problem = error.what();
+        }
+    }
+
+    EXPECT_EQ(problem,
+              "cannot connect to 127.0.0.1 port " + std::to_string(ntohs(address.sin_port)) + ": no answer in time");
+}
+
+TEST(KoraClient, GivenBridgeThatTakesNoMoreThrowsTimeoutError)
+{
+    std::atomic<bool> isOver{false};
+    FakeBridge bridge([&isOver](const Message&, std::uint32_t) {
+        testsupport::waitUntil([&] { return isOver.load(); });
+        return FakeReply{{}, true};
+    });
+    KoraClient sut("127.0.0.1", bridge.port(), 500ms);
+    const auto request = bytesOf({12, 1, 16, 0x50});
+    std::vector<std::uint8_t> flood;
+    for (int i = 0; i < 1000; ++i)
+    {
+        flood.insert(flood.end(), request.begin(), request.end());
+    }
+
+    EXPECT_THROW(
+        {
+            for (int i = 0; i < 10000; ++i) // 160 MB: far more than the buffers on the way take
+            {
+                sut.sendBytes(flood);
+            }
+        },
+        TimeoutError);
+    isOver = true;
+}
+
 TEST(KoraClient, GivenUnknownHostThrowsConnectError)
 {
     EXPECT_THROW(KoraClient("no host has blanks", 5194, brief), ConnectError);
@@ -251,6 +354,16 @@ TEST(KoraClient, GivenAnyIdRequestReturnsTheMessageUnjudged)
     EXPECT_EQ(response.id(), 0x80000000U);
     EXPECT_EQ(response.word(20), 8U);
     EXPECT_EQ(bridge.requests().at(0).words(), (std::vector<std::uint32_t>{12, 1, 28, 0x99, 1, 2, 3}));
+}
+
+TEST(KoraClient, GivenAnyIdRequestAnsweredOutOfSequenceThrowsProtocolError)
+{
+    FakeBridge bridge([](const Message& request, std::uint32_t sequence) {
+        return FakeReply{responseTo(request, sequence + 5, 0x80000050, {8}), false};
+    });
+    KoraClient sut("127.0.0.1", bridge.port(), patient);
+
+    EXPECT_THROW((void)sut.request(0x99, {1, 2, 3}), ProtocolError);
 }
 
 TEST(KoraClient, GivenCloseWaitForCloseReturns)

@@ -120,4 +120,7 @@ INSTANTIATE_TEST_SUITE_P(
         BadLine{"input 1 A\ninput 1 B\n", "2: 1 has a name already: 'A'"},
         BadLine{"input 1 A\nlevel 1\noutput 3 \xff\n", "3: the line is not UTF-8 text"},
         BadLine{"input 1 A\x01\n", "1: the line is not UTF-8 text"},
+        BadLine{"input 1 "
+                "a name of sixty-five letters is one letter longer than is allowed\n",
+                "1: the name is longer than 64 characters"},
         BadLine{"level\n", "1: '' is not a number from 0 to 4294967295"}));

@@ -1,4 +1,5 @@
 #include <array>
+#include <atomic>
 #include <chrono>
 #include <csignal>
 #include <fcntl.h>
@@ -13,6 +14,7 @@
 #include "tests/support/ChildProcess.h"
 #include "tests/support/TimeFactor.h"
 #include "tests/support/WaitUntil.h"
+#include "tests/unit/koractl/FakeLevel.h"
 #include "tests/unit/koractl/FakeRouter.h"
 
 using com::tallowcrest::util::UniqueFd;
@@ -198,4 +200,27 @@ TEST(Koractl, CommandsExitAsTheyEnded)
     EXPECT_EQ(Koractl(at(bridge, {"take", "1:2:5"})).waitForExit(), 1);
     EXPECT_EQ(Koractl({"take", "nonsense"}).waitForExit(), 2);
     EXPECT_EQ(Koractl({"--port", "1", "port"}).waitForExit(), 3);
+}
+
+TEST(Koractl, MatrixThatFollowsIntoAPipePrintsThePictureThenEachChange)
+{
+    std::atomic<std::uint32_t> wanted{0};
+    FakeLevel level(12);
+    FakeBridge bridge([&](const koractl::Message& request, std::uint32_t sequence) {
+        if (const std::uint32_t input = wanted.exchange(0); input != 0)
+        {
+            // A take as another controller would make it.
+            (void)level(koractl::Message(bytesOf({12, 1, 36, 0x50, 1, 1, 0, input, 3})), 1);
+        }
+        return level(request, sequence);
+    });
+    Koractl sut(at(bridge, {"matrix", "1", "--follow", "--width", "60", "--interval", "10ms"}));
+    ASSERT_TRUE(sut.readUntil("    12  ")) << sut.text();
+
+    wanted = 9;
+
+    ASSERT_TRUE(sut.readUntil("level   1  output     3  input     9  released\n")) << sut.text();
+    sut.sendSignal(SIGINT);
+    EXPECT_EQ(sut.waitForExit(), 0);
+    EXPECT_EQ(sut.text().find("level 1: outputs 1-12, inputs 1-12; 12 routed"), 0U) << sut.text();
 }

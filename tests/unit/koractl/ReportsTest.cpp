@@ -96,6 +96,14 @@ TEST(LprReport, GoldenJson)
     EXPECT_TRUE(sut.isAllDone());
 }
 
+TEST(LprReport, GivenHolderNamesItInJson)
+{
+    const LprReport sut("lock", {LprRow{{1, 8, LprCommand::lock, 5}, 12, 6}});
+
+    EXPECT_EQ(sut.toJson().dump(), R"({"command":"lock","done":false,"entries":[{"level":1,"output":8,"lprId":5,)"
+                                   R"("result":12,"done":false,"text":"output 8 is locked by 6","holder":6}]})");
+}
+
 TEST(OutputsReport, GoldenTextWithLockStates)
 {
     EXPECT_EQ(textOf(statusReport()), "LEVEL  OUTPUT  INPUT  STATE            RESULT\n"
@@ -225,6 +233,14 @@ TEST(SystemReports, GivenTheLastMomentThatAWordCanNameShowsItsDate)
     EXPECT_NE(textOf(systemReport(status)).find("4294967295  2106-02-07 06:28:15 UTC\n"), std::string::npos);
 }
 
+TEST(SystemReports, GivenFormat6WithoutItsTimeHasNone)
+{
+    const auto sut = systemReport({.format = 6, .words = {1, 2}});
+
+    EXPECT_TRUE(sut.toJson()["time"].is_null());
+    EXPECT_EQ(textOf(sut).find("UTC"), std::string::npos);
+}
+
 TEST(SystemReports, GivenFormat0HasNoTime)
 {
     const auto sut = systemReport({.format = 0, .words = std::vector<std::uint32_t>(11, 1)});
@@ -262,6 +278,14 @@ TEST(RawReport, GoldenTextAndJson)
         sut.toJson().dump(),
         R"({"command":"raw","done":true,"responses":[{"id":2147500032,"length":24,"words":[12,0,24,2147500032,1,0]}]})");
     EXPECT_TRUE(sut.isAllDone());
+}
+
+TEST(WordsReport, GivenNoWordsShowsTheHeadingAlone)
+{
+    const WordsReport sut("nothing", {{"command", "x"}}, 20, {});
+
+    EXPECT_EQ(textOf(sut), "nothing\n");
+    EXPECT_EQ(sut.toJson().dump(), R"({"command":"x","words":[]})");
 }
 
 TEST(RawReport, GivenErrorResponseIsNotDone)

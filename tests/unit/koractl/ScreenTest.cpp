@@ -200,3 +200,60 @@ TEST(MatrixScreen, GivenNobodyListeningLeavesTheTerminalAlone)
     EXPECT_EQ(sut.waitForExit(), 3);
     EXPECT_EQ(sut.text().find("1049"), std::string::npos);
 }
+
+TEST(MatrixScreen, EveryKeyMovesThePictureItsOwnWay)
+{
+    const std::string mark = "\x1b[1;32mo";
+    FakeBridge bridge{FakeLevel(288)};
+    KoractlOnTerminal sut(at(bridge));
+    ASSERT_TRUE(sut.readUntil("    15  ")) << "the first page is 1 to 15: " << sut.text();
+
+    sut.type("cx"); // there was no change, and x means nothing
+    sut.type("j");
+    EXPECT_TRUE(sut.readUntil("    16  ")) << "down: " << sut.text();
+    sut.type("\x1b[6~");
+    EXPECT_TRUE(sut.readUntil("    31  ")) << "page down: " << sut.text();
+    sut.type("k");
+    EXPECT_TRUE(sut.readUntil("    16  ")) << "up: " << sut.text();
+    sut.type("b");
+    EXPECT_TRUE(sut.readUntil("     1  ")) << "page up: " << sut.text();
+    sut.type("l");
+    EXPECT_TRUE(sut.readUntil("     2  " + mark)) << "inputs from 2 on: " << sut.text();
+    sut.type("h");
+    EXPECT_TRUE(sut.readUntil("     1  " + mark)) << "inputs from 1 on: " << sut.text();
+    sut.type("]G");
+    EXPECT_TRUE(sut.readUntil("   288  ")) << "end: " << sut.text();
+    sut.type("[g");
+    EXPECT_TRUE(sut.readUntil("     1  " + mark)) << "a page to the left, home: " << sut.text();
+    sut.type("q");
+    EXPECT_EQ(sut.waitForExit(), 0);
+}
+
+TEST(MatrixScreen, BridgeThatLeavesAndComesBackIsToldInTheRemark)
+{
+    FakeLevel level(288);
+    bool hasLeft = false;
+    FakeBridge bridge([&](const koractl::Message& request, std::uint32_t sequence) {
+        FakeReply reply = level(request, sequence);
+        reply.isClosing = sequence == 5 && !hasLeft;
+        hasLeft = hasLeft || reply.isClosing;
+        return reply;
+    });
+    KoractlOnTerminal sut(at(bridge));
+
+    EXPECT_TRUE(sut.readUntil("; trying to connect again")) << sut.text();
+    EXPECT_TRUE(sut.readUntil("connected again; outputs that differ from before: 0")) << sut.text();
+    sut.type("q");
+    EXPECT_EQ(sut.waitForExit(), 0);
+}
+
+TEST(MatrixScreen, LevelThatDoesNotExistYetIsWaitedFor)
+{
+    FakeBridge bridge{FakeLevel(288)};
+    KoractlOnTerminal sut({"--port", std::to_string(bridge.port()), "matrix", "9", "--interval", "20ms"});
+
+    EXPECT_TRUE(sut.readUntil("level 9: no outputs")) << sut.text();
+    EXPECT_TRUE(sut.readUntil("level 9 does not exist yet; waiting for it")) << sut.text();
+    sut.type("q");
+    EXPECT_EQ(sut.waitForExit(), 0);
+}

@@ -1,8 +1,17 @@
 #include "tools/koractl/StopSignal.h"
 
+#include <cerrno>
 #include <csignal>
+#include <cstdlib>
+#include <system_error>
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
+
+#include "tests/support/FailingCall.h"
+#include "tools/koractl/RawTerminal.h"
+#include "tools/koractl/Terminal.h"
 
 using namespace koractl;
 using namespace std::chrono_literals;
@@ -53,4 +62,82 @@ TEST(StopSignal, GivenPendingSignalAtItsEndLetsTheProcessLiveAndRestoresTheMask)
     }
 
     EXPECT_FALSE(isBlocked(SIGINT));
+}
+
+namespace
+{
+
+/// The error of the system that a call throws; 0 when it throws nothing.
+template <typename Call>
+int errorOf(Call&& call)
+{
+    try
+    {
+        call();
+    }
+    catch (const std::system_error& error)
+    {
+        return error.code().value();
+    }
+    return 0;
+}
+
+constexpr const char* noFailingCalls = "system calls cannot be made to fail here";
+
+} // namespace
+
+TEST(StopSignal, GivenNoDescriptorThrows)
+{
+    int error = 0;
+
+    if (!testsupport::withFailingCalls({{SYS_signalfd4, EMFILE}}, [&] { error = errorOf([] { StopSignal(); }); }))
+    {
+        GTEST_SKIP() << noFailingCalls;
+    }
+
+    EXPECT_EQ(error, EMFILE);
+}
+
+TEST(StopSignal, GivenWaitThatFailsThrowsInsteadOfSpinning)
+{
+    int error = 0;
+
+    if (!testsupport::withFailingCalls(testsupport::failingPoll(ENOMEM), [&] {
+            StopSignal sut;
+            error = errorOf([&] { (void)sut.waitFor(1h); });
+        }))
+    {
+        GTEST_SKIP() << noFailingCalls;
+    }
+
+    EXPECT_EQ(error, ENOMEM);
+}
+
+TEST(RawTerminal, GivenStandardInputThatIsNoTerminalThrows)
+{
+    const int saved = ::dup(STDIN_FILENO);
+    const int nothing = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
+    ASSERT_GE(::dup2(nothing, STDIN_FILENO), 0);
+
+    const int error = errorOf([] { RawTerminal(); });
+
+    ::dup2(saved, STDIN_FILENO);
+    ::close(saved);
+    ::close(nothing);
+    EXPECT_EQ(error, ENOTTY);
+}
+
+TEST(TerminalSize, GivenOutputThatIsNoTerminalIsAsWideAsTheEnvironmentSays)
+{
+    testing::internal::CaptureStdout(); // into a file
+    ::setenv("COLUMNS", "132", 1);
+    const TerminalSize wide = TerminalSize::now();
+    ::setenv("COLUMNS", "many", 1);
+    const TerminalSize usual = TerminalSize::now();
+    testing::internal::GetCapturedStdout();
+    ::unsetenv("COLUMNS");
+
+    EXPECT_EQ(wide.columns, 132U);
+    EXPECT_EQ(usual.columns, 80U);
+    EXPECT_EQ(usual.rows, 24U);
 }

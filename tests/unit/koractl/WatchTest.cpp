@@ -310,6 +310,20 @@ TEST(Watch, GivenWrongAnswerThrowsProtocolErrorInsteadOfConnectingAgain)
     EXPECT_THROW(sut.run(stop), ProtocolError);
 }
 
+TEST(Watch, GivenErrorResponseThrowsItInsteadOfConnectingAgain)
+{
+    FakeBridge bridge([](const Message& request, std::uint32_t sequence) {
+        return request.id() == 0x52 ? existence(request, sequence, true)
+                                    : FakeReply{responseTo(request, sequence, 0x80000000, {8}), false};
+    });
+    Notes notes;
+    Watch sut(toBridge(bridge), {1}, settings, notes);
+    StopAfter stop(100);
+    sut.start();
+
+    EXPECT_THROW(sut.run(stop), ErrorResponse);
+}
+
 TEST(WatchLine, GoldenLines)
 {
     EXPECT_EQ(watchLine(1, OutputRow{7, 0, 12, OutputLpr{1, 5}}), "level   1  output     7  input    12  locked by 5");
