@@ -95,6 +95,17 @@ TEST_F(DataReaderTest, WaitForHistoricalDataReturnsAtOnce)
     EXPECT_LT(std::chrono::steady_clock::now() - start, testsupport::scaled(std::chrono::seconds(5)));
 }
 
+TEST_F(DataReaderTest, NothingIsKeptOfATopicThatIsNotPersistentSoNothingIsWaitedFor)
+{
+    Reader sut = makeReader(makeTopic(m_participant));
+    const auto start = std::chrono::steady_clock::now();
+
+    sut.wait_for_historical_data(dds::core::Duration::from_secs(20));
+
+    EXPECT_LT(std::chrono::steady_clock::now() - start, testsupport::scaled(std::chrono::seconds(5)));
+    EXPECT_EQ(sut.take().length(), 0U);
+}
+
 TEST_F(DataReaderTest, InvalidSampleCarriesBothKeyFieldsOfAComponent)
 {
     const dds::topic::Topic<ComponentInfo> topic(m_participant, "TopicComponent", transientLocal());

@@ -1,12 +1,17 @@
 #include <dds/ddsrt/log.h>
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "bustypes/RoutingTypes.h"
+#include "dds/dds.hpp"
 #include "dds/detail/NativeListener.hpp"
+#include "tests/support/WaitUntil.h"
 
 using namespace dds::core::status;
 using dds::core::InstanceHandle;
@@ -141,6 +146,45 @@ private:
 };
 
 } // namespace
+
+TEST(NativeListener, WhatWasRaisedBeforeIsCalledForOnce)
+{
+    using Support = dds::topic::topic_type_support<com::tallowcrest::dds_::routing::MacroXptOutput>;
+    constexpr dds_duration_t deadline = 10'000'000;
+    const dds_entity_t participant = dds_create_participant(DDS_DOMAIN_DEFAULT, nullptr, nullptr);
+    const dds_entity_t topic = dds_create_topic(participant, &Support::descriptor(), "Pending", nullptr, nullptr);
+    const std::unique_ptr<dds_qos_t, decltype(&dds_delete_qos)> qos(dds_create_qos(), &dds_delete_qos);
+    dds_qset_reliability(qos.get(), DDS_RELIABILITY_BEST_EFFORT, 0);
+    dds_qset_history(qos.get(), DDS_HISTORY_KEEP_ALL, 0);
+    dds_qset_deadline(qos.get(), deadline);
+    const dds_entity_t writer = dds_create_writer(participant, topic, qos.get(), nullptr);
+    dds_qset_resource_limits(qos.get(), 1, DDS_LENGTH_UNLIMITED, DDS_LENGTH_UNLIMITED);
+    const dds_entity_t reader = dds_create_reader(participant, topic, qos.get(), nullptr);
+    ASSERT_GT(reader, 0);
+    for (const std::uint32_t number : {1U, 2U}) // there is room for one
+    {
+        const auto sample = Support::toBus({.macroXptOutput = number});
+        ASSERT_EQ(dds_write(writer, &sample), DDS_RETCODE_OK);
+    }
+    dds_write_flush(writer);
+    ASSERT_TRUE(testsupport::waitUntil([&] {
+        constexpr std::uint32_t both = DDS_REQUESTED_DEADLINE_MISSED_STATUS | DDS_SAMPLE_REJECTED_STATUS;
+        std::uint32_t raised = 0;
+        dds_get_status_changes(reader, &raised);
+        return (raised & both) == both;
+    }));
+    RecordingCallbacks callbacks;
+
+    dds::detail::callForPending(reader, callbacks, allStatuses);
+
+    EXPECT_GE(callbacks.m_deadline.total_count(), 1);
+    EXPECT_EQ(callbacks.m_rejected.total_count(), 1);
+    EXPECT_EQ(callbacks.m_dataAvailable, 1);
+    callbacks.m_rejected = {};
+    dds::detail::callForPending(reader, callbacks, allStatuses);
+    EXPECT_EQ(callbacks.m_rejected.total_count(), 0) << "looked at already";
+    dds_delete(participant);
+}
 
 TEST(NativeListener, EachReasonOfARejectionIsToldApart)
 {

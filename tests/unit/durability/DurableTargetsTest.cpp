@@ -412,3 +412,15 @@ TEST_F(DurableTargetsTest, ValueWrittenWithATimeOfItsOwnIsKeptWithThatTime)
     EXPECT_EQ(rows[0].written, microseconds);
     EXPECT_EQ(bridge("a")->join(), (Bridge::Targets{{7, 5}}));
 }
+
+TEST_F(DurableTargetsTest, HistoryThatDoesNotComeInTimeIsATimeoutAndWhatIsThereIsGiven)
+{
+    const auto sut = bridge("a");
+    sut->take(7, 5);
+    ASSERT_EQ(sut->known(), (Bridge::Targets{{7, 5}}));
+    auto reader = sut->makeReader();
+
+    EXPECT_THROW(reader.wait_for_historical_data(dds::core::Duration::from_secs(0)), dds::core::TimeoutError);
+
+    EXPECT_EQ(Bridge::read(reader), (Bridge::Targets{{7, 5}}));
+}

@@ -309,6 +309,52 @@ TEST(Restore, GivenRefusalsOfTheBridgeReportsEachAndStillLocks)
     EXPECT_EQ(plant.level().output(4), (FakeLevel::Output{4, 1, 42})) << "the lock must not stay open";
 }
 
+TEST(Restore, GivenLevelThatTheBridgeDoesNotHaveSaysSo)
+{
+    Plant plant(2);
+
+    const Outcome outcome = plant.run({"restore", "-"}, "koractl-backup 1\nlevel 4\noutput 1 input 2\n");
+
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_NE(outcome.out.find("level 4 does not exist\n"), std::string::npos) << outcome.out;
+    EXPECT_EQ(plant.countRequests(0x50) + plant.countRequests(0x51), 0U);
+}
+
+TEST(Restore, GivenLockThatChangedHandsMeanwhileReportsTheRelease)
+{
+    FakeLevel level(20);
+    level.output(5) = {5, 1, 42};
+    FakeBridge bridge([&level](const koractl::Message& request, std::uint32_t sequence) {
+        constexpr std::uint32_t setOutputLpr = 0x51;
+        if (request.id() == setOutputLpr)
+        {
+            level.output(5) = {5, 1, 77};
+        }
+        return level(request, sequence);
+    });
+    std::istringstream in(file("output 5 input 6 locked by 42\n"));
+    std::ostringstream out;
+    std::ostringstream err;
+
+    const int status = koractl::runCommandLine({"--port", std::to_string(bridge.port()), "restore", "-"},
+                                               {.in = in, .out = out, .err = err});
+
+    EXPECT_EQ(status, 1) << err.str();
+    EXPECT_NE(out.str().find("release: output 5 is locked"), std::string::npos) << out.str();
+}
+
+TEST(Restore, GivenBridgeThatLeavesAtTheReleasesSaysThatTheyMayHaveBeenDone)
+{
+    Plant plant(20);
+    plant.level().output(5) = {5, 1, 42};
+    plant.leaveAt(2); // after the answer to the question for all outputs and the quiet one behind it
+
+    const Outcome outcome = plant.run({"restore", "-"}, file("output 5 input 6 locked by 42\n"));
+
+    EXPECT_EQ(outcome.status, 3);
+    EXPECT_NE(outcome.out.find("release: no answer; it may have been done"), std::string::npos) << outcome.out;
+}
+
 TEST(Restore, GivenBridgeThatLeavesSaysHowFarItCame)
 {
     Plant plant(1200);

@@ -72,6 +72,21 @@ TEST(Names, GivenNoFileSaysSo)
     }
 }
 
+TEST(Names, GivenDirectorySaysThatItCannotBeRead)
+{
+    const testsupport::TempDir directory;
+
+    try
+    {
+        (void)Names::load(directory.path().string());
+        FAIL();
+    }
+    catch (const FileError& problem)
+    {
+        EXPECT_EQ(problem.what(), directory.path().string() + ": cannot be read");
+    }
+}
+
 TEST(Names, GivenSeveralBadLinesComplainsAboutEach)
 {
     try
