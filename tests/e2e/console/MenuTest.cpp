@@ -77,6 +77,7 @@ TEST_F(ConsoleMenuTest, EveryTableItemHasItsHeading)
         EXPECT_EQ(table.substr(0, begin.size()), begin) << item;
         EXPECT_EQ(lines(table).size(), 5U + 10U) << item;
     }
+    EXPECT_EQ(stopBridge(), 0);
 }
 
 TEST_F(ConsoleMenuTest, FirstXptThatIsNoNumberIsZero)

@@ -51,6 +51,7 @@ TEST_F(ConsoleSamplingTest, EachRequestAndItsResponseLeaveASample)
         EXPECT_GE(time, last);
         last = time;
     }
+    EXPECT_EQ(stopBridge(), 0);
 }
 
 TEST_F(ConsoleSamplingTest, StoppedWithoutStartWritesAnEmptyFile)
@@ -82,6 +83,8 @@ TEST_F(ConsoleSamplingTest, StartedTwiceKeepsWhatIsHeldAndStoppingBeginsAfresh)
     sut.choose("stop");
 
     EXPECT_EQ(lines(testsupport::readFile(file())).size(), 2U);
+    sut.choose("start");
+    EXPECT_EQ(stopBridge(), 0) << "while it samples";
 }
 
 TEST_F(ConsoleSamplingTest, MissingDirectoryIsToldOnStandardOutputAndTheSamplesAreGone)
