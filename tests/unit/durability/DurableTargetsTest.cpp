@@ -7,10 +7,12 @@
 #include <gtest/gtest.h>
 
 #include "dds/dds.hpp"
+#include "durability/CompanionPort.h"
 #include "durability/Store.h"
 #include "tests/support/TempDir.h"
 #include "tests/support/TimeFactor.h"
 #include "tests/support/WaitUntil.h"
+#include "tests/unit/ddskorabridge/CapturedLog.h"
 #include "tests/unit/durability/OutputCodec.h"
 
 using namespace com::tallowcrest::durability;
@@ -423,4 +425,48 @@ TEST_F(DurableTargetsTest, HistoryThatDoesNotComeInTimeIsATimeoutAndWhatIsThereI
     EXPECT_THROW(reader.wait_for_historical_data(dds::core::Duration::from_secs(0)), dds::core::TimeoutError);
 
     EXPECT_EQ(Bridge::read(reader), (Bridge::Targets{{7, 5}}));
+}
+
+namespace
+{
+
+/// Another participant that hands over what the test says, whatever it has announced.
+class OtherParticipant
+{
+public:
+    explicit OtherParticipant(std::size_t announced)
+        : m_port(m_participant.delegate()->handle(), {"R1", "TopicTarget"}, outputCodec(), announced, m_wake)
+    {}
+
+    void handOver(std::uint32_t number, std::uint32_t input)
+    {
+        const BusOutput sample = busOutput(number, input);
+        EXPECT_EQ(m_port.write(&sample, 1'600'000'000'000'000), DDS_RETCODE_OK);
+        m_port.flush();
+    }
+
+private:
+    dds::domain::DomainParticipant m_participant{dds::domain::default_id()};
+    WakeUp m_wake;
+    CompanionPort m_port;
+};
+
+} // namespace
+
+TEST_F(DurableTargetsTest, ParticipantThatHandsOverLessThanItAnnouncedIsWaitedForThreeSecondsAndWarnedOf)
+{
+    CapturedLog log;
+    OtherParticipant silent(5);
+    silent.handOver(8, 6);
+    const auto sut = bridge("a");
+    const auto begin = std::chrono::steady_clock::now();
+
+    EXPECT_EQ(sut->join(), (Bridge::Targets{{8, 6}}));
+
+    const auto took = std::chrono::steady_clock::now() - begin;
+    EXPECT_GT(took, std::chrono::seconds(2));
+    EXPECT_LT(took, testsupport::scaled(std::chrono::seconds(10)));
+    EXPECT_EQ(log.lines(),
+              std::vector<std::string>{"WARN Durable topic TopicTarget in R1: 1 other bridges are silent and no longer "
+                                       "waited for"});
 }
