@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <optional>
 #include <utility>
 
 using namespace com::tallowcrest::dds_::routing;
@@ -208,16 +209,11 @@ void LevelImpl::readStatuses(std::uint32_t xptOutput, std::span<OutputStatus> st
         m_status->getStatuses(xptOutput, std::span(xpts).first(count));
         for (std::size_t i = 0; i < count; ++i)
         {
-            const XptStatus& xpt = xpts[i];
-            OutputStatus& status = statuses[i];
-            status = {.result = xpt.result, .lprState = controllerState(xpt.lprState), .lprId = xpt.lprId};
-            if (xpt.result != resultCode::done)
-            {
-                continue;
-            }
-            const auto input = m_mapping.xptInputToController(xpt.input);
-            status.result = input ? resultCode::done : resultCode::esfInvalidSrc;
-            status.controllerInput = input.value_or(0);
+            const auto& [xptResult, xptInput, lprState, lprId] = xpts[i];
+            const auto input = xptResult == resultCode::done ? m_mapping.xptInputToController(xptInput)
+                                                             : std::optional<std::uint32_t>();
+            const std::uint32_t result = xptResult != resultCode::done || input ? xptResult : resultCode::esfInvalidSrc;
+            statuses[i] = {result, input.value_or(0), controllerState(lprState), lprId};
         }
         xptOutput += static_cast<std::uint32_t>(count);
         statuses = statuses.subspan(count);

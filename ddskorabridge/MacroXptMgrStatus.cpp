@@ -48,8 +48,14 @@ void MacroXptMgrStatus::getStatuses(std::uint32_t firstOutput, std::span<XptStat
 {
     for (XptStatus& status : statuses)
     {
-        status = {};
-        status.result = MacroXptMgrStatus::getStatus(firstOutput++, status.input, status.lprState, status.lprId);
+        const std::uint32_t output = firstOutput++;
+        if (!m_status.contains(output))
+        {
+            status = {.result = resultCode::esfInvalidDst};
+            continue;
+        }
+        const Sample& record = m_status.record(output);
+        status = {resultCode::done, record.macroXptInput, record.lprState, record.lprId};
     }
 }
 

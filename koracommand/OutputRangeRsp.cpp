@@ -20,15 +20,13 @@ void OutputRangeRsp::writeEntries(std::size_t entries, const Range& range, Entry
         const std::uint32_t count = std::min(block, range.count - done);
         level->getOutputStatuses(range.firstOutput + done, std::span(statuses).first(count));
         std::size_t used = 0;
-        for (std::uint32_t i = 0; i < count; ++i)
+        for (const OutputStatus& status : std::span(statuses).first(count))
         {
-            words[used++] = statuses[i].result;
-            words[used++] = statuses[i].controllerInput;
-            if (entryWords == EntryWords::ResultInputLprStateLprId)
-            {
-                words[used++] = statuses[i].lprState;
-                words[used++] = statuses[i].lprId;
-            }
+            // All four, of which the next entry overwrites what this one is not to carry.
+            const std::array<std::uint32_t, 4> entry{status.result, status.controllerInput, status.lprState,
+                                                     status.lprId};
+            std::copy(entry.begin(), entry.end(), words.begin() + used);
+            used += static_cast<std::size_t>(entryWords);
         }
         setWords(offset, std::span(words).first(used));
         offset += used * wireLayout::wordBytes;
