@@ -121,12 +121,24 @@ void Apartment::runInRound(std::unique_ptr<DoItEvent> event)
     if (!isBrief)
     {
         m_round.end(); // what was done before shall not wait for it
+        letAnswersOut();
     }
     m_round.enter();
     runEvent(std::move(event));
     if (!isBrief || m_round.isFull())
     {
         m_round.end();
+    }
+}
+
+void Apartment::letAnswersOut()
+{
+    // Whoever was answered is awake, but on the same processor it would run only after the long event: this thread goes
+    // before others. A wait since then does not help, because it ends as soon as the first of them sends the next
+    // event.
+    if (m_round.takeHasDelivered())
+    {
+        std::this_thread::yield();
     }
 }
 

@@ -42,6 +42,7 @@ private:
     /// Runs the event in the round that is under way or in a new one.
     void runInRound(std::unique_ptr<DoItEvent> event);
     /// Waits for an event until the wait timeout has passed or the apartment stops; null when none came.
+    void letAnswersOut();
     std::unique_ptr<DoItEvent> waitForEvent();
     std::unique_ptr<DoItEvent> takeEvent();
     /// Takes the front of the queue, with the mutex held; null when the queue is empty.

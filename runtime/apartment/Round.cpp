@@ -51,6 +51,7 @@ void Round::end() noexcept
     m_numEvents = 0;
     threadsRound = nullptr;
     const std::size_t numPutOff = std::exchange(m_numPutOff, 0);
+    m_hasDelivered = m_hasDelivered || numPutOff > 0;
     for (std::size_t i = 0; i < numPutOff; ++i)
     {
         runEvent(std::move(m_putOff[i]));

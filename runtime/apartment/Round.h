@@ -6,6 +6,7 @@
 #include <array>
 #include <cstddef>
 #include <memory>
+#include <utility>
 
 namespace com::tallowcrest::apartment
 {
@@ -39,12 +40,15 @@ public:
 
     /// Runs `event` when the round ends; an exception is logged. When no more fits, the round ends and begins anew.
     void putOff(std::unique_ptr<DoItEvent> event) noexcept;
+    /// Whether anything that had been put off has run since the last call.
+    bool takeHasDelivered() noexcept { return std::exchange(m_hasDelivered, false); }
 
 private:
     const std::shared_ptr<RoundBracket> m_bracket;
     std::size_t m_numEvents = 0; ///< 0 while no round is under way
     std::array<std::unique_ptr<DoItEvent>, maxEvents> m_putOff;
     std::size_t m_numPutOff = 0;
+    bool m_hasDelivered = false;
 };
 
 } // namespace com::tallowcrest::apartment

@@ -134,6 +134,21 @@ TEST_F(RoundTest, ARoundHoldsSoManyEventsAndNoMore)
     EXPECT_THAT(m_diary, ElementsAre("begin", "end", "begin", "end"));
 }
 
+TEST_F(RoundTest, TellsOnceThatWhatWasPutOffHasRun)
+{
+    Round sut(nullptr);
+    sut.enter();
+    sut.end();
+    EXPECT_FALSE(sut.takeHasDelivered());
+
+    sut.enter();
+    sut.putOff(note("later"));
+    EXPECT_FALSE(sut.takeHasDelivered());
+    sut.end();
+    EXPECT_TRUE(sut.takeHasDelivered());
+    EXPECT_FALSE(sut.takeHasDelivered());
+}
+
 TEST_F(RoundTest, WhatIsPutOffWaitsForNothingThatComesLater)
 {
     // The apartment has nothing more to do, so the round ends although no further event comes.
