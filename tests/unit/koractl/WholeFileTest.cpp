@@ -98,7 +98,7 @@ TEST_P(WholeFileFailureTest, OldFileStaysAndNothingIsLeftBehind)
 }
 
 INSTANTIATE_TEST_SUITE_P(Steps, WholeFileFailureTest,
-                         testing::Values(FailingStep{{{SYS_write, ENOSPC}}, "No space left on device"},
+                         testing::Values(FailingStep{{{SYS_write, ENOSPC, {{2, 3}}}}, "No space left on device"},
                                          FailingStep{{{SYS_fsync, EIO}}, "Input/output error"},
                                          FailingStep{{{SYS_fchmod, EPERM}}, "Operation not permitted"},
                                          FailingStep{testsupport::failingRename(EROFS), "Read-only file system"}));
