@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <numeric>
+#include <span>
 #include <stdexcept>
 #include <utility>
 
@@ -27,6 +29,25 @@ timespec timespecOf(std::chrono::nanoseconds time)
     const auto seconds = std::chrono::floor<std::chrono::seconds>(time);
     return {.tv_sec = static_cast<decltype(timespec::tv_sec)>(seconds.count()),
             .tv_nsec = static_cast<decltype(timespec::tv_nsec)>((time - seconds).count())};
+}
+
+/// The number of events, or a negative one as `epoll_wait`. Without a timeout it waits for as long as it takes.
+int waitForEvents(int epoll, std::span<epoll_event> events, const timespec* timeout)
+{
+    const int count = static_cast<int>(events.size());
+    const int ready = ::epoll_pwait2(epoll, events.data(), count, timeout, nullptr);
+    if (ready >= 0 || errno != ENOSYS)
+    {
+        return ready;
+    }
+    // A kernel before 5.11, and the emulator of the board, know whole milliseconds only.
+    int milliseconds = -1;
+    if (timeout != nullptr)
+    {
+        const auto exact = std::chrono::seconds(timeout->tv_sec) + std::chrono::nanoseconds(timeout->tv_nsec);
+        milliseconds = static_cast<int>(std::chrono::ceil<std::chrono::milliseconds>(exact).count());
+    }
+    return ::epoll_wait(epoll, events.data(), count, milliseconds);
 }
 
 } // namespace
@@ -89,16 +110,14 @@ void LoadThread::runMany()
             throw std::runtime_error("epoll: " + systemErrorText());
         }
     }
-    constexpr int eventsAtOnce = 64;
-    std::array<epoll_event, eventsAtOnce> events{};
+    std::array<epoll_event, 64> events{};
     Clock::time_point nextDue = sendDue(Clock::now());
     while (!isDone(Clock::now()) || isWaiting())
     {
         const Clock::time_point now = Clock::now();
         const bool isTimed = m_plan.interval.count() != 0 && !isDone(now);
         const auto timeout = timespecOf(std::max(nextDue - now, Clock::duration::zero()));
-        const int ready =
-            ::epoll_pwait2(m_epoll.get(), events.data(), eventsAtOnce, isTimed ? &timeout : nullptr, nullptr);
+        const int ready = waitForEvents(m_epoll.get(), events, isTimed ? &timeout : nullptr);
         if (ready < 0 && errno != EINTR)
         {
             throw std::runtime_error("epoll: " + systemErrorText());

@@ -1,9 +1,13 @@
 #include "tests/flatness/ProcessFigures.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <limits>
+#include <sstream>
 #include <string>
 
 namespace flatness
@@ -19,21 +23,59 @@ std::size_t entriesOf(const std::string& directory)
     return static_cast<std::size_t>(std::distance(begin(entries), end(entries)));
 }
 
+/// All resident memory of a process.
+std::size_t residentOf(const std::string& directory)
+{
+    std::ifstream status(directory + "/status");
+    std::size_t kib = 0;
+    for (std::string word; status >> word;)
+    {
+        if (word == "VmRSS:")
+        {
+            status >> kib;
+            break;
+        }
+    }
+    return kib;
+}
+
+/// The resident memory of an emulated program, whose 4 GiB of addresses begin at `base`: what lies beside them is the
+/// emulator, which keeps something for each thread that has ended. By way of the task, because the emulator has a text
+/// of its own for the mappings of the process itself.
+std::size_t residentOfEmulated(const std::string& directory, pid_t process, std::uint64_t base)
+{
+    std::ifstream mappings(directory + "/task/" + std::to_string(process) + "/smaps");
+    std::size_t kib = 0;
+    bool isOfProgram = false;
+    for (std::string line; std::getline(mappings, line);)
+    {
+        std::istringstream words(line);
+        std::string first;
+        words >> first;
+        if (const std::size_t dash = first.find('-'); dash != std::string::npos)
+        {
+            const std::uint64_t address = std::stoull(first.substr(0, dash), nullptr, 16);
+            isOfProgram = address >= base && address - base <= std::numeric_limits<std::uint32_t>::max();
+        }
+        else if (isOfProgram && first == "Rss:")
+        {
+            std::size_t part = 0;
+            words >> part;
+            kib += part;
+        }
+    }
+    return kib;
+}
+
 } // namespace
 
 ProcessFigures ProcessFigures::of(pid_t process)
 {
     const std::string directory = "/proc/" + std::to_string(process);
+    const char* const base = std::getenv("KORABRIDGE_EMULATED_BASE"); // NOLINT(concurrency-mt-unsafe): nobody sets it
     ProcessFigures figures;
-    std::ifstream status(directory + "/status");
-    for (std::string word; status >> word;)
-    {
-        if (word == "VmRSS:")
-        {
-            status >> figures.residentKiB;
-            break;
-        }
-    }
+    figures.residentKiB = base == nullptr ? residentOf(directory)
+                                          : residentOfEmulated(directory, process, std::stoull(base, nullptr, 16));
     figures.descriptors = entriesOf(directory + "/fd");
     figures.threads = entriesOf(directory + "/task");
     return figures;

@@ -11,7 +11,7 @@ namespace flatness
 /// What the system says of a process. Plain value.
 struct ProcessFigures
 {
-    std::size_t residentKiB = 0;
+    std::size_t residentKiB = 0; ///< of an emulated program without its emulator (KORABRIDGE_EMULATED_BASE)
     std::size_t descriptors = 0;
     std::size_t threads = 0;
 
