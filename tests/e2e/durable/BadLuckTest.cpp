@@ -28,7 +28,7 @@ protected:
     void mountDisk(const std::filesystem::path& place, const char* options)
     {
         std::filesystem::create_directories(place);
-        if (::unshare(CLONE_NEWNS) != 0 || ::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+        if (::unshare(CLONE_NEWNS) != 0 || ::mount("none", "/", "none", MS_REC | MS_PRIVATE, nullptr) != 0 ||
             ::mount("tmpfs", place.c_str(), "tmpfs", 0, options) != 0)
         {
             GTEST_SKIP() << "no small disk to be had: " << std::strerror(errno);
@@ -138,7 +138,7 @@ TEST_F(BadLuckTest, PlaceThatCannotBeWrittenIsOneComplaintAndTakesGoOn)
     }
     expectOneComplaint("cannot be opened");
 
-    ASSERT_EQ(::mount(nullptr, disk().c_str(), nullptr, MS_REMOUNT, "size=4m"), 0) << std::strerror(errno);
+    ASSERT_EQ(::mount("none", disk().c_str(), "tmpfs", MS_REMOUNT, "size=4m"), 0) << std::strerror(errno);
 
     ASSERT_TRUE(bridge().waitForOutput("in use again"));
     EXPECT_TRUE(storeHolds(5, 7));
