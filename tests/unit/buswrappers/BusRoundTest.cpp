@@ -59,7 +59,9 @@ protected:
 
 TEST_F(BusRoundTest, EventsOfARoundShareTheirPacketsWhichAreOutBeforeWhatWasPutOffRuns)
 {
-    constexpr std::uint16_t events = 20;
+    constexpr std::uint16_t events = 640; // far more than packets of other threads in that time
+    write(events);
+    ASSERT_EQ(m_router.takeSamples(1).size(), 1U); // the writer has noticed its reader
     std::promise<long> sent;
     const long before = packetsSent();
     ASSERT_GE(before, 0);
