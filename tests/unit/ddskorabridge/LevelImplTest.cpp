@@ -264,7 +264,7 @@ class LevelImplStatusesTest : public LevelImplTest, public testing::WithParamInt
 TEST_P(LevelImplStatusesTest, StatusesOfARangeAreThoseOfItsOutputs)
 {
     LevelImpl sut(m_target, m_status, GetParam());
-    for (std::uint32_t i = 0; i < 300; i += i % 7 == 6 ? 2 : 1) // some are beyond the table
+    for (std::uint32_t i = 0; i < 300; i += i % 7 == 6 ? 2U : 1U) // some are beyond the table
     {
         m_status->records[i] = {i * 5 % 330, static_cast<LPRState>(i % 3), i + 1};
     }
