@@ -21,7 +21,7 @@ protected:
     {
         switchLeakCheckOff();
         const auto program = testsupport::programPath("korabridge").string();
-        ChildProcess probe("/bin/sh", {"-c", asUser() + " test -x \"$0\"", program});
+        ChildProcess probe("/bin/sh", {"-c", asUser() + " test -x '" + program + "'"});
         if (probe.waitForExit() != 0)
         {
             GTEST_SKIP() << "needs root, and a program that other users can reach";
