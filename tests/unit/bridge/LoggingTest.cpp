@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 #include <log4cxx/basicconfigurator.h>
 #include <log4cxx/logger.h>
+#include <log4cxx/logmanager.h>
 
 #include <chrono>
 #include <filesystem>
@@ -151,4 +152,5 @@ TEST_F(LoggingTest, FileThatIsWatchedIsReadAgainWhenItChanges)
     std::filesystem::last_write_time(path, std::filesystem::file_time_type::clock::now() + std::chrono::seconds(5));
 
     EXPECT_TRUE(testsupport::waitUntil([&] { return level() == log4cxx::Level::ERROR_INT; }));
+    log4cxx::LogManager::shutdown(); // ends the watch, which would outlive log4cxx itself
 }
