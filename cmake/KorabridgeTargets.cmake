@@ -9,8 +9,10 @@ add_library(korabridge_flags INTERFACE)
 target_compile_options(korabridge_flags INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor -Wold-style-cast
   -Woverloaded-virtual -Wformat=2 -Wcast-align -Werror)
-if(NOT KORABRIDGE_COVERAGE) # which must find the sources
-  # Source locations in logs and debug information are relative to the project.
+# Source locations in logs and debug information are relative to the project; those of coverage must find the sources.
+if(KORABRIDGE_COVERAGE)
+  target_compile_options(korabridge_flags INTERFACE -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=)
+else()
   target_compile_options(korabridge_flags INTERFACE -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=)
 endif()
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")

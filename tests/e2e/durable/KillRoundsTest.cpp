@@ -163,6 +163,7 @@ TEST_F(KillRoundsTest, WhatWasAnsweredAHundredMillisecondsBeforeTheDeathIsThere)
         record().clear();
         startJoinedOnStore();
         expectNothingLost(death);
+        releaseLast(death);
         kill();
     }
     EXPECT_EQ(storeText("PRAGMA integrity_check"), "ok");
