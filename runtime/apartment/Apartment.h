@@ -41,8 +41,9 @@ protected:
 private:
     /// Runs the event in the round that is under way or in a new one.
     void runInRound(std::unique_ptr<DoItEvent> event);
-    /// Waits for an event until the wait timeout has passed or the apartment stops; null when none came.
+    /// Gives way once, if anybody has been answered since the last time.
     void letAnswersOut();
+    /// Waits for an event until the wait timeout has passed or the apartment stops; null when none came.
     std::unique_ptr<DoItEvent> waitForEvent();
     std::unique_ptr<DoItEvent> takeEvent();
     /// Takes the front of the queue, with the mutex held; null when the queue is empty.
