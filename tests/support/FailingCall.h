@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -28,5 +29,20 @@ std::vector<FailingCall> failingThreadStart();
 /// Runs `body` on a thread of its own that cannot make `calls`, nor can the threads that it starts; the rest of the
 /// process is not touched. False, and `body` has not run, where the system permits no such thing (an emulator).
 [[nodiscard]] bool withFailingCalls(const std::vector<FailingCall>& calls, const std::function<void()>& body);
+
+/// The system's error in what `call` throws; 0 when it throws nothing.
+template <typename Call>
+int errorOf(Call&& call)
+{
+    try
+    {
+        call();
+    }
+    catch (const std::system_error& error)
+    {
+        return error.code().value();
+    }
+    return 0;
+}
 
 } // namespace testsupport

@@ -3,7 +3,6 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
-#include <system_error>
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -67,21 +66,6 @@ TEST(StopSignal, GivenPendingSignalAtItsEndLetsTheProcessLiveAndRestoresTheMask)
 namespace
 {
 
-/// The error of the system that a call throws; 0 when it throws nothing.
-template <typename Call>
-int errorOf(Call&& call)
-{
-    try
-    {
-        call();
-    }
-    catch (const std::system_error& error)
-    {
-        return error.code().value();
-    }
-    return 0;
-}
-
 constexpr const char* noFailingCalls = "system calls cannot be made to fail here";
 
 } // namespace
@@ -90,7 +74,8 @@ TEST(StopSignal, GivenNoDescriptorThrows)
 {
     int error = 0;
 
-    if (!testsupport::withFailingCalls({{SYS_signalfd4, EMFILE}}, [&] { error = errorOf([] { StopSignal(); }); }))
+    if (!testsupport::withFailingCalls({{SYS_signalfd4, EMFILE}},
+                                       [&] { error = testsupport::errorOf([] { StopSignal(); }); }))
     {
         GTEST_SKIP() << noFailingCalls;
     }
@@ -104,7 +89,7 @@ TEST(StopSignal, GivenWaitThatFailsThrowsInsteadOfSpinning)
 
     if (!testsupport::withFailingCalls(testsupport::failingPoll(ENOMEM), [&] {
             StopSignal sut;
-            error = errorOf([&] { (void)sut.waitFor(1h); });
+            error = testsupport::errorOf([&] { (void)sut.waitFor(1h); });
         }))
     {
         GTEST_SKIP() << noFailingCalls;
@@ -119,7 +104,7 @@ TEST(RawTerminal, GivenStandardInputThatIsNoTerminalThrows)
     const int nothing = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
     ASSERT_GE(::dup2(nothing, STDIN_FILENO), 0);
 
-    const int error = errorOf([] { RawTerminal(); });
+    const int error = testsupport::errorOf([] { RawTerminal(); });
 
     ::dup2(saved, STDIN_FILENO);
     ::close(saved);

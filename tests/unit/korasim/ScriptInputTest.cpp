@@ -5,27 +5,11 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
-#include <system_error>
 
 using korasim::ScriptInput;
 
 namespace
 {
-
-/// What a call throws that the system refuses; 0 when it throws nothing.
-template <typename Call>
-int errorOf(Call&& call)
-{
-    try
-    {
-        call();
-    }
-    catch (const std::system_error& error)
-    {
-        return error.code().value();
-    }
-    return 0;
-}
 
 constexpr const char* noFailingCalls = "system calls cannot be made to fail here";
 
@@ -35,7 +19,8 @@ TEST(ScriptInputTest, WithoutADescriptorForItsSignalsThrows)
 {
     int error = 0;
 
-    if (!testsupport::withFailingCalls({{SYS_signalfd4, EMFILE}}, [&] { error = errorOf([] { ScriptInput(); }); }))
+    if (!testsupport::withFailingCalls({{SYS_signalfd4, EMFILE}},
+                                       [&] { error = testsupport::errorOf([] { ScriptInput(); }); }))
     {
         GTEST_SKIP() << noFailingCalls;
     }
@@ -49,7 +34,7 @@ TEST(ScriptInputTest, WaitThatFailsThrowsInsteadOfSpinning)
 
     if (!testsupport::withFailingCalls(testsupport::failingPoll(ENOMEM), [&] {
             ScriptInput sut;
-            error = errorOf([&] { sut.pause(std::chrono::hours(1)); });
+            error = testsupport::errorOf([&] { sut.pause(std::chrono::hours(1)); });
         }))
     {
         GTEST_SKIP() << noFailingCalls;
