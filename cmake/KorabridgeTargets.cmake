@@ -69,10 +69,10 @@ function(korabridge_program NAME)
   target_link_libraries(${NAME} PRIVATE ${ARG_LINKS} korabridge_flags)
 endfunction()
 
-# korabridge_test(NAME SOURCES ... LINKS ... [TIMEOUT s] [LABELS ...]): a GoogleTest program whose cases run one
-# process each, in a network and IPC namespace of their own (tests/support/in-namespace).
+# korabridge_test(NAME SOURCES ... LINKS ... [TIMEOUT s] [LABELS ...] [ENVIRONMENT NAME=value...]): a GoogleTest program
+# whose cases run one process each, in a network and IPC namespace of their own (tests/support/in-namespace).
 function(korabridge_test NAME)
-  cmake_parse_arguments(ARG "" "TIMEOUT" "SOURCES;LINKS;LABELS" ${ARGN})
+  cmake_parse_arguments(ARG "" "TIMEOUT" "SOURCES;LINKS;LABELS;ENVIRONMENT" ${ARGN})
   if(NOT ARG_TIMEOUT)
     set(ARG_TIMEOUT 60)
   endif()
@@ -91,5 +91,5 @@ function(korabridge_test NAME)
   endif()
   target_precompile_headers(${NAME} PRIVATE <gtest/gtest.h> <gmock/gmock.h> <functional> <map> <string> <vector>)
   gtest_discover_tests(${NAME} TEST_PREFIX "${NAME}." NO_PRETTY_VALUES DISCOVERY_TIMEOUT 120
-    PROPERTIES TIMEOUT ${ARG_TIMEOUT} LABELS "${ARG_LABELS}")
+    PROPERTIES TIMEOUT ${ARG_TIMEOUT} LABELS "${ARG_LABELS}" ENVIRONMENT "${ARG_ENVIRONMENT}")
 endfunction()

@@ -1,9 +1,7 @@
-#include "bridge/Director.h"
 #include "ddskorabridge/MacroXptMgrStatus.h"
 #include "koracommand/LevelAccess.h"
+#include "tests/e2e/allocations/BridgeWithin.h"
 #include "tests/e2e/allocations/ThreadAllocations.h"
-#include "tests/support/ChildProcess.h"
-#include "tests/support/TcpSocket.h"
 #include "tests/support/TimeFactor.h"
 #include "tests/support/WaitUntil.h"
 #include "tools/koractl/KoraClient.h"
@@ -23,22 +21,11 @@ namespace
 using koractl::KoraClient;
 using testsupport::waitUntil;
 
-constexpr std::uint16_t koraPort = 5194;
 constexpr std::uint32_t audioLevel = 2;
 
-/// The whole bridge in this process, so that its allocations can be counted, and a router in another one, whose
-/// statuses would count as the bridge's if it followed targets.
-class AllocationsTest : public testing::Test
+class AllocationsTest : public BridgeWithin
 {
 protected:
-    void SetUp() override
-    {
-        m_router.write("follow off\nburst audio 1 2304 5\n");
-        ASSERT_TRUE(Director::startSystem(17, 3, "Bridge One", "counted"));
-        ASSERT_TRUE(testsupport::waitForPort(koraPort, std::chrono::seconds(30)));
-    }
-    ~AllocationsTest() override { Director::stopSystem(); }
-
     /// Repeats a request, first until everything that grows has grown, and counts what the two threads that it passes
     /// through take from then on. Of ten counts the smallest: something may come from the bus meanwhile and take memory
     /// of its own, and what waits for the recorder grows when a busy machine lets the recorder wait.
@@ -63,8 +50,6 @@ protected:
     }
 
     static std::size_t taken() { return threadAllocations::of("Bridge Apartmen") + threadAllocations::of("Kora:"); }
-
-    testsupport::ChildProcess m_router{testsupport::programPath("korasim"), {}};
 };
 
 std::vector<koractl::TakeEntry> takes(std::uint32_t count, std::uint32_t input)

@@ -24,6 +24,9 @@ std::atomic<std::size_t> numCounts{0};
 
 thread_local Count* threadsCount = nullptr;
 
+std::atomic<std::size_t> given{0};
+std::atomic<std::size_t> returned{0};
+
 void count() noexcept
 {
     if (threadsCount == nullptr)
@@ -37,6 +40,20 @@ void count() noexcept
         threadsCount->thread = ::gettid();
     }
     threadsCount->calls.fetch_add(1, std::memory_order_relaxed);
+}
+
+void* give(std::size_t size) noexcept
+{
+    count();
+    void* const memory = std::malloc(size == 0 ? 1 : size);
+    given.fetch_add(memory != nullptr ? 1 : 0, std::memory_order_relaxed);
+    return memory;
+}
+
+void takeBack(void* memory) noexcept
+{
+    returned.fetch_add(memory != nullptr ? 1 : 0, std::memory_order_relaxed);
+    std::free(memory);
 }
 
 std::string nameOf(pid_t thread)
@@ -65,8 +82,7 @@ void visitThreads(const std::string& name, Visit&& visit)
 // Not inlined: the compiler would take the freeing of what "new" gave for a mismatch.
 [[gnu::noinline]] void* operator new(std::size_t size)
 {
-    count();
-    if (void* const memory = std::malloc(size == 0 ? 1 : size))
+    if (void* const memory = give(size))
     {
         return memory;
     }
@@ -74,20 +90,19 @@ void visitThreads(const std::string& name, Visit&& visit)
 }
 [[gnu::noinline]] void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept
 {
-    count();
-    return std::malloc(size == 0 ? 1 : size);
+    return give(size);
 }
 [[gnu::noinline]] void operator delete(void* memory) noexcept
 {
-    std::free(memory);
+    takeBack(memory);
 }
 [[gnu::noinline]] void operator delete(void* memory, std::size_t /*size*/) noexcept
 {
-    std::free(memory);
+    takeBack(memory);
 }
 [[gnu::noinline]] void operator delete(void* memory, const std::nothrow_t& /*tag*/) noexcept
 {
-    std::free(memory);
+    takeBack(memory);
 }
 
 namespace threadAllocations
@@ -111,6 +126,13 @@ std::size_t numThreads(const std::string& name)
         }
     }
     return number;
+}
+
+std::size_t numLive()
+{
+    // What is returned in between has been given before: never less than there was.
+    const std::size_t gone = returned;
+    return given - gone;
 }
 
 } // namespace threadAllocations

@@ -12,5 +12,7 @@ namespace threadAllocations
 std::size_t of(const std::string& name);
 /// How many such threads there are.
 std::size_t numThreads(const std::string& name);
+/// What `operator new` has given to any thread, ever, and `operator delete` has not had back.
+std::size_t numLive();
 
 } // namespace threadAllocations

@@ -1,0 +1,197 @@
+#include "bustypes/TypeSupport.h"
+#include "tests/e2e/allocations/BridgeWithin.h"
+#include "tests/e2e/allocations/ThreadAllocations.h"
+#include "tests/support/WaitUntil.h"
+
+#include <dds/dds.h>
+#include <log4cxx/appenderskeleton.h>
+#include <log4cxx/logger.h>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cstdlib>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <thread>
+
+#include <malloc.h>
+
+namespace
+{
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool isHeapTheSystems = false;
+#else
+constexpr bool isHeapTheSystems = true;
+#endif
+
+using com::tallowcrest::dds_::routing::TypeSupport;
+using testsupport::waitUntil;
+
+/// Counts the lines that end a join: the server is told last, and says so.
+class JoinCount
+{
+public:
+    JoinCount() { m_logger->addAppender(m_appender); }
+    ~JoinCount() { m_logger->removeAppender(m_appender); }
+    JoinCount(const JoinCount&) = delete;
+    JoinCount& operator=(const JoinCount&) = delete;
+
+    std::size_t joins() const { return m_appender->joins; }
+
+private:
+    class Appender final : public log4cxx::AppenderSkeleton
+    {
+    public:
+        void close() override {}
+        bool requiresLayout() const override { return false; }
+
+        std::atomic<std::size_t> joins{0};
+
+    protected:
+        void append(const log4cxx::spi::LoggingEventPtr& event, log4cxx::helpers::Pool& /*pool*/) override
+        {
+            if (event->getMessage().find("LocalTarget joinRouterPartition") != std::string::npos)
+            {
+                ++joins;
+            }
+        }
+    };
+
+    const log4cxx::LoggerPtr m_logger = log4cxx::Logger::getLogger("KORABRIDGE");
+    const std::shared_ptr<Appender> m_appender = std::make_shared<Appender>();
+};
+
+long bytesInUse()
+{
+    const auto info = ::mallinfo2();
+    return static_cast<long>(info.uordblks);
+}
+
+struct Memory
+{
+    long blocks = 0; ///< from operator new, not returned
+    long bytes = 0;  ///< of the whole heap, the DDS library's too
+
+    static Memory now() { return {static_cast<long>(threadAllocations::numLive()), bytesInUse()}; }
+    Memory smaller(const Memory& other) const { return {std::min(blocks, other.blocks), std::min(bytes, other.bytes)}; }
+    Memory operator-(const Memory& other) const { return {blocks - other.blocks, bytes - other.bytes}; }
+};
+
+/// The smallest for a while: something is always under way, and a writer that has been replaced takes a second to go.
+Memory memoryAtRest()
+{
+    Memory smallest = Memory::now();
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(3);
+    while (std::chrono::steady_clock::now() < end)
+    {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        smallest = smallest.smaller(Memory::now());
+    }
+    return smallest;
+}
+
+template <typename Work>
+Memory growth(Work&& work)
+{
+    const Memory before = memoryAtRest();
+    work();
+    return memoryAtRest() - before;
+}
+
+dds_entity_t made(dds_entity_t entity)
+{
+    if (entity < 0)
+    {
+        throw std::runtime_error(dds_strretcode(entity));
+    }
+    return entity;
+}
+
+/// Makes readers and writers of the bus's kind with nothing but the library, and deletes each at once.
+class BareEndpoints
+{
+public:
+    BareEndpoints()
+    {
+        const char* partition = "com:tallowcrest:routing:R1";
+        dds_qset_partition(m_groupQos, 1, &partition);
+        dds_qset_durability(m_qos, DDS_DURABILITY_TRANSIENT_LOCAL);
+        dds_qset_reliability(m_qos, DDS_RELIABILITY_RELIABLE, DDS_MSECS(100));
+        using MacroXptOutput = com::tallowcrest::dds_::routing::MacroXptOutput;
+        m_topic = made(dds_create_topic(m_participant, &TypeSupport<MacroXptOutput>::descriptor(),
+                                        "MacroXptOutputCalibration", m_qos, nullptr));
+    }
+    ~BareEndpoints()
+    {
+        dds_delete(m_participant);
+        dds_delete_qos(m_qos);
+        dds_delete_qos(m_groupQos);
+    }
+    BareEndpoints(const BareEndpoints&) = delete;
+    BareEndpoints& operator=(const BareEndpoints&) = delete;
+
+    void comeAndGo(std::size_t count) const
+    {
+        for (std::size_t i = 0; i < count; ++i)
+        {
+            const dds_entity_t group = made(dds_create_subscriber(m_participant, m_groupQos, nullptr));
+            made(dds_create_reader(group, m_topic, m_qos, nullptr));
+            dds_delete(group);
+        }
+    }
+
+private:
+    dds_qos_t* const m_qos = dds_create_qos();
+    dds_qos_t* const m_groupQos = dds_create_qos();
+    const dds_entity_t m_participant = made(dds_create_participant(DDS_DOMAIN_DEFAULT, nullptr, nullptr));
+    dds_entity_t m_topic = 0;
+};
+
+class JoinMemoryTest : public BridgeWithin
+{
+protected:
+    void join(std::size_t count)
+    {
+        for (std::size_t i = 0; i < count; ++i)
+        {
+            const std::size_t before = m_count.joins();
+            m_router.write("reannounce\n");
+            ASSERT_TRUE(waitUntil([&] { return m_count.joins() >= before + localTargets; })) << "join " << i;
+        }
+    }
+
+    static constexpr std::size_t localTargets = 2;
+    JoinCount m_count;
+};
+
+} // namespace
+
+TEST_F(JoinMemoryTest, JoiningAgainKeepsNothingButWhatTheLibraryKeepsOfEveryReaderAndWriter)
+{
+    constexpr std::size_t numJoins = 200;
+    // Of each signal type: readers of the members' crosspoints, of durable targets, of statuses and of local targets,
+    // and the writer of targets; and the reader of levels.
+    constexpr std::size_t endpointsPerJoin = 11;
+    const char* const tunables = std::getenv("GLIBC_TUNABLES");
+    ASSERT_TRUE(tunables != nullptr && std::string(tunables).find("tcache_count=0") != std::string::npos)
+        << "freed memory that a thread keeps for itself would count as in use; see CMakeLists.txt";
+    join(20);
+
+    const Memory joins = growth([this] { join(numJoins); });
+
+    // Some buffer or other may have grown, but not with each join.
+    EXPECT_LT(joins.blocks, static_cast<long>(numJoins));
+    const BareEndpoints bare;
+    bare.comeAndGo(20 * endpointsPerJoin);
+    const Memory library = growth([&bare] { bare.comeAndGo(numJoins * endpointsPerJoin); });
+    if constexpr (isHeapTheSystems)
+    {
+        // All targets are published again; while they wait in a writer to be confirmed they are in use.
+        constexpr long targetsUnderWay = 1048576;
+        EXPECT_LT(joins.bytes, library.bytes * 5 / 4 + targetsUnderWay)
+            << numJoins << " joins, and as many readers and writers with nothing but the library";
+    }
+}
