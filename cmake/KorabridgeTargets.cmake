@@ -69,10 +69,10 @@ function(korabridge_program NAME)
   target_link_libraries(${NAME} PRIVATE ${ARG_LINKS} korabridge_flags)
 endfunction()
 
-# korabridge_test(NAME SOURCES ... LINKS ... [TIMEOUT s] [LABELS ...] [ENVIRONMENT NAME=value...]): a GoogleTest program
+# korabridge_test(NAME SOURCES ... LINKS ... [TIMEOUT s] [LABELS ...] [ENVIRONMENT NAME=value]): a GoogleTest program
 # whose cases run one process each, in a network and IPC namespace of their own (tests/support/in-namespace).
 function(korabridge_test NAME)
-  cmake_parse_arguments(ARG "" "TIMEOUT" "SOURCES;LINKS;LABELS;ENVIRONMENT" ${ARGN})
+  cmake_parse_arguments(ARG "" "TIMEOUT;ENVIRONMENT" "SOURCES;LINKS;LABELS" ${ARGN})
   if(NOT ARG_TIMEOUT)
     set(ARG_TIMEOUT 60)
   endif()
@@ -90,6 +90,13 @@ function(korabridge_test NAME)
     target_compile_options(${NAME} PRIVATE -Wno-array-bounds -Wno-restrict -Wno-stringop-overflow -Wno-stringop-overread)
   endif()
   target_precompile_headers(${NAME} PRIVATE <gtest/gtest.h> <gmock/gmock.h> <functional> <map> <string> <vector>)
+  # An empty value would be lost on the way and the next name taken for it.
+  set(properties TIMEOUT ${ARG_TIMEOUT})
+  foreach(property LABELS ENVIRONMENT)
+    if(ARG_${property})
+      list(APPEND properties ${property} "${ARG_${property}}")
+    endif()
+  endforeach()
   gtest_discover_tests(${NAME} TEST_PREFIX "${NAME}." NO_PRETTY_VALUES DISCOVERY_TIMEOUT 120
-    PROPERTIES TIMEOUT ${ARG_TIMEOUT} LABELS "${ARG_LABELS}" ENVIRONMENT "${ARG_ENVIRONMENT}")
+    PROPERTIES ${properties})
 endfunction()

@@ -8,6 +8,10 @@ namespace
 
 constexpr int busyTimeoutMilliseconds = 200;
 
+/// Of the whole process, in bytes. Our statements take 0.6 MiB when they move a log of 136 MiB; a broken file must not
+/// ask for more than the machine has.
+constexpr sqlite3_int64 memoryLimit = sqlite3_int64{32} * 1024 * 1024;
+
 void check(int code, sqlite3* connection)
 {
     if (code != SQLITE_OK)
@@ -37,6 +41,7 @@ bool SqliteError::isCorruption() const
 
 SqliteConnection::SqliteConnection(const std::string& path)
 {
+    sqlite3_hard_heap_limit64(memoryLimit);
     sqlite3* handle = nullptr;
     const int code = sqlite3_open_v2(path.c_str(), &handle,
                                      SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX, nullptr);

@@ -40,6 +40,10 @@ PRAGMA user_version = 1;
 COMMIT;
 )sql";
 
+/// Bytes that a file may claim to have beyond those that are there: pages that were free when the log was written may
+/// not be in it.
+constexpr std::uintmax_t missingAllowed = std::uintmax_t{64} * 1024 * 1024;
+
 constexpr const char* beginLog = "PRAGMA user_version = 1";
 
 constexpr const char* putRow = R"sql(
@@ -148,6 +152,7 @@ void Store::open()
     {
         m_database->execute(schema); // a transaction that fails goes with the connection
     }
+    checkPageCount();
     const std::string verdict = m_database->text("PRAGMA quick_check(1)");
     if (verdict != "ok")
     {
@@ -172,6 +177,20 @@ void Store::checkIdentity() const
     {
         throw StoreError(StoreFailure::NewerVersion, "its schema version " + std::to_string(version) +
                                                          " is newer than " + std::to_string(schemaVersion));
+    }
+}
+
+void Store::checkPageCount() const
+{
+    // The log can claim any number of pages. The check of the file would need a bit for each, and moving the log into
+    // the file would make it as large; the check itself does not mind pages that nothing uses.
+    const auto claimed =
+        static_cast<std::uintmax_t>(m_database->number("PRAGMA page_count") * m_database->number("PRAGMA page_size"));
+    std::error_code error;
+    const auto size = std::filesystem::file_size(m_path, error);
+    if (!error && claimed > size + logSize() + missingAllowed)
+    {
+        throw StoreError(StoreFailure::Corrupt, "it claims to have " + std::to_string(claimed) + " bytes");
     }
 }
 

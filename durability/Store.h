@@ -68,6 +68,7 @@ public:
 private:
     void open();
     void checkIdentity() const;
+    void checkPageCount() const;
     /// Runs `operation` and turns SQLite's errors into StoreError.
     void guarded(const std::function<void()>& operation) const;
 

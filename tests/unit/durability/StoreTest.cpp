@@ -1,12 +1,16 @@
 #include "durability/Store.h"
 
 #include <cerrno>
+#include <cstdint>
 #include <fstream>
+#include <iterator>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
 #include "tests/support/FailingCall.h"
+#include "tests/support/SqliteLog.h"
 #include "tests/support/TempDir.h"
 
 using namespace com::tallowcrest::durability;
@@ -44,6 +48,34 @@ protected:
         }
         ADD_FAILURE() << "the store opened";
         return StoreFailure::Unusable;
+    }
+    /// Makes a store of one row that is still in the log, and makes that log claim that the file has `count` pages.
+    void claimPages(std::uint32_t count) const
+    {
+        namespace log = testsupport::sqliteLog;
+        const std::filesystem::path copy = m_path.string() + "-copy";
+        std::vector<std::uint8_t> bytes;
+        {
+            Store store(m_path);
+            store.commit({row("1")});
+            std::ifstream file(m_path.string() + "-wal", std::ios::binary);
+            bytes.assign(std::istreambuf_iterator<char>(file), {});
+            std::filesystem::copy_file(m_path, copy); // the log is gone when the store is closed
+        }
+        const std::size_t frameBytes = log::frameHeaderBytes + log::wordAt(bytes, log::pageBytesOffset);
+        ASSERT_GE(bytes.size(), log::headerBytes + frameBytes);
+        ASSERT_EQ(log::wordAt(bytes, log::headerBytes), 1U) << "the first page comes first";
+        // A change counter that does not match makes SQLite distrust the count of pages in the first page.
+        constexpr std::size_t changeCounterOffset = 24;
+        log::setWord(bytes, log::headerBytes + log::frameHeaderBytes + changeCounterOffset, 0xffffffffU);
+        log::setWord(bytes, bytes.size() - frameBytes + log::pageCountOffset, count);
+        log::repair(bytes);
+        std::filesystem::rename(copy, m_path);
+        std::ofstream file(m_path.string() + "-wal", std::ios::binary);
+        for (const std::uint8_t byte : bytes)
+        {
+            file.put(static_cast<char>(byte));
+        }
     }
     void overwrite(std::streamoff offset, std::size_t count) const
     {
@@ -151,6 +183,41 @@ TEST_F(StoreTest, StoreWithoutItsTableIsCorrupt)
     SqliteConnection(m_path.string()).execute("DROP TABLE durable_sample");
 
     EXPECT_EQ(failure(), StoreFailure::Corrupt);
+}
+
+TEST_F(StoreTest, LogThatClaimsBillionsOfPagesIsCorruptionAndTakesLittleMemory)
+{
+    claimPages(0xfffffff0U);
+    sqlite3_memory_highwater(1);
+
+    EXPECT_EQ(failure(), StoreFailure::Corrupt);
+
+    EXPECT_LE(sqlite3_memory_highwater(0), 1024 * 1024);
+    Store::setAside(m_path);
+    EXPECT_TRUE(Store(m_path).load().empty());
+}
+
+TEST_F(StoreTest, LogThatClaimsAHundredMegabytesIsCorruptionAndMakesNoLargeFile)
+{
+    claimPages(100U * 1024U);
+
+    EXPECT_EQ(failure(), StoreFailure::Corrupt);
+
+    EXPECT_LT(std::filesystem::file_size(m_path), 1024U * 1024U);
+}
+
+TEST_F(StoreTest, LogThatClaimsAFewPagesTooManyIsBelieved)
+{
+    claimPages(100);
+
+    EXPECT_EQ(Store(m_path).load(), (std::vector<StoredRow>{row("1")}));
+}
+
+TEST_F(StoreTest, NoStatementTakesMoreMemoryThanTheLimit)
+{
+    const SqliteConnection sut(":memory:");
+
+    EXPECT_THROW(sut.text("SELECT length(zeroblob(64 * 1024 * 1024) || 'a')"), SqliteError);
 }
 
 TEST_F(StoreTest, RowThatAForeignRuleForbidsIsCorruption)
