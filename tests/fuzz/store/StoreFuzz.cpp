@@ -18,6 +18,7 @@
 #include <fstream>
 #include <span>
 #include <string>
+#include <system_error>
 #include <vector>
 
 namespace
@@ -125,6 +126,16 @@ void useStore(const std::filesystem::path& path)
     require(std::count(rows.begin(), rows.end(), ownRow()) == 1, "what was put in survives");
 }
 
+/// Whatever the bytes claim, they make neither the process nor the file large.
+void checkSizes(const std::filesystem::path& path)
+{
+    constexpr std::uintmax_t mebibyte = 1024 * 1024;
+    require(static_cast<std::uintmax_t>(sqlite3_memory_highwater(1)) <= 32 * mebibyte, "SQLite's memory is bounded");
+    std::error_code error;
+    const std::uintmax_t size = std::filesystem::file_size(path, error);
+    require(error || size <= 65 * mebibyte, "a file does not grow with what its log claims");
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
@@ -164,5 +175,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             break;
         }
     }
+    checkSizes(folder.store());
     return 0;
 }
