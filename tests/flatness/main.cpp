@@ -16,6 +16,7 @@
 #include "tests/flatness/Load.h"
 #include "tests/flatness/PoolTable.h"
 #include "tests/flatness/ProcessFigures.h"
+#include "tests/support/MeaningfulMemory.h"
 #include "tests/support/TcpSocket.h"
 #include "tests/support/WaitUntil.h"
 
@@ -24,13 +25,6 @@ using namespace flatness;
 
 namespace
 {
-
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-/// A sanitizer keeps memory that was freed.
-constexpr bool isMemoryMeaningful = false;
-#else
-constexpr bool isMemoryMeaningful = true;
-#endif
 
 /// libddsc 0.10.2 keeps some 600 bytes for each reader and writer that was ever made; a join makes eleven of them, and
 /// the heap has its own part in it. e2e_join_memory looks closer.
@@ -140,7 +134,7 @@ bool Flatness::perform(const Amount& amount, std::size_t warmUpDivisor, std::siz
     const auto check = [&](const Witnesses& before, const Witnesses& now, std::size_t allowed) {
         const auto growth = static_cast<long>(now.process.residentKiB) - static_cast<long>(before.process.residentKiB);
         std::cout << "resident memory grew by " << growth << " KiB, " << allowed << " KiB are allowed" << std::endl;
-        if (isMemoryMeaningful && growth >= static_cast<long>(allowed))
+        if (testsupport::isMemoryMeaningful && growth >= static_cast<long>(allowed))
         {
             fail("memory");
         }

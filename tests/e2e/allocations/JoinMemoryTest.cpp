@@ -1,6 +1,7 @@
 #include "bustypes/TypeSupport.h"
 #include "tests/e2e/allocations/BridgeWithin.h"
 #include "tests/e2e/allocations/ThreadAllocations.h"
+#include "tests/support/MeaningfulMemory.h"
 #include "tests/support/WaitUntil.h"
 
 #include <dds/dds.h>
@@ -20,12 +21,6 @@
 
 namespace
 {
-
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool isHeapTheSystems = false;
-#else
-constexpr bool isHeapTheSystems = true;
-#endif
 
 using com::tallowcrest::dds_::routing::TypeSupport;
 using testsupport::waitUntil;
@@ -186,7 +181,7 @@ TEST_F(JoinMemoryTest, JoiningAgainKeepsNothingButWhatTheLibraryKeepsOfEveryRead
     const BareEndpoints bare;
     bare.comeAndGo(20 * endpointsPerJoin);
     const Memory library = growth([&bare] { bare.comeAndGo(numJoins * endpointsPerJoin); });
-    if constexpr (isHeapTheSystems)
+    if constexpr (testsupport::isMemoryMeaningful)
     {
         // All targets are published again; while they wait in a writer to be confirmed they are in use.
         constexpr long targetsUnderWay = 1048576;
