@@ -182,8 +182,8 @@ void Store::checkIdentity() const
 
 void Store::checkPageCount() const
 {
-    // The log can claim any number of pages. The check of the file would need a bit for each, and it does not mind pages
-    // that are not there: SQLite would refuse only later, when the log is to be moved into the file.
+    // The log can claim any number of pages. The check of the file would need a bit for each, and it does not mind
+    // pages that are not there: SQLite would refuse only later, when the log is to be moved into the file.
     const auto claimed =
         static_cast<std::uintmax_t>(m_database->number("PRAGMA page_count") * m_database->number("PRAGMA page_size"));
     std::error_code error;
