@@ -2,6 +2,7 @@
 #include <sstream>
 
 #include "tests/e2e/support/BridgeFixture.h"
+#include "tests/support/Places.h"
 #include "tests/support/TimeFactor.h"
 
 using namespace std::chrono_literals;
@@ -9,7 +10,7 @@ using namespace std::chrono_literals;
 namespace
 {
 
-const std::string root = KORABRIDGE_SOURCE_DIR;
+const std::string root = testsupport::sourceFolder();
 const std::string program = root + "/examples/controller.py";
 
 std::string contentOf(const std::string& path)

@@ -1,5 +1,6 @@
 #include "tests/interop/PeerProcess.h"
 
+#include "tests/support/Places.h"
 #include "tests/support/WaitUntil.h"
 
 #include <sstream>
@@ -38,7 +39,7 @@ std::size_t countReplies(const std::string& text)
 } // namespace
 
 PeerProcess::PeerProcess(const std::string& routerPartition)
-    : m_process(std::string(KORABRIDGE_BINARY_DIR) + "/tests/fast_peer", {routerPartition})
+    : m_process(testsupport::buildFolder() / "tests" / "fast_peer", {routerPartition})
 {
     if (!m_process.waitForOutput("ready\n", std::chrono::seconds(30)))
     {

@@ -1,5 +1,6 @@
 #include "tests/support/ChildProcess.h"
 
+#include "tests/support/Places.h"
 #include "tests/support/TempDir.h"
 #include "tests/support/WaitUntil.h"
 
@@ -184,7 +185,7 @@ bool ChildProcess::waitForErrors(const std::string& text, std::chrono::milliseco
 
 std::filesystem::path programPath(const std::string& name)
 {
-    return std::filesystem::path(KORABRIDGE_BINARY_DIR) / "bin" / name;
+    return buildFolder() / "bin" / name;
 }
 
 std::vector<std::string> runnable(std::vector<std::string> words)
@@ -193,7 +194,7 @@ std::vector<std::string> runnable(std::vector<std::string> words)
     if (emulator != nullptr)
     {
         const auto program = std::find_if(words.begin(), words.end(), [](const std::string& word) {
-            return word.starts_with(KORABRIDGE_BINARY_DIR "/");
+            return word.starts_with(buildFolder().string() + "/");
         });
         if (program != words.end())
         {

@@ -7,6 +7,8 @@
 #include <sstream>
 #include <stdexcept>
 
+#include "tests/support/Places.h"
+
 namespace testsupport
 {
 
@@ -19,7 +21,7 @@ constexpr int decimal = 10;
 
 std::filesystem::path vectorFolder()
 {
-    return std::filesystem::path(KORABRIDGE_SOURCE_DIR) / "tests" / "vectors";
+    return sourceFolder() / "tests" / "vectors";
 }
 
 [[noreturn]] void fail(const std::string& source, std::size_t line, const std::string& what)

@@ -1,5 +1,7 @@
 #include "tests/e2e/faults/ShippedLogFixture.h"
 
+#include "tests/support/Places.h"
+
 namespace e2e
 {
 
@@ -8,17 +10,22 @@ using namespace std::chrono_literals;
 namespace
 {
 
-/// $1 a directory for scratch, $2 the size of the disk; the rest is the command.
+/// $1 a directory for scratch, $2 the size of the disk, $3 the shipped log configuration; the rest is the command.
 constexpr const char* mountsScript =
-    "set -e; scratch=$1 size=$2; shift 2\n"
+    "set -e; scratch=$1 size=$2 configuration=$3; shift 3\n"
     "mkdir \"$scratch/etc\" \"$scratch/log\"\n"
     "mount -t tmpfs tmpfs \"$scratch/etc\"\n"
     "mkdir -p \"$scratch/etc/upper/tc/log\" \"$scratch/etc/work\"\n"
-    "cp '" KORABRIDGE_SOURCE_DIR "/config/korabridge-log.xml' \"$scratch/etc/upper/tc/log\"\n"
+    "cp \"$configuration\" \"$scratch/etc/upper/tc/log\"\n"
     "mount -t overlay -o \"lowerdir=/etc,upperdir=$scratch/etc/upper,workdir=$scratch/etc/work\" overlay /etc\n"
     "mount -t tmpfs -o \"size=$size\" tmpfs \"$scratch/log\"\n"
     "mount --bind \"$scratch/log\" /var/log\n"
     "exec \"$@\"";
+
+std::string configuration()
+{
+    return testsupport::sourceFolder() / "config/korabridge-log.xml";
+}
 
 } // namespace
 
@@ -26,8 +33,8 @@ void ShippedLogFixture::SetUp()
 {
     const auto scratch = m_directory.path() / "probe";
     std::filesystem::create_directory(scratch);
-    testsupport::ChildProcess probe("/usr/bin/unshare",
-                                    {"--mount", "sh", "-c", mountsScript, "sh", scratch.string(), "1m", "true"});
+    testsupport::ChildProcess probe("/usr/bin/unshare", {"--mount", "sh", "-c", mountsScript, "sh", scratch.string(),
+                                                         "1m", configuration(), "true"});
     if (probe.waitForExit() != 0)
     {
         GTEST_SKIP() << "needs a mount namespace: " << probe.errors();
@@ -39,8 +46,8 @@ void ShippedLogFixture::startWithShippedLog(const std::string& diskSize)
     m_bridge = std::make_unique<testsupport::ChildProcess>(
         "/usr/bin/unshare",
         std::vector<std::string>{"--mount", "sh", "-c", mountsScript, "sh", m_directory.path().string(), diskSize,
-                                 testsupport::programPath("korabridge").string(), "17", "3", "Bridge One",
-                                 "bridge under test"});
+                                 configuration(), testsupport::programPath("korabridge").string(), "17", "3",
+                                 "Bridge One", "bridge under test"});
     router().announce();
     ASSERT_TRUE(testsupport::waitForPort(koraPort, 30s)) << bridge().errors();
 }

@@ -1,4 +1,5 @@
 #include "tests/e2e/security/SecuredBus.h"
+#include "tests/support/Places.h"
 
 namespace e2e
 {
@@ -20,7 +21,7 @@ protected:
     Result make(std::vector<std::string> participants, std::map<std::string, std::string> environment = {})
     {
         participants.insert(participants.begin(), m_bus.string());
-        ChildProcess script(KORABRIDGE_SOURCE_DIR "/scripts/make-bus-certificates", participants,
+        ChildProcess script(testsupport::sourceFolder() / "scripts/make-bus-certificates", participants,
                             {std::move(environment), true});
         const int status = script.waitForExit().value_or(-1);
         return {status, script.errors()};

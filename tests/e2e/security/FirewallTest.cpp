@@ -1,4 +1,5 @@
 #include "tests/e2e/support/BridgeFixture.h"
+#include "tests/support/Places.h"
 
 namespace e2e
 {
@@ -8,7 +9,7 @@ namespace
 using testsupport::ChildProcess;
 using testsupport::TcpSocket;
 
-constexpr const char* rulesFile = KORABRIDGE_SOURCE_DIR "/config/security/korabridge.nft";
+const std::string rulesFile = testsupport::sourceFolder() / "config/security/korabridge.nft";
 
 int nft(const std::vector<std::string>& arguments)
 {

@@ -3,6 +3,8 @@
 #include <cstdlib>
 #include <stdexcept>
 
+#include "tests/support/Places.h"
+
 namespace e2e
 {
 
@@ -18,7 +20,7 @@ void SecuredBus::makeCertificates(const std::filesystem::path& directory, const 
 {
     std::vector<std::string> arguments{directory.string()};
     arguments.insert(arguments.end(), participants.begin(), participants.end());
-    ChildProcess script(KORABRIDGE_SOURCE_DIR "/scripts/make-bus-certificates", arguments,
+    ChildProcess script(testsupport::sourceFolder() / "scripts/make-bus-certificates", arguments,
                         {std::move(environment), true});
     if (script.waitForExit() != 0)
     {
@@ -31,8 +33,8 @@ SecuredBus::Child SecuredBus::startInside(const std::string& program, const std:
                                           std::map<std::string, std::string> environment)
 {
     const char* const plain = std::getenv("CYCLONEDDS_URI");
-    environment["CYCLONEDDS_URI"] = std::string(plain != nullptr ? plain : "") +
-                                    ",file://" KORABRIDGE_SOURCE_DIR "/config/security/cyclonedds-security.xml";
+    environment["CYCLONEDDS_URI"] = std::string(plain != nullptr ? plain : "") + ",file://" +
+                                    (testsupport::sourceFolder() / "config/security/cyclonedds-security.xml").string();
     environment["KORABRIDGE_BUS_SECURITY"] = certificates.string();
     return std::make_unique<ChildProcess>(testsupport::programPath(program), arguments,
                                           ChildProcess::Options{std::move(environment), false});

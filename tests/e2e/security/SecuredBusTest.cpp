@@ -1,5 +1,6 @@
 #include "tests/e2e/security/SecuredBus.h"
 #include "tests/e2e/security/WireTap.h"
+#include "tests/support/Places.h"
 
 #include <csignal>
 #include <filesystem>
@@ -178,7 +179,7 @@ TEST_F(SecuredBusTest, TargetsReachASecondBridgeThroughTheCompanionTopics)
 TEST_F(SecuredBusTest, BridgeWithoutLeaveForTheCompanionTopicsSaysSoAndRunsOn)
 {
     const auto templates = m_directory.path() / "templates";
-    std::filesystem::copy(KORABRIDGE_SOURCE_DIR "/config/security", templates);
+    std::filesystem::copy(testsupport::sourceFolder() / "config/security", templates);
     const std::string permissions = testsupport::readFile(templates / "permissions-bridge.xml");
     testsupport::writeFile(templates / "permissions-bridge.xml",
                            std::regex_replace(permissions, std::regex(".*_durable.*\n"), ""));

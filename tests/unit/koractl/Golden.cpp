@@ -6,9 +6,11 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/Places.h"
+
 void expectGolden(const std::string& name, const std::string& text)
 {
-    const std::string path = std::string(KORABRIDGE_SOURCE_DIR) + "/tests/unit/koractl/golden/" + name;
+    const std::string path = testsupport::sourceFolder() / "tests/unit/koractl/golden" / name;
     if (std::getenv("KORACTL_WRITE_GOLDEN") != nullptr)
     {
         std::ofstream(path) << text;
