@@ -1,7 +1,7 @@
 # Helpers that give every target of this project the same language rules, warnings and sanitizers.
 
 set(KORABRIDGE_SANITIZE "" CACHE STRING "Sanitizers for the whole build: empty, 'address,undefined' or 'thread'")
-set(KORABRIDGE_TIME_FACTOR 1 CACHE STRING "How many times longer than usual a test may take")
+option(KORABRIDGE_UNITY "Compile the sources of a folder together: sooner from nothing, later after a small change" OFF)
 option(KORABRIDGE_FUZZ "Instrument for libFuzzer (clang only)" OFF)
 option(KORABRIDGE_COVERAGE "Instrument for line and branch coverage (g++ only)" OFF)
 
@@ -43,11 +43,15 @@ if(KORABRIDGE_COVERAGE)
 endif()
 target_link_libraries(korabridge_flags INTERFACE Threads::Threads)
 
-# korabridge_library(NAME SOURCES a.cpp ... [LINKS lib ...]): one static library per folder.
+# korabridge_library(NAME SOURCES a.cpp ... [LINKS lib ...] [APART]): one static library per folder. APART: its files use the
+# same short names for different things and are never compiled together.
 function(korabridge_library NAME)
-  cmake_parse_arguments(ARG "" "" "SOURCES;LINKS" ${ARGN})
+  cmake_parse_arguments(ARG "APART" "" "SOURCES;LINKS" ${ARGN})
   if(ARG_SOURCES)
     add_library(${NAME} STATIC ${ARG_SOURCES})
+    if(KORABRIDGE_UNITY AND NOT ARG_APART)
+      set_target_properties(${NAME} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 12)
+    endif()
     target_include_directories(${NAME} PUBLIC ${PROJECT_SOURCE_DIR})
     target_link_libraries(${NAME} PUBLIC ${ARG_LINKS} PRIVATE $<BUILD_INTERFACE:korabridge_flags>)
     target_link_libraries(${NAME} PUBLIC Threads::Threads)
@@ -67,34 +71,4 @@ function(korabridge_program NAME)
   add_executable(${NAME} ${ARG_SOURCES})
   target_include_directories(${NAME} PRIVATE ${PROJECT_SOURCE_DIR})
   target_link_libraries(${NAME} PRIVATE ${ARG_LINKS} korabridge_flags)
-endfunction()
-
-# korabridge_test(NAME SOURCES ... LINKS ... [TIMEOUT s] [LABELS ...] [ENVIRONMENT NAME=value]): a GoogleTest program
-# whose cases run one process each, in a network and IPC namespace of their own (tests/support/in-namespace).
-function(korabridge_test NAME)
-  cmake_parse_arguments(ARG "" "TIMEOUT;ENVIRONMENT" "SOURCES;LINKS;LABELS" ${ARGN})
-  if(NOT ARG_TIMEOUT)
-    set(ARG_TIMEOUT 60)
-  endif()
-  math(EXPR ARG_TIMEOUT "${ARG_TIMEOUT} * ${KORABRIDGE_TIME_FACTOR}")
-  add_executable(${NAME} ${ARG_SOURCES})
-  set_target_properties(${NAME} PROPERTIES
-    RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/tests
-    CROSSCOMPILING_EMULATOR "${PROJECT_SOURCE_DIR}/tests/support/in-namespace;${CMAKE_CROSSCOMPILING_EMULATOR}")
-  target_include_directories(${NAME} PRIVATE ${PROJECT_SOURCE_DIR})
-  target_link_libraries(${NAME} PRIVATE ${ARG_LINKS} GTest::gtest GTest::gmock GTest::gtest_main korabridge_flags)
-  if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-    # g++ 12 warns of std::string's own copies when that header comes precompiled.
-    target_compile_options(${NAME} PRIVATE -Wno-array-bounds -Wno-restrict -Wno-stringop-overflow -Wno-stringop-overread)
-  endif()
-  target_precompile_headers(${NAME} PRIVATE <gtest/gtest.h> <gmock/gmock.h> <functional> <map> <string> <vector>)
-  # An empty value would be lost on the way and the next name taken for it.
-  set(properties TIMEOUT ${ARG_TIMEOUT})
-  foreach(property LABELS ENVIRONMENT)
-    if(ARG_${property})
-      list(APPEND properties ${property} "${ARG_${property}}")
-    endif()
-  endforeach()
-  gtest_discover_tests(${NAME} TEST_PREFIX "${NAME}." NO_PRETTY_VALUES DISCOVERY_TIMEOUT 120
-    PROPERTIES ${properties})
 endfunction()

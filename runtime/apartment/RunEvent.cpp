@@ -7,16 +7,6 @@
 namespace com::tallowcrest::apartment
 {
 
-namespace
-{
-
-log4cxx::LoggerPtr logger()
-{
-    return log4cxx::Logger::getLogger("KORABRIDGE");
-}
-
-} // namespace
-
 void runEvent(std::unique_ptr<DoItEvent> event) noexcept
 {
     try
@@ -25,11 +15,11 @@ void runEvent(std::unique_ptr<DoItEvent> event) noexcept
     }
     catch (const std::exception& error)
     {
-        LOG_ERROR_F(logger(), "Apartment event failed, %s", error.what());
+        LOG_ERROR_F(log4cxx::Logger::getLogger("KORABRIDGE"), "Apartment event failed, %s", error.what());
     }
     catch (...)
     {
-        LOG_ERROR_F(logger(), "Apartment event failed, unknown exception");
+        LOG_ERROR_F(log4cxx::Logger::getLogger("KORABRIDGE"), "Apartment event failed, unknown exception");
     }
 }
 

@@ -12,7 +12,7 @@ namespace koractl
 namespace
 {
 
-struct Arguments
+struct LprArguments
 {
     std::uint32_t lprId = 0;
     bool isForced = false;
@@ -20,7 +20,7 @@ struct Arguments
     std::vector<OutputAddress> outputs;
 };
 
-LprReport setAll(KoraClient& client, const std::string& name, const Arguments& arguments, LprCommand lprCommand,
+LprReport setAll(KoraClient& client, const std::string& name, const LprArguments& arguments, LprCommand lprCommand,
                  const Names& names)
 {
     std::vector<LprEntry> entries;
@@ -47,10 +47,10 @@ LprReport setAll(KoraClient& client, const std::string& name, const Arguments& a
 }
 
 /// The command added, and its arguments for further options.
-std::pair<CLI::App*, std::shared_ptr<Arguments>> addLpr(CLI::App& app, CommandContext& context, const std::string& name,
+std::pair<CLI::App*, std::shared_ptr<LprArguments>> addLpr(CLI::App& app, CommandContext& context, const std::string& name,
                                                         const std::string& description, LprCommand lprCommand)
 {
-    const auto arguments = std::make_shared<Arguments>();
+    const auto arguments = std::make_shared<LprArguments>();
     CLI::App* const command = app.add_subcommand(name, description);
     addNumber(*command, "--lpr-id", arguments->lprId, "the controller's lprId (default 0)");
     command->add_option("outputs", arguments->texts, "the outputs")->type_name("LEVEL:OUTPUT")->required();

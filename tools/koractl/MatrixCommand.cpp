@@ -17,7 +17,7 @@ namespace koractl
 namespace
 {
 
-struct Arguments
+struct MatrixArguments
 {
     std::string levelText;
     std::uint32_t level = 0;
@@ -30,7 +30,7 @@ struct Arguments
     std::string color = "auto";
 };
 
-ExitStatus printOnce(CommandContext& context, const Arguments& arguments, MatrixModel model, std::size_t width,
+ExitStatus printOnce(CommandContext& context, const MatrixArguments& arguments, MatrixModel model, std::size_t width,
                      bool hasColor)
 {
     KoraClient client = context.connect();
@@ -48,7 +48,7 @@ ExitStatus printOnce(CommandContext& context, const Arguments& arguments, Matrix
     return context.finish(MatrixReport(std::move(model), width, hasColor));
 }
 
-ExitStatus runMatrix(CommandContext& context, const Arguments& arguments)
+ExitStatus runMatrix(CommandContext& context, const MatrixArguments& arguments)
 {
     const Terminal& terminal = context.streams().terminal;
     const bool hasColor = arguments.color == "always" || (arguments.color == "auto" && terminal.hasColor);
@@ -84,7 +84,7 @@ ExitStatus runMatrix(CommandContext& context, const Arguments& arguments)
 
 void addMatrixCommand(CLI::App& app, CommandContext& context)
 {
-    const auto arguments = std::make_shared<Arguments>();
+    const auto arguments = std::make_shared<MatrixArguments>();
     CLI::App* const command = app.add_subcommand(
         "matrix", "Show the crosspoints of a level as a picture; on a terminal live, moved with the arrow keys");
     command->add_option("level", arguments->levelText, "the level's number or name")->type_name("LEVEL")->required();

@@ -13,7 +13,7 @@ namespace koractl
 namespace
 {
 
-struct Arguments
+struct QueryArguments
 {
     std::string levelText;
     std::string firstText;
@@ -25,7 +25,7 @@ struct Arguments
 
 /// Asks for `count` outputs in as many requests as it takes. `ask(first, count)` returns the rows of one answer.
 template <class Ask>
-std::vector<OutputRow> collect(const Arguments& arguments, Ask ask)
+std::vector<OutputRow> collect(const QueryArguments& arguments, Ask ask)
 {
     std::vector<OutputRow> rows;
     while (rows.size() < arguments.count)
@@ -76,7 +76,7 @@ std::vector<OutputRow> askStatus(KoraClient& client, std::uint32_t format, std::
 
 /// A command with the positionals LEVEL FIRST COUNT.
 CLI::App* addRangeCommand(CLI::App& app, const std::string& name, const std::string& description,
-                          const std::shared_ptr<Arguments>& arguments)
+                          const std::shared_ptr<QueryArguments>& arguments)
 {
     CLI::App* const command = app.add_subcommand(name, description);
     command->add_option("level", arguments->levelText, "the level's number or name")->type_name("LEVEL")->required();
@@ -86,7 +86,7 @@ CLI::App* addRangeCommand(CLI::App& app, const std::string& name, const std::str
 }
 
 /// Reads level and first output; a usage error unless the range has outputs and ends within the numbers there are.
-void readRange(CommandContext& context, Arguments& arguments)
+void readRange(CommandContext& context, QueryArguments& arguments)
 {
     arguments.level = resolved("level", [&] { return context.reader().level(arguments.levelText); });
     arguments.first = resolved("first", [&] { return context.reader().output(arguments.level, arguments.firstText); });
@@ -102,7 +102,7 @@ void readRange(CommandContext& context, Arguments& arguments)
 
 void addTally(CLI::App& app, CommandContext& context)
 {
-    const auto arguments = std::make_shared<Arguments>();
+    const auto arguments = std::make_shared<QueryArguments>();
     CLI::App* const command = addRangeCommand(app, "tally", "Show the inputs routed to outputs", arguments);
     command->callback([&context, arguments] {
         readRange(context, *arguments);
@@ -118,7 +118,7 @@ void addTally(CLI::App& app, CommandContext& context)
 
 void addStatus(CLI::App& app, CommandContext& context)
 {
-    const auto arguments = std::make_shared<Arguments>();
+    const auto arguments = std::make_shared<QueryArguments>();
     CLI::App* const command =
         addRangeCommand(app, "status", "Show the inputs, lock states and holders of outputs", arguments);
     addNumber(*command, "--format", arguments->format, "1: without lock state; any other: with it (default 2)");

@@ -13,7 +13,7 @@ namespace koractl
 namespace
 {
 
-struct Arguments
+struct RawArguments
 {
     std::vector<std::string> parts;
     bool isWhole = false;
@@ -33,7 +33,7 @@ std::vector<std::uint8_t> wordsToBytes(const std::vector<std::uint32_t>& words)
 }
 
 /// What to send; throws std::invalid_argument or std::length_error when the user's parts make no message.
-std::vector<std::uint8_t> compose(const Arguments& arguments)
+std::vector<std::uint8_t> compose(const RawArguments& arguments)
 {
     if (arguments.isBytes)
     {
@@ -73,7 +73,7 @@ ExitStatus runRaw(const CommandContext& context, std::span<const std::uint8_t> b
 
 void addRawCommand(CLI::App& app, CommandContext& context)
 {
-    const auto arguments = std::make_shared<Arguments>();
+    const auto arguments = std::make_shared<RawArguments>();
     CLI::App* const command = app.add_subcommand("raw", "Send any message and print the words that come back");
     command
         ->add_option("words", arguments->parts,

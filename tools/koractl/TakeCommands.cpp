@@ -12,7 +12,7 @@ namespace koractl
 namespace
 {
 
-struct Arguments
+struct TakeArguments
 {
     std::uint32_t lprId = 0;
     std::vector<std::string> texts;
@@ -46,7 +46,7 @@ TakeReport takeReport(KoraClient& client, const std::string& name, const std::ve
 void addTake(CLI::App& app, CommandContext& context, const std::string& name, const std::string& description,
              bool isCoherent)
 {
-    const auto arguments = std::make_shared<Arguments>();
+    const auto arguments = std::make_shared<TakeArguments>();
     CLI::App* const command = app.add_subcommand(name, description);
     addNumber(*command, "--lpr-id", arguments->lprId,
               "the controller's lprId (default 0, which passes every protection)");
