@@ -6,6 +6,8 @@
 #include <string_view>
 #include <utility>
 
+#include "durability/GatheredWrites.h"
+
 namespace com::tallowcrest::durability
 {
 
@@ -40,6 +42,7 @@ BusQos writerQos(const ChannelName& channel, std::size_t promise)
                                 DDS_LENGTH_UNLIMITED);
     dds_qset_destination_order(qos.get(), DDS_DESTINATIONORDER_BY_SOURCE_TIMESTAMP);
     dds_qset_writer_data_lifecycle(qos.get(), false);
+    gatherWrites(qos.get());
     setPromise(qos.get(), promise);
     return qos;
 }

@@ -20,7 +20,7 @@ public:
         std::apply([this](const auto&... policy) { (this->set(policy), ...); }, qos.policies());
     }
 
-    const dds_qos_t* get() const { return m_qos.get(); }
+    dds_qos_t* get() const { return m_qos.get(); }
 
 private:
     struct Deleter

@@ -8,10 +8,7 @@ namespace dds::detail
 
 ParticipantDelegate::ParticipantDelegate(std::uint32_t domainId)
     : m_entity(check(dds_create_participant(domainId, nullptr, nullptr), "creating the DDS domain participant"))
-{
-    // No writer made from now on sends by itself: WriterDelegate does, once for each change or batch of changes.
-    dds_write_set_batch(true);
-}
+{}
 
 com::tallowcrest::durability::DurabilityService& ParticipantDelegate::durability()
 {

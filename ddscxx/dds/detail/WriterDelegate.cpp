@@ -7,16 +7,30 @@
 #include "dds/detail/NativeQos.hpp"
 #include "dds/detail/NativeStatus.hpp"
 #include "dds/pub/WriteBatch.hpp"
+#include "durability/GatheredWrites.h"
 
 namespace dds::detail
 {
+
+namespace
+{
+
+/// The library sends nothing by itself: WriterDelegate does, once for each change or batch of changes.
+NativeQos gathering(const pub::qos::DataWriterQos& qos)
+{
+    NativeQos native(qos);
+    com::tallowcrest::durability::gatherWrites(native.get());
+    return native;
+}
+
+} // namespace
 
 WriterDelegate::WriterDelegate(std::shared_ptr<PublisherDelegate> publisher, std::shared_ptr<TopicDelegate> topic,
                                const pub::qos::DataWriterQos& qos)
     : m_publisher(std::move(publisher)), m_topic(std::move(topic)), m_qos(qos),
       m_kept(useKeptData(*m_publisher->participant(), *m_topic, m_qos.policy<core::policy::Durability>(),
                          m_publisher->qos().policy<core::policy::Partition>())),
-      m_entity(check(dds_create_writer(m_publisher->handle(), m_topic->handle(), NativeQos(m_qos).get(), nullptr),
+      m_entity(check(dds_create_writer(m_publisher->handle(), m_topic->handle(), gathering(m_qos).get(), nullptr),
                      "creating the writer of topic \"" + m_topic->name() + "\""))
 {}
 

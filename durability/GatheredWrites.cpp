@@ -1,0 +1,15 @@
+#include "durability/GatheredWrites.h"
+
+namespace com::tallowcrest::durability
+{
+
+void gatherWrites([[maybe_unused]] dds_qos_t* writerQos)
+{
+#ifdef KORABRIDGE_HAS_WRITER_BATCHING
+    dds_qset_writer_batching(writerQos, true);
+#else
+    dds_write_set_batch(true);
+#endif
+}
+
+} // namespace com::tallowcrest::durability
