@@ -20,6 +20,8 @@ target_precompile_headers(test_headers PRIVATE
   <gtest/gtest.h> <gmock/gmock.h> <algorithm> <chrono> <condition_variable> <filesystem> <fstream> <functional> <map> <memory>
   <mutex> <optional> <sstream> <string> <thread> <vector>)
 
+add_custom_target(pure_tests)
+
 # One test program of one kind; see korabridge_test.
 function(korabridge_test_program NAME KIND)
   cmake_parse_arguments(ARG "" "TIMEOUT;ENVIRONMENT" "SOURCES;LINKS;LABELS" ${ARGN})
@@ -38,6 +40,7 @@ function(korabridge_test_program NAME KIND)
     add_test(NAME ${NAME} COMMAND ${PROJECT_SOURCE_DIR}/tests/support/in-namespace ${CMAKE_CROSSCOMPILING_EMULATOR}
       $<TARGET_FILE:${NAME}> --gtest_output=xml:${PROJECT_BINARY_DIR}/results/${NAME}.xml)
     set_tests_properties(${NAME} PROPERTIES ${properties})
+    add_dependencies(pure_tests ${NAME})
     return()
   endif()
   if(KIND STREQUAL "timing")
