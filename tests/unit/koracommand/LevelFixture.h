@@ -14,15 +14,18 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <vector>
 
-/// Levels by number, as far as the test gives any.
+/// Levels by number, as far as the test gives any. Records what it is asked for.
 class FakeLevelAccess final : public ILevelAccess
 {
 public:
     std::map<std::uint32_t, std::shared_ptr<ILevel>> levels;
+    std::vector<std::uint32_t> asked;
 
     std::shared_ptr<ILevel> getLevelInstance(std::uint32_t levelNumber) override
     {
+        asked.push_back(levelNumber);
         const auto found = levels.find(levelNumber);
         return found != levels.end() ? found->second : std::make_shared<LevelInvalid>();
     }

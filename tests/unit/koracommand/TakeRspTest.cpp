@@ -57,6 +57,13 @@ TYPED_TEST(TakeRspTest, UnknownLevelIsRefusedAndTheOthersStillRun)
     EXPECT_EQ(this->m_level->calls.size(), 1U);
 }
 
+TYPED_TEST(TakeRspTest, LevelIsLookedForOncePerRunOfItsEntriesAndAnUnknownOneForEachEntry)
+{
+    this->m_access->levels[2] = this->m_level;
+    this->answer({7, 1, 7, 1, 11, 1, 7, 2, 12, 99, 7, 1, 11, 99, 7, 1, 12, 2, 7, 1, 11, 2, 7, 1, 12, 1, 7, 1, 13});
+    EXPECT_EQ(this->m_access->asked, (Words{1, 99, 99, 2, 1})) << "each search for an unknown one is a line in the log";
+}
+
 TYPED_TEST(TakeRspTest, NoLevelAccessYetRefusesEveryEntry)
 {
     resetLevelAccess();
