@@ -8,9 +8,14 @@
 #include "ddskorabridge/MacroXptMgrStatus.h"
 #include "ddskorabridge/MacroXptMgrTarget.h"
 #include "koraserver/Server.h"
+#include "runtime/apartment/ThreadPriority.h"
 
 #include <gtest/gtest.h>
 
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <future>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -21,6 +26,11 @@ namespace
 {
 
 using Calls = std::vector<std::string>;
+
+int niceOfThisThread()
+{
+    return ::getpriority(PRIO_PROCESS, static_cast<id_t>(::gettid()));
+}
 
 /// Records its joins and leaves under a name in a list that all share; `Base` is the manager that it stands for.
 template <typename Base>
@@ -35,6 +45,7 @@ public:
     void joinRouterPartition(const std::string& routerPartition) override
     {
         m_calls.push_back(m_name + " joins " + routerPartition);
+        nice = niceOfThisThread();
         if (throws)
         {
             throw std::runtime_error("expected by the test");
@@ -43,6 +54,7 @@ public:
     void leaveRouterPartition() override { m_calls.push_back(m_name + " leaves"); }
 
     bool throws = false;
+    int nice = -20; ///< of the thread that joined last
 
 private:
     Calls& m_calls;
@@ -106,6 +118,35 @@ TEST_F(RouterMembersTest, JoiningConnectsTheServerAfterEveryManagerHasJoined)
                               "audio status joins R1", "video status joins R1", "audio local target joins R1",
                               "video local target joins R1", "server connects"}));
     EXPECT_TRUE(m_server->isConnectedToRouter());
+}
+
+TEST_F(RouterMembersTest, WhoeverJoinsHasTheOrdinaryPriorityAndThePreferenceComesBackAfterwards)
+{
+    struct Nices
+    {
+        int preferred = 0;
+        int afterJoin = 0;
+        int afterFailedJoin = 0;
+    };
+    const int ordinary = niceOfThisThread();
+
+    const Nices nices = std::async(std::launch::async, [this] {
+                            Nices result;
+                            com::tallowcrest::apartment::preferThisThread();
+                            result.preferred = niceOfThisThread();
+                            m_sut.joinRouterPartition("R1");
+                            result.afterJoin = niceOfThisThread();
+                            m_videoLocal->throws = true;
+                            EXPECT_THROW(m_sut.joinRouterPartition("R1"), std::runtime_error);
+                            result.afterFailedJoin = niceOfThisThread();
+                            return result;
+                        }).get();
+
+    EXPECT_EQ((std::vector{m_levelMgr->nice, m_audioTarget->nice, m_videoTarget->nice, m_audioStatus->nice,
+                           m_videoStatus->nice, m_audioLocal->nice, m_videoLocal->nice}),
+              std::vector(7, ordinary));
+    EXPECT_EQ(nices.afterJoin, nices.preferred);
+    EXPECT_EQ(nices.afterFailedJoin, nices.preferred);
 }
 
 TEST_F(RouterMembersTest, LeavingDisconnectsTheServerLast)
