@@ -37,8 +37,9 @@ std::string obstacleOf(const std::filesystem::path& path)
 
 } // namespace
 
-LogGuard::LogGuard(log4cxx::AppenderPtr guarded)
-    : m_guarded(std::move(guarded)), m_writing(std::dynamic_pointer_cast<log4cxx::WriterAppender>(m_guarded))
+LogGuard::LogGuard(log4cxx::AppenderPtr guarded, Clock clock)
+    : m_guarded(std::move(guarded)), m_writing(std::dynamic_pointer_cast<log4cxx::WriterAppender>(m_guarded)),
+      m_clock(std::move(clock))
 {}
 
 LogGuard::~LogGuard() = default;
@@ -82,8 +83,8 @@ bool LogGuard::hasLostItsFile() const
 bool LogGuard::reopen(log4cxx::helpers::Pool& pool)
 {
     const auto file = std::dynamic_pointer_cast<log4cxx::FileAppender>(m_guarded);
-    const auto now = Clock::now();
-    if (file == nullptr || (m_triedAt != Clock::time_point{} && now - m_triedAt < retryTime))
+    const Time now = m_clock();
+    if (file == nullptr || (m_triedAt && now - *m_triedAt < retryTime))
     {
         return false;
     }
@@ -108,10 +109,9 @@ void LogGuard::countLost(const std::string& reason) noexcept
     {
         m_reason.clear(); // the reason may be the lack of memory
     }
-    const auto now = Clock::now();
-    if (m_complainedAt == Clock::time_point{} || (m_lost == 0 && now - m_complainedAt >= complaintTime))
+    if (!m_complainedAt || (m_lost == 0 && m_clock() - *m_complainedAt >= complaintTime))
     {
-        m_complainedAt = now;
+        m_complainedAt = m_clock();
         static_cast<void>(
             std::fprintf(stderr, "korabridge: log lines are lost until this is mended: %s\n", m_reason.c_str()));
     }

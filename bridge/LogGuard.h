@@ -5,6 +5,8 @@
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
+#include <optional>
 #include <string>
 
 /// Stands before one appender of the log configuration, so that trouble with a log file costs log lines and never the
@@ -15,12 +17,13 @@
 class LogGuard final : public log4cxx::AppenderSkeleton
 {
 public:
-    using Clock = std::chrono::steady_clock;
+    using Time = std::chrono::steady_clock::time_point;
+    using Clock = std::function<Time()>;
     /// How often a lost file is tried, and how often standard error is told at most.
     static constexpr std::chrono::seconds retryTime{1};
     static constexpr std::chrono::seconds complaintTime{60};
 
-    explicit LogGuard(log4cxx::AppenderPtr guarded);
+    explicit LogGuard(log4cxx::AppenderPtr guarded, Clock clock = std::chrono::steady_clock::now);
     ~LogGuard() override;
     LogGuard(const LogGuard&) = delete;
     LogGuard& operator=(const LogGuard&) = delete;
@@ -40,8 +43,9 @@ private:
 
     const log4cxx::AppenderPtr m_guarded;
     const log4cxx::WriterAppenderPtr m_writing; ///< the same one when it writes to a stream, else null
-    Clock::time_point m_triedAt;
-    Clock::time_point m_complainedAt;
+    const Clock m_clock;
+    std::optional<Time> m_triedAt;
+    std::optional<Time> m_complainedAt;
     std::uint32_t m_lost = 0;
     std::string m_reason;
 };

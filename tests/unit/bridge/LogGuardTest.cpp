@@ -10,6 +10,7 @@
 #include <log4cxx/patternlayout.h>
 #include <log4cxx/rolling/rollingfileappender.h>
 
+#include <chrono>
 #include <cstdio>
 #include <stdexcept>
 
@@ -57,12 +58,40 @@ protected:
         guardLogAppenders();
         return fake;
     }
+    /// The same with a guard whose time is `m_now`.
+    std::shared_ptr<FakeAppender> guardFakeByTestTime()
+    {
+        auto fake = std::make_shared<FakeAppender>();
+        guardByTestTime(fake);
+        return fake;
+    }
+    void guardByTestTime(const log4cxx::AppenderPtr& appender)
+    {
+        log4cxx::Logger::getRootLogger()->addAppender(std::make_shared<LogGuard>(appender, [this] { return m_now; }));
+    }
     static void log(const std::string& text) { LOG4CXX_INFO(log4cxx::Logger::getLogger("KORABRIDGE"), text); }
     /// What standard error has got since the test began.
     static std::string errors() { return testing::internal::GetCapturedStderr(); }
+
+    LogGuard::Time m_now{std::chrono::hours(1)};
 };
 
 using Lines = std::vector<std::string>;
+using namespace std::chrono_literals;
+
+constexpr const char* complaint = "korabridge: log lines are lost until this is mended: no space\n";
+
+/// An appender of "bridge.log" in a place where a file is in the way of the directory.
+std::shared_ptr<log4cxx::FileAppender> appenderIn(const std::filesystem::path& blocked)
+{
+    testsupport::writeFile(blocked, "a file where a directory is wanted");
+    const auto appender = std::make_shared<log4cxx::FileAppender>();
+    appender->setLayout(std::make_shared<log4cxx::PatternLayout>("%p %m%n"));
+    appender->setFile((blocked / "bridge.log").string());
+    log4cxx::helpers::Pool pool;
+    appender->activateOptions(pool);
+    return appender;
+}
 
 } // namespace
 
@@ -85,7 +114,7 @@ TEST_F(LogGuardTest, FailureOfTheAppenderDoesNotReachTheLoggingThread)
     EXPECT_NO_THROW(log("lost"));
 
     EXPECT_EQ(fake->m_lines, Lines{});
-    EXPECT_EQ(errors(), "korabridge: log lines are lost until this is mended: no space\n");
+    EXPECT_EQ(errors(), complaint);
 }
 
 TEST_F(LogGuardTest, LostLinesAreCountedInTheLogOnceItIsWrittenAgain)
@@ -115,7 +144,7 @@ TEST_F(LogGuardTest, StandardErrorIsToldOnceHoweverOftenTheTroubleComesBack)
         log("kept");
     }
 
-    EXPECT_EQ(errors(), "korabridge: log lines are lost until this is mended: no space\n");
+    EXPECT_EQ(errors(), complaint);
 }
 
 TEST_F(LogGuardTest, AppenderOfTwoLoggersGetsOneGuardAndASecondCallAddsNone)
@@ -154,14 +183,7 @@ TEST_F(LogGuardTest, FileThatCouldNotBeOpenedIsOpenedOnceItCanBe)
 {
     const testsupport::TempDir directory;
     const auto blocked = directory.path() / "log";
-    testsupport::writeFile(blocked, "a file where a directory is wanted");
-    const auto layout = std::make_shared<log4cxx::PatternLayout>("%p %m%n");
-    const auto appender = std::make_shared<log4cxx::FileAppender>();
-    appender->setLayout(layout);
-    appender->setFile((blocked / "bridge.log").string());
-    log4cxx::helpers::Pool pool;
-    appender->activateOptions(pool);
-    log4cxx::Logger::getRootLogger()->addAppender(appender);
+    log4cxx::Logger::getRootLogger()->addAppender(appenderIn(blocked));
     guardLogAppenders();
     log("lost");
 
@@ -175,6 +197,66 @@ TEST_F(LogGuardTest, FileThatCouldNotBeOpenedIsOpenedOnceItCanBe)
     EXPECT_EQ(text.rfind("INFO a line\nWARN ", 0), 0U) << text;
     EXPECT_NE(text.find(" log lines were lost, Not a directory\n"), std::string::npos) << text;
     EXPECT_NE(errors().find("korabridge: log lines are lost until this is mended: "), std::string::npos);
+}
+
+TEST_F(LogGuardTest, LostFileIsTriedOnceASecondAtMost)
+{
+    const testsupport::TempDir directory;
+    const auto blocked = directory.path() / "log";
+    guardByTestTime(appenderIn(blocked));
+    log("tried");
+    m_now += 1s;
+    log("tried again");
+
+    std::filesystem::remove(blocked);
+    m_now += 999ms;
+    log("too soon");
+    EXPECT_FALSE(std::filesystem::exists(blocked / "bridge.log"));
+    m_now += 1ms;
+    log("kept");
+
+    EXPECT_EQ(testsupport::readFile(blocked / "bridge.log"),
+              "INFO kept\nWARN 3 log lines were lost, Not a directory\n");
+    errors();
+}
+
+TEST_F(LogGuardTest, StandardErrorIsToldOfNewTroubleAMinuteLater)
+{
+    const auto fake = guardFakeByTestTime();
+    const auto lose = [&] {
+        fake->m_failure = "no space";
+        log("lost");
+        fake->m_failure.clear();
+        log("kept");
+    };
+    lose();
+    m_now += 59'999ms;
+    lose();
+    EXPECT_EQ(errors(), complaint);
+
+    testing::internal::CaptureStderr();
+    m_now += 1ms;
+    lose();
+    EXPECT_EQ(errors(), complaint);
+
+    testing::internal::CaptureStderr();
+    m_now += 59s;
+    lose();
+    EXPECT_EQ(errors(), "") << "a minute counts from the last time that it was told";
+}
+
+TEST_F(LogGuardTest, StandardErrorIsToldOnceOfTroubleThatGoesOn)
+{
+    const auto fake = guardFakeByTestTime();
+    fake->m_failure = "no space";
+
+    for (int minute = 0; minute < 10; ++minute)
+    {
+        log("lost");
+        m_now += 60s;
+    }
+
+    EXPECT_EQ(errors(), complaint);
 }
 
 TEST_F(LogGuardTest, LoggerFindsTheGuardUnderTheNameOfItsAppender)
