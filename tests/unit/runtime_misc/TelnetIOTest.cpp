@@ -1,3 +1,4 @@
+#include "tests/support/ListeningDescriptor.h"
 #include "tests/support/TimeFactor.h"
 #include "tests/unit/runtime_misc/TelnetIOFixture.h"
 
@@ -10,6 +11,7 @@
 #include <cwchar>
 
 #include <arpa/inet.h>
+#include <netinet/tcp.h>
 #include <sys/socket.h>
 
 using namespace com::tallowcrest::misc;
@@ -48,6 +50,31 @@ TEST_F(TelnetIOTest, whenAClientConnects_announcesItEverywhere)
     EXPECT_EQ(consoleSessionChanged, getline().result);
     EXPECT_EQ("\n* Telnet Session Connected - client:  127.000.000.001 *\n", testing::internal::GetCapturedStdout());
     EXPECT_EQ(1, countLogged("bind IP addr 0x0 (0.0.0.0) Port: 8882 Socket "));
+}
+
+TEST_F(TelnetIOTest, whenAClientConnects_itsSocketIsProbedSoThatADeadPeerIsFoundWithinTwoMinutes)
+{
+    start();
+    const auto client = connectAndNotice();
+
+    const int socket = testsupport::otherEndOf(client.fd());
+    const auto option = [socket](int level, int name) {
+        int value = -1;
+        socklen_t size = sizeof value;
+        EXPECT_EQ(0, ::getsockopt(socket, level, name, &value, &size));
+        return value;
+    };
+
+    EXPECT_EQ(1, option(SOL_SOCKET, SO_KEEPALIVE));
+    EXPECT_EQ(60, option(IPPROTO_TCP, TCP_KEEPIDLE));
+    EXPECT_EQ(15, option(IPPROTO_TCP, TCP_KEEPINTVL));
+    EXPECT_EQ(4, option(IPPROTO_TCP, TCP_KEEPCNT));
+    EXPECT_EQ(1, option(IPPROTO_TCP, TCP_NODELAY));
+    linger value{};
+    socklen_t size = sizeof value;
+    ASSERT_EQ(0, ::getsockopt(socket, SOL_SOCKET, SO_LINGER, &value, &size));
+    EXPECT_EQ(1, value.l_onoff);
+    EXPECT_EQ(1, value.l_linger);
 }
 
 TEST_F(TelnetIOTest, whenTheClientLeaves_announcesItAndWaitsForTheNext)
