@@ -24,14 +24,14 @@ add_custom_target(pure_tests)
 
 # One test program of one kind; see korabridge_test.
 function(korabridge_test_program NAME KIND)
-  cmake_parse_arguments(ARG "" "TIMEOUT;ENVIRONMENT" "SOURCES;LINKS;LABELS" ${ARGN})
+  cmake_parse_arguments(ARG "" "TIMEOUT;ENVIRONMENT" "SOURCES;LINKS" ${ARGN})
   add_executable(${NAME} ${ARG_SOURCES})
   set_target_properties(${NAME} PROPERTIES
     RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/tests
     CROSSCOMPILING_EMULATOR "${PROJECT_SOURCE_DIR}/tests/support/in-namespace;${CMAKE_CROSSCOMPILING_EMULATOR}")
   target_link_libraries(${NAME} PRIVATE ${ARG_LINKS} GTest::gtest_main korabridge_test_flags)
   target_precompile_headers(${NAME} REUSE_FROM test_headers)
-  set(properties TIMEOUT ${ARG_TIMEOUT} LABELS "${KIND};${ARG_LABELS}")
+  set(properties TIMEOUT ${ARG_TIMEOUT} LABELS ${KIND})
   # An empty value would be lost on the way and the next name taken for it.
   if(ARG_ENVIRONMENT)
     list(APPEND properties ENVIRONMENT "${ARG_ENVIRONMENT}")
@@ -50,14 +50,14 @@ function(korabridge_test_program NAME KIND)
 endfunction()
 
 # korabridge_test(NAME [PURE a.cpp ...] [WAITS b.cpp ...] [TIMING c.cpp ...] [SOURCES support.cpp ...] LINKS lib ...
-#                 [TIMEOUT s] [LABELS ...] [ENVIRONMENT NAME=value]): GoogleTest cases by kind, each kind a program and a label.
+#                 [TIMEOUT s] [ENVIRONMENT NAME=value]): GoogleTest cases by kind, each kind a program and a label.
 #   PURE    neither processes nor clocks nor threads that meet: the whole program is one test.
 #   WAITS   for something to happen, with a deadline: a process a case, in a network and IPC namespace of its own
 #           (tests/support/in-namespace), many at a time.
 #   TIMING  bounds how long something takes: as WAITS, but nothing else runs beside it.
 # The program of the first kind given is NAME, the others are NAME_waits and NAME_timing; SOURCES are shared by all.
 function(korabridge_test NAME)
-  cmake_parse_arguments(ARG "" "TIMEOUT;ENVIRONMENT" "PURE;WAITS;TIMING;SOURCES;LINKS;LABELS" ${ARGN})
+  cmake_parse_arguments(ARG "" "TIMEOUT;ENVIRONMENT" "PURE;WAITS;TIMING;SOURCES;LINKS" ${ARGN})
   if(NOT ARG_TIMEOUT)
     set(ARG_TIMEOUT 60)
   endif()
@@ -74,7 +74,7 @@ function(korabridge_test NAME)
       # Where no threads meet, the thread sanitizer has nothing to find.
       if(NOT (KORABRIDGE_SANITIZE STREQUAL "thread" AND kind STREQUAL "PURE"))
         korabridge_test_program(${NAME}${suffix} ${label} SOURCES ${ARG_${kind}} LINKS ${ARG_LINKS} TIMEOUT ${ARG_TIMEOUT}
-          LABELS ${ARG_LABELS} ENVIRONMENT ${ARG_ENVIRONMENT})
+          ENVIRONMENT ${ARG_ENVIRONMENT})
       endif()
       # The next kind's program, if there is one.
       set(suffix _waits)
@@ -85,12 +85,12 @@ function(korabridge_test NAME)
   endforeach()
 endfunction()
 
-# korabridge_script_test(NAME KIND [TIMEOUT s] [LABELS ...] COMMAND word ...): any other program that tests something.
+# korabridge_script_test(NAME KIND TIMEOUT s [ENVIRONMENT NAME=value] COMMAND word ...): any other program that tests something.
 function(korabridge_script_test NAME KIND)
-  cmake_parse_arguments(ARG "" "TIMEOUT" "COMMAND;LABELS;ENVIRONMENT" ${ARGN})
+  cmake_parse_arguments(ARG "" "TIMEOUT;ENVIRONMENT" "COMMAND" ${ARGN})
   math(EXPR ARG_TIMEOUT "${ARG_TIMEOUT} * ${KORABRIDGE_TIME_FACTOR}")
   add_test(NAME ${NAME} COMMAND ${ARG_COMMAND})
-  set_tests_properties(${NAME} PROPERTIES TIMEOUT ${ARG_TIMEOUT} LABELS "${KIND};${ARG_LABELS}")
+  set_tests_properties(${NAME} PROPERTIES TIMEOUT ${ARG_TIMEOUT} LABELS ${KIND})
   if(ARG_ENVIRONMENT)
     set_tests_properties(${NAME} PROPERTIES ENVIRONMENT "${ARG_ENVIRONMENT}")
   endif()
