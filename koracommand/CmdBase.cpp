@@ -2,11 +2,11 @@
 
 #include "koracommand/ErrorRsp.h"
 #include "koracommand/MessageCopy.h"
-#include "koracommand/ReportError.h"
 #include "koracommand/ResultCode.h"
 #include "koracommand/RspDelivery.h"
 #include "koracommand/WireLayout.h"
 #include "runtime/apartment/Round.h"
+#include "runtime/util/ReportError.h"
 
 #include <algorithm>
 #include <exception>
@@ -82,11 +82,11 @@ std::unique_ptr<Rsp> CmdBase::createRspOrError() noexcept
     }
     catch (const std::exception& error)
     {
-        reportError(m_context->logger(), "Command failed", error.what());
+        com::tallowcrest::util::reportError(m_context->logger(), "Command failed: ", error.what());
     }
     catch (...)
     {
-        reportError(m_context->logger(), "Command failed", "unknown exception");
+        com::tallowcrest::util::reportError(m_context->logger(), "Command failed: ", "unknown exception");
     }
     return createErrorRsp();
 }
@@ -99,7 +99,7 @@ std::unique_ptr<Rsp> CmdBase::createErrorRsp() noexcept
     }
     catch (const std::exception& error)
     {
-        reportError(m_context->logger(), "No error response", error.what());
+        com::tallowcrest::util::reportError(m_context->logger(), "No error response: ", error.what());
         return nullptr;
     }
 }

@@ -1,13 +1,13 @@
 #include "koracommand/CmdHandlerImpl.h"
 
 #include "koracommand/CmdTable.h"
-#include "koracommand/ReportError.h"
 #include "koracommand/RspInNetworkOrder.h"
 #include "koracommand/WireLayout.h"
 #include "koracommand/WireWords.h"
 #include "runtime/apartment/Apartment.h"
 #include "runtime/apartment/BridgeApartment.h"
 #include "runtime/misc/Console.h"
+#include "runtime/util/ReportError.h"
 
 #include <chrono>
 #include <exception>
@@ -46,7 +46,7 @@ std::unique_ptr<Rsp> CmdHandlerImpl::handle(std::span<const std::uint8_t> messag
     }
     catch (const std::exception& error)
     {
-        reportError(m_logger, "Request not handled", error.what());
+        com::tallowcrest::util::reportError(m_logger, "Request not handled: ", error.what());
     }
     m_rspQueue.reset();
     return nullptr;

@@ -1,6 +1,6 @@
 #include "koracommand/RspDelivery.h"
 
-#include "koracommand/ReportError.h"
+#include "runtime/util/ReportError.h"
 
 #include <exception>
 
@@ -21,6 +21,6 @@ void deliver(std::unique_ptr<Rsp> rsp, RspQueue& rspQueue, ConnectionContext& co
     }
     catch (const std::exception& error)
     {
-        reportError(context.logger(), "Response lost", error.what());
+        com::tallowcrest::util::reportError(context.logger(), "Response lost: ", error.what());
     }
 }

@@ -1,6 +1,5 @@
 #include "koraserver/ConnectionImpl.h"
 
-#include "koracommand/ReportError.h"
 #include "koracommand/WireLayout.h"
 #include "koracommand/WireWords.h"
 #include "koraserver/Ipv4Address.h"
@@ -8,6 +7,7 @@
 #include "koraserver/SocketClose.h"
 #include "koraserver/TextFormat.h"
 #include "runtime/util/Log.h"
+#include "runtime/util/ReportError.h"
 #include "runtime/util/SystemError.h"
 
 #include <pthread.h>
@@ -31,8 +31,8 @@ constexpr std::size_t maxThreadNameLength = 15;
 void reportEnd(const log4cxx::LoggerPtr& logger, const std::string& threadName, const char* reason) noexcept
 {
     std::array<char, com::tallowcrest::util::logLineSize> what{};
-    static_cast<void>(std::snprintf(what.data(), what.size(), "%s ended by an exception", threadName.c_str()));
-    reportError(logger, what.data(), reason);
+    static_cast<void>(std::snprintf(what.data(), what.size(), "%s ended by an exception: ", threadName.c_str()));
+    com::tallowcrest::util::reportError(logger, what.data(), reason);
 }
 
 } // namespace

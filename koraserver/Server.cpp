@@ -1,6 +1,5 @@
 #include "koraserver/Server.h"
 
-#include "koracommand/ReportError.h"
 #include "koraserver/Ipv4Address.h"
 #include "koraserver/ListeningSocket.h"
 #include "koraserver/SocketClose.h"
@@ -8,6 +7,7 @@
 #include "koraserver/TextFormat.h"
 #include "runtime/misc/Console.h"
 #include "runtime/util/Log.h"
+#include "runtime/util/ReportError.h"
 #include "runtime/util/SystemError.h"
 
 #include <arpa/inet.h>
@@ -112,7 +112,7 @@ void Server::run()
         }
         catch (const std::exception& error)
         {
-            reportError(m_logger, "Kora Server pass ended by an exception", error.what());
+            com::tallowcrest::util::reportError(m_logger, "Kora Server pass ended by an exception: ", error.what());
             pause();
         }
     }

@@ -1,6 +1,6 @@
 #include "runtime/apartment/RunEvent.h"
 
-#include "runtime/util/Log.h"
+#include "runtime/util/ReportError.h"
 
 #include <exception>
 
@@ -15,11 +15,11 @@ void runEvent(std::unique_ptr<DoItEvent> event) noexcept
     }
     catch (const std::exception& error)
     {
-        LOG_ERROR_F(log4cxx::Logger::getLogger("KORABRIDGE"), "Apartment event failed, %s", error.what());
+        util::reportError("Apartment event failed, ", error.what());
     }
     catch (...)
     {
-        LOG_ERROR_F(log4cxx::Logger::getLogger("KORABRIDGE"), "Apartment event failed, unknown exception");
+        util::reportError("Apartment event failed, ", "unknown exception");
     }
 }
 
