@@ -3,9 +3,9 @@
 import contextlib
 import json
 import os
+import resource
 import signal
 import socket
-import statistics
 import subprocess
 import time
 from pathlib import Path
@@ -14,7 +14,9 @@ ROOT = Path(__file__).resolve().parent.parent
 FLOOR_DOMAIN = 1
 BRIDGE_PORT = 5194
 FLOOR_PORT = 5195
-CPUS = sorted(os.sched_getaffinity(0))
+TICKS = os.sysconf("SC_CLK_TCK")
+# Two are enough, and of no more it is known what else they did.
+CPUS = sorted({min(os.sched_getaffinity(0)), max(os.sched_getaffinity(0))})
 
 
 class BenchError(Exception):
@@ -80,16 +82,8 @@ class Process:
                 os.sched_setaffinity(int(task), cpus)
 
     def cpu_seconds(self):
-        """User and system time so far, ended threads included."""
-        fields = Path(f"/proc/{self.pid}/stat").read_text().rsplit(")", 1)[1].split()
-        return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
-
-    def thread_nanoseconds(self):
-        """CPU time of the threads that run now, exactly."""
-        total = 0
-        for task in os.listdir(f"/proc/{self.pid}/task"):
-            total += int(Path(f"/proc/{self.pid}/task/{task}/schedstat").read_text().split()[0])
-        return total
+        """CPU time so far to the nanosecond, ended threads included."""
+        return time.clock_gettime(~self.pid << 3 | 2)  # what clock_getcpuclockid(3) makes of a process
 
     def resident_mib(self):
         for line in Path(f"/proc/{self.pid}/status").read_text().splitlines():
@@ -106,6 +100,45 @@ class Process:
             self.popen.kill()
             self.popen.wait()
             raise BenchError(f"{self.name} did not end") from None
+
+
+class Others:
+    """The share of the CPUs that went to others, other machines on the same hardware included, while a block ran. It has
+    the system's resolution for idle time: a hundredth of a second for each CPU."""
+
+    def __init__(self, *processes):
+        self._processes = processes
+        self.share = None
+
+    def __enter__(self):
+        self._before = self._reading()
+        return self
+
+    def __exit__(self, *_):
+        self.share = share_of_others(self._before, self._reading())
+
+    def _reading(self):
+        """CPU seconds that passed, that nobody used, that the hypervisor took, and that the measurement used itself."""
+        idle, stolen = idle_and_stolen(Path("/proc/stat").read_text(), CPUS)
+        own = sum(process.cpu_seconds() for process in self._processes)
+        for who in (resource.RUSAGE_SELF, resource.RUSAGE_CHILDREN):
+            usage = resource.getrusage(who)
+            own += usage.ru_utime + usage.ru_stime
+        return len(CPUS) * time.monotonic(), idle, stolen, own
+
+
+def idle_and_stolen(stat, cpus):
+    """Seconds in which nobody used these CPUs, and those that the hypervisor took, from the text of /proc/stat."""
+    lines = [line.split() for line in stat.splitlines()]
+    ticks = [[int(field) for field in line[1:]] for line in lines if line and line[0] in [f"cpu{cpu}" for cpu in cpus]]
+    # Interrupts count as nobody's: the loopback interface works in them.
+    idle = sum(sum(each[3:7]) for each in ticks)
+    return idle / TICKS, sum(each[7] for each in ticks) / TICKS
+
+
+def share_of_others(before, after):
+    passed, idle, stolen, own = (now - then for now, then in zip(after, before))
+    return max(0.0, (passed - idle - own) / passed, stolen / passed)
 
 
 class Reader(Process):
@@ -134,6 +167,9 @@ class Server:
         servers, clients = pins(pin)
         self.process.pin(servers)
         self.reader.pin(clients)
+
+    def processes(self):
+        return self.process, self.reader
 
     def stop(self):
         self.process.stop()
@@ -192,10 +228,6 @@ def measure(programs, server, arguments, pin, seconds, warm_up):
     result = korabench(programs, server, arguments, pin, seconds, warm_up).result()
     result["cpuPerRequest"] = 1e6 * (server.process.cpu_seconds() - before) / result["allRequests"]
     return result
-
-
-def median_of(results, metric):
-    return statistics.median(pick(result, metric) for result in results)
 
 
 def pick(result, metric):

@@ -1,43 +1,54 @@
-"""The goals that need more than one load on one server. Used by bench/compare. Each function yields an Outcome a goal."""
+"""What is promised beyond one load on one server: how a pair of neighbouring measurements is made of each. Used by
+bench/compare."""
 
 import contextlib
 import os
 import socket
-import statistics
 import subprocess
 import time
-from dataclasses import dataclass
 from pathlib import Path
 
 import harness
-from harness import BenchError, Load, Process, await_that, korabench, pins
+import promises
+from guard import Pair, measure_until_decided, outcome_of_one
+from harness import BenchError, Load, Others, Process, await_that, korabench, pins
 
 
-@dataclass
-class Outcome:
-    """A measured value, the goal and which side of it is right. Ratios have no unit."""
+def decide(options, wanted, measure_pair):
+    return measure_until_decided(wanted, measure_pair, options.rounds, options.purse, options.others)
 
-    name: str
-    pin: str
-    value: float
-    goal: float
-    most: bool
-    unit: str = ""
-    detail: str = ""
 
-    def ok(self, slack=0.0):
-        return self.value <= self.goal * (1 + slack) if self.most else self.value >= self.goal / (1 + slack)
+def in_turn(number, first, second):
+    """The results of both, measured in one order and then in the other."""
+    if number % 2 == 0:
+        ours = first()
+        return ours, second()
+    theirs = second()
+    return first(), theirs
 
-    def text(self):
-        value = f"{self.value:.3f}" if not self.unit else f"{self.value:.1f} {self.unit}"
-        return (f"{self.name:46} {self.pin:5} {value:>10}  {'<=' if self.most else '>='} {self.goal:<5g} "
-                f"{'ok ' if self.ok() else 'NOT'} {self.detail}").rstrip()
+
+def with_floor(options, bridge, floor, wanted):
+    """One load on both; every promise that rests on it."""
+    load, pin = wanted[0].load, wanted[0].pin
+
+    def measure_pair(number):
+        def of(server):
+            return lambda: harness.measure(options.programs, server, load, pin, options.seconds, options.warm_up)
+
+        with Others(*bridge.processes(), *floor.processes()) as others:
+            ours, theirs = in_turn(number, of(bridge), of(floor))
+        values = [harness.pick(ours, row.metric) / harness.pick(theirs, row.metric) for row in wanted]
+        return Pair(values, others.share)
+
+    return decide(options, wanted, measure_pair)
 
 
 BURST = 2304
+# The load that a burst is held against: the floor, as busy and with as many.
+BURST_YARDSTICK = ("--connections", 16)
 
 
-def burst(options, bridge, scratch):
+def burst(options, bridge, floor, scratch):
     """A router reports 2304 changed outputs at once while 16 controllers poll without a pause."""
     sim = Process(scratch, "router", [options.programs / "korasim", "--frame", 99, "--member-index", 1],
                   stdin=subprocess.PIPE)
@@ -46,30 +57,35 @@ def burst(options, bridge, scratch):
         sim.popen.stdin.write(f"burst audio 1 {BURST} {source}\n".encode())
         sim.popen.stdin.flush()
 
+    def measure_burst(number):
+        load = korabench(options.programs, bridge, ("--connections", 16, "--mix", "changes", "--await-changes", BURST,
+                                                    "--interval", options.poll), "free", 20, 0, identity=False)
+        bridge.pin("free")
+        load.await_line("ready")
+        began = time.monotonic_ns()
+        burst_to(number + 2)
+        result = load.result()
+        return (max(result["changesCompleteAt"]) - began) / 1e6, result["latency"]["max"] / 1e3
+
+    def measure_pair(number):
+        with Others(*bridge.processes(), *floor.processes(), sim) as others:
+            (complete, longest), yardstick = in_turn(
+                number, lambda: measure_burst(number),
+                lambda: harness.measure(options.programs, floor, BURST_YARDSTICK, "free", options.seconds,
+                                        options.warm_up))
+        values = [complete / (1e3 * BURST / yardstick["requestsPerSecond"]),
+                  longest / (yardstick["latency"]["p99"] / 1e3)]
+        return Pair(values, others.share, f"the last took {complete:.0f} ms, longest command {longest:.1f} ms")
+
     try:
         sim.await_text("announced")
         burst_to(1)  # so that every later one changes every output
         sim.await_text(f"status audio output {BURST} input 1 ")
         time.sleep(1)
-        complete, longest = [], []
-        for number in range(max(3, options.rounds // 2)):
-            load = korabench(options.programs, bridge, ("--connections", 16, "--mix", "changes", "--await-changes",
-                                                        BURST, "--interval", options.poll), "free", 20, 0,
-                             identity=False)
-            bridge.pin("free")
-            load.await_line("ready")
-            began = time.monotonic_ns()
-            burst_to(number + 2)
-            result = load.result()
-            complete.append((max(result["changesCompleteAt"]) - began) / 1e6)
-            longest.append(result["latency"]["max"] / 1e3)
+        yield from decide(options, [promises.BURST_COMPLETE, promises.BURST_LONGEST], measure_pair)
     finally:
         sim.popen.stdin.close()
         sim.stop()
-    yield Outcome(f"burst of {BURST}: last controller complete", "free", statistics.median(complete), 100, True, "ms",
-                  f"worst {max(complete):.0f}")
-    yield Outcome(f"burst of {BURST}: longest command", "free", statistics.median(longest), 20, True, "ms",
-                  f"worst {max(longest):.0f}")
 
 
 def beside(options, bridge):
@@ -78,16 +94,18 @@ def beside(options, bridge):
     What one of them takes is measured in the same seconds: it depends on the reader, which shares a CPU with the clients.
     """
     one, many = ("--connections", 1), ("--connections", 1, "--entries", 500)
-    seconds = 2 * options.seconds  # some thousand of each, so that a p99 is more than ten values
-    ratios = []
-    for _ in range(options.rounds):
-        alone = harness.measure(options.programs, bridge, one, "split", options.seconds, options.warm_up)
-        other = korabench(options.programs, bridge, many, "split", seconds + 0.6, 0)
-        time.sleep(0.3)  # until the other one is under way
-        single = korabench(options.programs, bridge, one, "split", seconds, 0).result()
-        message = other.result()
-        ratios.append(single["latency"]["p99"] / (message["latency"]["p99"] + alone["latency"]["p99"]))
-    yield Outcome("take beside 500-entry takes: p99 to one more", "split", statistics.median(ratios), 1.0, True)
+    seconds = max(0.5, 2 * options.seconds)  # some thousand of each, so that a p99 is more than ten values
+
+    def measure_pair(_):
+        with Others(*bridge.processes()) as others:
+            alone = harness.measure(options.programs, bridge, one, "split", options.seconds, options.warm_up)
+            other = korabench(options.programs, bridge, many, "split", seconds + 0.3, 0)
+            time.sleep(0.15)  # until the other one is under way
+            single = korabench(options.programs, bridge, one, "split", seconds, 0).result()
+            message = other.result()
+        return Pair([single["latency"]["p99"] / (message["latency"]["p99"] + alone["latency"]["p99"])], others.share)
+
+    return decide(options, [promises.BESIDE], measure_pair)
 
 
 @contextlib.contextmanager
@@ -114,29 +132,35 @@ def served_connection(port, request):
         time.sleep(0.05)
 
 
-def idle_microseconds(server, count, seconds):
-    """CPU microseconds a second with so many idle controllers."""
-    with idle_controllers(server.port, count):
-        time.sleep(0.5)
-        before = server.process.thread_nanoseconds()
-        time.sleep(seconds)
-        used = (server.process.thread_nanoseconds() - before) / seconds / 1e3
-    return used, server.process.resident_mib()
-
-
-def idle(options, bridge, floor, name, most_mib):
+def idle(options, bridge, floor, when):
     """What 16 idle controllers cost beyond none, against the floor's timers; resident memory."""
-    for server in (bridge, floor):
+    servers = (bridge, floor)
+    resident = []
+
+    def microseconds(count):
+        """CPU microseconds a second of each with so many idle controllers."""
+        with contextlib.ExitStack() as stack:
+            for server in servers:
+                stack.enter_context(idle_controllers(server.port, count))
+            time.sleep(options.idle / 2)
+            before, begin = [server.process.cpu_seconds() for server in servers], time.monotonic()
+            time.sleep(options.idle)
+            seconds = time.monotonic() - begin
+            used = [1e6 * (server.process.cpu_seconds() - cpu) / seconds for server, cpu in zip(servers, before)]
+            resident[:] = [server.process.resident_mib() for server in servers]
+        return used
+
+    def measure_pair(_):
+        with Others(*bridge.processes(), *floor.processes()) as others:
+            without, beyond = microseconds(0), microseconds(16)
+        cost, floor_cost = (many - none for none, many in zip(without, beyond))
+        return Pair([cost / floor_cost], others.share,
+                    f"{cost / 1e4:.2f} % of a CPU to {floor_cost / 1e4:.2f} % for the floor's timers")
+
+    for server in servers:
         server.pin("free")
-    seconds = 1.5 if options.quick else 4
-    without = [idle_microseconds(server, 0, seconds)[0] for server in (bridge, floor)]
-    (bridge_cpu, bridge_mib), (floor_cpu, floor_mib) = [idle_microseconds(server, 16, seconds)
-                                                        for server in (bridge, floor)]
-    cost, floor_cost = bridge_cpu - without[0], floor_cpu - without[1]
-    yield Outcome(f"16 idle controllers, {name}: CPU", "free", cost / floor_cost, 1.0, True,
-                  detail=f"{cost / 1e4:.2f} % of a CPU to {floor_cost / 1e4:.2f} % for the floor's timers")
-    yield Outcome(f"16 idle controllers, {name}: memory", "free", bridge_mib, most_mib, True, "MiB",
-                  f"floor {floor_mib:.1f}")
+    yield from decide(options, [promises.IDLE_CPU[when]], measure_pair)
+    yield outcome_of_one(promises.IDLE_MEMORY[when], resident[0], f"floor {resident[1]:.1f}")
 
 
 MOSQUITTO_PORT = 1883
@@ -168,16 +192,16 @@ class Broker:
         self.subscriber.await_text("announced")
         self.programs = options.programs
 
-    def measure(self, connections, pin, options):
+    def measure(self, load, pin, options):
         servers, clients = pins(pin)
         self.process.pin(servers)
         self.subscriber.pin(clients)
         before = harness.count_of(self.subscriber)
-        result = Load([self.programs / "bench_publisher", "--json", "--connections", connections, "--duration",
-                       options.seconds, "--warm-up", options.warm_up], clients).result()
+        result = Load([self.programs / "bench_publisher", "--json", *load, "--duration", options.seconds,
+                       "--warm-up", options.warm_up], clients).result()
         time.sleep(0.1)
         forwarded = harness.count_of(self.subscriber) - before
-        published = result["allRequests"] - connections  # the first answer is that to the connecting
+        published = result["allRequests"] - result["connections"]  # the first answer is that to the connecting
         if forwarded < published:
             raise BenchError(f"mosquitto forwarded {forwarded} of {published} messages")
         return result
@@ -190,22 +214,20 @@ class Broker:
 def mosquitto(options, bridge, scratch):
     """A take to one remote reader against a message of 20 bytes with QoS 1 to one subscriber."""
     broker = Broker(options, scratch)
+
+    def pair_of(row):
+        def measure_pair(number):
+            with Others(*bridge.processes(), broker.process, broker.subscriber) as others:
+                ours, theirs = in_turn(
+                    number,
+                    lambda: harness.measure(options.programs, bridge, row.load, row.pin, options.seconds, options.warm_up),
+                    lambda: broker.measure(row.load, row.pin, options))
+            return Pair([harness.pick(ours, row.metric) / harness.pick(theirs, row.metric)], others.share)
+
+        return measure_pair
+
     try:
-        for name, connections, pin, metric, goal, most in (
-                ("to mosquitto, 1 connection: p50", 1, "one", "latency/p50", 1.0, True),
-                ("to mosquitto, 16 connections: requests/s", 16, "one", "requestsPerSecond", 1.0, False),
-                ("to mosquitto, 16 connections: requests/s", 16, "split", "requestsPerSecond", 0.75, False)):
-            ours, theirs = [], []
-            for number in range(options.rounds):
-                for turn in (0, 1) if number % 2 == 0 else (1, 0):
-                    if turn == 0:
-                        ours.append(harness.measure(options.programs, bridge, ("--connections", connections), pin,
-                                                    options.seconds, options.warm_up))
-                    else:
-                        theirs.append(broker.measure(connections, pin, options))
-            ratio = harness.median_of(ours, metric) / harness.median_of(theirs, metric)
-            yield Outcome(name, pin, ratio, goal, most,
-                          detail="" if not options.verbose else f"{harness.median_of(ours, metric):.1f} to "
-                                                                f"{harness.median_of(theirs, metric):.1f}")
+        for row in promises.MOSQUITTO:
+            yield from decide(options, [row], pair_of(row))
     finally:
         broker.stop()

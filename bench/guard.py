@@ -1,0 +1,153 @@
+"""When a promise is broken: when the interval of the median is beyond 15 % worse than promised. A row for which that is open
+is measured on; one that is still open at the bound, and one with too few undisturbed pairs, is a failure as well."""
+
+import math
+import statistics
+import time
+from dataclasses import dataclass, field
+
+WORSE = 1.15  # than promised
+CONFIDENCE = 0.98
+FEWEST = 8  # undisturbed pairs, below which nothing is said
+OTHERS = 0.04  # share of the CPUs that others may have during a pair
+BATCH = 4  # pairs between two looks
+
+HOLDS = "ok"
+BROKEN = "WORSE"
+OPEN = "UNDECIDED"
+DISTURBED = "TOO FEW UNDISTURBED PAIRS"
+
+
+def interval(values, confidence=CONFIDENCE):
+    """Bounds of the median, whatever the distribution: the values that as many of the others are beyond as rarely
+    happens to a coin. Without bounds while there are too few values for the confidence."""
+    count = len(values)
+    tail, rank = 0.0, 0
+    while rank < count // 2:
+        tail += math.comb(count, rank) / 2**count
+        if 2 * tail > 1 - confidence:
+            break
+        rank += 1
+    if rank == 0:
+        return -math.inf, math.inf
+    ordered = sorted(values)
+    return ordered[rank - 1], ordered[count - rank]
+
+
+@dataclass
+class Outcome:
+    """What was measured of a promise, and what that says."""
+
+    name: str
+    pin: str
+    promised: float
+    most: bool
+    unit: str
+    verdict: str
+    value: float
+    low: float
+    high: float
+    values: list = field(repr=False)
+    left_out: int = 0
+    detail: str = ""
+
+    def text(self):
+        digits = 1 if self.unit else 3
+        value = f"{self.value:.{digits}f} {self.unit}".strip()
+        between = f"{self.low:.{digits}f} to {self.high:.{digits}f}" if len(self.values) > 1 else ""
+        pairs = f"{len(self.values)} pairs" if len(self.values) != 1 else ""
+        left_out = f", {self.left_out} left out" if self.left_out else ""
+        return (f"{self.name:46} {self.pin:5} {value:>9}  {between:16} {'<=' if self.most else '>='} {self.promised:<5g} "
+                f"{self.verdict:9} {pairs}{left_out}{'; ' if pairs and self.detail else ''}{self.detail}").rstrip()
+
+
+def judge(promise, values):
+    """What the values of the undisturbed pairs say."""
+    if len(values) < FEWEST:
+        return DISTURBED
+    low, high = interval([promise.worse(value) for value in values])
+    if high < WORSE:
+        return HOLDS
+    return BROKEN if low > WORSE else OPEN
+
+
+def outcome_of(promise, values, left_out=0, detail=""):
+    low, high = interval(values)
+    return Outcome(promise.name, promise.pin, promise.value, promise.most, promise.unit, judge(promise, values),
+                   statistics.median(values) if values else math.nan, low, high, list(values), left_out, detail)
+
+
+def outcome_of_one(promise, value, detail=""):
+    """Of a value that does not scatter."""
+    verdict = HOLDS if promise.worse(value) < WORSE else BROKEN
+    return Outcome(promise.name, promise.pin, promise.value, promise.most, promise.unit, verdict, value, value, value,
+                   [value], 0, detail)
+
+
+def status(outcomes):
+    """Prints how many promises hold; the exit status: 0 when there are some and all do."""
+    missed = [outcome for outcome in outcomes if outcome.verdict != HOLDS]
+    for outcome in missed:
+        print(f"{outcome.name} ({outcome.pin}): {outcome.verdict}")
+    print(f"{len(outcomes) - len(missed)} of {len(outcomes)} promises hold (worse by less than {WORSE - 1:.0%})")
+    return 1 if missed or not outcomes else 0
+
+
+class Purse:
+    """The time that measuring on may take, for all rows together."""
+
+    def __init__(self, seconds, clock=time.monotonic):
+        self._left = seconds
+        self._clock = clock
+
+    def is_empty(self):
+        return self._left <= 0
+
+    def pay_for(self, work):
+        begin = self._clock()
+        try:
+            return work()
+        finally:
+            self._left -= self._clock() - begin
+
+
+@dataclass
+class Pair:
+    """Neighbouring measurements: a value for each promise, what the line says beside, the share that others had."""
+
+    values: list
+    others: float
+    detail: str = ""
+
+
+def measure_until_decided(promises, measure_pair, rounds, purse, others=OTHERS):
+    """Rounds of neighbouring pairs, then more for the promises that are open. The first decision on a promise is the last;
+    the bound is four times the rounds, or the purse."""
+    values = [[] for _ in promises]
+    decided = {}
+    detail = ""
+    left_out = measured = 0
+
+    def measure():
+        nonlocal detail, left_out, measured
+        pair = measure_pair(measured)
+        measured += 1
+        if pair.others > others:
+            left_out += 1
+            return
+        detail = pair.detail
+        for kept, value in zip(values, pair.values):
+            kept.append(value)
+
+    while measured < rounds:
+        measure()
+    while True:
+        for index, promise in enumerate(promises):
+            if index not in decided and judge(promise, values[index]) in (HOLDS, BROKEN):
+                decided[index] = outcome_of(promise, values[index], left_out, detail)
+        if len(decided) == len(promises) or measured >= 4 * rounds or purse.is_empty():
+            break
+        for _ in range(BATCH):
+            purse.pay_for(measure)
+    return [decided.get(index) or outcome_of(promise, values[index], left_out, detail)
+            for index, promise in enumerate(promises)]

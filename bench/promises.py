@@ -1,0 +1,72 @@
+"""What is promised for the bridge, one row each: the only place of these numbers. docs/performance.md and docs/board.md
+say how they came about. Used by bench/compare and scripts/board-figures; bench/guard.py says when a row fails."""
+
+from dataclasses import dataclass
+
+
+@dataclass(frozen=True)
+class Promise:
+    """A value is at most or at least so much. Without a unit it is a ratio to what is measured in the same run."""
+
+    name: str
+    pin: str
+    value: float
+    most: bool = True
+    unit: str = ""
+    load: tuple = ()  # of korabench, for bridge and floor
+    metric: str = ""  # of its results
+
+    def worse(self, value):
+        """By what factor a value is worse than promised: 1 is as promised, less is better."""
+        return value / self.value if self.most else self.value / value
+
+
+def at_most(name, load, pin, metric, value):
+    return Promise(name, pin, value, True, "", load, metric)
+
+
+def at_least(name, load, pin, metric, value):
+    return Promise(name, pin, value, False, "", load, metric)
+
+
+ONE = ("--connections", 1)
+MANY = ("--connections", 16)
+FLOOR = [
+    at_most("1 controller, 1 entry: p50", ONE, "one", "latency/p50", 1.00),
+    at_most("1 controller, 1 entry: p99", ONE, "one", "latency/p99", 1.15),
+    at_least("16 controllers, 1 entry: requests/s", MANY, "split", "requestsPerSecond", 1.10),
+    at_most("16 controllers, 1 entry: CPU per request", MANY, "split", "cpuPerRequest", 0.95),
+    at_least("1 controller, 64 entries: takes/s", (*ONE, "--entries", 64), "split", "takesPerSecond", 2.6),
+    at_least("16 controllers, 64 entries: takes/s", (*MANY, "--entries", 64), "split", "takesPerSecond", 3.0),
+    at_least("1 controller, 500 entries: takes/s", (*ONE, "--entries", 500), "split", "takesPerSecond", 3.4),
+    at_least("16 controllers, 500 entries: takes/s", (*MANY, "--entries", 500), "split", "takesPerSecond", 4.4),
+    at_most("changes, none: p50", (*ONE, "--mix", "changes"), "one", "latency/p50", 1.05),
+    at_most("tally of 288: p50", (*ONE, "--mix", "tally"), "one", "latency/p50", 1.05),
+    at_most("status of 288: p50", (*ONE, "--mix", "status"), "one", "latency/p50", 1.05),
+]
+FLOOR_NAMES = {row.name for row in FLOOR}
+
+BESIDE = Promise("take beside 500-entry takes: p99 to one more", "split", 1.0)
+
+MOSQUITTO = [
+    Promise("to mosquitto, 1 connection: p50", "one", 1.0, True, "", ONE, "latency/p50"),
+    Promise("to mosquitto, 16 connections: requests/s", "one", 1.0, False, "", MANY, "requestsPerSecond"),
+    Promise("to mosquitto, 16 connections: requests/s", "split", 0.85, False, "", MANY, "requestsPerSecond"),
+]
+
+# To the time in which the floor answers as many takes of 16 controllers, and to the p99 of these.
+BURST_COMPLETE = Promise("burst of 2304: last controller complete", "free", 1.0)
+BURST_LONGEST = Promise("burst of 2304: longest command", "free", 10.0)
+
+# To what the floor's 16 timers cost.
+IDLE_CPU = {when: Promise(f"16 idle controllers, {when}: CPU", "free", 0.2) for when in ("new", "after all this")}
+IDLE_MEMORY = {
+    "new": Promise("16 idle controllers, new: memory", "free", 15.0, unit="MiB"),
+    "after all this": Promise("16 idle controllers, after all this: memory", "free", 20.5, unit="MiB"),
+}
+
+# Resident memory with 16 idle controllers beside an empty router, by machine.
+BOARD_MEMORY = {
+    "x86_64": Promise("resident, 16 idle controllers, x86-64", "free", 13.5, unit="MiB"),
+    "armhf": Promise("resident, 16 idle controllers, armhf", "free", 10.0, unit="MiB"),
+}
