@@ -120,9 +120,12 @@ class Pair:
     detail: str = ""
 
 
+LEFT_OUT = Pair([], math.inf)
+
+
 def measure_until_decided(promises, measure_pair, rounds, purse, others=OTHERS):
-    """Rounds of neighbouring pairs, then more for the promises that are open. The first decision on a promise is the last;
-    the bound is four times the rounds, or the purse."""
+    """Rounds of neighbouring pairs, then more for the promises that are open. The first decision on a promise is the last.
+    The bound is four times the rounds, the purse, or a machine on which three of four pairs are disturbed."""
     values = [[] for _ in promises]
     decided = {}
     detail = ""
@@ -145,7 +148,7 @@ def measure_until_decided(promises, measure_pair, rounds, purse, others=OTHERS):
         for index, promise in enumerate(promises):
             if index not in decided and judge(promise, values[index]) in (HOLDS, BROKEN):
                 decided[index] = outcome_of(promise, values[index], left_out, detail)
-        if len(decided) == len(promises) or measured >= 4 * rounds or purse.is_empty():
+        if len(decided) == len(promises) or measured >= 4 * rounds or purse.is_empty() or left_out > 0.75 * measured:
             break
         for _ in range(BATCH):
             purse.pay_for(measure)

@@ -23,6 +23,10 @@ class BenchError(Exception):
     """The measurement cannot go on; the text says why."""
 
 
+class NoAnswer(Exception):
+    """Nothing was answered in the time of a measurement, so it says nothing."""
+
+
 def pins(name):
     """The CPUs of servers, and of clients and readers."""
     if name == "one":  # everything on one: a wake-up across CPUs costs more than all that is measured here
@@ -43,12 +47,12 @@ def pace_nothing():
     return "unknown"
 
 
-def await_that(condition, what, seconds=30):
+def await_that(condition, what, seconds=30, pause=0.02):
     end = time.monotonic() + seconds
     while not condition():
         if time.monotonic() > end:
             raise BenchError(f"waited in vain for {what}")
-        time.sleep(0.02)
+        time.sleep(pause)
 
 
 def accepts(port):
@@ -171,6 +175,18 @@ class Server:
     def processes(self):
         return self.process, self.reader
 
+    def settle(self):
+        """Waits until what the last load left to do is done: it would be on the bill of the next measurement."""
+        def used():
+            return sum(process.cpu_seconds() for process in self.processes())
+
+        def is_still():
+            before = used()
+            time.sleep(0.01)
+            return used() - before < 0.001
+
+        await_that(is_still, f"{self.name} to settle", pause=0)
+
     def stop(self):
         self.process.stop()
         self.reader.stop()
@@ -222,11 +238,19 @@ def korabench(programs, server, arguments, pin, seconds, warm_up, identity=True)
 
 
 def measure(programs, server, arguments, pin, seconds, warm_up):
-    """One run; what korabench says and the server's CPU microseconds for each request."""
+    """One run; what korabench says and the server's CPU microseconds for each request, what it still does after the last
+    included."""
     server.pin(pin)
     before = server.process.cpu_seconds()
-    result = korabench(programs, server, arguments, pin, seconds, warm_up).result()
+    result = answered(korabench(programs, server, arguments, pin, seconds, warm_up).result())
+    server.settle()
     result["cpuPerRequest"] = 1e6 * (server.process.cpu_seconds() - before) / result["allRequests"]
+    return result
+
+
+def answered(result):
+    if result["requests"] == 0:
+        raise NoAnswer
     return result
 
 

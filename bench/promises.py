@@ -15,6 +15,7 @@ class Promise:
     unit: str = ""
     load: tuple = ()  # of korabench, for bridge and floor
     metric: str = ""  # of its results
+    stretch: int = 1  # how many times longer it is measured, because its requests are few
 
     def worse(self, value):
         """By what factor a value is worse than promised: 1 is as promised, less is better."""
@@ -25,8 +26,8 @@ def at_most(name, load, pin, metric, value):
     return Promise(name, pin, value, True, "", load, metric)
 
 
-def at_least(name, load, pin, metric, value):
-    return Promise(name, pin, value, False, "", load, metric)
+def at_least(name, load, pin, metric, value, stretch=1):
+    return Promise(name, pin, value, False, "", load, metric, stretch)
 
 
 ONE = ("--connections", 1)
@@ -38,8 +39,8 @@ FLOOR = [
     at_most("16 controllers, 1 entry: CPU per request", MANY, "split", "cpuPerRequest", 0.95),
     at_least("1 controller, 64 entries: takes/s", (*ONE, "--entries", 64), "split", "takesPerSecond", 2.6),
     at_least("16 controllers, 64 entries: takes/s", (*MANY, "--entries", 64), "split", "takesPerSecond", 3.0),
-    at_least("1 controller, 500 entries: takes/s", (*ONE, "--entries", 500), "split", "takesPerSecond", 3.4),
-    at_least("16 controllers, 500 entries: takes/s", (*MANY, "--entries", 500), "split", "takesPerSecond", 4.4),
+    at_least("1 controller, 500 entries: takes/s", (*ONE, "--entries", 500), "split", "takesPerSecond", 3.4, 3),
+    at_least("16 controllers, 500 entries: takes/s", (*MANY, "--entries", 500), "split", "takesPerSecond", 4.4, 3),
     at_most("changes, none: p50", (*ONE, "--mix", "changes"), "one", "latency/p50", 1.05),
     at_most("tally of 288: p50", (*ONE, "--mix", "tally"), "one", "latency/p50", 1.05),
     at_most("status of 288: p50", (*ONE, "--mix", "status"), "one", "latency/p50", 1.05),
@@ -54,7 +55,7 @@ MOSQUITTO = [
     Promise("to mosquitto, 16 connections: requests/s", "split", 0.85, False, "", MANY, "requestsPerSecond"),
 ]
 
-# To the time in which the floor answers as many takes of 16 controllers, and to the p99 of these.
+# To the time in which the floor answers as many takes of 16 controllers, and to the p50 of these.
 BURST_COMPLETE = Promise("burst of 2304: last controller complete", "free", 1.0)
 BURST_LONGEST = Promise("burst of 2304: longest command", "free", 10.0)
 
@@ -68,5 +69,5 @@ IDLE_MEMORY = {
 # Resident memory with 16 idle controllers beside an empty router, by machine.
 BOARD_MEMORY = {
     "x86_64": Promise("resident, 16 idle controllers, x86-64", "free", 13.5, unit="MiB"),
-    "armhf": Promise("resident, 16 idle controllers, armhf", "free", 10.0, unit="MiB"),
+    "armhf": Promise("resident, 16 idle controllers, armhf", "free", 9.5, unit="MiB"),
 }

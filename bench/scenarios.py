@@ -10,12 +10,18 @@ from pathlib import Path
 
 import harness
 import promises
-from guard import Pair, measure_until_decided, outcome_of_one
-from harness import BenchError, Load, Others, Process, await_that, korabench, pins
+from guard import FEWEST, LEFT_OUT, Pair, measure_until_decided, outcome_of_one
+from harness import BenchError, Load, NoAnswer, Others, Process, answered, await_that, korabench, pins
 
 
-def decide(options, wanted, measure_pair):
-    return measure_until_decided(wanted, measure_pair, options.rounds, options.purse, options.others)
+def decide(options, wanted, measure_pair, rounds=None):
+    def measure(number):
+        try:
+            return measure_pair(number)
+        except NoAnswer:
+            return LEFT_OUT
+
+    return measure_until_decided(wanted, measure, rounds or options.rounds, options.purse, options.others)
 
 
 def in_turn(number, first, second):
@@ -29,11 +35,11 @@ def in_turn(number, first, second):
 
 def with_floor(options, bridge, floor, wanted):
     """One load on both; every promise that rests on it."""
-    load, pin = wanted[0].load, wanted[0].pin
+    load, pin, seconds = wanted[0].load, wanted[0].pin, wanted[0].stretch * options.seconds
 
     def measure_pair(number):
         def of(server):
-            return lambda: harness.measure(options.programs, server, load, pin, options.seconds, options.warm_up)
+            return lambda: harness.measure(options.programs, server, load, pin, seconds, options.warm_up)
 
         with Others(*bridge.processes(), *floor.processes()) as others:
             ours, theirs = in_turn(number, of(bridge), of(floor))
@@ -74,7 +80,7 @@ def burst(options, bridge, floor, scratch):
                 lambda: harness.measure(options.programs, floor, BURST_YARDSTICK, "free", options.seconds,
                                         options.warm_up))
         values = [complete / (1e3 * BURST / yardstick["requestsPerSecond"]),
-                  longest / (yardstick["latency"]["p99"] / 1e3)]
+                  longest / (yardstick["latency"]["p50"] / 1e3)]
         return Pair(values, others.share, f"the last took {complete:.0f} ms, longest command {longest:.1f} ms")
 
     try:
@@ -102,7 +108,8 @@ def beside(options, bridge):
             other = korabench(options.programs, bridge, many, "split", seconds + 0.3, 0)
             time.sleep(0.15)  # until the other one is under way
             single = korabench(options.programs, bridge, one, "split", seconds, 0).result()
-            message = other.result()
+            message = answered(other.result())
+            answered(single)
         return Pair([single["latency"]["p99"] / (message["latency"]["p99"] + alone["latency"]["p99"])], others.share)
 
     return decide(options, [promises.BESIDE], measure_pair)
@@ -159,7 +166,7 @@ def idle(options, bridge, floor, when):
 
     for server in servers:
         server.pin("free")
-    yield from decide(options, [promises.IDLE_CPU[when]], measure_pair)
+    yield from decide(options, [promises.IDLE_CPU[when]], measure_pair, FEWEST)
     yield outcome_of_one(promises.IDLE_MEMORY[when], resident[0], f"floor {resident[1]:.1f}")
 
 
@@ -197,8 +204,8 @@ class Broker:
         self.process.pin(servers)
         self.subscriber.pin(clients)
         before = harness.count_of(self.subscriber)
-        result = Load([self.programs / "bench_publisher", "--json", *load, "--duration", options.seconds,
-                       "--warm-up", options.warm_up], clients).result()
+        result = answered(Load([self.programs / "bench_publisher", "--json", *load, "--duration", options.seconds,
+                                "--warm-up", options.warm_up], clients).result())
         time.sleep(0.1)
         forwarded = harness.count_of(self.subscriber) - before
         published = result["allRequests"] - result["connections"]  # the first answer is that to the connecting

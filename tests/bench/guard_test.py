@@ -98,12 +98,16 @@ class DisturbedPairsTest(unittest.TestCase):
 
     def test_too_few_others_fail(self):
         outcome = decide(MOST, itertools.repeat(1.0), itertools.chain([QUIET] * 7, itertools.repeat(BUSY)))
-        self.assertEqual((outcome.verdict, outcome.left_out), (DISTURBED, 41))
+        self.assertEqual((outcome.verdict, len(outcome.values)), (DISTURBED, 7))
         self.assertIn(DISTURBED, outcome.text())
 
-    def test_none_at_all_fails(self):
+    def test_more_are_measured_while_some_are_undisturbed(self):
+        outcome = decide(MOST, itertools.repeat(1.0), itertools.cycle([BUSY, BUSY, QUIET]))
+        self.assertEqual((outcome.verdict, len(outcome.values), outcome.left_out), (HOLDS, 8, 16))
+
+    def test_none_at_all_fails_at_once(self):
         outcome = decide(LEAST, itertools.repeat(1.0), itertools.repeat(BUSY))
-        self.assertEqual(outcome.verdict, DISTURBED)
+        self.assertEqual((outcome.verdict, outcome.left_out), (DISTURBED, 12))
         self.assertIn(DISTURBED, outcome.text())
 
 
