@@ -48,7 +48,7 @@ class Outcome:
     low: float
     high: float
     values: list = field(repr=False)
-    left_out: int = 0
+    shares: list = field(repr=False)  # that others had, of each pair measured
     detail: str = ""
 
     def text(self):
@@ -56,7 +56,8 @@ class Outcome:
         value = f"{self.value:.{digits}f} {self.unit}".strip()
         between = f"{self.low:.{digits}f} to {self.high:.{digits}f}" if len(self.values) > 1 else ""
         pairs = f"{len(self.values)} pairs" if len(self.values) != 1 else ""
-        left_out = f", {self.left_out} left out" if self.left_out else ""
+        count = len(self.shares) - len(self.values)
+        left_out = f", {count} left out (others had {statistics.median(self.shares):.0%})" if count > 0 else ""
         return (f"{self.name:46} {self.pin:5} {value:>9}  {between:16} {'<=' if self.most else '>='} {self.promised:<5g} "
                 f"{self.verdict:9} {pairs}{left_out}{'; ' if pairs and self.detail else ''}{self.detail}").rstrip()
 
@@ -71,17 +72,17 @@ def judge(promise, values):
     return BROKEN if low > WORSE else OPEN
 
 
-def outcome_of(promise, values, left_out=0, detail=""):
+def outcome_of(promise, values, shares, detail):
     low, high = interval(values)
     return Outcome(promise.name, promise.pin, promise.value, promise.most, promise.unit, judge(promise, values),
-                   statistics.median(values) if values else math.nan, low, high, list(values), left_out, detail)
+                   statistics.median(values) if values else math.nan, low, high, list(values), list(shares), detail)
 
 
 def outcome_of_one(promise, value, detail=""):
     """Of a value that does not scatter."""
     verdict = HOLDS if promise.worse(value) < WORSE else BROKEN
     return Outcome(promise.name, promise.pin, promise.value, promise.most, promise.unit, verdict, value, value, value,
-                   [value], 0, detail)
+                   [value], [], detail)
 
 
 def status(outcomes):
@@ -120,7 +121,7 @@ class Pair:
     detail: str = ""
 
 
-LEFT_OUT = Pair([], math.inf)
+LEFT_OUT = Pair([], 1.0)
 
 
 def measure_until_decided(promises, measure_pair, rounds, purse, others=OTHERS):
@@ -129,28 +130,31 @@ def measure_until_decided(promises, measure_pair, rounds, purse, others=OTHERS):
     values = [[] for _ in promises]
     decided = {}
     detail = ""
-    left_out = measured = 0
+    shares = []
 
     def measure():
-        nonlocal detail, left_out, measured
-        pair = measure_pair(measured)
-        measured += 1
+        nonlocal detail
+        pair = measure_pair(len(shares))
+        shares.append(pair.others)
         if pair.others > others:
-            left_out += 1
             return
         detail = pair.detail
         for kept, value in zip(values, pair.values):
             kept.append(value)
 
-    while measured < rounds:
+    def is_spent():
+        left_out = sum(share > others for share in shares)
+        return len(shares) >= 4 * rounds or left_out > 0.75 * len(shares) or purse.is_empty()
+
+    for _ in range(rounds):
         measure()
     while True:
         for index, promise in enumerate(promises):
             if index not in decided and judge(promise, values[index]) in (HOLDS, BROKEN):
-                decided[index] = outcome_of(promise, values[index], left_out, detail)
-        if len(decided) == len(promises) or measured >= 4 * rounds or purse.is_empty() or left_out > 0.75 * measured:
+                decided[index] = outcome_of(promise, values[index], shares, detail)
+        if len(decided) == len(promises) or is_spent():
             break
         for _ in range(BATCH):
             purse.pay_for(measure)
-    return [decided.get(index) or outcome_of(promise, values[index], left_out, detail)
+    return [decided.get(index) or outcome_of(promise, values[index], shares, detail)
             for index, promise in enumerate(promises)]

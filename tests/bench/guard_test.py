@@ -93,7 +93,7 @@ class IntervalTest(unittest.TestCase):
 class DisturbedPairsTest(unittest.TestCase):
     def test_are_left_out(self):
         outcome = decide(MOST, itertools.cycle([1.0, 9.0]), itertools.cycle([QUIET, BUSY]), rounds=24)
-        self.assertEqual((outcome.verdict, outcome.left_out), (HOLDS, 12))
+        self.assertEqual((outcome.verdict, len(outcome.shares)), (HOLDS, 24))
         self.assertEqual(outcome.values, [MOST.value] * 12)
 
     def test_too_few_others_fail(self):
@@ -103,12 +103,12 @@ class DisturbedPairsTest(unittest.TestCase):
 
     def test_more_are_measured_while_some_are_undisturbed(self):
         outcome = decide(MOST, itertools.repeat(1.0), itertools.cycle([BUSY, BUSY, QUIET]))
-        self.assertEqual((outcome.verdict, len(outcome.values), outcome.left_out), (HOLDS, 8, 16))
+        self.assertEqual((outcome.verdict, len(outcome.values), len(outcome.shares)), (HOLDS, 8, 24))
 
     def test_none_at_all_fails_at_once(self):
         outcome = decide(LEAST, itertools.repeat(1.0), itertools.repeat(BUSY))
-        self.assertEqual((outcome.verdict, outcome.left_out), (DISTURBED, 12))
-        self.assertIn(DISTURBED, outcome.text())
+        self.assertEqual((outcome.verdict, len(outcome.shares)), (DISTURBED, 12))
+        self.assertIn(f"{DISTURBED} 0 pairs, 12 left out (others had 50%)", outcome.text())
 
 
 class MeasuringOnTest(unittest.TestCase):
