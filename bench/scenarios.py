@@ -71,6 +71,7 @@ def burst(options, bridge, floor, scratch):
         began = time.monotonic_ns()
         burst_to(number + 2)
         result = load.result()
+        bridge.settle()
         return (max(result["changesCompleteAt"]) - began) / 1e6, result["latency"]["max"] / 1e3
 
     def measure_pair(number):
@@ -106,9 +107,11 @@ def beside(options, bridge):
             alone = harness.measure(options.programs, bridge, one, "split", options.seconds, options.warm_up)
             other = korabench(options.programs, bridge, many, "split", seconds + 0.3, 0)
             time.sleep(0.15)  # until the other one is under way
-            single = korabench(options.programs, bridge, one, "split", seconds, 0).result()
-            message = answered(other.result())
-            answered(single)
+            single = korabench(options.programs, bridge, one, "split", seconds, 0)
+            message, single = other.result(), single.result()
+            bridge.settle()
+        answered(message)
+        answered(single)
         return Pair([single["latency"]["p99"] / (message["latency"]["p99"] + alone["latency"]["p99"])], others.share)
 
     return decide(options, [promises.BESIDE], measure_pair)
