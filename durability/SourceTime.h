@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <atomic>
 #include <cstdint>
 
@@ -41,9 +42,11 @@ constexpr std::int64_t toBusTime(SourceTime time)
 class HybridClock
 {
 public:
-    /// The time for a write at `now`.
+    /// The time for a write at `now`. From `latestBelieved` on the machine's clock counts no more, so that the bus's
+    /// last day has room for all that is ever written after it began.
     SourceTime next(SourceTime now)
     {
+        now = std::min(now, latestBelieved);
         SourceTime newest = m_newest.load(std::memory_order_relaxed);
         SourceTime time = 0;
         do

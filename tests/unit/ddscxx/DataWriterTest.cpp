@@ -37,6 +37,25 @@ TEST_F(DataWriterTest, SampleCarriesTheSourceTimestampThatItWasWrittenWith)
     EXPECT_NEAR(static_cast<double>(samples[0].info().timestamp().to_nanoseconds()), 1.6e18, 1000.0);
 }
 
+TEST_F(DataWriterTest, OfATimestampAfter2038TheWireCarriesTheLow32BitsOfTheSeconds)
+{
+    constexpr std::int64_t nanosecondsPerSecond = 1'000'000'000;
+    constexpr dds::core::Time after2038(2'208'988'800 * nanosecondsPerSecond); // the begin of 2040
+    Writer sut = makeWriter(m_topic);
+    Reader local = makeReader(m_topic);
+    ASSERT_TRUE(waitForReaders(sut, 2));
+
+    sut.write(output(1), after2038);
+
+    const auto samples = takeSamples(m_wireReader, 1);
+    ASSERT_EQ(samples.size(), 1U);
+    EXPECT_EQ(samples[0].info().timestamp().to_nanoseconds() / nanosecondsPerSecond,
+              2'208'988'800 - (INT64_C(1) << 32));
+    const auto locals = takeSamples(local, 1);
+    ASSERT_EQ(locals.size(), 1U);
+    EXPECT_EQ(locals[0].info().timestamp(), after2038);
+}
+
 TEST_F(DataWriterTest, AnEnumeratorThatNobodyKnowsIsDroppedByTheReadersOnTheWireAndHoldsNothingUp)
 {
     Writer sut = makeWriter(m_topic);

@@ -1,8 +1,21 @@
 #include "durability/SourceTime.h"
 
+#include <dds/dds.h>
+#include <features.h>
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <ctime>
+
 using namespace com::tallowcrest::durability;
+
+// What durations and times are counted in does not depend on the machine.
+static_assert(sizeof(dds_time_t) == 8 && sizeof(std::chrono::system_clock::rep) == 8);
+#if __GLIBC_PREREQ(2, 41)
+// Since Debian 13 libraries for 32-bit machines have a 64-bit time_t as well; a compiler that has not does not fit
+// them.
+static_assert(sizeof(std::time_t) == 8);
+#endif
 
 TEST(SourceTimeTest, BusTimeIsRoundedToTheNearestMicrosecond)
 {
@@ -41,6 +54,21 @@ TEST(HybridClockTest, GivesEachTimeOnce)
 
     EXPECT_EQ(sut.next(1000), 1000);
     EXPECT_EQ(sut.next(1000), 1001);
+}
+
+TEST(HybridClockTest, WritesOnTheBusesLastDayAndAfterItKeepTheirOrderAndFitOnTheBus)
+{
+    HybridClock sut;
+    SourceTime last = sut.next(latestBelieved - 1);
+
+    // The last microsecond that the bus can carry, the one after it, and the begin of 2040.
+    for (const SourceTime now : {latestOnBus - 1, latestOnBus, INT64_C(2208988800000000)})
+    {
+        const SourceTime time = sut.next(fromBusTime(toBusTime(now)));
+        EXPECT_GT(time, last);
+        EXPECT_EQ(believed(time), time);
+        last = time;
+    }
 }
 
 TEST(HybridClockTest, ClockThatWasSetBackDoesNotGoBack)
