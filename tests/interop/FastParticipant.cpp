@@ -1,17 +1,17 @@
 #include "tests/interop/FastParticipant.h"
 
+#include "tests/interop/FastLibrary.h"
+
 #include <fastdds/dds/domain/DomainParticipantFactory.hpp>
 #include <fastdds/dds/publisher/Publisher.hpp>
 #include <fastdds/dds/subscriber/Subscriber.hpp>
 #include <fastdds/dds/topic/Topic.hpp>
-#include <fastdds/rtps/transport/UDPv4TransportDescriptor.h>
-#include <fastrtps/utils/IPLocator.h>
 
 #include <stdexcept>
 
 using namespace eprosima::fastdds::dds;
-using eprosima::fastrtps::rtps::IPLocator;
-using eprosima::fastrtps::rtps::Locator_t;
+using fastlib::IPLocator;
+using fastlib::Locator_t;
 
 namespace
 {
@@ -42,7 +42,7 @@ DomainParticipantQos loopbackQos(int domainId)
     own.port = 0;
     builtin.metatrafficUnicastLocatorList.push_back(own);
     // Peers may come at any time, and tests do not like to wait for them.
-    builtin.discovery_config.leaseDuration_announcementperiod = eprosima::fastrtps::Duration_t(0.2);
+    builtin.discovery_config.leaseDuration_announcementperiod = fastlib::Duration_t(0.2);
     for (int index = 0; index <= lastParticipantIndex; ++index)
     {
         Locator_t peer;

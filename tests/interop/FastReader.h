@@ -1,6 +1,7 @@
 #pragma once
 
 #include "tests/interop/EventLines.h"
+#include "tests/interop/FastLibrary.h"
 
 #include <fastdds/dds/subscriber/DataReader.hpp>
 #include <fastdds/dds/subscriber/DataReaderListener.hpp>
@@ -22,16 +23,16 @@ struct SampleText
 
 /// The instance handle that this implementation gives a message of another vendor that carries nothing but a serialised
 /// key: the first 16 bytes of the payload as they came, the encoding's four bytes (plain, little endian) included.
-inline eprosima::fastrtps::rtps::InstanceHandle_t keyMessageHandle(const std::vector<std::uint32_t>& keyWords)
+inline eprosima::fastdds::dds::InstanceHandle_t keyMessageHandle(const std::vector<std::uint32_t>& keyWords)
 {
-    eprosima::fastrtps::rtps::InstanceHandle_t handle;
+    eprosima::fastdds::dds::InstanceHandle_t handle;
     handle.value[1] = 1;
     std::size_t at = 4;
     for (const std::uint32_t word : keyWords)
     {
         for (unsigned shift = 0; shift < 32; shift += 8)
         {
-            handle.value[at++] = static_cast<eprosima::fastrtps::rtps::octet>(word >> shift);
+            handle.value[at++] = static_cast<unsigned char>(word >> shift);
         }
     }
     return handle;
@@ -54,7 +55,7 @@ public:
         namespace fast = eprosima::fastdds::dds;
         T sample;
         fast::SampleInfo info;
-        while (reader->take_next_sample(&sample, &info) == eprosima::fastrtps::types::ReturnCode_t::RETCODE_OK)
+        while (reader->take_next_sample(&sample, &info) == fastlib::ok)
         {
             if (info.valid_data)
             {
@@ -86,5 +87,5 @@ public:
 private:
     std::string m_label;
     Describe m_describe;
-    std::map<eprosima::fastrtps::rtps::InstanceHandle_t, std::string> m_keys;
+    std::map<eprosima::fastdds::dds::InstanceHandle_t, std::string> m_keys;
 };

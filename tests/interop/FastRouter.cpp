@@ -1,14 +1,13 @@
 #include "tests/interop/FastRouter.h"
 
-#include "FastRoutingPubSubTypes.h"
+#include "tests/interop/FastLibrary.h"
 
 #include <stdexcept>
 
 using namespace com::tallowcrest::dds_::routing;
 using eprosima::fastdds::dds::DataWriter;
+using eprosima::fastdds::dds::InstanceHandle_t;
 using eprosima::fastdds::dds::TypeSupport;
-using eprosima::fastrtps::rtps::InstanceHandle_t;
-using eprosima::fastrtps::types::ReturnCode_t;
 
 namespace
 {
@@ -24,14 +23,11 @@ TypeSupport typeSupport()
 template <typename T>
 void apply(DataWriter& writer, Operation operation, T& sample)
 {
-    ReturnCode_t result = ReturnCode_t::RETCODE_OK;
+    fastlib::ReturnCode_t result = fastlib::ok;
     switch (operation)
     {
     case Operation::Write:
-        if (!writer.write(&sample))
-        {
-            result = ReturnCode_t::RETCODE_ERROR;
-        }
+        result = fastlib::codeOf(writer.write(&sample));
         break;
     case Operation::Dispose:
         result = writer.dispose(&sample, InstanceHandle_t());
@@ -40,9 +36,9 @@ void apply(DataWriter& writer, Operation operation, T& sample)
         result = writer.unregister_instance(&sample, InstanceHandle_t());
         break;
     }
-    if (result != ReturnCode_t::RETCODE_OK)
+    if (result != fastlib::ok)
     {
-        throw std::runtime_error("the writer refused the operation, code " + std::to_string(result()));
+        throw std::runtime_error("the writer refused the operation, code " + std::to_string(fastlib::numberOf(result)));
     }
 }
 
@@ -50,8 +46,8 @@ SampleText describeOutput(const MacroXptOutput& sample)
 {
     return {"output=" + std::to_string(sample.macroXptOutput()),
             {sample.macroXptOutput()},
-            "input=" + std::to_string(sample.macroXptInput()) + " when=" + std::to_string(sample.when()) +
-                " lprId=" + std::to_string(sample.lprId()) + " lprState=" + std::to_string(sample.lprState())};
+            "input=" + std::to_string(sample.macroXptInput()) + " when=" + std::to_string(sample.when()) + " lprId=" +
+                std::to_string(sample.lprId()) + " lprState=" + std::to_string(static_cast<int>(sample.lprState()))};
 }
 
 SampleText describeComponent(const ComponentInfo& sample)

@@ -5,7 +5,7 @@
 
 #include <string>
 
-// Generated at build time (FastRouting.h).
+// Generated at build time (FastLibrary.h).
 namespace com::tallowcrest::dds_::routing
 {
 class ComponentInfo;

@@ -1,6 +1,6 @@
 #include "tests/interop/PeerCommands.h"
 
-#include "FastRouting.h"
+#include "tests/interop/FastLibrary.h"
 
 #include <sstream>
 #include <stdexcept>

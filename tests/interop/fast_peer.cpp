@@ -6,7 +6,7 @@
 #include "tests/interop/FastRouter.h"
 #include "tests/interop/PeerCommands.h"
 
-#include "FastRouting.h"
+#include "tests/interop/FastLibrary.h"
 
 #include <exception>
 #include <iostream>
