@@ -21,7 +21,7 @@ ChannelRecorder::ChannelRecorder(dds_entity_t participant, std::shared_ptr<Chann
       m_logger(log4cxx::Logger::getLogger("KORABRIDGE")), m_sample(m_channel->codec().sampleSize)
 {}
 
-bool ChannelRecorder::work()
+bool ChannelRecorder::work(Clock::time_point now)
 {
     bool isDue = takeHandedOver();
     m_recent.flush(); // before anything that may take its time
@@ -30,14 +30,15 @@ bool ChannelRecorder::work()
     if (m_keeper.hasTried())
     {
         isDue = takeLoaded() || isDue;
-        if (isUsed && m_port == nullptr && Clock::now() >= m_nextTry)
+        if (isUsed && m_port == nullptr && now >= m_nextTry)
         {
-            openPort();
+            openPort(now);
         }
+        m_isLoaded = true;
     }
     if (m_port != nullptr)
     {
-        isDue = takeFromBus() || isDue;
+        isDue = takeFromBus(now) || isDue;
         m_recent.flush();
         if (m_port->takeNewReaders())
         {
@@ -112,7 +113,7 @@ std::size_t ChannelRecorder::applyRows(const std::vector<StoredRow>& rows, Chann
     return unreadable;
 }
 
-bool ChannelRecorder::takeFromBus()
+bool ChannelRecorder::takeFromBus(Clock::time_point now)
 {
     bool isDue = false;
     m_port->take(
@@ -124,12 +125,12 @@ bool ChannelRecorder::takeFromBus()
                 m_recent.append(m_channel->rowOf(name, sample, written));
             }
             m_received[writer].insert(instance);
-            m_progress = Clock::now();
+            m_progress = now;
         });
     return isDue;
 }
 
-void ChannelRecorder::openPort()
+void ChannelRecorder::openPort(Clock::time_point now)
 {
     try
     {
@@ -140,7 +141,7 @@ void ChannelRecorder::openPort()
     }
     catch (const BusError& error)
     {
-        m_nextTry = Clock::now() + portRetry;
+        m_nextTry = now + portRetry;
         if (!std::exchange(m_isWarned, true))
         {
             LOG4CXX_WARN(m_logger, "Durable topic " << m_channel->name().topic << " in " << m_channel->name().partition
@@ -221,21 +222,22 @@ std::size_t ChannelRecorder::incompletePeers()
     return incomplete;
 }
 
-bool ChannelRecorder::serveWait(const Channel::Waiting& waiting, ParticipantWatch& participants)
+bool ChannelRecorder::serveWait(const Channel::Waiting& waiting, ParticipantWatch& participants, Clock::time_point now)
 {
     if (waiting.ticket == 0)
     {
         return false;
     }
-    // Without a store there is nothing to wait for on its side; without a port, nobody else's.
-    if (!m_keeper.hasTried() || (m_port != nullptr && !participants.isSettled(waiting.since)))
+    // Without a store there is nothing to wait for on its side; without a port, nobody else's. A store that was read
+    // since the last look counts from the next one on, which opens the port.
+    if (!m_isLoaded || (m_port != nullptr && !participants.isSettled(waiting.since, now)))
     {
         return true;
     }
     const std::size_t incomplete = m_port == nullptr ? 0 : incompletePeers();
     if (incomplete > 0)
     {
-        if (Clock::now() < std::max(waiting.since, m_progress) + longestSilence)
+        if (now < std::max(waiting.since, m_progress) + longestSilence)
         {
             return true;
         }

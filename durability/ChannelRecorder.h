@@ -33,8 +33,10 @@ public:
     ChannelRecorder(dds_entity_t participant, std::shared_ptr<Channel> channel, StoreKeeper& keeper, RecentRows& recent,
                     WakeUp& wake);
 
+    using Clock = Channel::Clock;
+
     /// One look at everything. True when something became due for the store.
-    bool work();
+    bool work(Clock::time_point now);
     /// Whether writers handed over more, at the last look, than what there is memory for from the start.
     bool isBusy() const { return m_batch.size() > HandOver::initialSamples; }
     /// How many samples writers handed over until the last look.
@@ -42,18 +44,16 @@ public:
     /// Gives back the memory of a burst that is over.
     void rest() { m_channel->shrinkHandOver(m_batch); }
     /// Ends a wait for history when nothing more is to come. True while one goes on.
-    bool serveWait(const Channel::Waiting& waiting, ParticipantWatch& participants);
+    bool serveWait(const Channel::Waiting& waiting, ParticipantWatch& participants, Clock::time_point now);
     Channel::Waiting waiting() const { return m_channel->waiting(); }
 
 private:
-    using Clock = Channel::Clock;
-
     bool takeHandedOver();
     /// What the store and the machine's memory had. True when something became due for the store.
     bool takeLoaded();
     std::size_t applyRows(const std::vector<StoredRow>& rows, Channel::Origin origin, bool& isDue);
-    bool takeFromBus();
-    void openPort();
+    bool takeFromBus(Clock::time_point now);
+    void openPort(Clock::time_point now);
     void closePort();
     void makeForeignDue();
     void writeDue();
@@ -72,6 +72,7 @@ private:
     NewestSamples m_newest;
     std::vector<std::byte> m_sample;
 
+    bool m_isLoaded = false; ///< what the store had, or nothing: the port was opened since, if that is possible
     std::unique_ptr<CompanionPort> m_port;
     Clock::time_point m_nextTry;
     bool m_isWarned = false;

@@ -16,7 +16,9 @@
 namespace com::tallowcrest::durability
 {
 
-LogForcer::LogForcer(std::filesystem::path store) : m_store(std::move(store)), m_thread([this] { run(); }) {}
+LogForcer::LogForcer(std::filesystem::path store, std::chrono::milliseconds interval)
+    : m_store(std::move(store)), m_interval(interval), m_thread([this] { run(); })
+{}
 
 LogForcer::~LogForcer()
 {
@@ -49,7 +51,7 @@ void LogForcer::run()
         {
             return;
         }
-        const auto next = std::chrono::steady_clock::now() + interval;
+        const auto next = std::chrono::steady_clock::now() + m_interval;
         lock.unlock();
         force();
         lock.lock();
@@ -67,7 +69,6 @@ void LogForcer::force()
         return;
     }
     m_reported = false;
-    m_forced.fetch_add(1);
     moveLongLog();
 }
 

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
@@ -12,17 +11,17 @@ namespace com::tallowcrest::durability
 {
 
 /// Forces the store's log to the disk on a thread of its own, so that a power cut loses little and commits never wait:
-/// at once after the first commit, then at most every `interval` while commits go on. When the log has grown it also
+/// at once after the first commit, then at most once in an interval while commits go on. When the log has grown it also
 /// moves its contents into the main file. Owned by the keeper of the store, while the store is open. A disk that
 /// refuses is reported once in the log and tried again with the next commit.
 class LogForcer
 {
 public:
-    static constexpr std::chrono::milliseconds interval{500};
+    static constexpr std::chrono::milliseconds usualInterval{500};
     /// The log is moved into the main file from this size on.
     static constexpr std::uintmax_t logSizeToMove = 8U << 20U;
 
-    explicit LogForcer(std::filesystem::path store);
+    explicit LogForcer(std::filesystem::path store, std::chrono::milliseconds interval = usualInterval);
     /// Forces what has been committed, then ends the thread.
     ~LogForcer();
     LogForcer(const LogForcer&) = delete;
@@ -30,8 +29,6 @@ public:
 
     /// Something was committed. Any thread.
     void committed();
-    /// How many times the log was forced.
-    std::uint64_t forced() const { return m_forced.load(); }
 
 private:
     void run();
@@ -40,7 +37,7 @@ private:
     void report(const char* what, const char* reason);
 
     const std::filesystem::path m_store;
-    std::atomic<std::uint64_t> m_forced{0};
+    const std::chrono::milliseconds m_interval;
     bool m_reported = false;
     std::mutex m_mutex; ///< guards the two flags
     std::condition_variable m_condition;

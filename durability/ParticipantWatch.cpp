@@ -34,9 +34,8 @@ void ParticipantWatch::look(Clock::time_point now)
     }
 }
 
-bool ParticipantWatch::isSettled(Clock::time_point since)
+bool ParticipantWatch::isSettled(Clock::time_point since, Clock::time_point now)
 {
-    const Clock::time_point now = Clock::now();
     look(now);
     const bool isQuiet = now >= m_started + settlesAfterStart && now >= m_newcomer + settlesAfterNewcomer;
     if (isQuiet || now >= since + longestWait)

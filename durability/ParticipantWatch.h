@@ -29,7 +29,7 @@ public:
     ParticipantWatch(dds_entity_t participant, Clock::time_point started);
 
     /// For somebody who has been waiting since `since`.
-    bool isSettled(Clock::time_point since);
+    bool isSettled(Clock::time_point since, Clock::time_point now);
 
 private:
     void look(Clock::time_point now);

@@ -12,9 +12,9 @@ namespace com::tallowcrest::durability
 {
 
 Recorder::Recorder(dds_entity_t participant, Clock::time_point started, const ChannelList& channels,
-                   StoreKeeper& keeper, RecentRows& recent, WakeUp& wake)
+                   StoreKeeper& keeper, RecentRows& recent, WakeUp& wake, std::chrono::milliseconds calmTime)
     : m_participant(participant), m_channels(channels), m_keeper(keeper), m_recent(recent), m_wake(wake),
-      m_participants(participant, started), m_thread([this] { run(); })
+      m_calmTime(calmTime), m_participants(participant, started), m_thread([this] { run(); })
 {}
 
 Recorder::~Recorder()
@@ -60,10 +60,11 @@ bool Recorder::look()
             m_recorders.try_emplace(channel.get(), m_participant, channel, m_keeper, m_recent, m_wake).first;
         // Asked first: what was handed over before the wait began is then part of this look.
         const Channel::Waiting waiting = recorder->second.waiting();
-        isDue = recorder->second.work() || isDue;
+        const Clock::time_point now = Clock::now();
+        isDue = recorder->second.work(now) || isDue;
         isBusy = recorder->second.isBusy() || isBusy;
         m_handedOver += recorder->second.handedOver();
-        isWaitedFor = recorder->second.serveWait(waiting, m_participants) || isWaitedFor;
+        isWaitedFor = recorder->second.serveWait(waiting, m_participants, now) || isWaitedFor;
     }
     if (isDue)
     {
@@ -79,7 +80,7 @@ void Recorder::restAfterBurst(bool isBusy)
     {
         m_lastBurst = Clock::now();
     }
-    else if (m_lastBurst && Clock::now() >= *m_lastBurst + calmTime)
+    else if (m_lastBurst && Clock::now() >= *m_lastBurst + m_calmTime)
     {
         m_lastBurst.reset();
         for (auto& [channel, recorder] : m_recorders)

@@ -34,11 +34,11 @@ public:
     static constexpr std::chrono::milliseconds waitPoll{3};
     static constexpr std::chrono::milliseconds idlePoll{500};
     /// So long after a burst its memory is given back to the system.
-    static constexpr std::chrono::seconds calmTime{5};
+    static constexpr std::chrono::milliseconds usualCalmTime{5000};
 
     /// `started` is when the participant was made. Throws BusError.
     Recorder(dds_entity_t participant, Clock::time_point started, const ChannelList& channels, StoreKeeper& keeper,
-             RecentRows& recent, WakeUp& wake);
+             RecentRows& recent, WakeUp& wake, std::chrono::milliseconds calmTime = usualCalmTime);
     /// Takes over what has been handed over, then ends the thread.
     ~Recorder();
     Recorder(const Recorder&) = delete;
@@ -55,6 +55,7 @@ private:
     StoreKeeper& m_keeper;
     RecentRows& m_recent;
     WakeUp& m_wake;
+    const std::chrono::milliseconds m_calmTime;
     ParticipantWatch m_participants;
     std::map<const Channel*, ChannelRecorder> m_recorders;
     std::size_t m_handedOver = 0;                 ///< samples, until the last look

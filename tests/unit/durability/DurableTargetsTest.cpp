@@ -7,12 +7,13 @@
 #include <gtest/gtest.h>
 
 #include "dds/dds.hpp"
-#include "durability/CompanionPort.h"
 #include "durability/Store.h"
+#include "tests/support/BusCalls.h"
 #include "tests/support/TempDir.h"
 #include "tests/support/TimeFactor.h"
 #include "tests/support/WaitUntil.h"
 #include "tests/unit/ddskorabridge/CapturedLog.h"
+#include "tests/unit/durability/OtherParticipant.h"
 #include "tests/unit/durability/OutputCodec.h"
 
 using namespace com::tallowcrest::durability;
@@ -132,6 +133,13 @@ protected:
     {
         return std::make_unique<Bridge>(store(name), partition);
     }
+    /// One that has read its store and meets the others, however slow the disk is.
+    std::unique_ptr<Bridge> liveBridge(const std::string& name) const
+    {
+        auto live = bridge(name);
+        live->known();
+        return live;
+    }
 
     testsupport::TempDir m_directory;
 };
@@ -176,7 +184,7 @@ TEST_F(DurableTargetsTest, PartitionsAreApart)
 
 TEST_F(DurableTargetsTest, LiveParticipantHandsOverWhatItHas)
 {
-    const auto live = bridge("live");
+    const auto live = liveBridge("live");
     live->take(7, 5);
 
     EXPECT_EQ(bridge("fresh")->join(), (Bridge::Targets{{7, 5}}));
@@ -187,7 +195,7 @@ TEST_F(DurableTargetsTest, NewerOfStoreAndLiveParticipantWins)
     {
         bridge("away")->take(7, 1);
     }
-    const auto live = bridge("live");
+    const auto live = liveBridge("live");
     live->take(7, 2);
     live->take(8, 3);
 
@@ -199,7 +207,7 @@ TEST_F(DurableTargetsTest, NewerOfStoreAndLiveParticipantWins)
 
 TEST_F(DurableTargetsTest, StoredValueWinsOverAnOlderOneOfALiveParticipant)
 {
-    const auto live = bridge("live");
+    const auto live = liveBridge("live");
     live->take(7, 1);
     {
         const auto other = bridge("other");
@@ -212,7 +220,7 @@ TEST_F(DurableTargetsTest, StoredValueWinsOverAnOlderOneOfALiveParticipant)
 
 TEST_F(DurableTargetsTest, FreshParticipantGetsWhatALiveOneRecordedOfOneThatIsGone)
 {
-    const auto live = bridge("live");
+    const auto live = liveBridge("live");
     {
         const auto gone = bridge("gone");
         gone->join();
@@ -228,7 +236,7 @@ TEST_F(DurableTargetsTest, PublishingHistoryAgainNeverHidesWhatIsSetMeanwhile)
     {
         bridge("away")->take(7, 1);
     }
-    const auto live = bridge("live");
+    const auto live = liveBridge("live");
     const auto back = bridge("away");
     auto reader = back->makeReader();
     reader.wait_for_historical_data(dds::core::Duration::from_secs(20));
@@ -305,7 +313,7 @@ TEST_F(DurableTargetsTest, RowsThatMakeNoSenseAreLeftOutAndTheOthersUsed)
 
 TEST_F(DurableTargetsTest, AFullTableIsHandedOverWithinASecond)
 {
-    const auto live = bridge("live");
+    const auto live = liveBridge("live");
     Bridge::Targets all;
     for (std::uint32_t i = 1; i <= 2592; ++i)
     {
@@ -337,7 +345,7 @@ TEST_F(DurableTargetsTest, HistoryThatWasOnlyLookedAtCanBeTakenWithWhatCameSince
         gone->take(7, 1);
         gone->take(8, 2);
     }
-    const auto live = bridge("live");
+    const auto live = liveBridge("live");
     const auto sut = bridge("a");
     auto reader = sut->makeReader();
     reader.wait_for_historical_data(dds::core::Duration::from_secs(20));
@@ -358,7 +366,7 @@ TEST_F(DurableTargetsTest, InstanceThatWentIsSeenBehindTheHistory)
         bridge("a")->take(7, 1);
     }
     const auto sut = bridge("a");
-    const auto live = bridge("live");
+    const auto live = liveBridge("live");
     live->take(9, 4);
     auto reader = sut->makeReader();
     reader.wait_for_historical_data(dds::core::Duration::from_secs(20));
@@ -387,7 +395,7 @@ TEST_F(DurableTargetsTest, HistoryThatWasOvertakenIsNotPublishedAgain)
     {
         bridge("away")->take(7, 1);
     }
-    const auto live = bridge("live");
+    const auto live = liveBridge("live");
     const auto back = bridge("away");
     auto reader = back->makeReader();
     reader.wait_for_historical_data(dds::core::Duration::from_secs(20));
@@ -414,32 +422,6 @@ TEST_F(DurableTargetsTest, ValueWrittenWithATimeOfItsOwnIsKeptWithThatTime)
     EXPECT_EQ(rows[0].written, microseconds);
     EXPECT_EQ(bridge("a")->join(), (Bridge::Targets{{7, 5}}));
 }
-
-namespace
-{
-
-/// Another participant that hands over what the test says, whatever it has announced.
-class OtherParticipant
-{
-public:
-    explicit OtherParticipant(std::size_t announced)
-        : m_port(m_participant.delegate()->handle(), {"R1", "TopicTarget"}, outputCodec(), announced, m_wake)
-    {}
-
-    void handOver(std::uint32_t number, std::uint32_t input)
-    {
-        const BusOutput sample = busOutput(number, input);
-        EXPECT_EQ(m_port.write(&sample, 1'600'000'000'000'000), DDS_RETCODE_OK);
-        m_port.flush();
-    }
-
-private:
-    dds::domain::DomainParticipant m_participant{dds::domain::default_id()};
-    WakeUp m_wake;
-    CompanionPort m_port;
-};
-
-} // namespace
 
 TEST_F(DurableTargetsTest, ParticipantThatHandsOverLessThanItAnnouncedIsWaitedForThreeSecondsAndWarnedOf)
 {
@@ -469,4 +451,23 @@ TEST_F(DurableTargetsTest, HistoryThatDoesNotComeInTimeIsATimeoutAndWhatIsThereI
     EXPECT_THROW(reader.wait_for_historical_data(dds::core::Duration::from_secs(1)), dds::core::TimeoutError);
 
     EXPECT_EQ(Bridge::read(reader), (Bridge::Targets{{7, 5}}));
+}
+
+TEST_F(DurableTargetsTest, ValueThatTheBusRefusesIsNotKept)
+{
+    {
+        testsupport::BusCalls bus;
+        const auto sut = bridge("a");
+        sut->take(7, 5);
+        bus.failWrites("TopicTarget", DDS_RETCODE_TIMEOUT);
+
+        EXPECT_THROW(sut->take(7, 6), dds::core::TimeoutError);
+        EXPECT_THROW(sut->takeAt(8, 6, dds::core::Time(1'600'000'000'000'000'000)), dds::core::TimeoutError);
+
+        EXPECT_EQ(sut->history(), (Bridge::Targets{{7, 5}}));
+        bus.failWrites("TopicTarget", DDS_RETCODE_OK);
+        sut->take(9, 7);
+    }
+
+    EXPECT_EQ(bridge("a")->join(), (Bridge::Targets{{7, 5}, {9, 7}}));
 }

@@ -10,6 +10,7 @@
 #include <sys/mount.h>
 
 #include "tests/support/FailingCall.h"
+#include "tests/support/ForcedFiles.h"
 #include "tests/support/TempDir.h"
 #include "tests/support/TimeFactor.h"
 #include "tests/support/WaitUntil.h"
@@ -121,6 +122,60 @@ TEST_F(StoreKeeperTest, CommitsOnceMoreAtItsEnd)
     take(7, 5);
 
     EXPECT_EQ(storedRows(), 1U);
+}
+
+TEST_F(StoreKeeperTest, LogIsForcedToTheDiskAfterEveryCommit)
+{
+    const testsupport::ForcedFiles disk;
+    start();
+    const auto forcings = [&] { return disk.of(Store::logPath(m_path)); };
+    ASSERT_TRUE(waitUntil([&] { return m_loaded == 1 && !forcings().empty(); })) << "the beginning of a new log";
+    const std::size_t before = forcings().size();
+    const auto begin = std::chrono::steady_clock::now();
+
+    for (std::uint32_t i = 1; i <= 2; ++i)
+    {
+        take(7, i);
+        ASSERT_TRUE(waitUntil([&] { return forcings().size() >= before + i; })) << i;
+    }
+
+    EXPECT_GE(forcings()[before + 1].when - begin, LogForcer::usualInterval);
+    EXPECT_EQ(forcings().back().size, std::filesystem::file_size(Store::logPath(m_path)));
+}
+
+TEST_F(StoreKeeperTest, LastCommitIsForcedToTheDiskAtTheEndAlsoWhereAReaderKeepsTheLog)
+{
+    const testsupport::ForcedFiles disk;
+    start();
+    take(7, 5);
+    ASSERT_TRUE(waitForRows(1));
+    const SqliteConnection reader(m_path.string());
+    ASSERT_EQ(reader.number("SELECT count(*) FROM durable_sample"), 1);
+
+    take(8, 6);
+    m_sut.reset();
+
+    const auto forcings = disk.of(Store::logPath(m_path));
+    ASSERT_FALSE(forcings.empty());
+    EXPECT_EQ(forcings.back().size, std::filesystem::file_size(Store::logPath(m_path)));
+    EXPECT_EQ(reader.number("SELECT count(*) FROM durable_sample"), 2);
+}
+
+TEST_F(StoreKeeperTest, DiskThatHangsWhileTheLogIsForcedHoldsUpNoCommit)
+{
+    testsupport::ForcedFiles disk;
+    start();
+    take(1, 5);
+    ASSERT_TRUE(waitForRows(1));
+    disk.hold();
+
+    for (std::uint32_t i = 2; i <= 4; ++i)
+    {
+        take(i, 5);
+        EXPECT_TRUE(waitForRows(i));
+    }
+
+    disk.release();
 }
 
 TEST_F(StoreKeeperTest, GivesTheRowsOfAChannelOnce)
