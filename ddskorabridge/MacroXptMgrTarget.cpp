@@ -25,7 +25,6 @@ using com::tallowcrest::routing::sharedParticipant;
 namespace
 {
 
-constexpr dds::core::Duration historicalDataTimeout = dds::core::Duration::from_secs(20);
 /// A router that works answers within milliseconds; one that hangs must not hold up the others for long.
 constexpr std::chrono::milliseconds readersTimeout{150};
 
@@ -38,9 +37,11 @@ MacroXptOutput noOutput()
 } // namespace
 
 MacroXptMgrTarget::MacroXptMgrTarget(std::shared_ptr<SendDoItEvent> apartment, const std::string& memberTopic,
-                                     std::uint32_t maxInput, std::uint32_t maxOutput, const std::string& targetTopic)
+                                     std::uint32_t maxInput, std::uint32_t maxOutput, const std::string& targetTopic,
+                                     dds::core::Duration historyTimeout)
     : RouterMemberXptsSub(std::move(apartment), memberTopic), m_maxInput(maxInput), m_targets(maxOutput),
-      m_targetTopic(targetTopic), m_publisher(targetTopic, true), m_logger(log4cxx::Logger::getLogger("KORABRIDGE"))
+      m_targetTopic(targetTopic), m_historyTimeout(historyTimeout), m_publisher(targetTopic, true),
+      m_logger(log4cxx::Logger::getLogger("KORABRIDGE"))
 {}
 
 void MacroXptMgrTarget::joinRouterPartition(const std::string& routerPartition)
@@ -196,7 +197,7 @@ void MacroXptMgrTarget::getDurableData()
     LOG_INFO_F(m_logger, "Before waiting for historical data)");
     try
     {
-        reader.wait_for_historical_data(historicalDataTimeout);
+        reader.wait_for_historical_data(m_historyTimeout);
     }
     catch (const dds::core::TimeoutError&)
     {

@@ -3,6 +3,7 @@
 #include "bustypes/RoutingTypes.h"
 #include "buswrappers/MacroXptOutputPub.h"
 #include "buswrappers/RouterMemberXptsSub.h"
+#include "dds/core/Duration.hpp"
 #include "ddskorabridge/IXptTable.h"
 #include "ddskorabridge/IXptTarget.h"
 #include "ddskorabridge/MacroXptAvailable.h"
@@ -25,13 +26,16 @@ public:
     using Sample = com::tallowcrest::dds_::routing::MacroXptOutput;
     using LPRState = com::tallowcrest::dds_::routing::LPRState;
 
+    static constexpr dds::core::Duration usualHistoryTimeout = dds::core::Duration::from_secs(20);
+
     /// `memberTopic` carries the ranges of the router members; `maxInput` and `maxOutput` are the greatest macro
     /// numbers.
     MacroXptMgrTarget(std::shared_ptr<com::tallowcrest::apartment::SendDoItEvent> apartment,
                       const std::string& memberTopic, std::uint32_t maxInput, std::uint32_t maxOutput,
-                      const std::string& targetTopic);
+                      const std::string& targetTopic, dds::core::Duration historyTimeout = usualHistoryTimeout);
 
-    /// Moves into the partition and republishes the targets last published there; waits for them at most 20 seconds.
+    /// Moves into the partition and republishes the targets last published there; waits for them `historyTimeout` at
+    /// most.
     void joinRouterPartition(const std::string& routerPartition) override;
     /// Moves out of every router's partition; the table stays.
     virtual void leaveRouterPartition();
@@ -73,6 +77,7 @@ private:
     const std::uint32_t m_maxInput;
     MacroXptTable m_targets;
     const std::string m_targetTopic;
+    const dds::core::Duration m_historyTimeout;
     com::tallowcrest::routing::MacroXptOutputPub m_publisher;
     MacroXptAvailable m_available;
     log4cxx::LoggerPtr m_logger;

@@ -1,13 +1,17 @@
 #include "ddskorabridge/MacroXptMgrTarget.h"
 
 #include "BusTest.h"
+#include "durability/CompanionPort.h"
+#include "tests/support/BusCalls.h"
 #include "tests/support/TimeFactor.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstdint>
+#include <iterator>
 #include <limits>
 #include <string>
 #include <thread>
@@ -68,6 +72,16 @@ protected:
         const std::uint32_t result = m_sut.getTarget(output, target.macroXptInput, target.lprState, target.lprId);
         return std::to_string(result) + ": " + std::to_string(target.macroXptInput) + " " +
                std::to_string(target.lprId) + " " + std::to_string(target.lprState);
+    }
+
+    /// The calls that are about the target topic itself.
+    static Lines ofTargets(const Lines& calls)
+    {
+        Lines result;
+        std::copy_if(calls.begin(), calls.end(), std::back_inserter(result), [](const std::string& call) {
+            return call.find(targetTopic) != std::string::npos && call.find("_durable") == std::string::npos;
+        });
+        return result;
     }
 
     PeerWriter<RouterMemberMacroXpts> m_members{m_peer, memberTopic, "R1"};
@@ -367,6 +381,73 @@ TEST_F(MacroXptMgrTargetTest, JoiningWithoutStoredTargetsKeepsTheTable)
 
     EXPECT_EQ(targetOf(5), "3: 4294967295 42 2");
     EXPECT_EQ(m_targets.take().size(), 0U);
+}
+
+TEST_F(MacroXptMgrTargetTest, EveryJoinWaitsForTheReadersOfItsWriterBeforeItPublishes)
+{
+    m_sut.joinRouterPartition("R1");
+    m_sut.take(5, 7, 1, 2);
+    const testsupport::BusCalls bus;
+    const Lines aJoin{std::string("wait ") + targetTopic + " 150 ms", std::string("write ") + targetTopic};
+
+    m_sut.joinRouterPartition("R1");
+    EXPECT_EQ(ofTargets(bus.calls()), aJoin) << "waits, then publishes what it finds";
+    m_sut.joinRouterPartition("R1");
+
+    EXPECT_EQ(ofTargets(bus.calls()), (Lines{aJoin[0], aJoin[1], aJoin[0], aJoin[1]}));
+}
+
+TEST_F(MacroXptMgrTargetTest, ReaderThatDoesNotAnswerIsWarnedOfInEveryJoinAndTheJoinGoesOn)
+{
+    testsupport::BusCalls bus;
+    bus.failAcknowledgments();
+
+    for (int join = 0; join < 2; ++join)
+    {
+        m_sut.joinRouterPartition("R1");
+
+        EXPECT_EQ(m_log.lines(),
+                  (Lines{"INFO TopicMacroXptOutputVideoTarget joinRouterPartition(routerPartition 'R1')",
+                         "WARN TopicMacroXptOutputVideoTarget a reader has not answered the new writer within 150 ms",
+                         "INFO TopicMacroXptOutputVideoTarget getDurableData for routerPartition 'R1'",
+                         "INFO Before waiting for historical data)", "INFO Back  waiting for historical data)"}));
+    }
+}
+
+TEST_F(MacroXptMgrTargetTest, ATakeOrLockThatTheBusRefusesLeavesTheTableAsItWas)
+{
+    joinOfferedRouter();
+    m_sut.take(5, 7, 1, 2);
+    testsupport::BusCalls bus;
+    bus.failWrites(targetTopic, DDS_RETCODE_TIMEOUT);
+
+    EXPECT_THROW(m_sut.take(5, 8, 9, 3), dds::core::TimeoutError);
+    EXPECT_EQ(targetOf(5), "0: 7 1 0");
+    EXPECT_THROW(m_sut.setLpr(5, 42, LPR_LOCKED, 3), dds::core::TimeoutError);
+    EXPECT_EQ(targetOf(5), "0: 7 1 0");
+
+    bus.failWrites(targetTopic, DDS_RETCODE_OK);
+    m_sut.setLpr(5, 42, LPR_LOCKED, 4);
+    EXPECT_EQ(targetOf(5), "0: 7 42 2");
+}
+
+TEST_F(MacroXptMgrTargetTest, HistoryThatDoesNotComeInTimeIsUsedAsFarAsItIsThere)
+{
+    EXPECT_EQ(MacroXptMgrTarget::usualHistoryTimeout, dds::core::Duration::from_secs(20));
+    joinOfferedRouter();
+    m_sut.take(5, 7, 1, 2);
+    com::tallowcrest::durability::WakeUp wake;
+    const com::tallowcrest::durability::CompanionPort silent(
+        m_peer.delegate()->handle(), {"com:tallowcrest:routing:R1", targetTopic},
+        dds::topic::durable_codec<MacroXptOutput>(), 3, wake); // promises more than it gives
+    MacroXptMgrTarget sut(m_apartment, memberTopic, maximum, maximum, targetTopic, std::chrono::milliseconds(200));
+
+    sut.joinRouterPartition("R1");
+
+    MacroXptOutput target;
+    sut.getTarget(5, target.macroXptInput, target.lprState, target.lprId);
+    EXPECT_EQ(target.macroXptInput, 7U);
+    EXPECT_EQ(m_log.lines().back(), "INFO Back  waiting for historical data)");
 }
 
 TEST_F(MacroXptMgrTargetTest, TargetsFoundOnJoiningAreStampedWithTheCurrentTimecode)
