@@ -1,5 +1,6 @@
 """A copy of the project in which the steps are made, built and tested. The sources of the user are only read."""
 
+import fcntl
 import json
 import os
 import re
@@ -12,6 +13,7 @@ from pathlib import Path
 
 PLAIN = "mutate"
 SANITIZED = "mutate-tsan"
+SHARDS = 6
 NOTICE = re.compile(r"^\[  FAILED  \] ([^\s,]+)|^(?:WARNING|FATAL): ThreadSanitizer: ([\w -]+)", re.MULTILINE)
 
 
@@ -31,25 +33,59 @@ def _end_group(process):
     """Ends a program that we started and all that it started. First gently, so that its directories go too."""
     for sign, patience in ((signal.SIGTERM, 3), (signal.SIGKILL, 10)):
         try:
-            os.killpg(process.pid, sign)
+            os.killpg(process.pid, sign)  # even when the first of the group has ended already
             process.wait(patience)
         except ProcessLookupError:
+            process.wait()
             return
         except subprocess.TimeoutExpired:
             continue
 
 
+def _first_failure(processes, deadline):
+    """How several processes end together, and which is the one that says so."""
+    waiting = dict(enumerate(processes))
+    while waiting:
+        for at, status in [(at, process.poll()) for at, process in waiting.items()]:
+            if status:
+                return "failed", at
+            if status == 0:
+                del waiting[at]
+        if waiting and time.monotonic() > deadline:
+            return "timeout", next(iter(waiting))
+        time.sleep(0.02)
+    return "passed", 0
+
+
+def open_workshops(project, count, jobs):
+    """The first copies that no other run has."""
+    found, number = [], 0
+    while len(found) < count:
+        number += 1
+        root = project / "build" / "mutate" / f"copy-{number}"
+        root.mkdir(parents=True, exist_ok=True)
+        lock = root.with_suffix(".lock").open("w")
+        try:
+            fcntl.flock(lock, fcntl.LOCK_EX | fcntl.LOCK_NB)
+        except BlockingIOError:
+            lock.close()
+            continue
+        found.append(Workshop(project, root, jobs, lock))
+    return found
+
+
 class Workshop:
-    def __init__(self, project, directory, jobs):
-        self._project = Path(project)
-        self.root = Path(directory)
+    def __init__(self, project, root, jobs, lock):
+        self._project = project
+        self.root = root
         self._jobs = jobs
-        self._running = None
+        self._lock = lock
+        self._running = []
 
     def stop(self):
-        """Ends the test that runs, from another thread."""
-        if self._running is not None:
-            _end_group(self._running)
+        """Ends the build or the tests that run."""
+        while self._running:
+            _end_group(self._running.pop())
 
     def bring_up_to_date(self):
         """Copies what differs, so that only that is compiled again, and mends what a killed run has left changed."""
@@ -77,36 +113,41 @@ class Workshop:
         """Whether it compiles and links."""
         command = ["nice", "-n", "5", "cmake", "--build", f"build/{preset}", f"-j{self._jobs}", "--target", *targets]
         with (self.root / "build" / "last-build.log").open("w") as log:
-            return subprocess.run(command, cwd=self.root, stdout=log, stderr=log, check=False).returncode == 0
+            self._running.append(subprocess.Popen(command, cwd=self.root, stdout=log, stderr=log, start_new_session=True))
+        try:
+            return self._running[0].wait() == 0
+        finally:
+            self.stop()
 
     def write(self, path, text):
         (self.root / path).write_text(text)
 
     def test(self, preset, program, limit):
-        """Runs a test program as a whole until its first failure; `limit` in seconds."""
+        """Runs a test program's cases until the first failure; `limit` in seconds. They are dealt to several processes, each
+        with a namespace of its own, as most of them wait more than they compute."""
         environment = {name: value for name, value in os.environ.items() if not name.startswith("GTEST_")}
+        environment["GTEST_TOTAL_SHARDS"] = str(SHARDS)
         if preset == SANITIZED:
             environment.update(self._sanitizer_options())
         command = [str(self.root / "tests/support/in-namespace"), str(self.root / "build" / preset / "tests" / program.name),
                    f"--gtest_filter={program.cases}", "--gtest_fail_fast", "--gtest_brief=1"]
+        logs = [self.root / "build" / f"last-{program.name}-{shard}.log" for shard in range(SHARDS)]
         begin = time.monotonic()
-        log_name = self.root / "build" / f"last-{program.name}.log"
-        with log_name.open("wb") as log:
-            process = subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=log, stderr=log, env=environment,
-                                       cwd=self.root, start_new_session=True)
-            self._running = process
-            try:
-                status, result = process.wait(limit), "failed"
-            except subprocess.TimeoutExpired:
-                status, result = None, "timeout"
-            finally:
-                _end_group(process)
+        try:
+            for shard, log_name in enumerate(logs):
+                with log_name.open("wb") as log:
+                    self._running.append(subprocess.Popen(
+                        command, stdin=subprocess.DEVNULL, stdout=log, stderr=log, cwd=self.root, start_new_session=True,
+                        env={**environment, "GTEST_SHARD_INDEX": str(shard)}))
+            result, first = _first_failure(self._running, begin + limit)
+        finally:
+            self.stop()
         seconds = time.monotonic() - begin
-        if status == 0:
+        if result == "passed":
             return Outcome("passed", "", seconds)
-        said = NOTICE.search(log_name.read_text(errors="replace"))
-        case = (said[1] or said[2]) if said else f"status {status}"
-        return Outcome(result, f"{program.name} {case}" if result == "failed" else program.name, seconds)
+        said = NOTICE.search(logs[first].read_text(errors="replace"))
+        case = f" {said[1] or said[2]}" if said else " without a word" if result == "failed" else ""
+        return Outcome(result, program.name + case, seconds)
 
     def _sanitizer_options(self):
         presets = json.loads((self.root / "CMakePresets.json").read_text())["testPresets"]
