@@ -174,15 +174,23 @@ class Excuses(unittest.TestCase):
         known = excuses.read(self.listed.replace("wake", "sleep"))
         self.assertEqual(excuses.reason_for(known, self.text, self.step()), "")
 
+    def test_lines_before_it_tell_it_from_others(self):
+        known = excuses.read(self.listed.replace("- ", "  start();\n- "))
+        self.assertEqual(excuses.reason_for(known, self.text, self.step()), "")
+        text = body("start();", "", "wake();")
+        step = [step for step in steps_of("a.cpp", text) if step.operator == "drop"][1]
+        self.assertEqual(excuses.reason_for(known, text, step), "the other wakes anyway")
+
     def test_reason_is_required(self):
         with self.assertRaises(ValueError):
             excuses.read(self.listed.replace("because", "since"))
 
-    def test_each_listed_step_is_one_of_the_sources(self):
+    def test_each_listed_step_is_one_and_only_one_of_the_sources(self):
         for excuse in excuses.read(excuses.FILE.read_text()):
             with self.subTest(excuse):
                 text = (ROOT / excuse.path).read_text()
-                self.assertTrue(any(excuses.reason_for([excuse], text, step) for step in steps_of(excuse.path, text)))
+                matching = [step for step in steps_of(excuse.path, text) if excuses.reason_for([excuse], text, step)]
+                self.assertEqual(len(matching), 1)
 
 
 class Report(unittest.TestCase):

@@ -367,6 +367,57 @@ TEST_F(ServerTest, ClientWhoseConnectionCannotBeMadeIsRejectedAndTheServerLivesO
     EXPECT_EQ(m_log.count("WARN Connection rejected from 127.000.000.001 failed starting it, no thread"), 1U)
         << "repeats are counted, not repeated";
     EXPECT_TRUE(m_log.waitForHolding("WARN repeated 1 times: Connection rejected from 127.000.000.001"));
+    EXPECT_EQ(m_log.countHolding("Rejecting connection: failed"), 0U) << "its socket was shut down and closed";
+}
+
+TEST_F(ServerTest, WhateverIsAskedOfItDoesNotWaitForThePassThatRuns)
+{
+    startConnected();
+    connectClient();
+    std::size_t events = m_events.all().size();
+    constexpr int requests = 10;
+    const auto begin = Clock::now();
+
+    for (int i = 0; i < requests; ++i)
+    {
+        m_sut->requestShowConnections();
+        ASSERT_TRUE(m_events.waitForCount(++events));
+    }
+
+    EXPECT_LT(Clock::now() - begin, testsupport::scaled(requests * 1s / 2)) << "a pass waits for a second";
+}
+
+TEST_F(ServerTest, RouterThatComesAndGoesDoesNotWaitForThePassThatRuns)
+{
+    m_sut->start();
+    constexpr int rounds = 5;
+    const auto begin = Clock::now();
+
+    for (int i = 0; i < rounds; ++i)
+    {
+        m_sut->connectToRouter();
+        ASSERT_TRUE(waitForPort(serverPort));
+        m_sut->disconnectFromRouter();
+        ASSERT_TRUE(waitForClosedPort(serverPort));
+    }
+
+    EXPECT_LT(Clock::now() - begin, testsupport::scaled(rounds * 1s / 2)) << "a pass waits for a second";
+}
+
+TEST_F(ServerTest, AcceptThatASignalCutsShortIsTriedAgainInSilence)
+{
+    if (!startConnectedWithout({{SYS_accept4, EINTR}}))
+    {
+        GTEST_SKIP() << noFailingCalls;
+    }
+    ASSERT_TRUE(waitForPort(serverPort));
+
+    const auto client = TcpSocket::connect(serverPort);
+
+    ASSERT_TRUE(client.has_value());
+    m_sut->disconnectFromRouter();
+    ASSERT_TRUE(waitForClosedPort(serverPort));
+    EXPECT_EQ(m_log.countHolding("WARN "), 0U);
 }
 
 TEST_F(ServerTest, TakenPortIsReportedOnceAndTakenWhenItIsFree)
