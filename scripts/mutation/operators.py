@@ -30,7 +30,7 @@ def comparisons(code, _statements):
 
 
 CONDITION = re.compile(r"\b(?:if|while) \(")
-DECLARED = re.compile(r"(?:const )?[\w:<>, ]+[ *&]+(\w+) = ", re.DOTALL)
+DECLARED = re.compile(r"(?:const )?[\w:<>, ]+[ *&]+(?:const )?(\w+) = ")
 
 # Nothing but a negation or an equality: others turn it already.
 ALONE = re.compile(r"![\w.:>()-]+|(?:(?!&&|\|\|).)*(?:==|!=)(?:(?!&&|\|\|).)*")
@@ -128,6 +128,15 @@ def drops(_code, statements):
             yield each.start, each.end, ";"
 
 
+# Of two of these each sets its own.
+SETTER = re.compile(r"(?:[\w.>-]+[.>])?(?:set\w*|bind)\(")
+
+
+def _commute(first, second):
+    setters = [SETTER.match(each.text) for each in (first, second)]
+    return all(setters) and setters[0][0] == setters[1][0]
+
+
 def swaps(code, statements):
     """Two lines that follow one another, each a whole statement. Two assignments are left alone: nothing sees them between."""
     for first, second in zip(statements, statements[1:]):
@@ -136,7 +145,7 @@ def swaps(code, statements):
             continue
         if "\n" in code[second.start : second.end] or not (_is_call(first.text) or _is_call(second.text)):
             continue
-        if all(_is_call(each.text) or ASSIGNMENT.match(each.text) for each in (first, second)):
+        if not _commute(first, second) and all(_is_call(each.text) or ASSIGNMENT.match(each.text) for each in (first, second)):
             yield first.start, second.end, (first, second)
 
 

@@ -43,6 +43,8 @@ class Operators(unittest.TestCase):
     def test_condition_that_declares_is_negated_by_its_name(self):
         self.assertEqual(made("condition", "if (const auto found = find(x))", "{", "}"),
                          ["if (const auto found = find(x); !found)\n{\n}"])
+        self.assertEqual(made("condition", "if (const Entry* const known = find(x))", "{", "}"),
+                         ["if (const Entry* const known = find(x); !known)\n{\n}"])
         self.assertEqual(made("condition", "if (auto x = find(y); x->isIn(z))", "{", "}"),
                          ["if (auto x = find(y);!(x->isIn(z)))\n{\n}"])
 
@@ -105,9 +107,11 @@ class Operators(unittest.TestCase):
         self.assertEqual(made("swap", "m_publisher.write(target);", "m_targets.store(target);"),
                          ["m_targets.store(target);\nm_publisher.write(target);"])
         self.assertEqual(made("swap", "m_flag = true;", "wake();"), ["wake();\nm_flag = true;"])
+        self.assertEqual(made("swap", "print(a);", "print(b);"), ["print(b);\nprint(a);"])
 
     def test_two_assignments_and_lines_apart_are_not_swapped(self):
         self.assertEqual(made("swap", "a = 1;", "b = 2;"), [])
+        self.assertEqual(made("swap", "m_put->bind(1, a);", "m_put->bind(2, b);"), [])
         self.assertEqual(made("swap", "f();", "", "g();"), [])
         self.assertEqual(made("swap", "const auto x = f();", "g(x);"), [])
 
