@@ -3,10 +3,18 @@
 import random
 
 
-def strata(steps, count, seed):
+def one_of_each_line(steps, texts, dice):
+    """Of the steps that an operator would make on one line one, so that tables of numbers do not crowd out the code."""
+    lines = {}
+    for step in steps:
+        line = texts[step.path].count("\n", 0, step.start)
+        lines.setdefault((step.path, line, step.operator), []).append(step)
+    return [dice.choice(alternatives) for alternatives in lines.values()]
+
+
+def strata(steps, count, dice):
     """`count` groups that follow one another through the folder, so that each file has its share, each in an order of its
     own. The first step of a group that compiles is the one that counts."""
-    dice = random.Random(seed)
     count = min(count, len(steps))
     groups = []
     for at in range(count):
@@ -14,3 +22,9 @@ def strata(steps, count, seed):
         dice.shuffle(group)
         groups.append(group)
     return groups
+
+
+def sample(steps, texts, count, seed):
+    """The groups of `count` steps, spread over the files."""
+    dice = random.Random(seed)
+    return strata(one_of_each_line(steps, texts, dice), count, dice)

@@ -11,7 +11,7 @@ sys.path.insert(0, str(ROOT / "scripts"))
 from mutation import excuses, report  # noqa: E402: found only now
 from mutation.operators import steps_of  # noqa: E402
 from mutation.rooms import ROOMS  # noqa: E402
-from mutation.sample import strata  # noqa: E402
+from mutation.sample import sample  # noqa: E402
 from mutation.source import code_of, statements_of  # noqa: E402
 from mutation.trial import Verdict  # noqa: E402
 
@@ -148,19 +148,29 @@ class LeftAlone(unittest.TestCase):
 
 
 class Sample(unittest.TestCase):
-    steps = list(range(100))
+    text = body(*(f"f({number});" for number in range(50)))
+
+    def groups(self, count, seed):
+        return sample(steps_of("a.cpp", self.text), {"a.cpp": self.text}, count, seed)
 
     def test_same_seed_same_steps(self):
-        self.assertEqual(strata(self.steps, 7, 3), strata(self.steps, 7, 3))
-        self.assertNotEqual(strata(self.steps, 7, 3), strata(self.steps, 7, 4))
+        self.assertEqual(self.groups(7, 3), self.groups(7, 3))
+        self.assertNotEqual(self.groups(7, 3), self.groups(7, 4))
 
     def test_each_part_of_the_folder_has_its_share(self):
-        groups = strata(self.steps, 10, 1)
-        self.assertEqual([sorted(group) for group in groups], [self.steps[at : at + 10] for at in range(0, 100, 10)])
+        first_and_last = [(min(step.start for step in group), max(step.start for step in group)) for group in self.groups(10, 1)]
+        self.assertEqual(first_and_last, sorted(first_and_last))
+        self.assertTrue(all(one[1] <= two[0] for one, two in zip(first_and_last, first_and_last[1:])))
 
     def test_more_than_there_are_is_all(self):
-        self.assertEqual(len(strata(self.steps, 1000, 1)), 100)
-        self.assertEqual(strata([], 10, 1), [])
+        self.assertEqual(sum(map(len, self.groups(1000, 1))), len(steps_of("a.cpp", self.text)))
+        self.assertEqual(sample([], {}, 10, 1), [])
+
+    def test_table_of_numbers_has_one_step_for_each_line(self):
+        text = "const int table[] = {1, 2, 3,\n    4, 5, 6};\n"
+        steps = steps_of("a.cpp", text)
+        self.assertEqual(len(steps), 6)
+        self.assertEqual(len(sample(steps, {"a.cpp": text}, 10, 1)), 2)
 
 
 class Excuses(unittest.TestCase):

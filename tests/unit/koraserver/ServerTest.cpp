@@ -208,6 +208,7 @@ TEST_F(ServerTest, PortIsClosedWhileAllSlotsAreTakenAndOpensWhenOneIsFree)
 {
     startConnected();
     ASSERT_NO_FATAL_FAILURE(fillAllSlots());
+    EXPECT_EQ(m_clients.size(), 16U) << "as controllers know it";
     ASSERT_TRUE(waitForClosedPort(serverPort, 2s));
     EXPECT_FALSE(TcpSocket::connect(serverPort).has_value());
 
