@@ -129,12 +129,12 @@ def drops(_code, statements):
 
 
 # Of two of these each sets its own.
-SETTER = re.compile(r"(?:[\w.>-]+[.>])?(?:set\w*|bind)\(")
+SETTER = re.compile(r"([\w.>-]+[.>])?(?:set\w*|bind)\(")
 
 
 def _commute(first, second):
     setters = [SETTER.match(each.text) for each in (first, second)]
-    return all(setters) and setters[0][0] == setters[1][0]
+    return all(setters) and setters[0][1] == setters[1][1]
 
 
 def swaps(code, statements):

@@ -2,6 +2,8 @@
 
 import random
 
+from mutation.excuses import changed_lines
+
 
 def one_of_each_line(steps, texts, dice):
     """Of the steps that an operator would make on one line one, so that tables of numbers do not crowd out the code."""
@@ -28,3 +30,10 @@ def sample(steps, texts, count, seed):
     """The groups of `count` steps, spread over the files."""
     dice = random.Random(seed)
     return strata(one_of_each_line(steps, texts, dice), count, dice)
+
+
+def unnoticed_before(steps, texts, data):
+    """The steps that an earlier run, whose data these are, has left unnoticed; each a group of its own."""
+    wanted = {(each["path"], each["operator"], tuple(each["old"]), tuple(each["new"])) for each in data["steps"]
+              if each["by"] == "unnoticed"}
+    return [[step] for step in steps if (step.path, step.operator, *changed_lines(texts[step.path], step)[:2]) in wanted]

@@ -11,7 +11,7 @@ sys.path.insert(0, str(ROOT / "scripts"))
 from mutation import excuses, report  # noqa: E402: found only now
 from mutation.operators import steps_of  # noqa: E402
 from mutation.rooms import ROOMS  # noqa: E402
-from mutation.sample import sample  # noqa: E402
+from mutation.sample import sample, unnoticed_before  # noqa: E402
 from mutation.source import code_of, statements_of  # noqa: E402
 from mutation.trial import Verdict  # noqa: E402
 
@@ -112,6 +112,7 @@ class Operators(unittest.TestCase):
     def test_two_assignments_and_lines_apart_are_not_swapped(self):
         self.assertEqual(made("swap", "a = 1;", "b = 2;"), [])
         self.assertEqual(made("swap", "m_put->bind(1, a);", "m_put->bind(2, b);"), [])
+        self.assertEqual(made("swap", "setWord(1, a);", "setLength(2);"), [])
         self.assertEqual(made("swap", "f();", "", "g();"), [])
         self.assertEqual(made("swap", "const auto x = f();", "g(x);"), [])
 
@@ -166,6 +167,13 @@ class Sample(unittest.TestCase):
         self.assertEqual(sum(map(len, self.groups(1000, 1))), len(steps_of("a.cpp", self.text)))
         self.assertEqual(sample([], {}, 10, 1), [])
 
+    def test_again_is_what_was_unnoticed(self):
+        step = steps_of("a.cpp", self.text)[4]
+        old, new, line = excuses.changed_lines(self.text, step)
+        verdicts = [Verdict("a.cpp", line, step.operator, old, new), Verdict("a.cpp", 3, "drop", ("f(0);",), (";",), "unit")]
+        data = report.summary("runtime", 1, "0", verdicts)
+        self.assertEqual(unnoticed_before(steps_of("a.cpp", self.text), {"a.cpp": self.text}, data), [[step]])
+
     def test_table_of_numbers_has_one_step_for_each_line(self):
         text = "const int table[] = {1, 2, 3,\n    4, 5, 6};\n"
         steps = steps_of("a.cpp", text)
@@ -209,11 +217,13 @@ class Excuses(unittest.TestCase):
 
 class Report(unittest.TestCase):
     def test_percentage_is_of_what_could_be_noticed(self):
-        verdicts = [Verdict("a.cpp", 1, "drop", ("f();",), (";",), by)
+        verdicts = [Verdict(f"{by}.cpp", 1, "drop", ("f();",), (";",), by)
                     for by in ("unit", "timeout", "end-to-end", "unnoticed", "excused", "not compiled")]
         data = report.summary("runtime", 1, "0", verdicts)
         self.assertEqual((data["tried"], data["judged"], data["noticed"], data["percent"]), (6, 4, 3, 75.0))
-        self.assertIn("a.cpp:1 drop\n- f();\n+ ;\n", report.text(data, verdicts))
+        told = report.text(data, verdicts)
+        self.assertIn("unnoticed.cpp:1 drop\n- f();\n+ ;\n", told)
+        self.assertEqual(told.count(".cpp"), 1)
 
 
 class Rooms(unittest.TestCase):
