@@ -33,7 +33,7 @@ def sample(steps, texts, count, seed):
 
 
 def unnoticed_before(steps, texts, data):
-    """The steps that an earlier run, whose data these are, has left unnoticed; each a group of its own."""
-    wanted = {(each["path"], each["operator"], tuple(each["old"]), tuple(each["new"])) for each in data["steps"]
+    """The steps that an earlier run, whose data these are, has left unnoticed in the same sources; each a group of its own."""
+    wanted = {(each["path"], each["operator"], tuple(each["old"]), tuple(each["new"]), each["line"]) for each in data["steps"]
               if each["by"] == "unnoticed"}
-    return [[step] for step in steps if (step.path, step.operator, *changed_lines(texts[step.path], step)[:2]) in wanted]
+    return [[step] for step in steps if (step.path, step.operator, *changed_lines(texts[step.path], step)) in wanted]
