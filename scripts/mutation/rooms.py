@@ -6,31 +6,44 @@ from dataclasses import dataclass
 
 @dataclass(frozen=True)
 class Program:
-    """A test program of the build, and which of its cases."""
+    """A test program of the build, and which of its cases. Most of those that wait can run side by side."""
     name: str
     cases: str = "*"
+    waits: bool = True
 
 
 @dataclass(frozen=True)
 class Room:
-    units: tuple
+    pure: tuple
+    waiting: tuple
     end_to_end: tuple
 
+    @property
+    def units(self):
+        return self.pure + self.waiting
 
-def _room(units, *end_to_end):
-    return Room(tuple(Program(name) for name in units.split()), end_to_end)
+
+def _room(pure, waiting, *end_to_end):
+    return Room(tuple(Program(name, waits=False) for name in pure.split()),
+                tuple(Program(name) for name in waiting.split()), end_to_end)
+
+
+def _bridge(cases):
+    return Program("e2e_bridge", cases)
 
 
 ROOMS = {
-    "runtime": _room("unit_runtime unit_runtime_misc", Program("e2e_console"), Program("e2e_bridge", "StartStop*")),
-    "bustypes": _room("unit_bustypes unit_buswrappers", Program("e2e_bridge", "Join*:Changes*")),
-    "durability": _room("unit_durability", Program("e2e_durable", "-KillRounds*")),
-    "ddscxx": _room("unit_ddscxx unit_buswrappers", Program("e2e_bridge", "Join*:Changes*")),
-    "buswrappers": _room("unit_buswrappers unit_ddskorabridge", Program("e2e_bridge", "Join*:Changes*")),
-    "koracommand": _room("unit_koracommand", Program("e2e_bridge", "Command*:Changes*")),
-    "koraserver": _room("unit_koraserver", Program("e2e_bridge", "Connections*:StartStop*")),
-    "ddskorabridge": _room("unit_ddskorabridge", Program("e2e_bridge", "Join*:Command*:Changes*")),
-    "bridge": _room("unit_bridge", Program("e2e_bridge", "StartStop*:Join*"), Program("e2e_console"), Program("e2e_faults", "Ports*:SharedMemory*")),
-    "tools/koractl": _room("unit_koractl", Program("e2e_koractl")),
-    "tools/korasim": _room("unit_korasim", Program("e2e_bridge", "Join*:Changes*")),
+    "runtime": _room("unit_runtime unit_runtime_misc", "unit_runtime_waits unit_runtime_misc_waits",
+                     Program("e2e_console"), _bridge("StartStop*")),
+    "bustypes": _room("unit_bustypes", "unit_buswrappers", _bridge("Join*:Changes*")),
+    "durability": _room("unit_durability", "unit_durability_waits", Program("e2e_durable", "-KillRounds*")),
+    "ddscxx": _room("unit_ddscxx", "unit_ddscxx_waits unit_buswrappers", _bridge("Join*:Changes*")),
+    "buswrappers": _room("unit_ddskorabridge", "unit_buswrappers unit_ddskorabridge_waits", _bridge("Join*:Changes*")),
+    "koracommand": _room("unit_koracommand", "unit_koracommand_waits", _bridge("Command*:Changes*")),
+    "koraserver": _room("unit_koraserver", "unit_koraserver_waits", _bridge("Connections*:StartStop*")),
+    "ddskorabridge": _room("unit_ddskorabridge", "unit_ddskorabridge_waits", _bridge("Join*:Command*:Changes*")),
+    "bridge": _room("", "unit_bridge", _bridge("StartStop*:Join*"), Program("e2e_console"),
+                    Program("e2e_faults", "Ports*:SharedMemory*")),
+    "tools/koractl": _room("unit_koractl", "unit_koractl_waits", Program("e2e_koractl")),
+    "tools/korasim": _room("unit_korasim", "unit_korasim_waits", _bridge("Join*:Changes*")),
 }

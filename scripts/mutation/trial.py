@@ -42,7 +42,7 @@ class Trials:
         self._has_locks = has_locks
         self._stages = [("unit", PLAIN, program) for program in self._room.units]
         if has_locks:
-            self._stages += [("sanitizer", SANITIZED, program) for program in self._room.units]
+            self._stages += [("sanitizer", SANITIZED, program) for program in self._room.waiting]
         if with_end_to_end:
             self._stages += [("end-to-end", PLAIN, program) for program in self._room.end_to_end]
         for workshop in self._workshops:

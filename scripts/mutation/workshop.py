@@ -123,15 +123,16 @@ class Workshop:
         (self.root / path).write_text(text)
 
     def test(self, preset, program, limit):
-        """Runs a test program's cases until the first failure; `limit` in seconds. They are dealt to several processes, each
-        with a namespace of its own, as most of them wait more than they compute."""
+        """Runs a test program's cases until the first failure; `limit` in seconds. Those that wait more
+        than they compute are dealt to several processes, each with a namespace of its own."""
         environment = {name: value for name, value in os.environ.items() if not name.startswith("GTEST_")}
-        environment["GTEST_TOTAL_SHARDS"] = str(SHARDS)
+        shards = SHARDS if program.waits else 1
+        environment["GTEST_TOTAL_SHARDS"] = str(shards)
         if preset == SANITIZED:
             environment.update(self._sanitizer_options())
         command = [str(self.root / "tests/support/in-namespace"), str(self.root / "build" / preset / "tests" / program.name),
                    f"--gtest_filter={program.cases}", "--gtest_fail_fast", "--gtest_brief=1"]
-        logs = [self.root / "build" / f"last-{program.name}-{shard}.log" for shard in range(SHARDS)]
+        logs = [self.root / "build" / f"last-{program.name}-{shard}.log" for shard in range(shards)]
         begin = time.monotonic()
         try:
             for shard, log_name in enumerate(logs):

@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """What each operator of scripts/mutate makes of a line, what is left alone, and what a sample and a summary say."""
 
+import re
 import sys
 import unittest
 from pathlib import Path
@@ -25,6 +26,16 @@ def made(operator, *lines):
     text = body(*lines)
     steps = [step for step in steps_of("a.cpp", text) if step.operator == operator]
     return ["\n".join(line.strip() for line in step.apply(text).splitlines()[2:-1]) for step in steps]
+
+
+def programs():
+    """The test programs of the build: the first kind of each bears the name itself, further ones have theirs behind it."""
+    found = set()
+    for path in (ROOT / "tests").rglob("CMakeLists.txt"):
+        for name, rest in re.findall(r"^korabridge_test\((\w+)\n(.*?)\)", path.read_text(), re.DOTALL | re.MULTILINE):
+            kinds = re.findall(r"^ +(PURE|WAITS|TIMING)$", rest, re.MULTILINE)
+            found |= {name, *(f"{name}_{kind.lower()}" for kind in kinds[1:])}
+    return found
 
 
 class Operators(unittest.TestCase):
@@ -231,10 +242,12 @@ class Rooms(unittest.TestCase):
         folders = {line.split("(")[1].rstrip(")") for line in (ROOT / "CMakeLists.txt").read_text().splitlines()
                    if line.startswith("add_subdirectory(")}
         self.assertEqual(folders, set(ROOMS))
-        for room in ROOMS.values():
-            for program in (*room.units, *room.end_to_end):
-                lists = (path.read_text() for path in (ROOT / "tests").rglob("CMakeLists.txt"))
-                self.assertTrue(any(f"korabridge_test({program.name}\n" in text for text in lists), program.name)
+
+    def test_each_unit_test_program_belongs_to_a_folder_and_each_that_is_named_is_there(self):
+        there = programs()
+        named = {program.name for room in ROOMS.values() for program in (*room.units, *room.end_to_end)}
+        self.assertLessEqual(named, there)
+        self.assertLessEqual({name for name in there if name.startswith("unit_") and "korabench" not in name}, named)
 
 
 if __name__ == "__main__":
