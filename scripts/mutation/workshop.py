@@ -82,6 +82,10 @@ class Workshop:
         self._lock = lock
         self._running = []
 
+    def close(self):
+        """Lets another run have the copy."""
+        self._lock.close()
+
     def stop(self):
         """Ends the build or the tests that run."""
         while self._running:
@@ -147,7 +151,7 @@ class Workshop:
         if result == "passed":
             return Outcome("passed", "", seconds)
         said = NOTICE.search(logs[first].read_text(errors="replace"))
-        case = f" {said[1] or said[2]}" if said else " without a word" if result == "failed" else ""
+        case = f" {(said[1] or said[2]).strip()}" if said else " without a word" if result == "failed" else ""
         return Outcome(result, program.name + case, seconds)
 
     def _sanitizer_options(self):

@@ -1,13 +1,16 @@
 #include "ddskorabridge/MacroXptMgrTarget.h"
 
 #include "BusTest.h"
+#include "buswrappers/Participant.h"
 #include "durability/CompanionPort.h"
 #include "tests/support/BusCalls.h"
 #include "tests/support/TimeFactor.h"
 
+#include <dds/dds.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <chrono>
 #include <cstdint>
@@ -39,6 +42,30 @@ std::string text(const MacroXptOutput& sample)
 {
     return std::to_string(sample.macroXptOutput) + " " + std::to_string(sample.macroXptInput) + " " +
            std::to_string(sample.when) + " " + std::to_string(sample.lprId) + " " + std::to_string(sample.lprState);
+}
+
+std::vector<dds_entity_t> childrenOf(dds_entity_t entity)
+{
+    std::vector<dds_entity_t> children(64);
+    const dds_return_t count = dds_get_children(entity, children.data(), children.size());
+    children.resize(static_cast<std::size_t>(std::max(count, 0)));
+    return children;
+}
+
+/// Takes the bridge's writer of a topic away from under it, so that what it writes fails.
+void deleteWriterOf(const std::string& topicName)
+{
+    for (const dds_entity_t group : childrenOf(com::tallowcrest::routing::sharedParticipant().delegate()->handle()))
+    {
+        for (const dds_entity_t writer : childrenOf(group))
+        {
+            std::array<char, 256> name{};
+            if (dds_get_name(dds_get_topic(writer), name.data(), name.size()) > 0 && name.data() == topicName)
+            {
+                ASSERT_EQ(dds_delete(writer), DDS_RETCODE_OK);
+            }
+        }
+    }
 }
 
 class MacroXptMgrTargetTest : public BusTest
@@ -186,6 +213,18 @@ TEST_F(MacroXptMgrTargetTest, ATakeIsStoredAndPublishedWithTheStateAsItWas)
 
     EXPECT_EQ(published(m_targets, 1), Lines{"5 7 2 0 1"}) << "the newest of its instance";
     EXPECT_EQ(targetOf(5), "0: 7 0 1");
+}
+
+TEST_F(MacroXptMgrTargetTest, ATakeOrLockThatCannotBeWrittenLeavesTheTableAsItWas)
+{
+    joinOfferedRouter();
+    m_sut.take(5, 7, 42, 2);
+    deleteWriterOf(targetTopic);
+
+    EXPECT_THROW(m_sut.take(5, 8, 43, 3), dds::core::Exception);
+    EXPECT_EQ(targetOf(5), "0: 7 42 0");
+    EXPECT_THROW(m_sut.setLpr(5, 43, LPR_LOCKED, 4), dds::core::Exception);
+    EXPECT_EQ(targetOf(5), "0: 7 42 0");
 }
 
 TEST_F(MacroXptMgrTargetTest, ATakeBeforeTheFirstJoinChangesNothing)

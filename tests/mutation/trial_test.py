@@ -1,0 +1,165 @@
+#!/usr/bin/env python3
+"""How scripts/mutate tries its steps: in which order tests are asked, what counts, and that nothing stays changed."""
+
+import subprocess
+import sys
+import tempfile
+import unittest
+from pathlib import Path
+
+ROOT = Path(__file__).resolve().parent.parent.parent
+sys.path.insert(0, str(ROOT / "scripts"))
+
+from mutation.operators import steps_of  # noqa: E402: found only now
+from mutation.rooms import Program, Room  # noqa: E402
+from mutation.trial import NotGreen, Trials  # noqa: E402
+from mutation.workshop import PLAIN, SANITIZED, Outcome, Workshop, open_workshops  # noqa: E402
+
+TEXT = "void f()\n{\n    const std::lock_guard lock(m);\n    g();\n    h();\n}\n"
+PURE, WAITING, WHOLE = Program("pure", waits=False), Program("waiting"), Program("whole")
+ROOM = Room((PURE,), (WAITING,), (WHOLE,))
+
+
+class FakeWorkshop:
+    """Notices what the test says: `(preset, program name, part of the changed text) -> result`."""
+
+    def __init__(self, noticing=(), broken=()):
+        self.noticing, self.broken = dict(noticing), broken
+        self.root, self.file, self.asked = Path("copy"), TEXT, []
+
+    def bring_up_to_date(self):
+        pass
+
+    def configure(self, preset):
+        pass
+
+    def stop(self):
+        pass
+
+    def write(self, path, text):
+        self.file = text
+
+    def build(self, preset, targets):
+        return not any(part not in self.file for part in self.broken)
+
+    def test(self, preset, program, limit):
+        self.asked.append((preset, program.name))
+        for (where, name, part), result in self.noticing.items():
+            if (where, name) == (preset, program.name) and part not in self.file:
+                return Outcome(result, f"{name} X.Y", 1)
+        return Outcome("passed", "", 2)
+
+
+def verdicts(workshop, operators, has_locks=True, with_end_to_end=True, one_group=False):
+    shown = []
+    trials = Trials(ROOM, [workshop], {"a.cpp": TEXT}, [], shown.append)
+    trials.prepare(has_locks, with_end_to_end)
+    workshop.asked.clear()
+    steps = [step for step in steps_of("a.cpp", TEXT) if step.operator in operators]
+    return trials.run([steps] if one_group else [[step] for step in steps])
+
+
+class TrialsTest(unittest.TestCase):
+    def test_unit_tests_are_asked_first_and_nobody_after_the_first_that_notices(self):
+        sut = FakeWorkshop({(PLAIN, "waiting", "g();"): "failed"})
+        found = verdicts(sut, ["drop"])
+        self.assertEqual([(each.by, each.test) for each in found], [("unit", "waiting X.Y"), ("unnoticed", "")])
+        self.assertEqual(sut.asked, [(PLAIN, "pure"), (PLAIN, "waiting"),
+                                     (PLAIN, "pure"), (PLAIN, "waiting"), (PLAIN, "whole")])
+
+    def test_end_to_end_tests_are_asked_about_what_is_left(self):
+        self.assertEqual([each.by for each in verdicts(FakeWorkshop({(PLAIN, "whole", "h();"): "failed"}), ["drop"])],
+                         ["unnoticed", "end-to-end"])
+        self.assertEqual([each.by for each in verdicts(FakeWorkshop({(PLAIN, "whole", "h();"): "failed"}), ["drop"],
+                                                       with_end_to_end=False)], ["unnoticed", "unnoticed"])
+
+    def test_lock_is_looked_for_with_the_sanitizer_where_threads_meet(self):
+        sut = FakeWorkshop({(SANITIZED, "waiting", "lock_guard"): "failed"})
+        self.assertEqual([each.by for each in verdicts(sut, ["lock"])], ["sanitizer"])
+        self.assertEqual(sut.asked, [(PLAIN, "pure"), (PLAIN, "waiting"), (SANITIZED, "waiting")])
+
+    def test_step_that_hangs_is_noticed(self):
+        self.assertEqual([each.by for each in verdicts(FakeWorkshop({(PLAIN, "pure", "g();"): "timeout"}), ["drop"])],
+                         ["timeout", "unnoticed"])
+
+    def test_step_that_does_not_compile_is_replaced_by_the_next(self):
+        found = verdicts(FakeWorkshop({(PLAIN, "pure", "h();"): "failed"}, broken=["g();"]), ["drop"], one_group=True)
+        self.assertEqual([each.by for each in found], ["not compiled", "unit"])
+
+    def test_nothing_stays_changed(self):
+        sut = FakeWorkshop()
+        verdicts(sut, ["drop", "swap", "lock"])
+        self.assertEqual(sut.file, TEXT)
+
+    def test_unchanged_code_that_does_not_pass_or_build_is_the_end(self):
+        for sut in (FakeWorkshop({(PLAIN, "whole", "not there"): "failed"}), FakeWorkshop(broken=["not there"])):
+            with self.assertRaises(NotGreen):
+                verdicts(sut, ["drop"])
+
+
+class WorkshopTest(unittest.TestCase):
+    """On a project of one file and a test program that is a shell script."""
+
+    def setUp(self):
+        self._directory = tempfile.TemporaryDirectory()
+        self.addCleanup(self._directory.cleanup)
+        self.project = Path(self._directory.name)
+        (self.project / ".gitignore").write_text("/build/\n")
+        (self.project / "a.cpp").write_text(TEXT)
+        self.script("tests/support/in-namespace", 'exec "$@"')
+        subprocess.run(["git", "init", "-q", self.project], check=True)
+        self.sut, = open_workshops(self.project, 1, 1)
+        self.addCleanup(self.sut.close)
+        self.sut.bring_up_to_date()
+
+    def script(self, name, *lines):
+        path = self.project / name
+        path.parent.mkdir(parents=True, exist_ok=True)
+        path.write_text("\n".join(["#!/bin/sh", *lines]) + "\n")
+        path.chmod(0o755)
+
+    def outcome(self, *lines, limit=60):
+        self.script("build/mutate/copy-1/build/mutate/tests/sut", *lines)
+        return self.sut.test(PLAIN, Program("sut"), limit)
+
+    def test_what_a_killed_run_left_changed_is_mended_and_what_has_gone_goes(self):
+        (self.project / "b.cpp").write_text("")
+        self.sut.bring_up_to_date()
+        self.sut.write("a.cpp", "changed")
+        (self.project / "b.cpp").unlink()
+        self.sut.bring_up_to_date()
+        self.assertEqual((self.sut.root / "a.cpp").read_text(), TEXT)
+        self.assertFalse((self.sut.root / "b.cpp").exists())
+        self.assertEqual((self.project / "a.cpp").read_text(), TEXT)
+
+    def test_file_that_is_the_same_keeps_its_time(self):
+        before = (self.sut.root / "a.cpp").stat().st_mtime_ns
+        self.sut.bring_up_to_date()
+        self.assertEqual((self.sut.root / "a.cpp").stat().st_mtime_ns, before)
+
+    def test_second_run_takes_another_copy(self):
+        other, = open_workshops(self.project, 1, 1)
+        self.addCleanup(other.close)
+        self.assertEqual((self.sut.root.name, other.root.name), ("copy-1", "copy-2"))
+
+    def test_failing_case_is_named(self):
+        outcome = self.outcome("echo '[  FAILED  ] A.B (3 ms)'", "exit 1")
+        self.assertEqual((outcome.result, outcome.said), ("failed", "sut A.B"))
+
+    def test_report_of_the_sanitizer_and_death_without_a_word_are_failures(self):
+        self.assertEqual(self.outcome("echo 'WARNING: ThreadSanitizer: data race (pid=1)'", "exit 66").said, "sut data race")
+        self.assertEqual(self.outcome("kill -SEGV $$").said, "sut without a word")
+
+    def test_all_shards_have_to_pass(self):
+        self.assertEqual(self.outcome("exit 0").result, "passed")
+        self.assertEqual(self.outcome('[ "$GTEST_SHARD_INDEX" != 3 ]').result, "failed")
+
+    def test_program_that_hangs_is_ended_with_what_it_started(self):
+        marker = self.project / "build" / "ended"
+        outcome = self.outcome(f"trap 'touch {marker}; exit 1' TERM", "sleep 600 & wait", limit=1)
+        self.assertEqual(outcome.result, "timeout")
+        self.assertTrue(marker.exists())
+
+
+if __name__ == "__main__":
+    unittest.main()
