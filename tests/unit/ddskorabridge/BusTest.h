@@ -5,10 +5,12 @@
 #include "buswrappers/BusQos.h"
 #include "dds/dds.hpp"
 #include "runtime/hwobjs/CurrentTimecodeReader.h"
+#include "tests/support/TempDir.h"
 
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <cstdlib>
 #include <memory>
 #include <string>
 #include <vector>
@@ -93,6 +95,20 @@ private:
     std::uint32_t m_word;
 };
 
+/// Where the targets of one test are kept, so that they are no history of the next one in the process.
+class OwnTargets
+{
+public:
+    OwnTargets()
+    {
+        ::setenv("KORABRIDGE_DURABLE_STORE", (m_directory.path() / "durable.db").c_str(), 1);
+        ::setenv("KORABRIDGE_DURABLE_MEMORY", m_directory.path().c_str(), 1);
+    }
+
+private:
+    testsupport::TempDir m_directory;
+};
+
 /// A manager on the real bus: its events run on the test's thread, other parties live on a second participant.
 class BusTest : public testing::Test
 {
@@ -102,6 +118,7 @@ protected:
     BusTest() { com::tallowcrest::hwobjs::setCurrentTimecodeReader(std::make_shared<FixedTimecode>(now)); }
     ~BusTest() override { com::tallowcrest::hwobjs::resetCurrentTimecodeReader(); }
 
+    OwnTargets m_ownTargets;
     CapturedLog m_log;
     std::shared_ptr<PumpedApartment> m_apartment = std::make_shared<PumpedApartment>();
     dds::domain::DomainParticipant m_peer{dds::domain::default_id()};

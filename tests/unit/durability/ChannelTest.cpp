@@ -39,6 +39,14 @@ protected:
         return rows;
     }
 
+    /// Whether a wait of the recorder's ends by a signal.
+    bool isRecorderWoken()
+    {
+        const auto deadline = WakeUp::Clock::now() + std::chrono::seconds(10);
+        m_recorder.waitUntil(deadline);
+        return WakeUp::Clock::now() < deadline;
+    }
+
     WakeUp m_recorder;
     Channel m_sut{{"R1", "Topic"}, outputCodec(), m_recorder};
 };
@@ -216,6 +224,20 @@ TEST_F(ChannelTest, HistoryGivesWhatIsThereWhenTimeRunsOut)
     EXPECT_FALSE(history.isComplete);
     EXPECT_EQ(history.samples.size(), 1U);
     EXPECT_EQ(m_sut.waiting().ticket, 0U);
+}
+
+TEST_F(ChannelTest, RecorderIsWokenByWhatWaitsForIt)
+{
+    const BusOutput sample = busOutput(7, 5);
+
+    m_sut.handOver(&sample, 1);
+    EXPECT_TRUE(isRecorderWoken());
+    m_sut.addUser();
+    EXPECT_TRUE(isRecorderWoken());
+    m_sut.removeUser();
+    EXPECT_TRUE(isRecorderWoken());
+    static_cast<void>(m_sut.history(std::chrono::milliseconds(1)));
+    EXPECT_TRUE(isRecorderWoken());
 }
 
 TEST_F(ChannelTest, UsersAreCounted)
