@@ -7,6 +7,8 @@
 #include <gtest/gtest.h>
 
 #include "dds/dds.hpp"
+#include "durability/CompanionPort.h"
+#include "durability/RecentRows.h"
 #include "durability/Store.h"
 #include "tests/support/BusCalls.h"
 #include "tests/support/TempDir.h"
@@ -229,6 +231,21 @@ TEST_F(DurableTargetsTest, FreshParticipantGetsWhatALiveOneRecordedOfOneThatIsGo
     }
 
     EXPECT_EQ(bridge("fresh")->join(), (Bridge::Targets{{7, 5}}));
+}
+
+TEST_F(DurableTargetsTest, WhatIsHeardOfOthersOutlivesTheProcessAsWhatIsTakenHereDoes)
+{
+    const auto live = bridge("live");
+    const auto other = bridge("other");
+    const std::filesystem::path memory = RecentRows::fileOf(store("live"));
+    ASSERT_TRUE(live->waitForHistory({}));
+
+    other->take(7, 5);
+    ASSERT_TRUE(live->waitForHistory({{7, 5}}));
+
+    EXPECT_TRUE(testsupport::waitUntil([&] {
+        return testsupport::readFile(memory).find("\"macroXptInput\":5") != std::string::npos;
+    })) << testsupport::readFile(memory);
 }
 
 TEST_F(DurableTargetsTest, PublishingHistoryAgainNeverHidesWhatIsSetMeanwhile)
