@@ -18,6 +18,8 @@ namespace
 /// Outputs that belong to one controller: of each hundred (twenty with video) those of its share.
 constexpr std::uint32_t videoShare = 24;
 constexpr std::uint32_t audioShare = 200;
+/// An input that no level has.
+constexpr std::uint32_t noInput = 60000;
 
 Crosspoint ownOutput(Dice& dice, std::uint32_t share)
 {
@@ -55,7 +57,8 @@ void Taker::step(koractl::KoraClient& client)
     {
         const Crosspoint crosspoint = ownOutput(m_dice, m_share);
         const std::uint32_t number = world().nextNumber++;
-        const std::uint32_t input = m_dice.between(1, sizeOf(crosspoint.signal));
+        const std::uint32_t input =
+            world().isSabotagedBy(Sabotage::RefusedTakes) ? noInput : m_dice.between(1, sizeOf(crosspoint.signal));
         if (world().takes.sent(crosspoint, {number, input, std::nullopt}))
         {
             crosspoints.push_back(crosspoint);

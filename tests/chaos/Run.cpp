@@ -27,6 +27,11 @@ namespace
 /// How often the ledgers look for what is overdue.
 constexpr auto checkInterval = 100ms;
 
+/// So many without a refusal in between show that the bridge serves everything again.
+constexpr std::size_t acknowledgementsInARow = 1000;
+
+constexpr std::size_t outputs = 2304 + 288;
+
 class ChaosRun
 {
 public:
@@ -45,6 +50,10 @@ private:
     /// Looks after the invariants until the time is over or the bridge is dead.
     void supervise();
     void finish();
+    /// Nothing disturbs any more: what is asked must be done again, and not refused.
+    void expectAcknowledgements();
+    /// Everything is at rest: what the bridge tells must be what is on the bus.
+    void compareEverything();
     void stopControllers();
     void print();
 
@@ -167,24 +176,18 @@ void ChaosRun::finish()
     {
         disturbance.join();
     }
+    m_world.answers.setCircumstance("the end");
+    if (!m_isBridgeDead)
+    {
+        expectAcknowledgements();
+    }
     for (const auto& taker : m_takers)
     {
         taker->stop();
     }
-    m_world.answers.setCircumstance("the end");
     if (!m_isBridgeDead)
     {
-        // Everything comes to rest; then what the bridge tells must be what is on the bus.
-        waitUntil([this] { return m_world.takes.awaited() == 0; }, m_options.bounds.take);
-        m_world.takes.check(Clock::now() + m_options.bounds.take);
-        const auto before = m_world.changes.figures().published;
-        m_driver.burst();
-        waitUntil([&] { return m_world.changes.figures().published >= before + 2304 + 288; }, m_options.bounds.change);
-        if (!waitUntil([this] { return m_world.changes.open() == 0; }, 3 * m_options.bounds.change))
-        {
-            m_world.verdict.violation("bridge",
-                                      std::to_string(m_world.changes.open()) + " outputs were not compared at the end");
-        }
+        compareEverything();
         m_console.inspect();
     }
     for (const auto& controller : m_others)
@@ -203,6 +206,58 @@ void ChaosRun::finish()
     for (const auto& line : m_bridge.errorLines())
     {
         m_world.verdict.violation("bridge", "the bridge said: " + line);
+    }
+}
+
+void ChaosRun::expectAcknowledgements()
+{
+    TakeLedger::Figures begin = m_world.takes.figures();
+    const bool isServed = waitUntil(
+        [&] {
+            const auto now = m_world.takes.figures();
+            if (now.refusedTakes != begin.refusedTakes)
+            {
+                begin = now; // the bus may just have become whole
+            }
+            return now.acknowledged >= begin.acknowledged + acknowledgementsInARow;
+        },
+        m_options.bounds.change);
+    if (!isServed)
+    {
+        const auto end = m_world.takes.figures();
+        m_world.verdict.violation("take",
+                                  "takes are still refused, or not answered, though nothing disturbs any more: of all "
+                                  "requests so far " +
+                                      std::to_string(end.acknowledged) + " were acknowledged and " +
+                                      std::to_string(end.refusedTakes) + " takes refused");
+    }
+}
+
+void ChaosRun::compareEverything()
+{
+    // What is acknowledged and does not come is found by the check.
+    waitUntil([this] { return m_world.takes.awaited() == 0; }, m_options.bounds.take);
+    m_world.takes.check(Clock::now() + m_options.bounds.take);
+    const auto before = m_world.changes.figures();
+    if (!m_world.takesSabotage(Sabotage::SilentRouter))
+    {
+        m_driver.burst();
+    }
+    if (!waitUntil([&] { return m_world.changes.figures().published >= before.published + outputs; },
+                   m_options.bounds.change))
+    {
+        m_world.verdict.violation("router", "the status of every output did not arrive on the bus at the end");
+    }
+    if (!waitUntil([this] { return m_world.changes.open() == 0; }, 3 * m_options.bounds.change))
+    {
+        m_world.verdict.violation("bridge",
+                                  std::to_string(m_world.changes.open()) + " outputs were not compared at the end");
+    }
+    if (m_world.changes.figures().compared < before.compared + outputs)
+    {
+        m_world.verdict.violation("bridge", "only " +
+                                                std::to_string(m_world.changes.figures().compared - before.compared) +
+                                                " outputs were compared at the end");
     }
 }
 
@@ -245,7 +300,7 @@ void ChaosRun::print()
     printPerformed(m_out, "console", m_console.performed());
     m_out << "takes and locks: " << takes.acknowledged << " acknowledged, " << takes.found
           << " found on the bus, the last " << milliseconds(takes.longest) << " later at most; " << takes.refused
-          << " refused, " << takes.unanswered << " unanswered\n"
+          << " refused (" << takes.refusedTakes << " takes), " << takes.unanswered << " unanswered\n"
           << "changes: " << changes.published << " status on the bus, " << changes.reported << " reported, "
           << changes.compared << " compared, " << changes.superseded << " superseded before\n"
           << "visits of new controllers: " << (m_visitor != nullptr ? m_visitor->visits() : 0) << "\n";

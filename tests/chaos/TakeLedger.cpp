@@ -31,8 +31,9 @@ void TakeLedger::refused(const Crosspoint& crosspoint)
         m_verdict.violation("take", "request " + std::to_string(open->second.request.number) + " for " +
                                         crosspoint.text() + " was refused and is on the bus");
     }
-    m_open.erase(open);
     ++m_figures.refused;
+    m_figures.refusedTakes += open->second.request.input ? 1U : 0U;
+    m_open.erase(open);
 }
 
 void TakeLedger::unanswered(const Crosspoint& crosspoint)

@@ -40,6 +40,7 @@ public:
     {
         std::size_t acknowledged = 0;
         std::size_t refused = 0;
+        std::size_t refusedTakes = 0; ///< of these; no lock is in a take's way
         std::size_t unanswered = 0;
         std::size_t found = 0;
         Clock::duration longest{0};

@@ -100,6 +100,17 @@ TEST_F(TakeLedgerTest, RefusedTakeOnTheBusIsAViolation)
     EXPECT_THAT(m_verdict.texts(), ElementsAre(HasSubstr("was refused and is on the bus")));
 }
 
+TEST_F(TakeLedgerTest, RefusedTakesAreCountedApartFromRefusedLocks)
+{
+    ASSERT_TRUE(m_sut.sent(output, {1, 5, std::nullopt}));
+    m_sut.refused(output);
+    ASSERT_TRUE(m_sut.sent(output, {2, std::nullopt, 2}));
+    m_sut.refused(output);
+
+    EXPECT_EQ(m_sut.figures().refused, 2U);
+    EXPECT_EQ(m_sut.figures().refusedTakes, 1U);
+}
+
 TEST_F(TakeLedgerTest, OlderTakeThatUndoesANewerOneIsAViolation)
 {
     m_sut.seen(sighting(1000, 3), m_now);

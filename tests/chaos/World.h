@@ -2,9 +2,9 @@
 
 #include "tests/chaos/AnswerTimes.h"
 #include "tests/chaos/ChangeLedger.h"
-#include "tests/chaos/StallMeter.h"
 #include "tests/chaos/TakeLedger.h"
 #include "tests/chaos/Verdict.h"
+#include "tests/support/StallMeter.h"
 
 #include <atomic>
 #include <chrono>
@@ -19,7 +19,9 @@ enum class Sabotage
     None,
     LateAnswer,
     LostTake,
+    RefusedTakes,
     MissingChange,
+    SilentRouter,
     ForeignResponse,
     DeadBridge,
 };
@@ -55,7 +57,7 @@ struct World
     const Bounds bounds;
     const Sabotage sabotage;
     Verdict verdict;
-    StallMeter stalls;
+    testsupport::StallMeter stalls;
     AnswerTimes answers;
     TakeLedger takes;
     ChangeLedger changes;
@@ -63,6 +65,8 @@ struct World
     /// Cleared by the one who carries a sabotage out, so that it happens once.
     std::atomic<bool> isSabotageOpen{false};
 
+    /// True from then on, when this sabotage is due.
+    bool isSabotagedBy(Sabotage which) const { return sabotage == which && isSabotageOpen; }
     /// True once, when this sabotage is due.
     bool takesSabotage(Sabotage which) { return sabotage == which && isSabotageOpen.exchange(false); }
 };

@@ -19,11 +19,11 @@ constexpr int slowness = 5;
 constexpr int slowness = 1;
 #endif
 
-const std::map<std::string, chaos::Sabotage> sabotages = {{"late-answer", chaos::Sabotage::LateAnswer},
-                                                          {"lost-take", chaos::Sabotage::LostTake},
-                                                          {"missing-change", chaos::Sabotage::MissingChange},
-                                                          {"foreign-response", chaos::Sabotage::ForeignResponse},
-                                                          {"dead-bridge", chaos::Sabotage::DeadBridge}};
+const std::map<std::string, chaos::Sabotage> sabotages = {
+    {"late-answer", chaos::Sabotage::LateAnswer},     {"lost-take", chaos::Sabotage::LostTake},
+    {"refused-takes", chaos::Sabotage::RefusedTakes}, {"missing-change", chaos::Sabotage::MissingChange},
+    {"silent-router", chaos::Sabotage::SilentRouter}, {"foreign-response", chaos::Sabotage::ForeignResponse},
+    {"dead-bridge", chaos::Sabotage::DeadBridge}};
 
 } // namespace
 

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "tests/e2e/support/BridgeFixture.h"
+#include "tests/support/StallMeter.h"
 #include "tests/support/TempDir.h"
 
 namespace e2e
@@ -24,7 +25,8 @@ protected:
     void startJoinedOnStore(std::map<std::string, std::string> environment = {});
     /// The bridge dies without a word.
     void kill();
-    /// How long the bridge waited from the first log line of the join to the open controller port, by its own log.
+    /// How long the bridge that was just started waited from the first log line of the join to the open controller
+    /// port, by its own log; of the time for which there was a processor.
     std::chrono::milliseconds joinTime();
     /// What the sqlite3 library says of the store, and one number out of it.
     std::string storeText(const char* sql) const;
@@ -34,6 +36,8 @@ protected:
     const std::filesystem::path& directory() const { return m_directory.path(); }
 
 private:
+    testsupport::StallMeter m_stalls;
+    std::chrono::steady_clock::time_point m_started;
     testsupport::TempDir m_directory;
     std::filesystem::path m_store = m_directory.path() / "durable.db";
 };

@@ -1,0 +1,157 @@
+#include "tests/support/StallMeter.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+
+#include <unistd.h>
+
+using namespace std::chrono_literals;
+
+namespace testsupport
+{
+
+namespace
+{
+
+constexpr auto interval = 25ms;
+
+/// The number of a process's thread whose name begins so; empty when it has none.
+std::string threadOf(pid_t bridge, const std::string& wanted)
+{
+    std::error_code none; // an ended process has no threads
+    for (const auto& task : std::filesystem::directory_iterator("/proc/" + std::to_string(bridge) + "/task", none))
+    {
+        std::ifstream file(task.path() / "comm");
+        std::string name;
+        std::getline(file, name);
+        if (name.starts_with(wanted))
+        {
+            return task.path().filename();
+        }
+    }
+    return {};
+}
+
+} // namespace
+
+StallMeter::StallMeter() : m_ownWaits(waitsOf(getpid())), m_looker([this] { run(); }) {}
+
+StallMeter::~StallMeter()
+{
+    m_isEnding = true;
+    m_looker.join();
+}
+
+void StallMeter::watch(pid_t bridge)
+{
+    watch(bridge, "Bridge Apart", false);
+}
+
+void StallMeter::watchOnly(pid_t bridge, const std::string& thread)
+{
+    watch(bridge, thread, true);
+}
+
+void StallMeter::watch(pid_t bridge, const std::string& thread, bool isBridgeAlone)
+{
+    const std::lock_guard lock(m_mutex);
+    m_bridge = bridge;
+    m_threadName = thread;
+    m_threadNumber.clear();
+    m_isBridgeAlone = isBridgeAlone;
+    m_bridgeWaits.clear();
+}
+
+StallMeter::Waits StallMeter::waitsOf(pid_t process)
+{
+    Waits waits;
+    std::error_code none;
+    for (const auto& task : std::filesystem::directory_iterator("/proc/" + std::to_string(process) + "/task", none))
+    {
+        // Time run and time waited, in nanoseconds.
+        std::int64_t ran = 0;
+        std::int64_t waited = 0;
+        if (std::ifstream(task.path() / "schedstat") >> ran >> waited)
+        {
+            waits[task.path().filename()] = std::chrono::nanoseconds(waited);
+        }
+    }
+    return waits;
+}
+
+StallMeter::Clock::duration StallMeter::longest(const Waits& before, const Waits& now, const std::string& except)
+{
+    Clock::duration longest{0};
+    for (const auto& [thread, waited] : now)
+    {
+        const auto earlier = before.find(thread);
+        if (thread != except && earlier != before.end())
+        {
+            longest = std::max(longest, waited - earlier->second);
+        }
+    }
+    return longest;
+}
+
+void StallMeter::run()
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        m_ownThread = std::to_string(gettid());
+    }
+    while (!m_isEnding)
+    {
+        std::this_thread::sleep_for(interval);
+        const std::lock_guard lock(m_mutex);
+        look();
+    }
+}
+
+void StallMeter::look()
+{
+    if (m_bridge != 0 && m_threadNumber.empty())
+    {
+        m_threadNumber = threadOf(m_bridge, m_threadName);
+    }
+    Waits bridgeNow = m_bridge != 0 ? waitsOf(m_bridge) : Waits{};
+    Waits ownNow = waitsOf(getpid());
+    const auto now = Clock::now();
+    Clock::duration waited = longest(m_bridgeWaits, bridgeNow, m_threadNumber);
+    if (!m_isBridgeAlone)
+    {
+        waited += longest(m_ownWaits, ownNow, m_ownThread);
+    }
+    if (bridgeNow.contains(m_threadNumber) && m_bridgeWaits.contains(m_threadNumber))
+    {
+        waited += bridgeNow[m_threadNumber] - m_bridgeWaits[m_threadNumber];
+    }
+    m_stalls.push_back({m_lastLook, now, std::min<Clock::duration>(waited, now - m_lastLook)});
+    m_bridgeWaits = std::move(bridgeNow);
+    m_ownWaits = std::move(ownNow);
+    m_lastLook = now;
+}
+
+StallMeter::Clock::duration StallMeter::stalledBetween(Clock::time_point begin, Clock::time_point end)
+{
+    const std::lock_guard lock(m_mutex);
+    if (end > m_lastLook)
+    {
+        look(); // the thread that looks may have waited for a processor itself
+    }
+    Clock::duration sum{0};
+    for (auto stall = m_stalls.rbegin(); stall != m_stalls.rend() && stall->end > begin; ++stall)
+    {
+        const auto overlap = std::min(stall->end, end) - std::max(stall->begin, begin);
+        sum += std::clamp<Clock::duration>(stall->waited, Clock::duration::zero(),
+                                           std::max<Clock::duration>(overlap, Clock::duration::zero()));
+    }
+    return sum;
+}
+
+StallMeter::Clock::duration StallMeter::total()
+{
+    return stalledBetween(Clock::time_point::min(), Clock::time_point::max());
+}
+
+} // namespace testsupport
