@@ -45,6 +45,21 @@ protected:
         ASSERT_EQ(change.waitForExit(), 0) << change.errors();
     }
 
+    std::size_t joinsBegun(const std::string& partition)
+    {
+        return countOf(bridge().output(), "TopicMacroLevel joinRouterPartition(routerPartition '" + partition + "')");
+    }
+    /// The server is told last.
+    std::size_t joinsDone() { return countOf(bridge().output(), "- connected to router"); }
+    /// For how many signal types the ranges of a partition's member have arrived.
+    std::size_t rangesIn(const std::string& partition)
+    {
+        const std::string output = bridge().output();
+        return countOf(output,
+                       "addRouterMemberMacroXpts  TopicMacroXptOutputVideoTarget\n rtr         : " + partition) +
+               countOf(output, "addRouterMemberMacroXpts  TopicMacroXptOutputAudioTarget\n rtr         : " + partition);
+    }
+
     static int userId() { return 100000 + ::getpid() * 10; }
 };
 
@@ -110,12 +125,19 @@ TEST_F(ThreadsTest, JoinAndStopNeedNoThreadToSpare)
     startAfter(withThreads(100));
     router().announce();
     waitForJoin();
+    auto controller = connectController();
+    ASSERT_TRUE(takesReachTheRouter(controller, 1));
+    ASSERT_EQ(joinsBegun("R2"), 0U);
+    const std::size_t before = joinsDone();
     setThreadLimit(threadCount());
 
     router().reAnnounce("R2");
-    ASSERT_TRUE(bridge().waitForOutput("addRouterMemberMacroXpts  TopicMacroXptOutputVideoTarget"));
-    ASSERT_TRUE(bridge().waitForOutput("joinRouterPartition(routerPartition 'R2')"));
 
+    ASSERT_TRUE(testsupport::waitUntil([&] { return joinsDone() == before + 1; })) << bridge().output();
+    EXPECT_EQ(joinsBegun("R2"), 1U);
+    ASSERT_TRUE(testsupport::waitUntil([&] { return rangesIn("R2") == 2; })) << bridge().output();
+    EXPECT_TRUE(takesReachTheRouter(controller, 2));
+    EXPECT_EQ(countOf(bridge().output(), " ERROR "), 0U);
     EXPECT_EQ(stopBridge(), 0);
 }
 
