@@ -127,6 +127,13 @@ private:
     std::thread m_writer;
 };
 
+/// docs/reliability.md has the figures of an optimised build; a sanitizer makes a line of the log dearer than a take.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool isOptimised = false;
+#else
+constexpr bool isOptimised = true;
+#endif
+
 using Times = std::vector<std::chrono::nanoseconds>;
 
 double microseconds(Times times, double quantile)
@@ -148,7 +155,11 @@ protected:
     };
 
     /// Times takes of one controller while another floods and while it does not, by turns, and prints the ratios.
-    void measure(const FloodKind& kind, double bound);
+    /// `factor` is what the medians may differ by in an optimised build. In every build a take waits for one message of
+    /// the flood and no more.
+    void measure(const FloodKind& kind, double factor);
+    /// How long one message of the flood takes by itself.
+    static Times timesOfOne(const FloodKind& kind);
 
     LogFiles logFiles()
     {
@@ -195,7 +206,21 @@ TEST_F(LogFloodTest, LogStaysBoundedAndEveryLineIsLogged)
     EXPECT_EQ(stopBridge(), 0);
 }
 
-void LogFloodTest::measure(const FloodKind& kind, double bound)
+Times LogFloodTest::timesOfOne(const FloodKind& kind)
+{
+    const auto socket = TcpSocket::connect(koraPort);
+    Times times;
+    for (int i = 0; i < 200; ++i)
+    {
+        const auto begin = std::chrono::steady_clock::now();
+        socket->send(kind.request);
+        EXPECT_EQ(socket->receive(kind.answerSize, testsupport::scaled(10s)).size(), kind.answerSize);
+        times.push_back(std::chrono::steady_clock::now() - begin);
+    }
+    return times;
+}
+
+void LogFloodTest::measure(const FloodKind& kind, double factor)
 {
     startWithShippedLog("64m");
     auto controller = connectController();
@@ -203,8 +228,9 @@ void LogFloodTest::measure(const FloodKind& kind, double bound)
     Times flooded;
     Times* current = &quiet;
     controller.observeTimes([&](std::chrono::nanoseconds time) { current->push_back(time); });
-    Flooder flooder(kind);
     ASSERT_TRUE(takesReachTheRouter(controller, 1));
+    const double one = microseconds(timesOfOne(kind), 0.5);
+    Flooder flooder(kind);
 
     for (int turn = 0; turn < 8; ++turn) // by turns, so that the machine's own moods fall on both
     {
@@ -238,20 +264,24 @@ void LogFloodTest::measure(const FloodKind& kind, double bound)
                   << microseconds(flooded, quantile) << " us beside the flood, factor "
                   << microseconds(flooded, quantile) / microseconds(quiet, quantile) << '\n';
     }
-    std::cout << "flood: " << flooder.answers() << " commands answered\n";
-    // Generous, as other tests may run beside this one; docs/reliability.md has what was measured alone.
-    EXPECT_LT(microseconds(flooded, 0.5), bound * microseconds(quiet, 0.5));
+    std::cout << "one message of the flood by itself: " << one << " us\nflood: " << flooder.answers()
+              << " commands answered\n";
+    EXPECT_LT(microseconds(flooded, 0.5), microseconds(quiet, 0.5) + 1.5 * one);
+    if (isOptimised)
+    {
+        EXPECT_LT(microseconds(flooded, 0.5), factor * microseconds(quiet, 0.5));
+    }
     EXPECT_EQ(stopBridge(), 0);
 }
 
 TEST_F(LogFloodTest, UnknownCommandsSlowAnotherControllerByABoundedFactor)
 {
-    measure(unknownCommands(), 20);
+    measure(unknownCommands(), 1.5);
 }
 
 TEST_F(LogFloodTest, RefusedTakesSlowAnotherControllerByABoundedFactor)
 {
-    measure(takesOnNoLevel(), 100);
+    measure(takesOnNoLevel(), 16);
 }
 
 } // namespace e2e
