@@ -32,6 +32,10 @@ constexpr std::size_t libraryBytesPerJoin = 10240;
 /// Its receive buffers have 1 MiB each; how many are partly in use at the end of a row of joins varies.
 constexpr std::size_t libraryBuffersKiB = 8192;
 
+/// What a bridge that has joined has at least: the writer of its component record, the reader of memberships, and the
+/// eleven that a join makes.
+constexpr std::size_t fewestEndpoints = 13;
+
 /// SQLite does not close a descriptor of the store while another connection has a lock, but keeps one for its next use.
 constexpr std::size_t keptBySqlite = 1;
 
@@ -60,6 +64,11 @@ public:
         if (!testsupport::waitForPort(chaos::koraPort, 60s))
         {
             throw std::runtime_error("the controller port does not open");
+        }
+        if (!testsupport::waitUntil([this] { return m_endpoints.endpointsOfBridge() >= fewestEndpoints; }, 30s))
+        {
+            throw std::runtime_error("only " + std::to_string(m_endpoints.endpointsOfBridge()) +
+                                     " readers and writers of the bridge are seen on the bus");
         }
     }
 
