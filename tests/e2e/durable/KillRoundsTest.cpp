@@ -1,144 +1,113 @@
+#include <algorithm>
 #include <atomic>
-#include <csignal>
-#include <map>
+#include <memory>
 #include <random>
 #include <thread>
 
+#include "tests/e2e/durable/DurableController.h"
 #include "tests/e2e/durable/DurableFixture.h"
+#include "tests/support/StallMeter.h"
 #include "tests/support/WaitUntil.h"
-#include "tools/koractl/Errors.h"
 
 using namespace e2e;
+using namespace std::chrono_literals;
 
 namespace
 {
 
-/// Kills the bridge at random moments while a controller takes and locks, and looks at what the next life publishes.
+/// Kills the bridge at random moments while controllers take, lock and release, and looks at what the next life
+/// publishes.
 class KillRoundsTest : public DurableFixture
 {
 protected:
-    using Clock = std::chrono::steady_clock;
-    static constexpr std::uint32_t outputs = 288;
-    /// What was answered this long before the death must be there.
+    using Clock = DurableController::Clock;
+    using Figures = DurableController::Figures;
+    using Controllers = std::vector<std::unique_ptr<DurableController>>;
+    static constexpr std::uint32_t numControllers = 4;
+    static constexpr std::size_t outputs = 288 + 2304;
+    /// What was answered this long before a death is promised to be there afterwards, on a machine that has a
+    /// processor for the bridge's recorder.
     static constexpr std::chrono::milliseconds lossBound{100};
 
-    struct Request
+    static Controllers makeControllers(std::uint32_t seed)
     {
-        std::uint32_t input = 0;
-        bool isLock = false;
-        Clock::time_point answered = Clock::time_point::max(); ///< never, when the bridge died first
-    };
+        Controllers controllers;
+        for (std::uint32_t i = 0; i < numControllers; ++i)
+        {
+            controllers.push_back(std::make_unique<DurableController>(i, numControllers, seed * numControllers + i));
+        }
+        return controllers;
+    }
 
-    /// Takes and locks without a pause until the bridge is gone.
-    void load(koractl::KoraClient client, std::uint32_t seed)
+    /// Kills the bridge after a while of load, which begins when each controller has had some of everything
+    /// acknowledged if that is asked for. Returns the moment up to which all that was answered must be kept.
+    Clock::time_point killUnderLoad(Controllers& controllers, bool isEverythingFirst, std::chrono::milliseconds after)
     {
-        std::mt19937 random(seed);
-        std::uniform_int_distribution<std::uint32_t> number(1, outputs);
-        try
+        m_recorderStalls.watchOnly(bridge().pid(), "Durable record");
+        std::atomic<bool> isKilled{false};
+        std::vector<std::thread> threads;
+        for (auto& controller : controllers)
         {
-            while (true)
-            {
-                // Locks on the upper outputs, so that no take is refused.
-                const std::uint32_t output = number(random);
-                const bool isLock = output > outputs / 2;
-                Request& request = m_requests[output].emplace_back(Request{number(random), isLock});
-                const auto result =
-                    isLock
-                        ? client.setOutputLpr({{videoLevel, output, koractl::LprCommand::lock, request.input}}).results
-                        : client.take({{videoLevel, 7, request.input, output}});
-                if (result == std::vector<std::uint32_t>{0})
-                {
-                    request.answered = Clock::now();
-                }
-                else
-                {
-                    m_requests[output].pop_back(); // refused: an output that somebody else holds
-                }
-            }
-        }
-        catch (const std::exception&)
-        {
-            m_isOver = true;
-        }
-    }
-    static bool matches(const MacroXptOutput& target, const Request& request)
-    {
-        return request.isLock
-                   ? target.lprId == request.input && target.lprState == com::tallowcrest::dds_::routing::LPR_LOCKED
-                   : target.macroXptInput == request.input;
-    }
-    /// True when the target is the last request that was answered in time, or a later one.
-    static bool isAllowed(const MacroXptOutput& target, const std::vector<Request>& requests, Clock::time_point death)
-    {
-        bool isAllowed = false;
-        for (const Request& request : requests)
-        {
-            isAllowed = isAllowed || matches(target, request);
-            if (request.answered <= death - lossBound)
-            {
-                isAllowed = matches(target, request);
-            }
-        }
-        return isAllowed;
-    }
-    std::string describe(std::uint32_t output, const std::vector<Request>& requests, Clock::time_point death)
-    {
-        std::string text = "nothing came";
-        if (const auto last = record().lastTarget(Signal::Video, output))
-        {
-            text = "input " + std::to_string(last->macroXptInput) + " holder " + std::to_string(last->lprId) +
-                   " state " + std::to_string(last->lprState);
-        }
-        for (const Request& request : requests)
-        {
-            text += (request.isLock ? ", lock " : ", take ") + std::to_string(request.input);
-            text += request.answered > death
-                        ? " unanswered"
-                        : " answered " +
-                              std::to_string(std::chrono::duration<double>(death - request.answered).count()) +
-                              " s before";
-        }
-        return text;
-    }
-    void expectNothingLost(Clock::time_point death)
-    {
-        for (auto& [output, requests] : m_requests)
-        {
-            const bool mustBeThere = std::any_of(requests.begin(), requests.end(), [&](const Request& request) {
-                return request.answered <= death - lossBound;
+            threads.emplace_back([&isKilled, &controller, client = connectController()]() mutable {
+                controller->load(std::move(client), isKilled);
             });
-            if (!mustBeThere)
-            {
-                continue;
-            }
-            const auto target = record().waitForTarget(
-                Signal::Video, output,
-                [&](const MacroXptOutput& candidate) { return isAllowed(candidate, requests, death); },
-                std::chrono::seconds(5));
-            ASSERT_TRUE(target) << "output " << output << ": " << describe(output, requests, death);
-            // From here on this is what the output is known to be.
-            requests = {Request{requests.front().isLock ? target->lprId : target->macroXptInput,
-                                requests.front().isLock, Clock::time_point::min()}};
         }
-    }
-
-    /// What was answered too shortly before a death that others follow may be gone, as if it had not been answered.
-    void releaseLast(Clock::time_point death)
-    {
-        for (auto& [output, requests] : m_requests)
+        if (isEverythingFirst)
         {
-            for (Request& request : requests)
-            {
-                if (request.answered > death - lossBound)
-                {
-                    request.answered = Clock::time_point::max();
-                }
-            }
+            EXPECT_TRUE(testsupport::waitUntil([&] {
+                return std::all_of(controllers.begin(), controllers.end(),
+                                   [](const auto& controller) { return controller->hasDoneEverything(); });
+            })) << "a controller was not served";
+            const auto begin = Clock::now();
+            EXPECT_TRUE(testsupport::waitUntil([&] { return m_recorderStalls.workedSince(begin) > lossBound; }, 30s));
         }
+        std::this_thread::sleep_for(after); // how long the load lasts is what is tried
+        isKilled = true;
+        const auto death = Clock::now();
+        kill();
+        for (auto& thread : threads)
+        {
+            thread.join();
+        }
+        for (const auto& controller : controllers)
+        {
+            EXPECT_EQ(controller->failure(), "");
+        }
+        m_recorderStalls.watch(0);
+        return keptUntil(death);
     }
 
-    std::map<std::uint32_t, std::vector<Request>> m_requests;
-    std::atomic<bool> m_isOver{false};
+    Clock::time_point keptUntil(Clock::time_point death)
+    {
+        Clock::time_point kept = death - lossBound;
+        while (m_recorderStalls.workedBetween(kept, death) < lossBound)
+        {
+            kept -= 5ms;
+        }
+        return kept;
+    }
+
+    /// What the bridge that lives now has published of the last load, of each controller.
+    std::vector<Figures> expectNothingLost(Controllers& controllers, Clock::time_point kept)
+    {
+        std::vector<Figures> published;
+        for (auto& controller : controllers)
+        {
+            std::string lost;
+            published.push_back(controller->expectNothingLost(record(), kept, lost));
+            EXPECT_EQ(lost, "");
+        }
+        return published;
+    }
+
+    /// The highest number of a request that has reached the store.
+    std::uint32_t newestInStore()
+    {
+        return static_cast<std::uint32_t>(
+            std::stoul(storeText("SELECT coalesce(max(json_extract(payload, '$.lprId')), 0) FROM durable_sample")));
+    }
+
+    testsupport::StallMeter m_recorderStalls;
 };
 
 } // namespace
@@ -146,24 +115,31 @@ protected:
 TEST_F(KillRoundsTest, WhatWasAnsweredAHundredMillisecondsBeforeTheDeathIsThere)
 {
     // 100 rounds take some minutes: KORABRIDGE_KILL_ROUNDS=100.
-    const std::size_t rounds = numberFromEnvironment("KORABRIDGE_KILL_ROUNDS", 8);
+    const std::size_t rounds = numberFromEnvironment("KORABRIDGE_KILL_ROUNDS", 4);
     const auto seed = static_cast<std::uint32_t>(numberFromEnvironment("KORABRIDGE_KILL_SEED", 1));
     std::mt19937 random(seed);
+    auto controllers = makeControllers(seed);
+    std::uint32_t newestBefore = 0;
     router().announce();
-    for (std::size_t round = 0; round < rounds && !HasFatalFailure(); ++round)
+    for (std::size_t round = 0; round < rounds && !HasFailure(); ++round)
     {
-        SCOPED_TRACE("round " + std::to_string(round));
+        SCOPED_TRACE("round " + std::to_string(round) + " of seed " + std::to_string(seed));
         startJoinedOnStore();
-        std::thread controller(
-            [&, seedOfRound = static_cast<std::uint32_t>(random())] { load(connectController(), seedOfRound); });
-        std::this_thread::sleep_for(std::chrono::milliseconds(150 + random() % 400));
-        const auto death = Clock::now();
-        kill();
-        controller.join();
+        const auto kept = killUnderLoad(controllers, true, std::chrono::milliseconds(10 + random() % 400));
         record().clear();
         startJoinedOnStore();
-        expectNothingLost(death);
-        releaseLast(death);
+        for (const Figures& published : expectNothingLost(controllers, kept))
+        {
+            EXPECT_TRUE(published.hasEverything())
+                << "of the round before, " << published.videoTakes << " video takes, " << published.audioTakes
+                << " audio takes, " << published.locks << " locks and releases";
+        }
+        EXPECT_TRUE(testsupport::waitUntil([&] { return newestInStore() > newestBefore; }));
+        newestBefore = newestInStore();
+        for (auto& controller : controllers)
+        {
+            controller->releaseAfter(kept);
+        }
         kill();
     }
     EXPECT_EQ(storeText("PRAGMA integrity_check"), "ok");
@@ -173,37 +149,39 @@ TEST_F(KillRoundsTest, StormOfRestartsLeavesASoundAndSmallStore)
 {
     const std::size_t restarts = numberFromEnvironment("KORABRIDGE_STORM_RESTARTS", 50);
     std::mt19937 random(2);
+    auto controllers = makeControllers(2);
     router().announce();
-    auto death = Clock::now();
-    for (std::size_t i = 0; i < restarts && !HasFatalFailure(); ++i)
+    auto kept = Clock::time_point::min();
+    for (std::size_t i = 0; i < restarts && !HasFailure(); ++i)
     {
         startOnStore();
         // Some die before they are ready, others under load.
-        std::thread controller;
+        const std::chrono::milliseconds after(random() % 300);
         if (i % 2 == 0)
         {
             waitForJoin();
-            controller =
-                std::thread([&, seed = static_cast<std::uint32_t>(random())] { load(connectController(), seed); });
+            kept = killUnderLoad(controllers, false, after);
+            for (auto& controller : controllers)
+            {
+                controller->releaseAfter(kept);
+            }
         }
-        std::this_thread::sleep_for(std::chrono::milliseconds(random() % 300));
-        const auto now = Clock::now();
-        kill();
-        if (controller.joinable())
+        else
         {
-            death = now;
-            controller.join();
-            releaseLast(death);
+            std::this_thread::sleep_for(after); // the moment of the death is what is tried
+            kill();
         }
     }
     record().clear();
 
     startJoinedOnStore();
 
-    expectNothingLost(death);
+    expectNothingLost(controllers, kept); // of all loads
     kill();
     EXPECT_EQ(storeText("PRAGMA integrity_check"), "ok");
-    EXPECT_LE(std::stoul(storeText("SELECT count(*) FROM durable_sample")), outputs);
+    const std::size_t rows = std::stoul(storeText("SELECT count(*) FROM durable_sample"));
+    EXPECT_GT(rows, numControllers);
+    EXPECT_LE(rows, outputs);
     std::uintmax_t size = 0;
     for (const auto& entry : std::filesystem::directory_iterator(directory()))
     {
