@@ -36,13 +36,21 @@ protected:
 
 TEST_F(TopicPubTest, DoesNothingBeforeTheFirstJoin)
 {
+    RouterSide<MacroXptOutput> bare(m_wire, "TopicX", prefix, Durability::Persistent());
     MacroXptOutputPub sut("TopicX", true);
 
-    EXPECT_NO_THROW(sut.write(output(1)));
-    EXPECT_NO_THROW(sut.unregisterInstance(output(1)));
-    EXPECT_NO_THROW(sut.dispose(output(1)));
+    sut.write(output(1));
+    sut.unregisterInstance(output(1));
+    sut.dispose(output(1));
+
     EXPECT_EQ(sut.topicName(), "TopicX");
     EXPECT_EQ(sut.routerPartition(), "");
+    sut.joinRouterPartition("");
+    ASSERT_TRUE(bare.waitForWriters(1));
+    sut.write(output(2));
+    const auto samples = bare.takeSamples(1);
+    ASSERT_EQ(samples.size(), 1U);
+    EXPECT_EQ(samples[0].data().macroXptOutput, 2U) << "nothing of what came before the join";
 }
 
 TEST_F(TopicPubTest, DurableWriterIsAnnouncedWithTheQosOfTheBus)
@@ -142,10 +150,20 @@ TEST_F(TopicPubTest, UnregisteredInstanceIsNotDisposed)
 
 TEST_F(TopicPubTest, UnregisteringAnInstanceThatWasNeverWrittenDoesNothing)
 {
+    RouterSide<MacroXptOutput> router(m_wire, "TopicX", prefix + "R1");
     MacroXptOutputPub sut("TopicX", false);
     sut.joinRouterPartition("R1");
+    sut.write(output(1));
+    ASSERT_EQ(router.takeSamples(1).size(), 1U);
 
-    EXPECT_NO_THROW(sut.unregisterInstance(output(4711)));
+    sut.unregisterInstance(output(4711));
+    sut.unregisterInstance(output(1));
+
+    // What is written in order comes in order: the second has come, and the first is not before it.
+    const auto samples = router.takeSamples(1);
+    ASSERT_EQ(samples.size(), 1U);
+    EXPECT_EQ(samples[0].data().macroXptOutput, 1U);
+    EXPECT_EQ(samples[0].info().state().instance_state(), InstanceState::NotAliveNoWriters);
 }
 
 TEST_F(TopicPubTest, DisposedInstanceArrivesAsDisposed)
@@ -209,8 +227,15 @@ TEST_F(TopicPubTest, JoinThatFailsThrowsAndLeavesTheWrapperAsItWas)
     durable.joinRouterPartition("R1");
     MacroXptOutputPub sut("TopicX", false);
 
+    RouterSide<MacroXptOutput> router(m_wire, "TopicX", prefix + "R1");
+
     EXPECT_THROW(sut.joinRouterPartition("R1"), dds::core::InconsistentPolicyError);
 
     EXPECT_EQ(sut.routerPartition(), "");
-    EXPECT_NO_THROW(sut.write(output(1)));
+    sut.write(output(1));
+    ASSERT_TRUE(router.waitForWriters(1)) << "the durable one";
+    durable.write(output(2));
+    const auto samples = router.takeSamples(1);
+    ASSERT_EQ(samples.size(), 1U);
+    EXPECT_EQ(samples[0].data().macroXptOutput, 2U);
 }

@@ -8,6 +8,7 @@
 #include <thread>
 #include <vector>
 
+#include "buswrappers/EventOnDataAvailable.h"
 #include "buswrappers/MacroLevelSub.h"
 #include "buswrappers/MacroXptOutputPub.h"
 #include "buswrappers/MacroXptOutputSub.h"
@@ -251,20 +252,31 @@ TEST_F(TopicSubTest, JoinThatFailsThrowsAndLeavesTheWrapperAsItWas)
         EXPECT_EQ(sut.takeNow(), 0U);
     }
 
-    EXPECT_NO_THROW(sut.joinRouterPartition("R1"));
+    sut.joinRouterPartition("R1");
     EXPECT_EQ(sut.routerPartition(), "R1");
+    RouterSide<MacroXptOutput> router(m_wire, "TopicX", prefix + "R1");
+    EXPECT_TRUE(router.waitForReaders(1));
 }
 
-TEST_F(TopicSubTest, EventsOfAWrapperThatIsGoneDoNothing)
+TEST_F(TopicSubTest, EventsOfAWrapperThatIsGoneDoNothingAndGoBackToTheirPool)
 {
+    const auto inUse = [] {
+        const auto snapshot = EventOnDataAvailable::pool().snapshot();
+        return snapshot.total - snapshot.available;
+    };
+    const auto before = inUse();
     {
         TakingSub sut(m_apartment, "TopicX", false);
         sut.joinRouterPartition("R1");
         MacroXptOutputPub local("TopicX", false);
         local.joinRouterPartition("R1");
         local.write(output(1));
-        ASSERT_GT(m_apartment->pending(), 0U);
     }
+    const auto pending = m_apartment->pending();
+    ASSERT_GT(pending, 0U);
+    ASSERT_GT(inUse(), before);
 
-    EXPECT_NO_THROW(m_apartment->run());
+    EXPECT_EQ(m_apartment->run(), pending);
+
+    EXPECT_EQ(inUse(), before);
 }

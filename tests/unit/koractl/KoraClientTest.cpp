@@ -372,8 +372,10 @@ TEST(KoraClient, GivenCloseWaitForCloseReturns)
     KoraClient sut("127.0.0.1", bridge.port(), patient);
 
     sut.sendBytes(bytesOf({12, 1, 16, 0x50}));
+    sut.waitForClose();
 
-    EXPECT_NO_THROW(sut.waitForClose());
+    EXPECT_EQ(bridge.requests().size(), 1U) << "closed by the bridge's answer, not before";
+    EXPECT_THROW((void)sut.portPresent(), KoraError);
 }
 
 TEST(KoraClient, GivenOpenConnectionWaitForCloseThrowsTimeoutError)
