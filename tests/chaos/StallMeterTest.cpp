@@ -26,7 +26,7 @@ public:
         EXPECT_EQ(sched_getaffinity(0, sizeof m_before, &m_before), 0);
         cpu_set_t one;
         CPU_ZERO(&one);
-        CPU_SET(sched_getcpu(), &one);
+        CPU_SET(static_cast<std::size_t>(sched_getcpu()), &one);
         EXPECT_EQ(sched_setaffinity(0, sizeof one, &one), 0);
     }
     ~OneProcessor() { sched_setaffinity(0, sizeof m_before, &m_before); }
