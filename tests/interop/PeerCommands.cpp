@@ -72,7 +72,8 @@ FastRouter::MacroLevel nextLevel(std::istringstream& words)
     namespace routing = com::tallowcrest::dds_::routing;
     FastRouter::MacroLevel sample;
     sample.levelId(next<std::uint16_t>(words));
-    sample.levelSignalType(nextSignal(words) == Signal::Video ? routing::LST_Video : routing::LST_Audio);
+    sample.levelSignalType(nextSignal(words) == Signal::Video ? routing::MacroLevelSignalType::LST_Video
+                                                              : routing::MacroLevelSignalType::LST_Audio);
     sample.macroXptInputStart(next<std::uint32_t>(words));
     sample.numMacroXptInputs(next<std::uint32_t>(words));
     sample.controllerInputStart(next<std::uint32_t>(words));
