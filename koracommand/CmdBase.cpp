@@ -82,11 +82,11 @@ std::unique_ptr<Rsp> CmdBase::createRspOrError() noexcept
     }
     catch (const std::exception& error)
     {
-        com::tallowcrest::util::reportError(m_context->logger(), "Command failed: ", error.what());
+        REPORT_ERROR_F(m_context->logger(), "Command failed: %s", error.what());
     }
     catch (...)
     {
-        com::tallowcrest::util::reportError(m_context->logger(), "Command failed: ", "unknown exception");
+        REPORT_ERROR_F(m_context->logger(), "Command failed: unknown exception");
     }
     return createErrorRsp();
 }
@@ -99,7 +99,7 @@ std::unique_ptr<Rsp> CmdBase::createErrorRsp() noexcept
     }
     catch (const std::exception& error)
     {
-        com::tallowcrest::util::reportError(m_context->logger(), "No error response: ", error.what());
+        REPORT_ERROR_F(m_context->logger(), "No error response: %s", error.what());
         return nullptr;
     }
 }

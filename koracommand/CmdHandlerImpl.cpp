@@ -46,7 +46,7 @@ std::unique_ptr<Rsp> CmdHandlerImpl::handle(std::span<const std::uint8_t> messag
     }
     catch (const std::exception& error)
     {
-        com::tallowcrest::util::reportError(m_logger, "Request not handled: ", error.what());
+        REPORT_ERROR_F(m_logger, "Request not handled: %s", error.what());
     }
     m_rspQueue.reset();
     return nullptr;

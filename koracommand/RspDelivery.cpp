@@ -21,6 +21,6 @@ void deliver(std::unique_ptr<Rsp> rsp, RspQueue& rspQueue, ConnectionContext& co
     }
     catch (const std::exception& error)
     {
-        com::tallowcrest::util::reportError(context.logger(), "Response lost: ", error.what());
+        REPORT_ERROR_F(context.logger(), "Response lost: %s", error.what());
     }
 }

@@ -27,12 +27,9 @@ namespace
 /// What the system keeps of a thread's name.
 constexpr std::size_t maxThreadNameLength = 15;
 
-/// Needs no memory, as that may be what the thread ran out of.
 void reportEnd(const log4cxx::LoggerPtr& logger, const std::string& threadName, const char* reason) noexcept
 {
-    std::array<char, com::tallowcrest::util::logLineSize> what{};
-    static_cast<void>(std::snprintf(what.data(), what.size(), "%s ended by an exception: ", threadName.c_str()));
-    com::tallowcrest::util::reportError(logger, what.data(), reason);
+    REPORT_ERROR_F(logger, "%s ended by an exception: %s", threadName.c_str(), reason);
 }
 
 } // namespace

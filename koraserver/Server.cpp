@@ -112,7 +112,7 @@ void Server::run()
         }
         catch (const std::exception& error)
         {
-            com::tallowcrest::util::reportError(m_logger, "Kora Server pass ended by an exception: ", error.what());
+            REPORT_ERROR_F(m_logger, "Kora Server pass ended by an exception: %s", error.what());
             pause();
         }
     }

@@ -15,11 +15,11 @@ void runEvent(std::unique_ptr<DoItEvent> event) noexcept
     }
     catch (const std::exception& error)
     {
-        util::reportError("Apartment event failed, ", error.what());
+        REPORT_ERROR_F(log4cxx::Logger::getLogger("KORABRIDGE"), "Apartment event failed, %s", error.what());
     }
     catch (...)
     {
-        util::reportError("Apartment event failed, ", "unknown exception");
+        REPORT_ERROR_F(log4cxx::Logger::getLogger("KORABRIDGE"), "Apartment event failed, unknown exception");
     }
 }
 

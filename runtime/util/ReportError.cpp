@@ -1,38 +1,20 @@
 #include "runtime/util/ReportError.h"
 
-#include <exception>
+#include <array>
+#include <cstdarg>
+#include <cstdio>
 
 namespace com::tallowcrest::util
 {
 
-namespace
+void printUnlogged(const char* reason, const char* format, ...) noexcept
 {
-
-template <typename Logger>
-void reportTo(Logger&& logger, const char* what, const char* why) noexcept
-{
-    try
-    {
-        LOG_ERROR_F(logger(), "%s%s", what, why);
-    }
-    catch (const std::exception& error)
-    {
-        // The logger itself has failed; standard error is all that is left, and it needs no memory.
-        static_cast<void>(std::fprintf(stderr, "%s%s (not logged: %s)\n", what, why, error.what()));
-    }
-}
-
-} // namespace
-
-void reportError(const log4cxx::LoggerPtr& logger, const char* what, const char* why) noexcept
-{
-    reportTo([&logger]() -> const log4cxx::LoggerPtr& { return logger; }, what, why);
-}
-
-void reportError(const char* what, const char* why) noexcept
-{
-    // Looked up by name, which may need memory too.
-    reportTo([] { return log4cxx::Logger::getLogger("KORABRIDGE"); }, what, why);
+    std::array<char, logLineSize> line{};
+    std::va_list arguments;
+    va_start(arguments, format);
+    static_cast<void>(std::vsnprintf(line.data(), line.size(), format, arguments));
+    va_end(arguments);
+    static_cast<void>(std::fprintf(stderr, "%s (not logged: %s)\n", line.data(), reason));
 }
 
 } // namespace com::tallowcrest::util

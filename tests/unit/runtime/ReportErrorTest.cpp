@@ -53,7 +53,7 @@ TEST(ReportErrorTest, LineThatCannotBeLoggedGoesToStandardError)
     const BrokenLogger logger("ReportErrorTest");
     testing::internal::CaptureStderr();
 
-    com::tallowcrest::util::reportError(logger.get(), "Command failed: ", "bus is gone");
+    REPORT_ERROR_F(logger.get(), "Command failed: %s", "bus is gone");
 
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "Command failed: bus is gone (not logged: no space)\n");
 }
