@@ -26,8 +26,8 @@ using namespace flatness;
 namespace
 {
 
-/// libddsc 0.10.2 and 0.10.5 keep some 600 bytes for each reader and writer that was ever made; a join makes eleven of them, and
-/// the heap has its own part in it. e2e_join_memory looks closer.
+/// libddsc 0.10.2 and 0.10.5 keep some 600 bytes for each reader and writer that was ever made; a join makes eleven of
+/// them, and the heap has its own part in it. e2e_join_memory looks closer.
 constexpr std::size_t libraryBytesPerJoin = 10240;
 /// Its receive buffers have 1 MiB each; how many are partly in use at the end of a row of joins varies.
 constexpr std::size_t libraryBuffersKiB = 8192;

@@ -47,8 +47,9 @@ LprReport setAll(KoraClient& client, const std::string& name, const LprArguments
 }
 
 /// The command added, and its arguments for further options.
-std::pair<CLI::App*, std::shared_ptr<LprArguments>> addLpr(CLI::App& app, CommandContext& context, const std::string& name,
-                                                        const std::string& description, LprCommand lprCommand)
+std::pair<CLI::App*, std::shared_ptr<LprArguments>> addLpr(CLI::App& app, CommandContext& context,
+                                                           const std::string& name, const std::string& description,
+                                                           LprCommand lprCommand)
 {
     const auto arguments = std::make_shared<LprArguments>();
     CLI::App* const command = app.add_subcommand(name, description);
