@@ -26,6 +26,8 @@ namespace
 
 /// How often the ledgers look for what is overdue.
 constexpr auto checkInterval = 100ms;
+/// For so long the router has said nothing when it has said all.
+constexpr auto restTime = 500ms;
 
 /// So many without a refusal in between show that the bridge serves everything again.
 constexpr std::size_t acknowledgementsInARow = 1000;
@@ -54,6 +56,8 @@ private:
     void expectAcknowledgements();
     /// Everything is at rest: what the bridge tells must be what is on the bus.
     void compareEverything();
+    /// Of the changes, once the router has said all that it had to say of the last takes.
+    ChangeLedger::Figures figuresAtRest();
     void stopControllers();
     void print();
 
@@ -233,12 +237,30 @@ void ChaosRun::expectAcknowledgements()
     }
 }
 
+ChangeLedger::Figures ChaosRun::figuresAtRest()
+{
+    auto figures = m_world.changes.figures();
+    auto since = Clock::now();
+    waitUntil(
+        [&] {
+            const auto now = m_world.changes.figures();
+            if (now.published != figures.published)
+            {
+                figures = now;
+                since = Clock::now();
+            }
+            return Clock::now() - since >= restTime;
+        },
+        m_options.bounds.change);
+    return figures;
+}
+
 void ChaosRun::compareEverything()
 {
     // What is acknowledged and does not come is found by the check.
     waitUntil([this] { return m_world.takes.awaited() == 0; }, m_options.bounds.take);
     m_world.takes.check(Clock::now() + m_options.bounds.take);
-    const auto before = m_world.changes.figures();
+    const auto before = figuresAtRest();
     if (!m_world.takesSabotage(Sabotage::SilentRouter))
     {
         m_driver.burst();
