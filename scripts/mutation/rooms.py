@@ -37,8 +37,9 @@ ROOMS = {
                      Program("e2e_console"), _bridge("StartStop*")),
     "bustypes": _room("unit_bustypes", "unit_buswrappers", _bridge("Join*:Changes*")),
     # The bound of what is left out of the unit tests is one for optimised code.
-    "durability": Room((Program("unit_durability", waits=False),), (Program("unit_durability_waits", "-*WithinASecond"),),
-                       (Program("e2e_durable", "-KillRounds*"),)),
+    "durability": Room((Program("unit_durability", waits=False),),
+                       (Program("unit_durability_waits"), Program("unit_durability_timing", "-*WithinASecond")),
+                       (Program("e2e_durable"),)),
     "ddscxx": _room("unit_ddscxx", "unit_ddscxx_waits unit_buswrappers", _bridge("Join*:Changes*")),
     "buswrappers": _room("unit_ddskorabridge", "unit_buswrappers unit_ddskorabridge_waits", _bridge("Join*:Changes*")),
     "koracommand": _room("unit_koracommand", "unit_koracommand_waits", _bridge("Command*:Changes*")),
