@@ -98,6 +98,7 @@ TEST_F(RestartTest, RestartWithoutTakesWritesNothingToTheStore)
     startWithTargets();
     kill();
     startJoinedOnStore();
+    ASSERT_TRUE(testsupport::waitUntil([this] { return storeText("SELECT count(*) FROM durable_sample") == "2"; }));
     kill();
     const std::string before = storeText("SELECT group_concat(instance || written || payload) FROM durable_sample");
 
