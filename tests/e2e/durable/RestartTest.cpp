@@ -96,9 +96,9 @@ TEST_F(RestartTest, TargetsComeBackWithTheTimecodeOfTheRestart)
 TEST_F(RestartTest, RestartWithoutTakesWritesNothingToTheStore)
 {
     startWithTargets();
+    ASSERT_TRUE(testsupport::waitUntil([this] { return storeText("SELECT count(*) FROM durable_sample") == "2"; }));
     kill();
     startJoinedOnStore();
-    ASSERT_TRUE(testsupport::waitUntil([this] { return storeText("SELECT count(*) FROM durable_sample") == "2"; }));
     kill();
     const std::string before = storeText("SELECT group_concat(instance || written || payload) FROM durable_sample");
 
