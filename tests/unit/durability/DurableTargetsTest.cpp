@@ -384,9 +384,9 @@ TEST_F(DurableTargetsTest, InstanceThatWentIsSeenBehindTheHistory)
     }
     const auto sut = bridge("a");
     const auto live = liveBridge("live");
-    live->take(9, 4);
     auto reader = sut->makeReader();
     reader.wait_for_historical_data(dds::core::Duration::from_secs(20));
+    live->take(9, 4);
     ASSERT_TRUE(testsupport::waitUntil([&] { return Bridge::read(reader) == Bridge::Targets{{7, 1}, {9, 4}}; }));
     const auto gone = [&] {
         std::vector<std::uint32_t> numbers;
