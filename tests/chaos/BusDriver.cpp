@@ -72,7 +72,7 @@ void BusDriver::perform(const Step<BusAct>& step, const Stopper& stopper)
         m_router.command("dispose-status " + someOutput());
         break;
     case BusAct::Burst:
-        burst();
+        burst(m_world.nextNumber++);
         break;
     default:
         m_router.command("local-target " + someOutput() + " " + text(m_dice.between(1, 288)));
@@ -116,9 +116,8 @@ void BusDriver::interrupt(const Step<BusAct>& step, const Stopper& stopper)
     m_world.changes.resume(step.act == BusAct::Stop, Clock::now());
 }
 
-void BusDriver::burst()
+void BusDriver::burst(std::uint32_t number)
 {
-    const std::uint32_t number = m_world.nextNumber++;
     m_router.command("burst audio 1 2304 " + text(m_dice.between(1, 2304)) + " " + text(number));
     m_router.command("burst video 1 288 " + text(m_dice.between(1, 288)) + " " + text(number));
 }

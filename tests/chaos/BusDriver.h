@@ -25,8 +25,8 @@ public:
 
     /// All steps in order, until told to stop; the bus is whole again afterwards.
     void perform(const std::vector<Step<BusAct>>& steps, const Stopper& stopper);
-    /// Gives every output of both signals a status that it never had.
-    void burst();
+    /// Gives every output of both signals a status that it never had, held by `number`.
+    void burst(std::uint32_t number);
     const std::map<BusAct, std::size_t>& performed() const { return m_performed; }
 
 private:

@@ -93,7 +93,12 @@ void ChangeLedger::published(const Crosspoint& crosspoint, const Status& status,
     {
         ++m_figures.superseded;
     }
-    onBus = {status, when, true, false, 0};
+    if (m_mark == status.lprId && !onBus.isMarked)
+    {
+        onBus.isMarked = true;
+        ++m_figures.marked;
+    }
+    onBus = {status, when, true, false, onBus.isMarked, 0};
     ++m_figures.published;
 }
 
@@ -148,6 +153,20 @@ void ChangeLedger::resume(bool isMerelyHeldUp, Clock::time_point when)
         {
             onBus.when = std::max(onBus.when, when);
             onBus.isComparable = onBus.isComparable && isMerelyHeldUp;
+        }
+    }
+}
+
+void ChangeLedger::mark(std::uint32_t lprId)
+{
+    const std::lock_guard lock(m_mutex);
+    m_mark = lprId;
+    m_figures.marked = 0;
+    for (auto* outputs : {&m_video, &m_audio})
+    {
+        for (OnBus& onBus : *outputs)
+        {
+            onBus.isMarked = false;
         }
     }
 }

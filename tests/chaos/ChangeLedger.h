@@ -3,6 +3,7 @@
 #include "tests/chaos/Crosspoint.h"
 
 #include <mutex>
+#include <optional>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -38,6 +39,7 @@ public:
         std::size_t reported = 0;
         std::size_t compared = 0; ///< status that had to be known to one controller, and was
         std::size_t superseded = 0;
+        std::size_t marked = 0; ///< outputs whose status with the holder of `mark` has been on the bus
     };
 
     ChangeLedger(Verdict& verdict, Clock::duration bound) : m_verdict(verdict), m_bound(bound) {}
@@ -62,6 +64,9 @@ public:
     /// The bus works again. What was published before `resume` is compared no more, unless it was merely held up.
     void resume(bool isMerelyHeldUp, Clock::time_point when);
 
+    /// Counts anew the outputs of which a status with this holder comes on the bus.
+    void mark(std::uint32_t lprId);
+
     /// How many outputs have a status that has to be compared with some controller's knowledge yet.
     std::size_t open() const;
     Figures figures() const;
@@ -73,6 +78,7 @@ private:
         Clock::time_point when;
         bool isComparable = false;
         bool isDisposed = false;
+        bool isMarked = false;
         std::uint32_t compared = 0; ///< one bit for each poller that knew it
     };
     struct Poller
@@ -97,6 +103,7 @@ private:
     std::vector<OnBus> m_audio{sizeOf(Signal::Audio) + 1};
     bool m_isInterrupted = false;
     Clock::time_point m_lastRejoin{};
+    std::optional<std::uint32_t> m_mark;
     Figures m_figures;
 };
 

@@ -152,3 +152,21 @@ TEST_F(ChangeLedgerTest, OutputThatDoesNotExistIsAViolation)
 
     EXPECT_THAT(m_verdict.texts(), ElementsAre(HasSubstr("which does not exist")));
 }
+
+TEST_F(ChangeLedgerTest, OutputsOfAMarkAreCountedOnceEach)
+{
+    m_sut.published(output, newer, m_now);
+    m_sut.mark(newer.lprId);
+    EXPECT_EQ(m_sut.figures().marked, 0U);
+
+    m_sut.published(output, older, m_now);
+    EXPECT_EQ(m_sut.figures().marked, 0U);
+    m_sut.published(output, newer, m_now);
+    m_sut.published(output, older, m_now);
+    m_sut.published(output, newer, m_now);
+    EXPECT_EQ(m_sut.figures().marked, 1U);
+
+    m_sut.mark(older.lprId);
+    m_sut.published(output, older, m_now);
+    EXPECT_EQ(m_sut.figures().marked, 1U);
+}
