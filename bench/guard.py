@@ -1,5 +1,5 @@
 """When a promise is broken: when the interval of the median is beyond 15 % worse than promised. A row for which that is open
-is measured on; one that is still open at the bound, and one with too few undisturbed pairs, is a failure as well."""
+is measured on; if it is still open at the bound, the median itself decides. Too few undisturbed pairs are a failure as well."""
 
 import math
 import statistics
@@ -72,9 +72,17 @@ def judge(promise, values):
     return BROKEN if low > WORSE else OPEN
 
 
-def outcome_of(promise, values, shares, detail):
+def judge_at_the_bound(promise, values):
+    """What they say when there will be no more: nothing better is known of the median than the median of the values."""
+    verdict = judge(promise, values)
+    if verdict != OPEN:
+        return verdict
+    return HOLDS if promise.worse(statistics.median(values)) < WORSE else BROKEN
+
+
+def outcome_of(promise, values, shares, detail, verdict):
     low, high = interval(values)
-    return Outcome(promise.name, promise.pin, promise.value, promise.most, promise.unit, judge(promise, values),
+    return Outcome(promise.name, promise.pin, promise.value, promise.most, promise.unit, verdict,
                    statistics.median(values) if values else math.nan, low, high, list(values), list(shares), detail)
 
 
@@ -126,7 +134,8 @@ LEFT_OUT = Pair([], 1.0)
 
 def measure_until_decided(promises, measure_pair, rounds, purse, others=OTHERS):
     """Rounds of neighbouring pairs, then more for the promises that are open. The first decision on a promise is the last.
-    The bound is four times the rounds, the purse, or a machine on which three of four pairs are disturbed."""
+    The bound is four times the rounds, the purse once there are enough pairs to say anything, or a machine on which three of
+    four pairs are disturbed."""
     values = [[] for _ in promises]
     decided = {}
     detail = ""
@@ -144,17 +153,20 @@ def measure_until_decided(promises, measure_pair, rounds, purse, others=OTHERS):
 
     def is_spent():
         left_out = sum(share > others for share in shares)
-        return len(shares) >= 4 * rounds or left_out > 0.75 * len(shares) or purse.is_empty()
+        is_paid_out = purse.is_empty() and len(shares) - left_out >= FEWEST
+        return len(shares) >= 4 * rounds or left_out > 0.75 * len(shares) or is_paid_out
 
     for _ in range(rounds):
         measure()
     while True:
         for index, promise in enumerate(promises):
-            if index not in decided and judge(promise, values[index]) in (HOLDS, BROKEN):
-                decided[index] = outcome_of(promise, values[index], shares, detail)
+            verdict = judge(promise, values[index])
+            if index not in decided and verdict in (HOLDS, BROKEN):
+                decided[index] = outcome_of(promise, values[index], shares, detail, verdict)
         if len(decided) == len(promises) or is_spent():
             break
         for _ in range(BATCH):
             purse.pay_for(measure)
-    return [decided.get(index) or outcome_of(promise, values[index], shares, detail)
+    return [decided.get(index) or outcome_of(promise, values[index], shares, detail,
+                                             judge_at_the_bound(promise, values[index]))
             for index, promise in enumerate(promises)]

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""The speed guard on made-up measurements: what holds, what is broken, what is left out, what stays open."""
+"""The speed guard on made-up measurements: what holds, what is broken, what is left out, when it is measured on."""
 
 import contextlib
 import io
@@ -16,7 +16,7 @@ sys.path.insert(0, str(Path(__file__).resolve().parents[2] / "bench"))
 import guard  # noqa: E402
 import harness  # noqa: E402
 import promises  # noqa: E402
-from guard import BROKEN, DISTURBED, HOLDS, OPEN, Pair, Purse, measure_until_decided  # noqa: E402
+from guard import BROKEN, DISTURBED, HOLDS, Pair, Purse, measure_until_decided  # noqa: E402
 
 MOST = promises.Promise("at most", "one", 0.8)
 LEAST = promises.Promise("at least", "split", 3.0, most=False)
@@ -126,17 +126,22 @@ class MeasuringOnTest(unittest.TestCase):
         broken = itertools.chain([1.3] * 12, itertools.repeat(0.5))
         outcomes = measure_until_decided(
             BOTH, lambda _: Pair([ratio(MOST, next(broken)), ratio(LEAST, next(open_for_long))], QUIET), 12, Purse(1e9))
-        self.assertEqual([outcome.verdict for outcome in outcomes], [BROKEN, OPEN])
+        self.assertEqual([outcome.verdict for outcome in outcomes], [BROKEN, HOLDS])
 
-    def test_open_at_the_bound_fails_with_its_interval(self):
-        outcome = decide(MOST, itertools.cycle([1.0, 1.3]))
-        self.assertEqual((outcome.verdict, len(outcome.values)), (OPEN, 48))
-        self.assertIn(f"{MOST.value:.3f} to {1.3 * MOST.value:.3f}", outcome.text())
+    def test_median_decides_at_the_bound(self):
+        for wide, verdict in (([1.0, 1.28], HOLDS), ([1.0, 1.32], BROKEN)):
+            outcome = decide(MOST, itertools.cycle(wide))
+            self.assertEqual((outcome.verdict, len(outcome.values)), (verdict, 48))
+            self.assertIn(f"{MOST.value:.3f} to {wide[1] * MOST.value:.3f}", outcome.text())
 
     def test_ends_when_the_time_for_it_is_spent(self):
         now = itertools.count()
-        outcome = decide(MOST, itertools.cycle([1.0, 1.3]), purse=Purse(3.5, lambda: next(now)))
-        self.assertEqual((outcome.verdict, len(outcome.values)), (OPEN, 16))
+        outcome = decide(MOST, itertools.cycle([1.0, 1.32]), purse=Purse(3.5, lambda: next(now)))
+        self.assertEqual((outcome.verdict, len(outcome.values)), (BROKEN, 16))
+
+    def test_goes_on_without_time_while_there_are_too_few_pairs(self):
+        outcome = decide(MOST, itertools.repeat(1.0), itertools.cycle([BUSY, BUSY, QUIET]), purse=Purse(0))
+        self.assertEqual((outcome.verdict, len(outcome.values)), (HOLDS, 8))
 
 
 class StatusTest(unittest.TestCase):
@@ -145,7 +150,7 @@ class StatusTest(unittest.TestCase):
         with contextlib.redirect_stdout(io.StringIO()) as said:
             self.assertEqual(guard.status([good, good]), 0)
             self.assertEqual(guard.status([]), 1)
-            for verdict in (BROKEN, OPEN, DISTURBED):
+            for verdict in (BROKEN, DISTURBED):
                 bad = SimpleNamespace(name="a row", pin="one", verdict=verdict)
                 self.assertEqual(guard.status([good, bad]), 1)
                 self.assertIn(f"a row (one): {verdict}", said.getvalue())
