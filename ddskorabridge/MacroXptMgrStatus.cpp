@@ -1,8 +1,8 @@
 #include "ddskorabridge/MacroXptMgrStatus.h"
 
-#include "ddskorabridge/PrintLines.h"
 #include "koracommand/ResultCode.h"
 #include "runtime/misc/Console.h"
+#include "runtime/misc/PrintLines.h"
 #include "runtime/util/Log.h"
 
 #include <utility>
@@ -121,5 +121,5 @@ std::string MacroXptMgrStatus::table(std::uint32_t first, std::uint32_t last) co
 
 void MacroXptMgrStatus::show(std::uint32_t first, std::uint32_t last) const
 {
-    printLines(table(first, last));
+    com::tallowcrest::misc::printLines(table(first, last));
 }

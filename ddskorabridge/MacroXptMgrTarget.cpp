@@ -6,9 +6,9 @@
 #include "dds/sub/DataReader.hpp"
 #include "dds/sub/Subscriber.hpp"
 #include "dds/topic/Topic.hpp"
-#include "ddskorabridge/PrintLines.h"
 #include "koracommand/ResultCode.h"
 #include "runtime/hwobjs/CurrentTimecodeReader.h"
+#include "runtime/misc/PrintLines.h"
 #include "runtime/util/Log.h"
 
 #include <chrono>
@@ -251,5 +251,5 @@ std::string MacroXptMgrTarget::table(std::uint32_t first, std::uint32_t last) co
 
 void MacroXptMgrTarget::show(std::uint32_t first, std::uint32_t last) const
 {
-    printLines(table(first, last));
+    com::tallowcrest::misc::printLines(table(first, last));
 }

@@ -1,12 +1,14 @@
 #include "ddskorabridge/OperatorShow.h"
 
-#include "ddskorabridge/ApartmentCall.h"
-#include "ddskorabridge/PrintLines.h"
+#include "runtime/apartment/ApartmentCall.h"
+#include "runtime/misc/PrintLines.h"
 
 #include <functional>
 #include <vector>
 
+using com::tallowcrest::apartment::callOnApartment;
 using com::tallowcrest::apartment::SendDoItEvent;
+using com::tallowcrest::misc::printLines;
 
 // The work holds what it looks at weakly: left in the queue of an apartment that has stopped, it would otherwise keep
 // the managers alive, which in turn hold the apartment.

@@ -2,13 +2,13 @@
 
 #include "koracommand/WireLayout.h"
 #include "koracommand/WireWords.h"
-#include "koraserver/Ipv4Address.h"
 #include "koraserver/MessageCutter.h"
 #include "koraserver/SocketClose.h"
-#include "koraserver/TextFormat.h"
+#include "runtime/util/Ipv4Address.h"
 #include "runtime/util/Log.h"
 #include "runtime/util/ReportError.h"
 #include "runtime/util/SystemError.h"
+#include "runtime/util/TextFormat.h"
 
 #include <pthread.h>
 #include <sys/socket.h>
@@ -19,6 +19,8 @@
 #include <exception>
 #include <utility>
 
+using com::tallowcrest::util::dottedText;
+using com::tallowcrest::util::formatText;
 using com::tallowcrest::util::systemErrorText;
 
 namespace

@@ -2,9 +2,9 @@
 
 #include "koracommand/CmdHandler.h"
 #include "koraserver/Connection.h"
-#include "koraserver/FailureLog.h"
 #include "koraserver/UnexpectedProtocols.h"
 #include "runtime/misc/TimingSamples.h"
+#include "runtime/util/FailureLog.h"
 #include "runtime/util/UniqueFd.h"
 
 #include <log4cxx/logger.h>
@@ -65,7 +65,7 @@ private:
     std::unique_ptr<CmdHandler> m_cmdHandler;
     std::uint32_t m_responseSequence = 0;
     UnexpectedProtocols m_unexpectedProtocols;
-    FailureLog m_sendFailures; ///< a dead client may have left hundreds of requests behind
+    com::tallowcrest::util::FailureLog m_sendFailures; ///< a dead client may have left hundreds of requests behind
     std::atomic<bool> m_running{false};
     std::thread m_thread;
 };

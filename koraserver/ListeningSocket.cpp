@@ -1,10 +1,10 @@
 #include "koraserver/ListeningSocket.h"
 
-#include "koraserver/Ipv4Address.h"
 #include "koraserver/SocketOption.h"
-#include "koraserver/TextFormat.h"
+#include "runtime/util/Ipv4Address.h"
 #include "runtime/util/Log.h"
 #include "runtime/util/SystemError.h"
+#include "runtime/util/TextFormat.h"
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
@@ -12,6 +12,9 @@
 
 #include <cerrno>
 
+using com::tallowcrest::util::dottedText;
+using com::tallowcrest::util::Failure;
+using com::tallowcrest::util::formatText;
 using com::tallowcrest::util::systemErrorText;
 using com::tallowcrest::util::UniqueFd;
 

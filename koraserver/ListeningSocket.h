@@ -1,6 +1,6 @@
 #pragma once
 
-#include "koraserver/FailureLog.h"
+#include "runtime/util/FailureLog.h"
 #include "runtime/util/UniqueFd.h"
 
 #include <log4cxx/logger.h>
@@ -15,5 +15,5 @@ inline constexpr int listenBacklog = 4;
 
 /// Opens a socket that listens on every local IPv4 address at `port` (host order); a successful bind is logged at INFO
 /// to `logger`. What failed is returned, not logged, as the caller retries; nothing stays open then.
-std::variant<com::tallowcrest::util::UniqueFd, Failure> openListeningSocket(std::uint16_t port,
-                                                                            const log4cxx::LoggerPtr& logger);
+std::variant<com::tallowcrest::util::UniqueFd, com::tallowcrest::util::Failure>
+openListeningSocket(std::uint16_t port, const log4cxx::LoggerPtr& logger);

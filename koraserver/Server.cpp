@@ -1,14 +1,14 @@
 #include "koraserver/Server.h"
 
-#include "koraserver/Ipv4Address.h"
 #include "koraserver/ListeningSocket.h"
 #include "koraserver/SocketClose.h"
 #include "koraserver/SocketOption.h"
-#include "koraserver/TextFormat.h"
 #include "runtime/misc/Console.h"
+#include "runtime/util/Ipv4Address.h"
 #include "runtime/util/Log.h"
 #include "runtime/util/ReportError.h"
 #include "runtime/util/SystemError.h"
+#include "runtime/util/TextFormat.h"
 
 #include <arpa/inet.h>
 #include <poll.h>
@@ -23,6 +23,9 @@
 #include <utility>
 
 using com::tallowcrest::misc::print;
+using com::tallowcrest::util::Failure;
+using com::tallowcrest::util::formatText;
+using com::tallowcrest::util::paddedText;
 using com::tallowcrest::util::systemErrorText;
 using com::tallowcrest::util::UniqueFd;
 

@@ -1,11 +1,11 @@
 #pragma once
 
 #include "koraserver/Connection.h"
-#include "koraserver/FailureLog.h"
 #include "koraserver/NotifyNewConnection.h"
 #include "runtime/apartment/Task.h"
-#include "runtime/misc/WakeEvent.h"
+#include "runtime/util/FailureLog.h"
 #include "runtime/util/UniqueFd.h"
+#include "runtime/util/WakeEvent.h"
 
 #include <log4cxx/logger.h>
 
@@ -81,7 +81,7 @@ private:
     log4cxx::LoggerPtr m_logger;
     std::shared_ptr<ConnectionFactory> m_connectionFactory;
     std::shared_ptr<NotifyNewConnection> m_newConnectionListener;
-    com::tallowcrest::misc::WakeEvent m_wakeEvent;
+    com::tallowcrest::util::WakeEvent m_wakeEvent;
     com::tallowcrest::util::UniqueFd m_listenSocket;
     bool m_listenSocketStale = false; ///< open, but it accepts nothing any more: to be opened anew
     std::vector<std::shared_ptr<Connection>> m_slots{maxConnections};
@@ -92,8 +92,8 @@ private:
     std::atomic<std::uint32_t> m_setOptionErrorCount{0}; ///< shown, counted by nothing
     std::atomic<bool> m_connectedToRouter{false};
     std::atomic<bool> m_dropRequested{false}; ///< set with every disconnect, so that a quick re-connect hides none
-    FailureLog m_openFailures;
-    FailureLog m_acceptFailures;
-    FailureLog m_connectionFailures;
+    com::tallowcrest::util::FailureLog m_openFailures;
+    com::tallowcrest::util::FailureLog m_acceptFailures;
+    com::tallowcrest::util::FailureLog m_connectionFailures;
     std::thread m_thread;
 };

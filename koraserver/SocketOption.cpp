@@ -1,11 +1,14 @@
 #include "koraserver/SocketOption.h"
 
-#include "koraserver/TextFormat.h"
 #include "runtime/util/SystemError.h"
+#include "runtime/util/TextFormat.h"
 
 #include <sys/ioctl.h>
 
 #include <cerrno>
+
+using com::tallowcrest::util::Failure;
+using com::tallowcrest::util::formatText;
 
 namespace
 {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "koraserver/FailureLog.h"
+#include "runtime/util/FailureLog.h"
 
 #include <netinet/in.h>
 #include <netinet/tcp.h>
@@ -57,4 +57,4 @@ inline constexpr std::array<SocketOption, 3> acceptedOptions{{
 }};
 
 /// Runs the steps in order up to the first that fails, which is returned.
-std::optional<Failure> applySocketOptions(int socket, std::span<const SocketOption> options);
+std::optional<com::tallowcrest::util::Failure> applySocketOptions(int socket, std::span<const SocketOption> options);

@@ -1,6 +1,6 @@
 #include "runtime/misc/ConsoleStop.h"
 
-#include "runtime/misc/WakeEvent.h"
+#include "runtime/util/WakeEvent.h"
 
 #include <atomic>
 
@@ -12,7 +12,7 @@ std::atomic<bool> stopRequested{false};
 static_assert(std::atomic<bool>::is_always_lock_free, "a signal handler may only use lock-free atomics");
 
 // Made during static initialisation: a signal handler must not be the first to touch it.
-const WakeEvent stopEvent;
+const util::WakeEvent stopEvent;
 } // namespace
 
 void requestConsoleStop() noexcept

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "runtime/apartment/Task.h"
-#include "runtime/misc/LogLimit.h"
 #include "runtime/misc/TelnetListener.h"
-#include "runtime/misc/WakeEvent.h"
+#include "runtime/util/LogLimit.h"
+#include "runtime/util/WakeEvent.h"
 
 #include <log4cxx/logger.h>
 
@@ -59,7 +59,7 @@ private:
     void takeClient(TelnetListener::Accepted accepted);
     void reject(TelnetListener::Accepted newcomer, const Ipv4Octets& connected);
     void waitAccepting(std::chrono::milliseconds timeout) const;
-    void logHeldBack(LogLimit& limit) const;
+    void logHeldBack(util::LogLimit& limit) const;
 
     std::shared_ptr<TelnetClient> client() const;
     void bindReader();
@@ -71,16 +71,16 @@ private:
     const log4cxx::LoggerPtr m_logger;
     const bool m_telnetOnly;
     std::thread m_thread;
-    WakeEvent m_acceptorWake; ///< stop, or text that a client's socket did not take
-    WakeEvent m_readerWake;   ///< stop, or a new client
+    util::WakeEvent m_acceptorWake; ///< stop, or text that a client's socket did not take
+    util::WakeEvent m_readerWake;   ///< stop, or a new client
 
     // Of the accepting thread.
     TelnetListener m_listener;
     std::uint64_t m_lastSession = 0;
-    LogLimit m_openFailures;
-    LogLimit m_waitFailures;
-    LogLimit m_acceptFailures;
-    LogLimit m_rejections;
+    util::LogLimit m_openFailures;
+    util::LogLimit m_waitFailures;
+    util::LogLimit m_acceptFailures;
+    util::LogLimit m_rejections;
 
     std::mutex m_readMutex; // held while a line is read; guards the closing of a client against its reader
     bool m_inputHasEnded = false;

@@ -182,7 +182,7 @@ void TelnetIO::waitAccepting(std::chrono::milliseconds timeout) const
     }
 }
 
-void TelnetIO::logHeldBack(LogLimit& limit) const
+void TelnetIO::logHeldBack(util::LogLimit& limit) const
 {
     if (const auto count = limit.takeHeldBack(); count > 0)
     {

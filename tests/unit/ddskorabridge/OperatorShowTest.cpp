@@ -2,16 +2,12 @@
 
 #include "PumpedApartment.h"
 #include "RecordingLevel.h"
-#include "ddskorabridge/ApartmentCall.h"
-#include "ddskorabridge/PrintLines.h"
 #include "runtime/apartment/Apartment.h"
 
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <functional>
 #include <memory>
-#include <stdexcept>
 #include <string>
 #include <thread>
 
@@ -107,54 +103,6 @@ TEST(OperatorShow, WorkThatStaysInTheQueueKeepsNothingAlive)
     EXPECT_TRUE(watchedTable.expired());
     EXPECT_TRUE(watchedLevels.expired());
     apartment.runAll(); // nothing is left to look at
-}
-
-TEST(ApartmentCall, WorkThatThrowsGivesNoResultAndTheApartmentGoesOn)
-{
-    Apartment apartment("test");
-    apartment.start();
-
-    const auto failed = callOnApartment(
-        apartment, std::function<int()>([]() -> int { throw std::runtime_error("expected by the test"); }), 10s);
-    const auto result = callOnApartment(apartment, std::function<int()>([] { return 7; }), 10s);
-
-    EXPECT_FALSE(failed.has_value());
-    EXPECT_EQ(result, 7);
-    apartment.stop();
-}
-
-/// Deletes every event without running it.
-class ClosedApartment final : public com::tallowcrest::apartment::SendDoItEvent
-{
-public:
-    void send(com::tallowcrest::apartment::DoItEvent* event) override
-    {
-        const std::unique_ptr<com::tallowcrest::apartment::DoItEvent> owned(event);
-    }
-};
-
-TEST(ApartmentCall, AnEventThatIsDeletedUnrunEndsTheWaitAtOnce)
-{
-    ClosedApartment apartment;
-
-    const auto result = callOnApartment(apartment, std::function<int()>([] { return 7; }), 1h);
-
-    EXPECT_FALSE(result.has_value());
-}
-
-TEST(PrintLines, ATextOfAnyLengthIsPrintedWhole)
-{
-    std::string text;
-    for (int line = 0; line < 200; ++line)
-    {
-        text += "a line of some forty characters, number " + std::to_string(line) + "\n";
-    }
-    text += "100% without an end";
-    testing::internal::CaptureStdout();
-
-    printLines(text);
-
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), text);
 }
 
 } // namespace

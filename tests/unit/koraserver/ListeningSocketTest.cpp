@@ -18,6 +18,7 @@
 #include <variant>
 #include <vector>
 
+using com::tallowcrest::util::Failure;
 using com::tallowcrest::util::UniqueFd;
 using testsupport::TcpSocket;
 

@@ -1,6 +1,9 @@
-#include "ddskorabridge/PrintLines.h"
+#include "runtime/misc/PrintLines.h"
 
 #include "runtime/misc/Console.h"
+
+namespace com::tallowcrest::misc
+{
 
 void printLines(std::string_view text)
 {
@@ -8,7 +11,9 @@ void printLines(std::string_view text)
     {
         const std::size_t lineEnd = text.find('\n');
         const std::size_t length = lineEnd == std::string_view::npos ? text.size() : lineEnd + 1;
-        com::tallowcrest::misc::print("%.*s", static_cast<int>(length), text.data());
+        print("%.*s", static_cast<int>(length), text.data());
         text.remove_prefix(length);
     }
 }
+
+} // namespace com::tallowcrest::misc

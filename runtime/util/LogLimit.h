@@ -3,7 +3,7 @@
 #include <chrono>
 #include <cstdint>
 
-namespace com::tallowcrest::misc
+namespace com::tallowcrest::util
 {
 
 /// Decides which of many equal log lines are written: a few per interval, the rest is counted. Owned by one thread.
@@ -30,4 +30,4 @@ private:
     std::uint32_t m_heldBack = 0;
 };
 
-} // namespace com::tallowcrest::misc
+} // namespace com::tallowcrest::util

@@ -1,8 +1,8 @@
-#include "runtime/misc/LogLimit.h"
+#include "runtime/util/LogLimit.h"
 
 #include <gtest/gtest.h>
 
-using com::tallowcrest::misc::LogLimit;
+using com::tallowcrest::util::LogLimit;
 
 namespace
 {

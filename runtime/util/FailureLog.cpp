@@ -1,8 +1,11 @@
-#include "koraserver/FailureLog.h"
+#include "runtime/util/FailureLog.h"
 
 #include "runtime/util/Log.h"
 
 #include <utility>
+
+namespace com::tallowcrest::util
+{
 
 FailureLog::FailureLog(log4cxx::LoggerPtr logger, Clock clock) : m_logger(std::move(logger)), m_clock(std::move(clock))
 {}
@@ -41,3 +44,5 @@ void FailureLog::logRepeats()
         m_repeats = 0;
     }
 }
+
+} // namespace com::tallowcrest::util

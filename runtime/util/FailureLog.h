@@ -7,6 +7,9 @@
 #include <functional>
 #include <string>
 
+namespace com::tallowcrest::util
+{
+
 /// What went wrong in one step: `cause` tells one kind of failure from another, `text` is the line for the log.
 struct Failure
 {
@@ -38,3 +41,5 @@ private:
     std::uint32_t m_repeats = 0;
     std::chrono::steady_clock::time_point m_loggedAt;
 };
+
+} // namespace com::tallowcrest::util

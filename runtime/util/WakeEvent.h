@@ -2,7 +2,7 @@
 
 #include "runtime/util/UniqueFd.h"
 
-namespace com::tallowcrest::misc
+namespace com::tallowcrest::util
 {
 
 /// An event for threads that wait in `poll`: the descriptor is readable from `signal` to `clear`. All methods are
@@ -18,7 +18,7 @@ public:
     int fd() const noexcept { return m_fd.get(); }
 
 private:
-    util::UniqueFd m_fd;
+    UniqueFd m_fd;
 };
 
-} // namespace com::tallowcrest::misc
+} // namespace com::tallowcrest::util

@@ -1,8 +1,8 @@
-#include "runtime/misc/LogLimit.h"
+#include "runtime/util/LogLimit.h"
 
 #include <utility>
 
-namespace com::tallowcrest::misc
+namespace com::tallowcrest::util
 {
 
 bool LogLimit::allow(Clock::time_point now)
@@ -32,4 +32,4 @@ std::uint32_t LogLimit::takeHeldBack()
     return std::exchange(m_heldBack, 0);
 }
 
-} // namespace com::tallowcrest::misc
+} // namespace com::tallowcrest::util

@@ -9,10 +9,13 @@
 #include <optional>
 #include <utility>
 
+namespace com::tallowcrest::apartment
+{
+
 /// Work for an apartment whose result another thread waits for. Deleted unrun (the apartment is gone), or left by an
 /// exception of the work (which the apartment logs), it breaks its promise.
 template <typename Result>
-class ApartmentCallEvent final : public com::tallowcrest::apartment::DoItEvent
+class ApartmentCallEvent final : public DoItEvent
 {
 public:
     explicit ApartmentCallEvent(std::function<Result()> work) : m_work(std::move(work)) {}
@@ -30,12 +33,12 @@ private:
 /// time-out the work may still run later, or stay in the queue of an apartment that has stopped, so it must copy or
 /// hold weakly whatever it touches.
 template <typename Result>
-std::optional<Result> callOnApartment(com::tallowcrest::apartment::SendDoItEvent& apartment,
-                                      std::function<Result()> work, std::chrono::milliseconds timeout)
+std::optional<Result> callOnApartment(SendDoItEvent& apartment, std::function<Result()> work,
+                                      std::chrono::milliseconds timeout)
 {
     auto event = std::make_unique<ApartmentCallEvent<Result>>(std::move(work));
     std::future<Result> result = event->result();
-    com::tallowcrest::apartment::post(apartment, std::move(event));
+    post(apartment, std::move(event));
     if (result.wait_for(timeout) != std::future_status::ready)
     {
         return std::nullopt;
@@ -49,3 +52,5 @@ std::optional<Result> callOnApartment(com::tallowcrest::apartment::SendDoItEvent
         return std::nullopt; // the event was deleted unrun, or its work threw and the apartment has logged why
     }
 }
+
+} // namespace com::tallowcrest::apartment

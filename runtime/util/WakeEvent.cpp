@@ -1,4 +1,4 @@
-#include "runtime/misc/WakeEvent.h"
+#include "runtime/util/WakeEvent.h"
 
 #include <cerrno>
 #include <cstdint>
@@ -6,7 +6,7 @@
 #include <sys/eventfd.h>
 #include <unistd.h>
 
-namespace com::tallowcrest::misc
+namespace com::tallowcrest::util
 {
 
 WakeEvent::WakeEvent() : m_fd(::eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC)) {}
@@ -26,4 +26,4 @@ void WakeEvent::clear() const noexcept
     [[maybe_unused]] const auto taken = ::read(m_fd.get(), &count, sizeof(count));
 }
 
-} // namespace com::tallowcrest::misc
+} // namespace com::tallowcrest::util

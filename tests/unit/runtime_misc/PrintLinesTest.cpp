@@ -1,0 +1,27 @@
+#include "runtime/misc/PrintLines.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+using com::tallowcrest::misc::printLines;
+
+namespace
+{
+
+TEST(PrintLines, ATextOfAnyLengthIsPrintedWhole)
+{
+    std::string text;
+    for (int line = 0; line < 200; ++line)
+    {
+        text += "a line of some forty characters, number " + std::to_string(line) + "\n";
+    }
+    text += "100% without an end";
+    testing::internal::CaptureStdout();
+
+    printLines(text);
+
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), text);
+}
+
+} // namespace
