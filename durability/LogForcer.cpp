@@ -8,10 +8,10 @@
 #include <fcntl.h>
 #include <log4cxx/logger.h>
 
-#include "durability/FileDescriptor.h"
 #include "durability/Sqlite.h"
 #include "durability/Store.h"
 #include "durability/ThreadKind.h"
+#include "runtime/util/UniqueFd.h"
 
 namespace com::tallowcrest::durability
 {
@@ -62,7 +62,7 @@ void LogForcer::run()
 void LogForcer::force()
 {
     // Closing a file of the database's drops the process's locks on it; the log file bears none.
-    const FileDescriptor file(::open(Store::logPath(m_store).c_str(), O_RDWR | O_CLOEXEC));
+    const util::UniqueFd file(::open(Store::logPath(m_store).c_str(), O_RDWR | O_CLOEXEC));
     if (!file.isOpen() || ::fdatasync(file.get()) != 0)
     {
         report("its log cannot be forced to the disk", std::system_category().message(errno).c_str());

@@ -22,9 +22,9 @@ namespace
 {
 
 /// Opens a file of ours; nothing when it is somebody else's or cannot be had.
-FileDescriptor openOwn(const std::filesystem::path& path, int flags)
+util::UniqueFd openOwn(const std::filesystem::path& path, int flags)
 {
-    FileDescriptor file(::open(path.c_str(), flags | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
+    util::UniqueFd file(::open(path.c_str(), flags | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
     struct stat status
     {};
     if (file.isOpen() && (::fstat(file.get(), &status) != 0 || status.st_uid != ::geteuid()))
@@ -229,7 +229,7 @@ void RecentRows::rewrite()
         addLine(text, row);
     }
     const std::filesystem::path next = m_path.string() + ".next";
-    FileDescriptor file = openOwn(next, O_WRONLY | O_APPEND | O_TRUNC);
+    util::UniqueFd file = openOwn(next, O_WRONLY | O_APPEND | O_TRUNC);
     std::error_code error;
     if (file.isOpen() && writeAll(file.get(), text))
     {

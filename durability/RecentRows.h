@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "durability/ChannelList.h"
-#include "durability/FileDescriptor.h"
 #include "durability/StoredRow.h"
+#include "runtime/util/UniqueFd.h"
 
 namespace com::tallowcrest::durability
 {
@@ -48,8 +48,8 @@ private:
 
     const std::filesystem::path m_path;
     const ChannelList& m_channels;
-    FileDescriptor m_lock;
-    FileDescriptor m_file; ///< closed when there is none to be had
+    util::UniqueFd m_lock;
+    util::UniqueFd m_file; ///< closed when there is none to be had
     std::size_t m_size = 0;
     std::string m_text;
     std::map<ChannelName, std::vector<StoredRow>> m_loaded;

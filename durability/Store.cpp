@@ -57,10 +57,10 @@ std::string systemText(int number)
     return std::generic_category().message(number);
 }
 
-FileDescriptor lockFile(const std::filesystem::path& path)
+util::UniqueFd lockFile(const std::filesystem::path& path)
 {
     const std::string name = path.string() + ".lock";
-    FileDescriptor file(::open(name.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644));
+    util::UniqueFd file(::open(name.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644));
     if (!file.isOpen())
     {
         throw StoreError(StoreFailure::Unusable, "cannot make " + name + ": " + systemText(errno));
@@ -93,7 +93,7 @@ bool isMemoryAvailable()
 /// A new directory entry survives a power cut only when the directory itself has been written.
 void syncDirectory(const std::filesystem::path& directory)
 {
-    const FileDescriptor fd(::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const util::UniqueFd fd(::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (!fd.isOpen() || ::fsync(fd.get()) != 0)
     {
         throw StoreError(StoreFailure::Unusable,

@@ -7,9 +7,9 @@
 #include <string>
 #include <vector>
 
-#include "durability/FileDescriptor.h"
 #include "durability/Sqlite.h"
 #include "durability/StoredRow.h"
+#include "runtime/util/UniqueFd.h"
 
 namespace com::tallowcrest::durability
 {
@@ -73,7 +73,7 @@ private:
     void guarded(const std::function<void()>& operation) const;
 
     const std::filesystem::path m_path;
-    FileDescriptor m_lock;
+    util::UniqueFd m_lock;
     std::unique_ptr<SqliteConnection> m_database;
     std::unique_ptr<SqliteStatement> m_put;
 };
