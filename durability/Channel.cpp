@@ -6,7 +6,7 @@
 namespace com::tallowcrest::durability
 {
 
-Channel::Channel(ChannelName name, const TypeCodec& codec, WakeUp& recorder)
+Channel::Channel(ChannelName name, const TypeCodec& codec, util::WakeEvent& recorder)
     : m_name(std::move(name)), m_codec(codec), m_recorder(recorder), m_handOver(codec.sampleSize), m_table(codec)
 {}
 

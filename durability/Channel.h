@@ -16,7 +16,7 @@
 #include "durability/SampleTable.h"
 #include "durability/StoredRow.h"
 #include "durability/TypeCodec.h"
-#include "durability/WakeUp.h"
+#include "runtime/util/WakeEvent.h"
 
 namespace com::tallowcrest::durability
 {
@@ -30,7 +30,7 @@ public:
     using Clock = std::chrono::steady_clock;
 
     /// `recorder` is signalled when there is work for the recorder.
-    Channel(ChannelName name, const TypeCodec& codec, WakeUp& recorder);
+    Channel(ChannelName name, const TypeCodec& codec, util::WakeEvent& recorder);
 
     const ChannelName& name() const { return m_name; }
     const TypeCodec& codec() const { return m_codec; }
@@ -116,7 +116,7 @@ public:
 private:
     const ChannelName m_name;
     const TypeCodec& m_codec;
-    WakeUp& m_recorder;
+    util::WakeEvent& m_recorder;
     HandOver m_handOver;
     HybridClock m_clock;
     std::atomic<int> m_users{0};

@@ -14,7 +14,7 @@ namespace com::tallowcrest::durability
 class ChannelList
 {
 public:
-    explicit ChannelList(WakeUp& recorder) : m_recorder(recorder) {}
+    explicit ChannelList(util::WakeEvent& recorder) : m_recorder(recorder) {}
 
     /// The channel of that name; made when there is none yet.
     std::shared_ptr<Channel> get(const ChannelName& name, const TypeCodec& codec)
@@ -39,7 +39,7 @@ public:
     }
 
 private:
-    WakeUp& m_recorder;
+    util::WakeEvent& m_recorder;
     mutable std::mutex m_mutex;
     std::map<ChannelName, std::shared_ptr<Channel>> m_channels;
 };

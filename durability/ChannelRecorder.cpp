@@ -16,7 +16,7 @@ constexpr std::chrono::seconds longestSilence{3};
 } // namespace
 
 ChannelRecorder::ChannelRecorder(dds_entity_t participant, std::shared_ptr<Channel> channel, StoreKeeper& keeper,
-                                 RecentRows& recent, WakeUp& wake)
+                                 RecentRows& recent, util::WakeEvent& wake)
     : m_participant(participant), m_channel(std::move(channel)), m_keeper(keeper), m_recent(recent), m_wake(wake),
       m_logger(log4cxx::Logger::getLogger("KORABRIDGE")), m_sample(m_channel->codec().sampleSize)
 {}

@@ -31,7 +31,7 @@ class ChannelRecorder
 {
 public:
     ChannelRecorder(dds_entity_t participant, std::shared_ptr<Channel> channel, StoreKeeper& keeper, RecentRows& recent,
-                    WakeUp& wake);
+                    util::WakeEvent& wake);
 
     using Clock = Channel::Clock;
 
@@ -66,7 +66,7 @@ private:
     const std::shared_ptr<Channel> m_channel;
     StoreKeeper& m_keeper;
     RecentRows& m_recent;
-    WakeUp& m_wake;
+    util::WakeEvent& m_wake;
     const log4cxx::LoggerPtr m_logger;
     HandOver::Batch m_batch;
     NewestSamples m_newest;

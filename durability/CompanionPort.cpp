@@ -60,12 +60,12 @@ BusQos readerQos(const ChannelName& channel)
 template <typename... Status>
 void wakeOn(dds_entity_t, Status..., void* wake)
 {
-    static_cast<WakeUp*>(wake)->signal();
+    static_cast<util::WakeEvent*>(wake)->signal();
 }
 
 using Listener = std::unique_ptr<dds_listener_t, decltype(&dds_delete_listener)>;
 
-Listener listener(WakeUp& wake)
+Listener listener(util::WakeEvent& wake)
 {
     Listener result(dds_create_listener(&wake), dds_delete_listener);
     dds_lset_data_available(result.get(), wakeOn<>);
@@ -94,7 +94,7 @@ std::size_t promiseOf(const dds_builtintopic_endpoint_t& endpoint)
 } // namespace
 
 CompanionPort::CompanionPort(dds_entity_t participant, const ChannelName& channel, const TypeCodec& codec,
-                             std::size_t promise, WakeUp& wake)
+                             std::size_t promise, util::WakeEvent& wake)
     : m_channel(channel), m_codec(codec), m_promised(promise), m_storage(takeAtOnce * codec.sampleSize),
       m_samples(takeAtOnce), m_infos(takeAtOnce),
       m_topic(dds_create_topic(participant, codec.descriptor, topicName(channel.topic).c_str(), nullptr, nullptr),

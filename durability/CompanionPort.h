@@ -11,7 +11,7 @@
 #include "durability/BusEntity.h"
 #include "durability/StoredRow.h"
 #include "durability/TypeCodec.h"
-#include "durability/WakeUp.h"
+#include "runtime/util/WakeEvent.h"
 
 namespace com::tallowcrest::durability
 {
@@ -25,7 +25,7 @@ class CompanionPort
 public:
     /// Throws BusError. `wake` is signalled from the DDS library's threads when there is something to do.
     CompanionPort(dds_entity_t participant, const ChannelName& channel, const TypeCodec& codec, std::size_t promise,
-                  WakeUp& wake);
+                  util::WakeEvent& wake);
     CompanionPort(const CompanionPort&) = delete;
     CompanionPort& operator=(const CompanionPort&) = delete;
 

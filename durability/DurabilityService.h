@@ -13,7 +13,7 @@
 #include "durability/Recorder.h"
 #include "durability/StoreKeeper.h"
 #include "durability/TypeCodec.h"
-#include "durability/WakeUp.h"
+#include "runtime/util/WakeEvent.h"
 
 namespace com::tallowcrest::durability
 {
@@ -51,7 +51,7 @@ public:
     std::unique_ptr<ChannelUse> use(const std::string& partition, const std::string& topic, const TypeCodec& codec);
 
 private:
-    WakeUp m_wake;
+    util::WakeEvent m_wake;
     ChannelList m_channels;
     RecentRows m_recent;
     StoreKeeper m_keeper;

@@ -12,7 +12,7 @@ namespace com::tallowcrest::durability
 {
 
 Recorder::Recorder(dds_entity_t participant, Clock::time_point started, const ChannelList& channels,
-                   StoreKeeper& keeper, RecentRows& recent, WakeUp& wake, std::chrono::milliseconds calmTime)
+                   StoreKeeper& keeper, RecentRows& recent, util::WakeEvent& wake, std::chrono::milliseconds calmTime)
     : m_participant(participant), m_channels(channels), m_keeper(keeper), m_recent(recent), m_wake(wake),
       m_calmTime(calmTime), m_participants(participant, started), m_thread([this] { run(); })
 {}

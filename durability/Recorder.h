@@ -13,7 +13,7 @@
 #include "durability/ChannelRecorder.h"
 #include "durability/ParticipantWatch.h"
 #include "durability/StoreKeeper.h"
-#include "durability/WakeUp.h"
+#include "runtime/util/WakeEvent.h"
 
 namespace com::tallowcrest::durability
 {
@@ -38,7 +38,7 @@ public:
 
     /// `started` is when the participant was made. Throws BusError.
     Recorder(dds_entity_t participant, Clock::time_point started, const ChannelList& channels, StoreKeeper& keeper,
-             RecentRows& recent, WakeUp& wake, std::chrono::milliseconds calmTime = usualCalmTime);
+             RecentRows& recent, util::WakeEvent& wake, std::chrono::milliseconds calmTime = usualCalmTime);
     /// Takes over what has been handed over, then ends the thread.
     ~Recorder();
     Recorder(const Recorder&) = delete;
@@ -54,7 +54,7 @@ private:
     const ChannelList& m_channels;
     StoreKeeper& m_keeper;
     RecentRows& m_recent;
-    WakeUp& m_wake;
+    util::WakeEvent& m_wake;
     const std::chrono::milliseconds m_calmTime;
     ParticipantWatch m_participants;
     std::map<const Channel*, ChannelRecorder> m_recorders;

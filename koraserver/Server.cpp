@@ -355,10 +355,5 @@ std::optional<std::uint32_t> Server::findFreeSlot() const
 
 void Server::pause()
 {
-    pollfd polled{m_wakeEvent.fd(), POLLIN, 0};
-    const int result = ::poll(&polled, 1, static_cast<int>(std::chrono::milliseconds(passWait).count()));
-    if (result < 0 && errno != EINTR) // an interrupted wait makes the pass come early, which does no harm
-    {
-        std::this_thread::sleep_for(passWait);
-    }
+    m_wakeEvent.waitUntil(std::chrono::steady_clock::now() + passWait);
 }

@@ -175,11 +175,7 @@ void TelnetIO::reject(TelnetListener::Accepted newcomer, const Ipv4Octets& conne
 
 void TelnetIO::waitAccepting(std::chrono::milliseconds timeout) const
 {
-    pollfd wait{m_acceptorWake.fd(), POLLIN, 0};
-    if (::poll(&wait, 1, static_cast<int>(timeout.count())) > 0)
-    {
-        m_acceptorWake.clear();
-    }
+    m_acceptorWake.waitUntil(std::chrono::steady_clock::now() + timeout);
 }
 
 void TelnetIO::logHeldBack(util::LogLimit& limit) const

@@ -45,7 +45,7 @@ protected:
     CapturedLog m_log;
     dds::domain::DomainParticipant m_participant{dds::domain::default_id()};
     const Time m_begin = Channel::Clock::now();
-    WakeUp m_wake;
+    com::tallowcrest::util::WakeEvent m_wake;
     ChannelList m_channels{m_wake};
     std::shared_ptr<Channel> m_channel = m_channels.get({"R1", "TopicTarget"}, outputCodec());
     RecentRows m_recent{m_directory.path() / "a.db", m_channels, true};

@@ -42,12 +42,12 @@ protected:
     /// Whether a wait of the recorder's ends by a signal.
     bool isRecorderWoken()
     {
-        const auto deadline = WakeUp::Clock::now() + std::chrono::seconds(10);
+        const auto deadline = com::tallowcrest::util::WakeEvent::Clock::now() + std::chrono::seconds(10);
         m_recorder.waitUntil(deadline);
-        return WakeUp::Clock::now() < deadline;
+        return com::tallowcrest::util::WakeEvent::Clock::now() < deadline;
     }
 
-    WakeUp m_recorder;
+    com::tallowcrest::util::WakeEvent m_recorder;
     Channel m_sut{{"R1", "Topic"}, outputCodec(), m_recorder};
 };
 

@@ -24,7 +24,7 @@ protected:
     }
 
     const ChannelName m_channel{"TopicUnderTest", "R1"};
-    WakeUp m_wake;
+    com::tallowcrest::util::WakeEvent m_wake;
     dds::domain::DomainParticipant m_participant{dds::domain::default_id()};
     testsupport::WireDomain m_wire;
     CompanionPort m_sut{m_participant.delegate()->handle(), m_channel, outputCodec(), 0, m_wake};

@@ -26,6 +26,6 @@ public:
 
 private:
     dds::domain::DomainParticipant m_participant{dds::domain::default_id()};
-    com::tallowcrest::durability::WakeUp m_wake;
+    com::tallowcrest::util::WakeEvent m_wake;
     com::tallowcrest::durability::CompanionPort m_port;
 };

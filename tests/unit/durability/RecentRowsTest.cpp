@@ -60,7 +60,7 @@ protected:
 
     testsupport::TempDir m_directory;
     std::filesystem::path m_store = m_directory.path() / "durable.db";
-    WakeUp m_recorder;
+    com::tallowcrest::util::WakeEvent m_recorder;
     ChannelList m_channels{m_recorder};
 };
 

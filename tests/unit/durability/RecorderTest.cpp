@@ -68,7 +68,7 @@ protected:
 
     testsupport::TempDir m_directory;
     dds::domain::DomainParticipant m_participant{dds::domain::default_id()};
-    WakeUp m_wake;
+    com::tallowcrest::util::WakeEvent m_wake;
     ChannelList m_channels{m_wake};
     std::shared_ptr<Channel> m_channel = m_channels.get({"R1", "TopicTarget"}, outputCodec());
     RecentRows m_recent{m_directory.path() / "a.db", m_channels, true};

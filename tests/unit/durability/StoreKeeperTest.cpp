@@ -93,7 +93,7 @@ protected:
     CapturedLog m_log;
     std::vector<std::string> m_warnings;
     std::vector<std::string> m_others;
-    WakeUp m_recorder;
+    com::tallowcrest::util::WakeEvent m_recorder;
     ChannelList m_channels{m_recorder};
     std::atomic<int> m_loaded{0};
     SourceTime m_time = 1000;
