@@ -6,7 +6,7 @@
 
 #include <log4cxx/logger.h>
 
-#include "durability/ThreadKind.h"
+#include "runtime/util/ThreadName.h"
 
 namespace com::tallowcrest::durability
 {
@@ -26,7 +26,7 @@ Recorder::~Recorder()
 
 void Recorder::run()
 {
-    nameThread("Durable record");
+    util::nameThread("Durable record");
     while (true)
     {
         const bool isLast = m_stopping.load();

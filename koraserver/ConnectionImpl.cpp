@@ -9,8 +9,8 @@
 #include "runtime/util/ReportError.h"
 #include "runtime/util/SystemError.h"
 #include "runtime/util/TextFormat.h"
+#include "runtime/util/ThreadName.h"
 
-#include <pthread.h>
 #include <sys/socket.h>
 
 #include <array>
@@ -25,9 +25,6 @@ using com::tallowcrest::util::systemErrorText;
 
 namespace
 {
-
-/// What the system keeps of a thread's name.
-constexpr std::size_t maxThreadNameLength = 15;
 
 void reportEnd(const log4cxx::LoggerPtr& logger, const std::string& threadName, const char* reason) noexcept
 {
@@ -44,8 +41,8 @@ ConnectionImpl::ConnectionImpl(log4cxx::LoggerPtr logger, int socket, std::uint1
       m_clientAddress(clientAddress),
       m_threadName(
           formatText("Kora Connection:%s:%u-%d", dottedText(clientAddress).c_str(), unsigned{clientPort}, socket)),
-      m_shortThreadName(formatText("Kora:%u-%d", unsigned{clientPort}, socket).substr(0, maxThreadNameLength)),
-      m_cmdHandler(std::move(cmdHandler)), m_unexpectedProtocols(m_logger), m_sendFailures(m_logger)
+      m_shortThreadName(formatText("Kora:%u-%d", unsigned{clientPort}, socket)), m_cmdHandler(std::move(cmdHandler)),
+      m_unexpectedProtocols(m_logger), m_sendFailures(m_logger)
 {}
 
 ConnectionImpl::~ConnectionImpl()
@@ -102,7 +99,7 @@ void ConnectionImpl::showUnexpectedProtocols()
 
 void ConnectionImpl::run()
 {
-    static_cast<void>(::pthread_setname_np(::pthread_self(), m_shortThreadName.c_str()));
+    com::tallowcrest::util::nameThread(m_shortThreadName);
     try
     {
         processStream();

@@ -44,7 +44,7 @@ public:
 
     /// "Kora Connection:192.168.0.7:40112-9": address, port and descriptor of the client.
     const std::string& threadName() const { return m_threadName; }
-    /// The name under which the system lists the thread, which has room for 15 characters: "Kora:40112-9".
+    /// The name under which the system lists the thread, as far as it has room for it: "Kora:40112-9".
     const std::string& shortThreadName() const { return m_shortThreadName; }
 
 private:

@@ -9,10 +9,10 @@
 #include "runtime/util/ReportError.h"
 #include "runtime/util/SystemError.h"
 #include "runtime/util/TextFormat.h"
+#include "runtime/util/ThreadName.h"
 
 #include <arpa/inet.h>
 #include <poll.h>
-#include <pthread.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -101,7 +101,7 @@ void Server::requestShowConnections()
 
 void Server::run()
 {
-    static_cast<void>(::pthread_setname_np(::pthread_self(), "Kora Server"));
+    com::tallowcrest::util::nameThread("Kora Server");
     for (;;)
     {
         m_wakeEvent.clear(); // before any flag is read, so that no signal is lost

@@ -3,8 +3,7 @@
 #include "runtime/apartment/EmptyDoItEvent.h"
 #include "runtime/apartment/RunEvent.h"
 #include "runtime/util/Log.h"
-
-#include <pthread.h>
+#include "runtime/util/ThreadName.h"
 
 #include <exception>
 #include <utility>
@@ -14,9 +13,6 @@ namespace com::tallowcrest::apartment
 
 namespace
 {
-
-/// A thread name of the system, without its terminating zero.
-constexpr std::size_t maxThreadNameLength = 15;
 
 log4cxx::LoggerPtr logger()
 {
@@ -71,7 +67,7 @@ void Apartment::start()
     try
     {
         m_thread = std::thread([this] {
-            nameThread();
+            util::nameThread(m_name);
             run();
         });
     }
@@ -165,12 +161,6 @@ std::unique_ptr<DoItEvent> Apartment::popEvent()
     std::unique_ptr<DoItEvent> event(m_events.front());
     m_events.pop_front();
     return event;
-}
-
-void Apartment::nameThread() const
-{
-    // Only a help for whoever looks at the process from outside; a refusal changes nothing.
-    static_cast<void>(pthread_setname_np(pthread_self(), m_name.substr(0, maxThreadNameLength).c_str()));
 }
 
 } // namespace com::tallowcrest::apartment

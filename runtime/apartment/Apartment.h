@@ -48,7 +48,6 @@ private:
     std::unique_ptr<DoItEvent> takeEvent();
     /// Takes the front of the queue, with the mutex held; null when the queue is empty.
     std::unique_ptr<DoItEvent> popEvent();
-    void nameThread() const;
 
     std::chrono::milliseconds m_waitTimeout{10000};
     std::thread m_thread;

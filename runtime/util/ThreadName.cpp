@@ -1,0 +1,16 @@
+#include "runtime/util/ThreadName.h"
+
+#include <pthread.h>
+
+namespace com::tallowcrest::util
+{
+
+void nameThread(const std::string& name)
+{
+    // A longer name would be refused, not cut.
+    constexpr std::size_t maxLength = 15;
+    // Only helps: a refusal changes nothing.
+    static_cast<void>(::pthread_setname_np(::pthread_self(), name.substr(0, maxLength).c_str()));
+}
+
+} // namespace com::tallowcrest::util
