@@ -32,6 +32,7 @@ namespace apartment = com::tallowcrest::apartment;
 namespace hwobjs = com::tallowcrest::hwobjs;
 namespace misc = com::tallowcrest::misc;
 namespace routing = com::tallowcrest::routing;
+namespace util = com::tallowcrest::util;
 using com::tallowcrest::dds_::routing::LST_Audio;
 using com::tallowcrest::dds_::routing::LST_Video;
 using com::tallowcrest::dds_::routing::MacroLevel;
@@ -41,7 +42,6 @@ using routing::topicName;
 namespace
 {
 
-constexpr const char* loggerName = "KORABRIDGE";
 constexpr const char* loggingConfiguration = "/etc/tc/log/korabridge-log.xml";
 constexpr std::uint16_t telnetPort = 8882;
 
@@ -103,7 +103,7 @@ bool Director::startSystem(std::uint32_t frameId, std::uint32_t koraBridgeId, st
     m_description = std::move(description);
     configureLogging(loggingConfiguration, 0);
     guardLogAppenders();
-    m_logger = log4cxx::Logger::getLogger(loggerName);
+    m_logger = util::bridgeLogger();
     awaitStartResources(m_logger);
 
     createControllerLink(); // 3, 4
@@ -129,7 +129,7 @@ bool Director::startSystem(std::uint32_t frameId, std::uint32_t koraBridgeId, st
     createLevels();             // 16, 17
 
     // 18: the server, not started yet
-    m_server = std::make_shared<Server>(loggerName, m_connectionFactory, m_levelMgr);
+    m_server = std::make_shared<Server>(util::bridgeLoggerName, m_connectionFactory, m_levelMgr);
 
     createRouterMembership(); // 19, 20
 
@@ -142,13 +142,13 @@ bool Director::startSystem(std::uint32_t frameId, std::uint32_t koraBridgeId, st
 
 void Director::createControllerLink()
 {
-    m_cmdHandlerFactory = std::make_shared<CmdHandlerFactoryImpl>(loggerName);
-    m_connectionFactory = std::make_shared<ConnectionFactoryImpl>(loggerName, m_cmdHandlerFactory);
+    m_cmdHandlerFactory = std::make_shared<CmdHandlerFactoryImpl>(util::bridgeLoggerName);
+    m_connectionFactory = std::make_shared<ConnectionFactoryImpl>(util::bridgeLoggerName, m_cmdHandlerFactory);
 }
 
 void Director::createTelnetConsole()
 {
-    auto console = std::make_shared<misc::TelnetIO>(loggerName, telnetPort, true);
+    auto console = std::make_shared<misc::TelnetIO>(util::bridgeLoggerName, telnetPort, true);
     misc::setConsole(console);
     console->start();
 }

@@ -1,5 +1,6 @@
 #include "bridge/LogGuard.h"
 
+#include "runtime/util/Log.h"
 #include "runtime/util/SystemError.h"
 #include "runtime/util/UniqueFd.h"
 
@@ -18,6 +19,7 @@
 
 #include <fcntl.h>
 
+using com::tallowcrest::util::bridgeLoggerName;
 using com::tallowcrest::util::systemErrorText;
 using com::tallowcrest::util::UniqueFd;
 
@@ -122,7 +124,7 @@ void LogGuard::logLoss(log4cxx::helpers::Pool& pool)
 {
     log4cxx::LogString text;
     log4cxx::helpers::Transcoder::decode(std::to_string(m_lost) + " log lines were lost, " + m_reason, text);
-    m_guarded->doAppend(std::make_shared<log4cxx::spi::LoggingEvent>(LOG4CXX_STR("KORABRIDGE"),
+    m_guarded->doAppend(std::make_shared<log4cxx::spi::LoggingEvent>(bridgeLoggerName,
                                                                      log4cxx::Level::getWarn(), text, LOG4CXX_LOCATION),
                         pool);
     m_lost = 0;

@@ -31,7 +31,7 @@ void logEndingSignal()
 {
     if (const int number = endingSignal; number != 0)
     {
-        LOG_INFO_F(log4cxx::Logger::getLogger("KORABRIDGE"), "Signal %d from process %d ends the bridge", number,
+        LOG_INFO_F(com::tallowcrest::util::bridgeLogger(), "Signal %d from process %d ends the bridge", number,
                    static_cast<int>(endingProcess));
     }
 }

@@ -33,7 +33,7 @@ public:
     ListenerEventSender(std::weak_ptr<DataReaderListenerHandler> handler,
                         std::shared_ptr<apartment::SendDoItEvent> apartment)
         : m_handler(std::move(handler)), m_apartment(std::move(apartment)),
-          m_logger(log4cxx::Logger::getLogger("KORABRIDGE"))
+          m_logger(util::bridgeLogger())
     {}
 
     void on_requested_deadline_missed(Reader&, const dds::core::status::RequestedDeadlineMissedStatus& status) override

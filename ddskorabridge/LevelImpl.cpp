@@ -52,7 +52,7 @@ LevelImpl::LevelImpl(std::shared_ptr<IXptTarget> target, std::shared_ptr<IXptSta
                      const MappingNumbers& numbers)
     : m_target(std::move(target)), m_status(std::move(status)), m_mapping(numbers),
       m_changes(numbers.controllerOutputStart, numbers.numXptOutputs),
-      m_logger(log4cxx::Logger::getLogger("KORABRIDGE"))
+      m_logger(com::tallowcrest::util::bridgeLogger())
 {}
 
 bool LevelImpl::isSame(const ILevel& other) const

@@ -18,7 +18,7 @@ LevelMgr::LevelMgr(std::shared_ptr<SendDoItEvent> apartment, const std::string& 
       m_videoTarget(std::move(videoTarget)), m_audioStatus(std::move(audioStatus)),
       m_videoStatus(std::move(videoStatus)), m_audioLevels(std::move(audioLevels)),
       m_videoLevels(std::move(videoLevels)), m_levelInvalid(std::make_shared<LevelInvalid>()),
-      m_logger(log4cxx::Logger::getLogger("KORABRIDGE"))
+      m_logger(com::tallowcrest::util::bridgeLogger())
 {}
 
 void LevelMgr::joinRouterPartition(const std::string& routerPartition)

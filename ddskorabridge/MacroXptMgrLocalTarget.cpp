@@ -9,7 +9,7 @@ MacroXptMgrLocalTarget::MacroXptMgrLocalTarget(std::shared_ptr<com::tallowcrest:
                                                const std::string& localTargetTopic,
                                                std::shared_ptr<MacroXptMgrTarget> targetMgr)
     : MacroXptOutputSub(std::move(apartment), localTargetTopic, false), m_targetMgr(std::move(targetMgr)),
-      m_logger(log4cxx::Logger::getLogger("KORABRIDGE"))
+      m_logger(com::tallowcrest::util::bridgeLogger())
 {}
 
 void MacroXptMgrLocalTarget::joinRouterPartition(const std::string& routerPartition)

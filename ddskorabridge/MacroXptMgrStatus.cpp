@@ -11,7 +11,7 @@ MacroXptMgrStatus::MacroXptMgrStatus(std::shared_ptr<com::tallowcrest::apartment
                                      std::uint32_t maxOutput, const std::string& statusTopic,
                                      std::shared_ptr<LevelContainer> levels)
     : MacroXptOutputSub(std::move(apartment), statusTopic, false), m_levels(std::move(levels)), m_status(maxOutput),
-      m_logger(log4cxx::Logger::getLogger("KORABRIDGE"))
+      m_logger(com::tallowcrest::util::bridgeLogger())
 {}
 
 void MacroXptMgrStatus::joinRouterPartition(const std::string& routerPartition)

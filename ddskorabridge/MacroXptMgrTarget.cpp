@@ -41,7 +41,7 @@ MacroXptMgrTarget::MacroXptMgrTarget(std::shared_ptr<SendDoItEvent> apartment, c
                                      dds::core::Duration historyTimeout)
     : RouterMemberXptsSub(std::move(apartment), memberTopic), m_maxInput(maxInput), m_targets(maxOutput),
       m_targetTopic(targetTopic), m_historyTimeout(historyTimeout), m_publisher(targetTopic, true),
-      m_logger(log4cxx::Logger::getLogger("KORABRIDGE"))
+      m_logger(com::tallowcrest::util::bridgeLogger())
 {}
 
 void MacroXptMgrTarget::joinRouterPartition(const std::string& routerPartition)

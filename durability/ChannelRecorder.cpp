@@ -1,4 +1,5 @@
 #include "durability/ChannelRecorder.h"
+#include "runtime/util/Log.h"
 
 #include <algorithm>
 #include <utility>
@@ -18,7 +19,7 @@ constexpr std::chrono::seconds longestSilence{3};
 ChannelRecorder::ChannelRecorder(dds_entity_t participant, std::shared_ptr<Channel> channel, StoreKeeper& keeper,
                                  RecentRows& recent, util::WakeEvent& wake)
     : m_participant(participant), m_channel(std::move(channel)), m_keeper(keeper), m_recent(recent), m_wake(wake),
-      m_logger(log4cxx::Logger::getLogger("KORABRIDGE")), m_sample(m_channel->codec().sampleSize)
+      m_logger(util::bridgeLogger()), m_sample(m_channel->codec().sampleSize)
 {}
 
 bool ChannelRecorder::work(Clock::time_point now)

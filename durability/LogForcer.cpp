@@ -11,6 +11,7 @@
 #include "durability/Sqlite.h"
 #include "durability/Store.h"
 #include "durability/ThreadKind.h"
+#include "runtime/util/Log.h"
 #include "runtime/util/UniqueFd.h"
 
 namespace com::tallowcrest::durability
@@ -94,7 +95,7 @@ void LogForcer::report(const char* what, const char* reason)
 {
     if (!std::exchange(m_reported, true))
     {
-        LOG4CXX_WARN(log4cxx::Logger::getLogger("KORABRIDGE"), "Durable store "
+        LOG4CXX_WARN(util::bridgeLogger(), "Durable store "
                                                                    << m_store.string() << ": " << what << ": " << reason
                                                                    << "; a power cut may lose the last targets");
     }

@@ -1,4 +1,5 @@
 #include "durability/RecentRows.h"
+#include "runtime/util/Log.h"
 
 #include <array>
 #include <cerrno>
@@ -140,7 +141,7 @@ void RecentRows::open(bool isForgotten)
     }
     if (!m_file.isOpen())
     {
-        LOG4CXX_INFO(log4cxx::Logger::getLogger("KORABRIDGE"),
+        LOG4CXX_INFO(util::bridgeLogger(),
                      "Durable targets: " << m_path.string()
                                          << " cannot be used: " << std::system_category().message(errno)
                                          << "; a slow disk may delay what is kept of the last moment");
@@ -196,7 +197,7 @@ void RecentRows::flush()
     }
     if (!writeAll(m_file.get(), m_text))
     {
-        LOG4CXX_WARN(log4cxx::Logger::getLogger("KORABRIDGE"),
+        LOG4CXX_WARN(util::bridgeLogger(),
                      "Durable targets: cannot write " << m_path.string() << ": "
                                                       << std::system_category().message(errno)
                                                       << "; a slow disk may delay what is kept of the last moment");

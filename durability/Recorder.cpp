@@ -1,4 +1,5 @@
 #include "durability/Recorder.h"
+#include "runtime/util/Log.h"
 
 #include <malloc.h>
 
@@ -37,7 +38,7 @@ void Recorder::run()
         }
         catch (const std::exception& error)
         {
-            LOG4CXX_ERROR(log4cxx::Logger::getLogger("KORABRIDGE"), "Durable targets: " << error.what());
+            LOG4CXX_ERROR(util::bridgeLogger(), "Durable targets: " << error.what());
         }
         if (isLast)
         {

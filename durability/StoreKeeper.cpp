@@ -4,13 +4,14 @@
 #include <utility>
 
 #include "durability/ThreadKind.h"
+#include "runtime/util/Log.h"
 
 namespace com::tallowcrest::durability
 {
 
 StoreKeeper::StoreKeeper(std::filesystem::path path, const ChannelList& channels, std::function<void()> onLoaded)
     : m_path(std::move(path)), m_channels(channels), m_onLoaded(std::move(onLoaded)),
-      m_logger(log4cxx::Logger::getLogger("KORABRIDGE")), m_thread([this] { run(); })
+      m_logger(util::bridgeLogger()), m_thread([this] { run(); })
 {}
 
 StoreKeeper::~StoreKeeper()

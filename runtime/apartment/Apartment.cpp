@@ -11,16 +11,6 @@
 namespace com::tallowcrest::apartment
 {
 
-namespace
-{
-
-log4cxx::LoggerPtr logger()
-{
-    return log4cxx::Logger::getLogger("KORABRIDGE");
-}
-
-} // namespace
-
 Apartment::Apartment(const std::string& name, std::shared_ptr<RoundBracket> bracket)
     : Task(name), m_name(name), m_round(std::move(bracket))
 {}
@@ -45,7 +35,7 @@ Apartment::~Apartment()
     }
     catch (const std::exception& error)
     {
-        LOG_ERROR_F(logger(), "Apartment %s failed to end, %s", m_name.c_str(), error.what());
+        LOG_ERROR_F(util::bridgeLogger(), "Apartment %s failed to end, %s", m_name.c_str(), error.what());
     }
 }
 

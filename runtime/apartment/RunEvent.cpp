@@ -15,11 +15,11 @@ void runEvent(std::unique_ptr<DoItEvent> event) noexcept
     }
     catch (const std::exception& error)
     {
-        REPORT_ERROR_F(log4cxx::Logger::getLogger("KORABRIDGE"), "Apartment event failed, %s", error.what());
+        REPORT_ERROR_F(util::bridgeLogger(), "Apartment event failed, %s", error.what());
     }
     catch (...)
     {
-        REPORT_ERROR_F(log4cxx::Logger::getLogger("KORABRIDGE"), "Apartment event failed, unknown exception");
+        REPORT_ERROR_F(util::bridgeLogger(), "Apartment event failed, unknown exception");
     }
 }
 

@@ -10,8 +10,19 @@
 /// Macros, because the source location must be the caller's.
 namespace com::tallowcrest::util
 {
+
 inline constexpr std::size_t logLineSize = 200;
+
+/// As the log's configuration calls it.
+inline constexpr const char* bridgeLoggerName = "KORABRIDGE";
+
+/// The logger of everything in the bridge. Any thread.
+inline log4cxx::LoggerPtr bridgeLogger()
+{
+    return log4cxx::Logger::getLogger(bridgeLoggerName);
 }
+
+} // namespace com::tallowcrest::util
 
 #define KORABRIDGE_LOG_AT(LOGGER, IS_ENABLED, LOG4CXX_MACRO, ...)                                                      \
     do                                                                                                                 \
