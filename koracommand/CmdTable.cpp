@@ -1,15 +1,8 @@
 #include "koracommand/CmdTable.h"
 
-#include "koracommand/CcPresenceCmd.h"
-#include "koracommand/CoherentTakeCmd.h"
-#include "koracommand/GetOutputChangesCmd.h"
-#include "koracommand/GetOutputStatusCmd.h"
-#include "koracommand/PartitionInfoCmd.h"
-#include "koracommand/ReadySystemStatusCmd.h"
-#include "koracommand/RouterPortPresentCmd.h"
-#include "koracommand/SetOutputLPRCmd.h"
-#include "koracommand/TakeCmd.h"
-#include "koracommand/TallyCmd.h"
+#include "koracommand/FixedCommands.h"
+#include "koracommand/ListCommands.h"
+#include "koracommand/QueryCommands.h"
 #include "koracommand/WireLayout.h"
 
 #include <algorithm>
@@ -28,18 +21,18 @@ std::unique_ptr<CmdBase> create(std::span<const std::uint8_t> message, std::shar
     return std::make_unique<Cmd>(message, std::move(rspQueue), std::move(context));
 }
 
-constexpr std::array<CmdTableEntry, 10> entries{{
-    {msgId::take, "ermcTake", &create<TakeCmd>},
-    {msgId::setOutputLpr, "ermcSetOutputLPR", &create<SetOutputLPRCmd>},
-    {msgId::getOutputStatus, "ermcGetOutputStatus", &create<GetOutputStatusCmd>},
-    {msgId::getOutputChanges, "ermcGetOutputChanges", &create<GetOutputChangesCmd>},
-    {msgId::coherentTake, "ermcCoherentTake", &create<CoherentTakeCmd>},
-    {msgId::partitionInfo, "ermcRtrPartionInfo", &create<PartitionInfoCmd>},
-    {msgId::tally, "ermcTally", &create<TallyCmd>},
-    {msgId::ccPresence, "ermcGetCcPrsnt", &create<CcPresenceCmd>},
-    {msgId::routerPortPresent, "ermcPortPresent", &create<RouterPortPresentCmd>},
-    {msgId::readySystemStatus, "ncmReadSystemStatusCmd", &create<ReadySystemStatusCmd>},
-}};
+constexpr std::array entries{
+    CmdTableEntry{msgId::take, "ermcTake", &create<TakeCmd>},
+    CmdTableEntry{msgId::setOutputLpr, "ermcSetOutputLPR", &create<SetOutputLPRCmd>},
+    CmdTableEntry{msgId::getOutputStatus, "ermcGetOutputStatus", &create<GetOutputStatusCmd>},
+    CmdTableEntry{msgId::getOutputChanges, "ermcGetOutputChanges", &create<GetOutputChangesCmd>},
+    CmdTableEntry{msgId::coherentTake, "ermcCoherentTake", &create<CoherentTakeCmd>},
+    CmdTableEntry{msgId::partitionInfo, "ermcRtrPartionInfo", &create<PartitionInfoCmd>},
+    CmdTableEntry{msgId::tally, "ermcTally", &create<TallyCmd>},
+    CmdTableEntry{msgId::ccPresence, "ermcGetCcPrsnt", &create<CcPresenceCmd>},
+    CmdTableEntry{msgId::routerPortPresent, "ermcPortPresent", &create<RouterPortPresentCmd>},
+    CmdTableEntry{msgId::readySystemStatus, "ncmReadSystemStatusCmd", &create<ReadySystemStatusCmd>},
+};
 
 } // namespace
 

@@ -1,10 +1,10 @@
 // The controller link: from received bytes to the bytes to send.
 
 #include "koracommand/CmdTable.h"
+#include "koracommand/ListCommands.h"
 #include "koracommand/MessageCopy.h"
 #include "koracommand/RspInNetworkOrder.h"
 #include "koracommand/RspQueue.h"
-#include "koracommand/TakeCmd.h"
 #include "koraserver/MessageCutter.h"
 #include "runtime/apartment/Apartment.h"
 #include "runtime/util/MemPool.h"

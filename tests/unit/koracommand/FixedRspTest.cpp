@@ -1,6 +1,4 @@
-#include "koracommand/CcPresenceRsp.h"
-#include "koracommand/PartitionInfoRsp.h"
-#include "koracommand/RouterPortPresentRsp.h"
+#include "koracommand/FixedCommands.h"
 
 #include "tests/unit/koracommand/TestMessages.h"
 

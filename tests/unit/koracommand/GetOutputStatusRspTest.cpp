@@ -1,4 +1,4 @@
-#include "koracommand/GetOutputStatusRsp.h"
+#include "koracommand/QueryCommands.h"
 
 #include "tests/unit/koracommand/LevelFixture.h"
 

@@ -1,4 +1,4 @@
-#include "koracommand/ReadySystemStatusRsp.h"
+#include "koracommand/FixedCommands.h"
 
 #include "tests/unit/koracommand/LevelFixture.h"
 

@@ -1,4 +1,4 @@
-#include "koracommand/SetOutputLPRRsp.h"
+#include "koracommand/ListCommands.h"
 
 #include "tests/unit/koracommand/LevelFixture.h"
 

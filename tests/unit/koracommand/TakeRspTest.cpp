@@ -1,5 +1,4 @@
-#include "koracommand/TakeRsp.h"
-#include "koracommand/CoherentTakeRsp.h"
+#include "koracommand/ListCommands.h"
 
 #include "tests/unit/koracommand/LevelFixture.h"
 

@@ -1,4 +1,4 @@
-#include "koracommand/TallyRsp.h"
+#include "koracommand/QueryCommands.h"
 
 #include "tests/unit/koracommand/LevelFixture.h"
 

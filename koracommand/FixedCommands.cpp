@@ -1,4 +1,4 @@
-#include "koracommand/ReadySystemStatusRsp.h"
+#include "koracommand/FixedCommands.h"
 
 #include "koracommand/WireLayout.h"
 #include "runtime/misc/Console.h"
@@ -71,6 +71,52 @@ std::uint32_t wireSeconds(std::chrono::system_clock::time_point time)
 
 } // namespace
 
+PartitionInfoRsp::PartitionInfoRsp(const WireReader& request) : Pooled(request, wireLayout::rspId::partitionInfo)
+{
+    namespace rsp = wireLayout::partitionInfoRsp;
+    std::size_t offset = rsp::words;
+    for (const std::uint32_t word : rsp::fixedWords)
+    {
+        setWord(offset, word);
+        offset += wireLayout::wordBytes;
+    }
+    setLength(rsp::length);
+}
+
+std::unique_ptr<Rsp> PartitionInfoCmd::createRsp()
+{
+    return std::make_unique<PartitionInfoRsp>(request());
+}
+
+RouterPortPresentRsp::RouterPortPresentRsp(const WireReader& request)
+    : Pooled(request, wireLayout::rspId::routerPortPresent)
+{
+    namespace rsp = wireLayout::routerPortPresentRsp;
+    setWord(rsp::result, 0);
+    setLength(rsp::length);
+}
+
+std::unique_ptr<Rsp> RouterPortPresentCmd::createRsp()
+{
+    return std::make_unique<RouterPortPresentRsp>(request());
+}
+
+CcPresenceRsp::CcPresenceRsp(const WireReader& request) : Pooled(request, wireLayout::rspId::ccPresence)
+{
+    namespace rsp = wireLayout::ccPresenceRsp;
+    setWord(rsp::card, request.hostWordAt(wireLayout::ccPresenceReq::card));
+    setWord(rsp::reserved1, 0);
+    setWord(rsp::present, 1);
+    setWord(rsp::reserved2, 0);
+    setWord(rsp::reserved3, 0);
+    setLength(rsp::length);
+}
+
+std::unique_ptr<Rsp> CcPresenceCmd::createRsp()
+{
+    return std::make_unique<CcPresenceRsp>(request());
+}
+
 ReadySystemStatusRsp::ReadySystemStatusRsp(const WireReader& request, std::chrono::system_clock::time_point now)
     : Pooled(request, wireLayout::rspId::readySystemStatus)
 {
@@ -87,4 +133,9 @@ ReadySystemStatusRsp::ReadySystemStatusRsp(const WireReader& request, std::chron
         setWord(*status.timeOffset, wireSeconds(now));
     }
     setLength(status.length);
+}
+
+std::unique_ptr<Rsp> ReadySystemStatusCmd::createRsp()
+{
+    return std::make_unique<ReadySystemStatusRsp>(request(), context().now());
 }

@@ -1,4 +1,4 @@
-#include "koracommand/EntryListRsp.h"
+#include "koracommand/ListCommands.h"
 
 #include "koracommand/LevelAccess.h"
 #include "koracommand/LevelInvalid.h"
@@ -13,6 +13,7 @@ namespace
 {
 
 namespace req = wireLayout::entryListReq;
+namespace lprRsp = wireLayout::setOutputLprRsp;
 
 /// The whole entries that the request really holds.
 std::uint32_t entriesHeld(const WireReader& request)
@@ -66,4 +67,31 @@ EntryListRsp::EntryListRsp(const WireReader& request, ConnectionContext& context
         m_allDone = m_allDone && result == resultCode::done;
         setWord(layout.results + i * wireLayout::wordBytes, result);
     }
+}
+
+TakeRspBase::TakeRspBase(const WireReader& request, ConnectionContext& context)
+    : EntryListRsp(request, context, wireLayout::rspId::take, &ILevel::take,
+                   {wireLayout::takeRsp::count, wireLayout::takeRsp::results, wireLayout::takeRsp::maxEntries})
+{}
+
+std::unique_ptr<Rsp> TakeCmd::createRsp()
+{
+    return std::make_unique<TakeRsp>(request(), context());
+}
+
+std::unique_ptr<Rsp> CoherentTakeCmd::createRsp()
+{
+    return std::make_unique<CoherentTakeRsp>(request(), context());
+}
+
+SetOutputLPRRsp::SetOutputLPRRsp(const WireReader& request, ConnectionContext& context)
+    : Pooled(request, context, wireLayout::rspId::setOutputLpr, &ILevel::setOutputLPR,
+             Layout{lprRsp::count, lprRsp::results, lprRsp::maxEntries})
+{
+    setWord(lprRsp::status, allDone() ? lprRsp::statusDone : lprRsp::statusFailed);
+}
+
+std::unique_ptr<Rsp> SetOutputLPRCmd::createRsp()
+{
+    return std::make_unique<SetOutputLPRRsp>(request(), context());
 }

@@ -1,8 +1,0 @@
-#include "koracommand/PartitionInfoCmd.h"
-
-#include "koracommand/PartitionInfoRsp.h"
-
-std::unique_ptr<Rsp> PartitionInfoCmd::createRsp()
-{
-    return std::make_unique<PartitionInfoRsp>(request());
-}

@@ -1,8 +1,0 @@
-#include "koracommand/RouterPortPresentCmd.h"
-
-#include "koracommand/RouterPortPresentRsp.h"
-
-std::unique_ptr<Rsp> RouterPortPresentCmd::createRsp()
-{
-    return std::make_unique<RouterPortPresentRsp>(request());
-}

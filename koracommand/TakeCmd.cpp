@@ -1,8 +1,0 @@
-#include "koracommand/TakeCmd.h"
-
-#include "koracommand/TakeRsp.h"
-
-std::unique_ptr<Rsp> TakeCmd::createRsp()
-{
-    return std::make_unique<TakeRsp>(request(), context());
-}
