@@ -13,7 +13,7 @@
 #include "ddskorabridge/MacroXptMgrStatus.h"
 #include "ddskorabridge/MacroXptMgrTarget.h"
 #include "ddskorabridge/RouterMembers.h"
-#include "koracommand/CmdHandlerFactoryImpl.h"
+#include "koracommand/CmdHandlerImpl.h"
 #include "koracommand/LevelAccess.h"
 #include "koraserver/ConnectionFactoryImpl.h"
 #include "koraserver/Server.h"

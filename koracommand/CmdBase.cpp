@@ -1,9 +1,9 @@
 #include "koracommand/CmdBase.h"
 
-#include "koracommand/ErrorRsp.h"
-#include "koracommand/MessageCopy.h"
+#include "koracommand/KoraMessageBuffer.h"
 #include "koracommand/ResultCode.h"
-#include "koracommand/RspDelivery.h"
+#include "koracommand/RspBase.h"
+#include "koracommand/RspQueue.h"
 #include "koracommand/WireLayout.h"
 #include "runtime/apartment/Round.h"
 #include "runtime/util/ReportError.h"

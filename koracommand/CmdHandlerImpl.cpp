@@ -1,7 +1,7 @@
 #include "koracommand/CmdHandlerImpl.h"
 
 #include "koracommand/CmdTable.h"
-#include "koracommand/RspInNetworkOrder.h"
+#include "koracommand/RspBase.h"
 #include "koracommand/WireLayout.h"
 #include "koracommand/WireWords.h"
 #include "runtime/apartment/Apartment.h"
@@ -131,4 +131,13 @@ void CmdHandlerImpl::showCmds(const char* title, const CmdMap& cmds)
         com::tallowcrest::misc::print("               %8d 0x%08x %s\n", static_cast<int>(info.count), id,
                                       info.name.c_str());
     }
+}
+
+CmdHandlerFactoryImpl::CmdHandlerFactoryImpl(const std::string& loggerName, WallClock clock)
+    : m_logger(log4cxx::Logger::getLogger(loggerName)), m_clock(clock)
+{}
+
+std::unique_ptr<CmdHandler> CmdHandlerFactoryImpl::createCmdHandler(std::uint32_t connectionId)
+{
+    return std::make_unique<CmdHandlerImpl>(m_logger, connectionId, m_clock);
 }

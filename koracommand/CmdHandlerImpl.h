@@ -6,6 +6,7 @@
 #include "koracommand/RspQueue.h"
 #include "runtime/util/Log.h"
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -60,4 +61,18 @@ private:
     CmdMap m_processedCmds;
     /// Guards the two maps: the connection's thread counts while the console reads.
     std::mutex m_cmdsMutex;
+};
+
+/// Makes the command handler of each connection. Thread-safe.
+class CmdHandlerFactoryImpl final : public CmdHandlerFactory
+{
+public:
+    /// `clock` tells the time in the system status answers.
+    explicit CmdHandlerFactoryImpl(const std::string& loggerName, WallClock clock = &std::chrono::system_clock::now);
+
+    std::unique_ptr<CmdHandler> createCmdHandler(std::uint32_t connectionId) override;
+
+private:
+    log4cxx::LoggerPtr m_logger;
+    WallClock m_clock;
 };

@@ -5,6 +5,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstdint>
+#include <utility>
 
 /// Where the time of day comes from; tests put in a clock of their own.
 using WallClock = std::chrono::system_clock::time_point (*)();
@@ -14,7 +15,9 @@ using WallClock = std::chrono::system_clock::time_point (*)();
 class ConnectionContext
 {
 public:
-    ConnectionContext(log4cxx::LoggerPtr logger, std::uint32_t connectionId, WallClock clock);
+    ConnectionContext(log4cxx::LoggerPtr logger, std::uint32_t connectionId, WallClock clock)
+        : m_logger(std::move(logger)), m_connectionId(connectionId), m_clock(clock)
+    {}
 
     const log4cxx::LoggerPtr& logger() const { return m_logger; }
     /// The connection's slot, 0 to 15.
@@ -23,7 +26,19 @@ public:
 
     /// The number of entries to handle when a request asks for `asked` and at most `limit` are possible. The first time
     /// on this connection that a count is cut, this is logged at INFO; later ones pass in silence.
-    std::uint32_t limitCount(std::uint32_t msgId, std::uint32_t asked, std::uint32_t limit);
+    std::uint32_t limitCount(std::uint32_t msgId, std::uint32_t asked, std::uint32_t limit)
+    {
+        if (asked <= limit)
+        {
+            return asked;
+        }
+        if (!m_limitLogged.exchange(true))
+        {
+            LOG_INFO_F(m_logger, "Connection %u: request 0x%08x asks for %u entries, limited to %u", m_connectionId,
+                       msgId, asked, limit);
+        }
+        return limit;
+    }
 
 private:
     log4cxx::LoggerPtr m_logger;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cassert>
+#include <cstring>
 
 void KoraMessageBuffer::resize(std::size_t bytes)
 {
@@ -19,4 +20,22 @@ std::span<std::uint8_t> KoraMessageBuffer::grow(std::size_t bytes)
     assert(m_size == 0 && bytes <= capacity);
     m_size = std::min(bytes, capacity);
     return {m_bytes.data(), m_size};
+}
+
+std::unique_ptr<KoraMessageBuffer> convertedCopy(std::span<const std::uint8_t> message)
+{
+    const std::size_t words = std::min(message.size(), KoraMessageBuffer::capacity) / wireLayout::wordBytes;
+    const std::size_t bytes = words * wireLayout::wordBytes;
+
+    auto copy = std::make_unique<KoraMessageBuffer>();
+    const std::span<std::uint8_t> destination = copy->grow(bytes);
+    // Both sides hold all these bytes, so no word needs to be checked on its own.
+    for (std::size_t offset = 0; offset < bytes; offset += wireLayout::wordBytes)
+    {
+        std::uint32_t word = 0;
+        std::memcpy(&word, message.data() + offset, sizeof(word));
+        word = hostToBigEndian(word);
+        std::memcpy(destination.data() + offset, &word, sizeof(word));
+    }
+    return copy;
 }

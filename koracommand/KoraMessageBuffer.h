@@ -7,6 +7,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <span>
 
 /// Gives message buffers a virtual destructor.
@@ -47,3 +48,7 @@ private:
     std::size_t m_size = 0;
     alignas(std::uint32_t) std::array<std::uint8_t, capacity> m_bytes;
 };
+
+/// A copy of a message with every word's bytes reversed: host order to network order and back. Whole words only, at
+/// most the largest message. Throws std::bad_alloc when there is no memory for the buffer.
+std::unique_ptr<KoraMessageBuffer> convertedCopy(std::span<const std::uint8_t> message);

@@ -46,3 +46,28 @@ void RspBase::setWords(std::size_t offset, std::span<const std::uint32_t> words)
     }
     m_buffer->writer().setHostWordsAt(offset, words);
 }
+
+ErrorRsp::ErrorRsp(const WireReader& request, std::uint32_t errorCode) : Pooled(request, wireLayout::rspId::error)
+{
+    setWord(wireLayout::errorRsp::code, errorCode);
+    setLength(wireLayout::errorRsp::length);
+}
+
+RspInNetworkOrder::RspInNetworkOrder(const Rsp& hostOrder)
+    : m_buffer(convertedCopy({hostOrder.getData(), hostOrder.getLength()}))
+{}
+
+void RspInNetworkOrder::setSequence(std::uint32_t sequence)
+{
+    m_buffer->writer().setBigEndianWordAt(wireLayout::header::sequence, sequence);
+}
+
+const std::uint8_t* RspInNetworkOrder::getData() const
+{
+    return m_buffer->getData();
+}
+
+std::uint32_t RspInNetworkOrder::getLength() const
+{
+    return m_buffer->reader().bigEndianWordAt(wireLayout::header::length);
+}

@@ -1,6 +1,8 @@
 #include "koracommand/RspQueue.h"
 
-#include <utility>
+#include "runtime/util/ReportError.h"
+
+#include <exception>
 
 namespace
 {
@@ -44,4 +46,25 @@ std::unique_ptr<Rsp> RspQueue::takeFront()
     auto rsp = std::move(m_rsps.front());
     m_rsps.erase(m_rsps.begin());
     return rsp;
+}
+
+RspDelivery::RspDelivery(std::shared_ptr<RspQueue> rspQueue, std::shared_ptr<ConnectionContext> context)
+    : m_rspQueue(std::move(rspQueue)), m_context(std::move(context))
+{}
+
+void RspDelivery::doIt()
+{
+    deliver(std::move(m_rsp), *m_rspQueue, *m_context);
+}
+
+void deliver(std::unique_ptr<Rsp> rsp, RspQueue& rspQueue, ConnectionContext& context) noexcept
+{
+    try
+    {
+        rspQueue.push(std::move(rsp));
+    }
+    catch (const std::exception& error)
+    {
+        REPORT_ERROR_F(context.logger(), "Response lost: %s", error.what());
+    }
 }

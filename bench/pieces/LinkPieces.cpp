@@ -1,9 +1,9 @@
 // The controller link: from received bytes to the bytes to send.
 
 #include "koracommand/CmdTable.h"
+#include "koracommand/KoraMessageBuffer.h"
 #include "koracommand/ListCommands.h"
-#include "koracommand/MessageCopy.h"
-#include "koracommand/RspInNetworkOrder.h"
+#include "koracommand/RspBase.h"
 #include "koracommand/RspQueue.h"
 #include "koraserver/MessageCutter.h"
 #include "runtime/apartment/Apartment.h"

@@ -1,7 +1,7 @@
 #include "tests/fuzz/stream/BridgeUnderTest.h"
 
 #include "bustypes/TopicNames.h"
-#include "koracommand/CmdHandlerFactoryImpl.h"
+#include "koracommand/CmdHandlerImpl.h"
 #include "koracommand/LevelAccess.h"
 #include "koracommand/WireLayout.h"
 #include "koracommand/WireWords.h"

@@ -1,6 +1,6 @@
 #include "koracommand/CmdTable.h"
-#include "koracommand/RspDelivery.h"
-#include "koracommand/RspInNetworkOrder.h"
+#include "koracommand/RspBase.h"
+#include "koracommand/RspQueue.h"
 #include "tests/unit/koracommand/LevelFixture.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "koracommand/CmdHandlerFactoryImpl.h"
+#include "koracommand/CmdHandlerImpl.h"
 #include "runtime/apartment/Apartment.h"
 #include "runtime/apartment/BridgeApartment.h"
 #include "tests/unit/koracommand/LevelFixture.h"

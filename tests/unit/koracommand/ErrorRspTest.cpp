@@ -1,4 +1,4 @@
-#include "koracommand/ErrorRsp.h"
+#include "koracommand/RspBase.h"
 
 #include "tests/unit/koracommand/TestMessages.h"
 

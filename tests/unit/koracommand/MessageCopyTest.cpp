@@ -1,4 +1,4 @@
-#include "koracommand/MessageCopy.h"
+#include "koracommand/KoraMessageBuffer.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,5 @@
-#include "koracommand/RspInNetworkOrder.h"
+#include "koracommand/RspBase.h"
 
-#include "koracommand/ErrorRsp.h"
 #include "tests/unit/koracommand/TestMessages.h"
 
 #include <gtest/gtest.h>

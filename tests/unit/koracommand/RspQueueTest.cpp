@@ -1,6 +1,6 @@
 #include "koracommand/RspQueue.h"
 
-#include "koracommand/ErrorRsp.h"
+#include "koracommand/RspBase.h"
 #include "tests/support/TimeFactor.h"
 #include "tests/unit/koracommand/TestMessages.h"
 
