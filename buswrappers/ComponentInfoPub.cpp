@@ -3,7 +3,6 @@
 #include <utility>
 
 #include "bustypes/BoundedString.h"
-#include "buswrappers/ComponentInfoPubDoItPublish.h"
 #include "runtime/util/Log.h"
 
 namespace com::tallowcrest::routing

@@ -4,14 +4,7 @@
 #include <memory>
 #include <utility>
 
-#include "buswrappers/DataReaderListenerHandler.h"
-#include "buswrappers/EventOnDataAvailable.h"
-#include "buswrappers/EventOnLivelinessChanged.h"
-#include "buswrappers/EventOnRequestedDeadlineMissed.h"
-#include "buswrappers/EventOnRequestedIncompatibleQos.h"
-#include "buswrappers/EventOnSampleLost.h"
-#include "buswrappers/EventOnSampleRejected.h"
-#include "buswrappers/EventOnSubscriptionMatched.h"
+#include "buswrappers/ListenerEvents.h"
 #include "dds/sub/DataReader.hpp"
 #include "dds/sub/DataReaderListener.hpp"
 #include "runtime/apartment/SendDoItEvent.h"

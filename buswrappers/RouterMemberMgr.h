@@ -3,11 +3,24 @@
 #include <memory>
 #include <string>
 
-#include "buswrappers/IRouterMember.h"
-#include "buswrappers/RouterMemberSub.h"
+#include "buswrappers/TypedTopics.h"
 
 namespace com::tallowcrest::routing
 {
+
+/// Told which router the bridge's own frame is a member of. Called on the bridge apartment.
+class IRouterMember
+{
+public:
+    IRouterMember() = default;
+    virtual ~IRouterMember() = default;
+    IRouterMember(const IRouterMember&) = delete;
+    IRouterMember& operator=(const IRouterMember&) = delete;
+
+    /// The frame is a member of `routerPartition` (at most 16 characters); also called again for the same one.
+    virtual void joinRouterPartition(std::string routerPartition) = 0;
+    virtual void leaveRouterPartition() = 0;
+};
 
 /// Watches the memberships on the bus and tells the bridge to join the router of its own frame: at every announcement,
 /// also of an unchanged partition, so that an announcement repeated refreshes the whole bridge. A membership that is

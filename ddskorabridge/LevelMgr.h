@@ -1,7 +1,7 @@
 #pragma once
 
 #include "bustypes/RoutingTypes.h"
-#include "buswrappers/MacroLevelSub.h"
+#include "buswrappers/TypedTopics.h"
 #include "ddskorabridge/IXptStatus.h"
 #include "ddskorabridge/IXptTarget.h"
 #include "ddskorabridge/LevelContainer.h"

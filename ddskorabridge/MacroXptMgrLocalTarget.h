@@ -1,6 +1,6 @@
 #pragma once
 
-#include "buswrappers/MacroXptOutputSub.h"
+#include "buswrappers/TypedTopics.h"
 #include "ddskorabridge/MacroXptMgrTarget.h"
 
 #include <log4cxx/logger.h>

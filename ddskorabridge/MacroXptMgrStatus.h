@@ -1,7 +1,7 @@
 #pragma once
 
 #include "bustypes/RoutingTypes.h"
-#include "buswrappers/MacroXptOutputSub.h"
+#include "buswrappers/TypedTopics.h"
 #include "ddskorabridge/IXptStatus.h"
 #include "ddskorabridge/IXptTable.h"
 #include "ddskorabridge/LevelContainer.h"

@@ -1,8 +1,7 @@
 #pragma once
 
 #include "bustypes/RoutingTypes.h"
-#include "buswrappers/MacroXptOutputPub.h"
-#include "buswrappers/RouterMemberXptsSub.h"
+#include "buswrappers/TypedTopics.h"
 #include "dds/core/Duration.hpp"
 #include "ddskorabridge/IXptTable.h"
 #include "ddskorabridge/IXptTarget.h"

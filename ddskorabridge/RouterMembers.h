@@ -1,6 +1,6 @@
 #pragma once
 
-#include "buswrappers/IRouterMember.h"
+#include "buswrappers/RouterMemberMgr.h"
 
 #include <memory>
 #include <string>

@@ -1,6 +1,6 @@
 #include "bustypes/TopicNames.h"
 #include "buswrappers/ComponentInfoPub.h"
-#include "buswrappers/MacroXptOutputPub.h"
+#include "buswrappers/TypedTopics.h"
 #include "runtime/apartment/Apartment.h"
 #include "tests/interop/PeerProcess.h"
 #include "tests/support/WaitUntil.h"

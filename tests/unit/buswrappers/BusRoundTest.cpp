@@ -7,7 +7,7 @@
 #include <memory>
 #include <utility>
 
-#include "buswrappers/MacroXptOutputPub.h"
+#include "buswrappers/TypedTopics.h"
 #include "runtime/apartment/Apartment.h"
 #include "tests/support/PacketCount.h"
 #include "tests/unit/buswrappers/RouterSide.h"

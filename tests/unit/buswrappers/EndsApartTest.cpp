@@ -1,4 +1,4 @@
-#include "buswrappers/EndsApart.h"
+#include "buswrappers/TopicSub.h"
 
 #include <gtest/gtest.h>
 

@@ -4,14 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "buswrappers/ComponentInfoPubDoItPublish.h"
-#include "buswrappers/EventOnDataAvailable.h"
-#include "buswrappers/EventOnLivelinessChanged.h"
-#include "buswrappers/EventOnRequestedDeadlineMissed.h"
-#include "buswrappers/EventOnRequestedIncompatibleQos.h"
-#include "buswrappers/EventOnSampleLost.h"
-#include "buswrappers/EventOnSampleRejected.h"
-#include "buswrappers/EventOnSubscriptionMatched.h"
+#include "buswrappers/ComponentInfoPub.h"
+#include "buswrappers/ListenerEvents.h"
 #include "tests/unit/buswrappers/RecordingHandler.h"
 
 using namespace com::tallowcrest::routing;

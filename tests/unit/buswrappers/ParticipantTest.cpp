@@ -6,7 +6,7 @@
 #include <thread>
 #include <vector>
 
-#include "buswrappers/MacroXptOutputPub.h"
+#include "buswrappers/TypedTopics.h"
 #include "dds/core/WeakReference.hpp"
 
 using com::tallowcrest::routing::sharedParticipant;

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "buswrappers/DataReaderListenerHandler.h"
+#include "buswrappers/ListenerEvents.h"
 
 /// Notes the order of its calls and keeps each last status.
 class RecordingHandler final : public com::tallowcrest::routing::DataReaderListenerHandler

@@ -5,7 +5,7 @@
 #include <set>
 #include <string>
 
-#include "buswrappers/MacroXptOutputPub.h"
+#include "buswrappers/TypedTopics.h"
 #include "tests/unit/buswrappers/RouterSide.h"
 
 using com::tallowcrest::dds_::routing::MacroXptOutput;

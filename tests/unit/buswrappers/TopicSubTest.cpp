@@ -8,12 +8,8 @@
 #include <thread>
 #include <vector>
 
-#include "buswrappers/EventOnDataAvailable.h"
-#include "buswrappers/MacroLevelSub.h"
-#include "buswrappers/MacroXptOutputPub.h"
-#include "buswrappers/MacroXptOutputSub.h"
-#include "buswrappers/RouterMemberSub.h"
-#include "buswrappers/RouterMemberXptsSub.h"
+#include "buswrappers/ListenerEvents.h"
+#include "buswrappers/TypedTopics.h"
 #include "runtime/apartment/Apartment.h"
 #include "tests/unit/buswrappers/ManualApartment.h"
 #include "tests/unit/buswrappers/RouterSide.h"
