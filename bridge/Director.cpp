@@ -15,7 +15,7 @@
 #include "ddskorabridge/RouterMembers.h"
 #include "koracommand/CmdHandlerImpl.h"
 #include "koracommand/LevelAccess.h"
-#include "koraserver/ConnectionFactoryImpl.h"
+#include "koraserver/ConnectionImpl.h"
 #include "koraserver/Server.h"
 #include "runtime/apartment/Apartment.h"
 #include "runtime/apartment/BridgeApartment.h"

@@ -1,10 +1,18 @@
 #pragma once
 
 #include "bustypes/RoutingTypes.h"
-#include "ddskorabridge/XptStatus.h"
 
 #include <cstdint>
 #include <span>
+
+/// The route and lock of one macro crosspoint output that the router reports as in force. A plain value.
+struct XptStatus
+{
+    std::uint32_t result = 0; ///< 0, or 4 for an output beyond the table
+    std::uint32_t input = 0;  ///< 4294967295: no route is known
+    com::tallowcrest::dds_::routing::LPRState lprState = com::tallowcrest::dds_::routing::LPR_RELEASED;
+    std::uint32_t lprId = 0;
+};
 
 /// What a level asks of the crosspoint status of its signal type. Numbers are macro crosspoints. Apartment-bound.
 class IXptStatus

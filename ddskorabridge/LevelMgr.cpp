@@ -1,7 +1,6 @@
 #include "ddskorabridge/LevelMgr.h"
 
 #include "ddskorabridge/LevelImpl.h"
-#include "ddskorabridge/LevelMgrDoItNotifyNewConnection.h"
 #include "runtime/misc/Console.h"
 #include "runtime/util/Log.h"
 
@@ -110,4 +109,17 @@ void LevelMgr::printSample(const std::string& title, const Sample& sample) const
         static_cast<int>(sample.numMacroXptInputs), static_cast<int>(sample.controllerInputStart),
         static_cast<int>(sample.macroXptOutputStart), static_cast<int>(sample.numMacroXptOutputs),
         static_cast<int>(sample.controllerOutputStart));
+}
+
+LevelMgrDoItNotifyNewConnection::LevelMgrDoItNotifyNewConnection(std::weak_ptr<LevelMgr> levelMgr,
+                                                                 std::uint32_t connection)
+    : m_levelMgr(std::move(levelMgr)), m_connection(connection)
+{}
+
+void LevelMgrDoItNotifyNewConnection::doIt()
+{
+    if (const auto levelMgr = m_levelMgr.lock())
+    {
+        levelMgr->notifyLevels(m_connection);
+    }
 }

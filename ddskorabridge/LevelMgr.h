@@ -7,7 +7,9 @@
 #include "ddskorabridge/LevelContainer.h"
 #include "koracommand/LevelAccess.h"
 #include "koracommand/LevelInvalid.h"
-#include "koraserver/NotifyNewConnection.h"
+#include "koraserver/Connection.h"
+#include "runtime/apartment/DoItEvent.h"
+#include "runtime/util/Pooled.h"
 
 #include <log4cxx/logger.h>
 
@@ -69,4 +71,21 @@ private:
     const std::shared_ptr<LevelInvalid> m_levelInvalid;
     std::string m_routerPartition; ///< empty until joined
     log4cxx::LoggerPtr m_logger;
+};
+
+/// Announces a new controller connection to every level, on the level manager's apartment. Holds the level manager
+/// weakly, because an apartment that never runs the event again must not keep its own owner alive.
+class LevelMgrDoItNotifyNewConnection final
+    : public com::tallowcrest::util::Pooled<LevelMgrDoItNotifyNewConnection, com::tallowcrest::apartment::DoItEvent>
+{
+public:
+    static constexpr const char* poolName = "LevelMgrDoItNotifyNewConnection";
+
+    LevelMgrDoItNotifyNewConnection(std::weak_ptr<LevelMgr> levelMgr, std::uint32_t connection);
+
+    void doIt() override;
+
+private:
+    const std::weak_ptr<LevelMgr> m_levelMgr;
+    const std::uint32_t m_connection;
 };

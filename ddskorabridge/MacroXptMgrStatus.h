@@ -3,7 +3,6 @@
 #include "bustypes/RoutingTypes.h"
 #include "buswrappers/TypedTopics.h"
 #include "ddskorabridge/IXptStatus.h"
-#include "ddskorabridge/IXptTable.h"
 #include "ddskorabridge/LevelContainer.h"
 #include "ddskorabridge/MacroXptTable.h"
 

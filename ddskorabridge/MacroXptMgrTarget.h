@@ -3,7 +3,6 @@
 #include "bustypes/RoutingTypes.h"
 #include "buswrappers/TypedTopics.h"
 #include "dds/core/Duration.hpp"
-#include "ddskorabridge/IXptTable.h"
 #include "ddskorabridge/IXptTarget.h"
 #include "ddskorabridge/MacroXptAvailable.h"
 #include "ddskorabridge/MacroXptTable.h"

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cassert>
 #include <cstdint>
 #include <limits>
 #include <optional>
@@ -24,7 +25,7 @@ struct MappingNumbers
 class Mapping
 {
 public:
-    explicit Mapping(const MappingNumbers& numbers);
+    explicit Mapping(const MappingNumbers& numbers) : m_numbers(numbers) { assert(numbers.numXptsPer != 0); }
     virtual ~Mapping() = default;
     Mapping(const Mapping&) = delete;
     Mapping& operator=(const Mapping&) = delete;

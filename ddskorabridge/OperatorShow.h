@@ -1,7 +1,7 @@
 #pragma once
 
-#include "ddskorabridge/IXptTable.h"
 #include "ddskorabridge/LevelContainer.h"
+#include "ddskorabridge/MacroXptTable.h"
 #include "runtime/apartment/SendDoItEvent.h"
 
 #include <chrono>

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "koraserver/Connection.h"
-#include "koraserver/NotifyNewConnection.h"
 #include "runtime/apartment/Task.h"
 #include "runtime/util/FailureLog.h"
 #include "runtime/util/UniqueFd.h"

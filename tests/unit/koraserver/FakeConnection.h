@@ -1,7 +1,6 @@
 #pragma once
 
 #include "koraserver/Connection.h"
-#include "koraserver/NotifyNewConnection.h"
 #include "runtime/util/UniqueFd.h"
 #include "tests/support/WaitUntil.h"
 

@@ -1,4 +1,4 @@
-#include "koraserver/ConnectionFactoryImpl.h"
+#include "koraserver/ConnectionImpl.h"
 #include "koraserver/ListeningSocket.h"
 #include "koraserver/Server.h"
 #include "tests/support/TcpSocket.h"
