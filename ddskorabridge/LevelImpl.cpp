@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <array>
-#include <optional>
 #include <utility>
 
 using namespace com::tallowcrest::dds_::routing;
@@ -131,39 +130,46 @@ std::uint32_t LevelImpl::setOutputLPR(std::uint32_t controllerOutput, std::uint3
 std::uint32_t LevelImpl::getOutputStatus(std::uint32_t controllerOutput, std::uint32_t& controllerInput,
                                          std::uint32_t& lprState, std::uint32_t& lprId)
 {
-    controllerInput = 0;
-    lprState = 0;
-    lprId = 0;
-    const auto xptOutput = m_mapping.controllerOutputToXpt(controllerOutput);
-    if (!xptOutput)
+    OutputStatus status{.result = resultCode::esfInvalidDst};
+    if (const auto xptOutput = m_mapping.controllerOutputToXpt(controllerOutput))
     {
-        return resultCode::esfInvalidDst;
+        XptStatus xpt;
+        xpt.result = m_status->getStatus(*xptOutput, xpt.input, xpt.lprState, xpt.lprId);
+        status = controllerStatus(xpt);
+        if (status.result == resultCode::done)
+        {
+            status.result = checkGroup(*xptOutput, xpt.input);
+        }
     }
-    std::uint32_t xptInput = 0;
-    LPRState state = LPR_RELEASED;
-    std::uint32_t result = m_status->getStatus(*xptOutput, xptInput, state, lprId);
-    lprState = controllerState(state);
-    if (result != resultCode::done)
+    controllerInput = status.controllerInput;
+    lprState = status.lprState;
+    lprId = status.lprId;
+    return status.result;
+}
+
+OutputStatus LevelImpl::controllerStatus(const XptStatus& xpt) const
+{
+    OutputStatus status{.result = xpt.result, .lprState = controllerState(xpt.lprState), .lprId = xpt.lprId};
+    if (status.result == resultCode::done)
     {
-        return result;
+        const auto input = m_mapping.xptInputToController(xpt.input);
+        status.result = input ? resultCode::done : resultCode::esfInvalidSrc;
+        status.controllerInput = input.value_or(0);
     }
-    const auto input = m_mapping.xptInputToController(xptInput);
-    if (!input)
-    {
-        return resultCode::esfInvalidSrc;
-    }
-    controllerInput = *input;
+    return status;
+}
+
+std::uint32_t LevelImpl::checkGroup(std::uint32_t xptOutput, std::uint32_t xptInput) const
+{
     for (std::uint32_t i = 1; i < m_mapping.numXptsPer(); ++i)
     {
-        std::uint32_t followingInput = 0;
-        LPRState followingState = LPR_RELEASED;
-        std::uint32_t followingLprId = 0;
-        result = m_status->getStatus(*xptOutput + i, followingInput, followingState, followingLprId);
-        if (result != resultCode::done)
+        XptStatus following;
+        following.result = m_status->getStatus(xptOutput + i, following.input, following.lprState, following.lprId);
+        if (following.result != resultCode::done)
         {
-            return result;
+            return following.result;
         }
-        if (followingInput != xptInput + i)
+        if (following.input != xptInput + i)
         {
             return resultCode::groupDisagrees;
         }
@@ -207,14 +213,8 @@ void LevelImpl::readStatuses(std::uint32_t xptOutput, std::span<OutputStatus> st
     {
         const auto count = std::min(xpts.size(), statuses.size());
         m_status->getStatuses(xptOutput, std::span(xpts).first(count));
-        for (std::size_t i = 0; i < count; ++i)
-        {
-            const auto& [xptResult, xptInput, lprState, lprId] = xpts[i];
-            const auto input = xptResult == resultCode::done ? m_mapping.xptInputToController(xptInput)
-                                                             : std::optional<std::uint32_t>();
-            const std::uint32_t result = xptResult != resultCode::done || input ? xptResult : resultCode::esfInvalidSrc;
-            statuses[i] = {result, input.value_or(0), controllerState(lprState), lprId};
-        }
+        std::transform(xpts.begin(), xpts.begin() + count, statuses.begin(),
+                       [this](const XptStatus& xpt) { return controllerStatus(xpt); });
         xptOutput += static_cast<std::uint32_t>(count);
         statuses = statuses.subspan(count);
     }

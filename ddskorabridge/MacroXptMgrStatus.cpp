@@ -33,30 +33,32 @@ void MacroXptMgrStatus::leaveRouterPartition()
 std::uint32_t MacroXptMgrStatus::getStatus(std::uint32_t output, std::uint32_t& input, LPRState& lprState,
                                            std::uint32_t& lprId) const
 {
-    if (!m_status.contains(output))
+    const XptStatus status = statusOf(output);
+    if (status.result == resultCode::done)
     {
-        return resultCode::esfInvalidDst;
+        input = status.input;
+        lprState = status.lprState;
+        lprId = status.lprId;
     }
-    const Sample& status = m_status.record(output);
-    input = status.macroXptInput;
-    lprState = status.lprState;
-    lprId = status.lprId;
-    return resultCode::done;
+    return status.result;
 }
 
 void MacroXptMgrStatus::getStatuses(std::uint32_t firstOutput, std::span<XptStatus> statuses) const
 {
     for (XptStatus& status : statuses)
     {
-        const std::uint32_t output = firstOutput++;
-        if (!m_status.contains(output))
-        {
-            status = {.result = resultCode::esfInvalidDst};
-            continue;
-        }
-        const Sample& record = m_status.record(output);
-        status = {resultCode::done, record.macroXptInput, record.lprState, record.lprId};
+        status = statusOf(firstOutput++);
     }
+}
+
+XptStatus MacroXptMgrStatus::statusOf(std::uint32_t output) const
+{
+    if (!m_status.contains(output))
+    {
+        return {.result = resultCode::esfInvalidDst};
+    }
+    const Sample& record = m_status.record(output);
+    return {resultCode::done, record.macroXptInput, record.lprState, record.lprId};
 }
 
 void MacroXptMgrStatus::onDataAvailable()
