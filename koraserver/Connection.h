@@ -27,6 +27,8 @@ public:
     virtual std::uint32_t clientAddress() const = 0;
     /// Prints the table of unexpected protocols to the console.
     virtual void showUnexpectedProtocols() = 0;
+    /// Prints the commands that came, unhandled and processed, with their counts to the console.
+    virtual void showCommands() = 0;
 };
 
 /// Makes and starts the connection of an accepted socket.

@@ -97,6 +97,11 @@ void ConnectionImpl::showUnexpectedProtocols()
     m_unexpectedProtocols.show();
 }
 
+void ConnectionImpl::showCommands()
+{
+    m_cmdHandler->show();
+}
+
 void ConnectionImpl::run()
 {
     com::tallowcrest::util::nameThread(m_shortThreadName);

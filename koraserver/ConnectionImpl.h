@@ -41,6 +41,7 @@ public:
     int socket() const override { return m_socket; }
     std::uint32_t clientAddress() const override { return m_clientAddress; }
     void showUnexpectedProtocols() override;
+    void showCommands() override;
 
     /// "Kora Connection:192.168.0.7:40112-9": address, port and descriptor of the client.
     const std::string& threadName() const { return m_threadName; }

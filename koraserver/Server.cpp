@@ -161,6 +161,15 @@ void Server::showConnections() const
             connection->showUnexpectedProtocols();
         }
     }
+    // Behind the whole table, which scripts read as it has always been.
+    for (const auto& connection : m_slots)
+    {
+        if (connection != nullptr)
+        {
+            print("\nCommands of clientFd %d\n", connection->socket());
+            connection->showCommands();
+        }
+    }
 }
 
 bool Server::openServerSocketIfClosed()

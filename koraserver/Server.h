@@ -50,7 +50,8 @@ public:
 
     /// Prints the statistics block to the console.
     void showServerStats() const;
-    /// Asks the server's thread to print the connection table at its next pass.
+    /// Asks the server's thread to print the connection table, and behind it each connection's commands, at its next
+    /// pass.
     void requestShowConnections();
 
 private:

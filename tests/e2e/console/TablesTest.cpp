@@ -41,13 +41,24 @@ std::string bytes(std::initializer_list<std::uint32_t> words)
     return text;
 }
 
-/// Chooses "Show Server Connections" and returns what the server's thread printed, within about a second. The menu
-/// comes at the same time, before or behind the list or within it.
-std::string connectionList(Operator& sut, const std::string& lastRow)
+/// What stands behind the connection table for a connection; `processed` are its rows.
+std::string commandsOf(int socket, const std::string& processed)
+{
+    return "\nCommands of clientFd " + std::to_string(socket) +
+           "\n----- Unhandled Cmds -----\n----- Processed Cmds -----\n" + processed;
+}
+
+/// Chooses "Show Server Connections" and returns what the server's thread printed, within about a second, up to and
+/// with a row that comes `count` times. The menu comes at the same time, before or behind the list or within it.
+std::string connectionList(Operator& sut, const std::string& lastRow, std::size_t count)
 {
     sut.type("0\n");
     const std::string menu(menuScreen);
-    std::string text = sut.until(lastRow, std::chrono::milliseconds(2500));
+    std::string text;
+    while (count-- > 0)
+    {
+        text += sut.until(lastRow, std::chrono::milliseconds(2500));
+    }
     if (text.find(menu) == std::string::npos)
     {
         text += sut.until(menu);
@@ -110,9 +121,10 @@ TEST_F(ConsoleTablesTest, ConnectionsComeFromTheServersThreadWithTheirUnexpected
 
     const auto sockets = controllerSockets();
     ASSERT_EQ(sockets.size(), 2U);
-    const std::string lastRow = "               0x15 nptSCPProtocol\n";
-    EXPECT_EQ(connectionList(sut, lastRow), "\nclientFd         Ip Addr\n-------- ---------------\n" +
-                                                connectionRow(sockets[0]) + connectionRow(sockets[1]) + lastRow);
+    EXPECT_EQ(connectionList(sut, "----- Processed Cmds -----\n", 2),
+              "\nclientFd         Ip Addr\n-------- ---------------\n" + connectionRow(sockets[0]) +
+                  connectionRow(sockets[1]) + "               0x15 nptSCPProtocol\n" +
+                  commandsOf(sockets[0], "                      1 0x00000050 ermcTake\n") + commandsOf(sockets[1], ""));
 }
 
 TEST_F(ConsoleTablesTest, EveryTableIsServedBeforeAnyJoin)
@@ -120,7 +132,7 @@ TEST_F(ConsoleTablesTest, EveryTableIsServedBeforeAnyJoin)
     startBridge();
     Operator sut;
 
-    EXPECT_EQ(connectionList(sut, "---------------\n"), "\nclientFd         Ip Addr\n-------- ---------------\n");
+    EXPECT_EQ(connectionList(sut, "---------------\n", 1), "\nclientFd         Ip Addr\n-------- ---------------\n");
     EXPECT_EQ(sut.choose("1"), "\n"
                                "--------------------------------- Server Stats ---------------------------------\n"
                                "Tcp Server Socket Reopen Cnt:        0    Tcp Accepted Cnt:                    0\n"
@@ -143,12 +155,15 @@ TEST_F(ConsoleTablesTest, EveryTableIsServedWithAllSixteenControllersConnected)
     ASSERT_TRUE(testsupport::waitForClosedPort(koraPort));
     Operator sut;
 
+    const std::string command = "                      1 0x00004000 ermcPortPresent\n";
     std::string expected = "\nclientFd         Ip Addr\n-------- ---------------\n";
+    std::string commands;
     for (const int socket : controllerSockets())
     {
         expected += connectionRow(socket);
+        commands += commandsOf(socket, command);
     }
-    EXPECT_EQ(connectionList(sut, connectionRow(controllerSockets().back())), expected);
+    EXPECT_EQ(connectionList(sut, command, clients.size()), expected + commands);
     EXPECT_NE(sut.choose("1").find("Tcp Accepted Cnt:                   16\n"), std::string::npos);
     EXPECT_EQ(sut.choose("10"), levelsHeading + audioLevels);
     EXPECT_EQ(lines(sut.table("8", "1")).size(), 15U);

@@ -216,6 +216,15 @@ TEST_F(ConnectionImplTest, OtherProtocolsGetNoAnswerAndAreListedOnce)
     EXPECT_NE(table.find("               0x63 Unknown Protocol\n"), std::string::npos);
 }
 
+TEST_F(ConnectionImplTest, ShowsTheCommandsOfItsHandler)
+{
+    testing::internal::CaptureStdout();
+
+    m_sut->showCommands();
+
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "the handler's commands\n");
+}
+
 TEST_F(ConnectionImplTest, ClientThatClosesEndsIt)
 {
     m_sut->start();

@@ -3,6 +3,7 @@
 #include "koracommand/CmdHandler.h"
 #include "koracommand/WireLayout.h"
 #include "koracommand/WireWords.h"
+#include "runtime/misc/Console.h"
 
 #include <algorithm>
 #include <atomic>
@@ -73,7 +74,7 @@ public:
         }
         return m_commands.answer(message);
     }
-    void show() override {}
+    void show() override { com::tallowcrest::misc::print("the handler's commands\n"); }
 
 private:
     FakeCommands& m_commands;

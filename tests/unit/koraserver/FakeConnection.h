@@ -1,6 +1,7 @@
 #pragma once
 
 #include "koraserver/Connection.h"
+#include "runtime/misc/Console.h"
 #include "runtime/util/UniqueFd.h"
 #include "tests/support/WaitUntil.h"
 
@@ -64,6 +65,7 @@ public:
             throw std::runtime_error("no console");
         }
     }
+    void showCommands() override { com::tallowcrest::misc::print("commands of %u\n", m_id); }
 
 private:
     EventList& m_events;
