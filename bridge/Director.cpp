@@ -27,6 +27,7 @@
 
 #include <exception>
 #include <utility>
+#include <vector>
 
 namespace apartment = com::tallowcrest::apartment;
 namespace hwobjs = com::tallowcrest::hwobjs;
@@ -187,9 +188,10 @@ void Director::createLevels()
 
 void Director::createRouterMembership()
 {
-    m_routerMembers =
-        std::make_shared<RouterMembers>(m_levelMgr, m_audioTargetMgr, m_videoTargetMgr, m_audioStatusMgr,
-                                        m_videoStatusMgr, m_audioLocalTargetMgr, m_videoLocalTargetMgr, m_server);
+    m_routerMembers = std::make_shared<RouterMembers>(
+        std::vector<std::shared_ptr<IPartitionBound>>{m_levelMgr, m_audioTargetMgr, m_videoTargetMgr, m_audioStatusMgr,
+                                                      m_videoStatusMgr, m_audioLocalTargetMgr, m_videoLocalTargetMgr},
+        m_server);
     m_routerMemberMgr = std::make_shared<routing::RouterMemberMgr>(
         apartment::bridgeApartment(), topicName(TopicName::RouterMember), m_frameId, m_routerMembers);
 }

@@ -5,6 +5,7 @@
 #include "ddskorabridge/IXptStatus.h"
 #include "ddskorabridge/IXptTarget.h"
 #include "ddskorabridge/LevelContainer.h"
+#include "ddskorabridge/RouterMembers.h"
 #include "koracommand/LevelAccess.h"
 #include "koracommand/LevelInvalid.h"
 #include "koraserver/Connection.h"
@@ -22,6 +23,7 @@
 /// except `notifyNewConnection`, which may be called from any thread. Failures of the bus leave as the bus layer's
 /// exceptions.
 class LevelMgr : public com::tallowcrest::routing::MacroLevelSub,
+                 public IPartitionBound,
                  public NotifyNewConnection,
                  public ILevelAccess,
                  public std::enable_shared_from_this<LevelMgr>
@@ -41,7 +43,7 @@ public:
     /// Moves into the partition and builds the levels that are published there already.
     void joinRouterPartition(const std::string& routerPartition) override;
     /// Forgets every level and moves out of every router's partition.
-    virtual void leaveRouterPartition();
+    void leaveRouterPartition() override;
 
     /// Builds the level that a valid sample describes, in place of the one that had its number in the same container.
     /// Ignored without a word: an unknown signal type. Ignored with a warning: no outputs, or more than the maximum.

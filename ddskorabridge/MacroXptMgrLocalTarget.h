@@ -2,6 +2,7 @@
 
 #include "buswrappers/TypedTopics.h"
 #include "ddskorabridge/MacroXptMgrTarget.h"
+#include "ddskorabridge/RouterMembers.h"
 
 #include <log4cxx/logger.h>
 
@@ -10,7 +11,7 @@
 
 /// Listens to the targets that other parties set for one signal type and hands them to its target manager. Owned by the
 /// Director. Apartment-bound. Failures of the bus leave as the bus layer's exceptions.
-class MacroXptMgrLocalTarget : public com::tallowcrest::routing::MacroXptOutputSub
+class MacroXptMgrLocalTarget : public com::tallowcrest::routing::MacroXptOutputSub, public IPartitionBound
 {
 public:
     MacroXptMgrLocalTarget(std::shared_ptr<com::tallowcrest::apartment::SendDoItEvent> apartment,
@@ -18,7 +19,7 @@ public:
 
     void joinRouterPartition(const std::string& routerPartition) override;
     /// Moves out of every router's partition.
-    virtual void leaveRouterPartition();
+    void leaveRouterPartition() override;
 
     // DataReaderListenerHandler
     void onDataAvailable() override;

@@ -5,6 +5,7 @@
 #include "ddskorabridge/IXptStatus.h"
 #include "ddskorabridge/LevelContainer.h"
 #include "ddskorabridge/MacroXptTable.h"
+#include "ddskorabridge/RouterMembers.h"
 
 #include <log4cxx/logger.h>
 
@@ -16,7 +17,10 @@
 /// The routes and lock states of one signal type that the router reports as in force; tells the levels which outputs
 /// changed. Owned by the Director, shared by the levels. Apartment-bound. Failures of the bus leave as the bus layer's
 /// exceptions.
-class MacroXptMgrStatus : public com::tallowcrest::routing::MacroXptOutputSub, public IXptStatus, public IXptTable
+class MacroXptMgrStatus : public com::tallowcrest::routing::MacroXptOutputSub,
+                          public IPartitionBound,
+                          public IXptStatus,
+                          public IXptTable
 {
 public:
     using Sample = com::tallowcrest::dds_::routing::MacroXptOutput;
@@ -29,7 +33,7 @@ public:
     /// Moves into the partition, whose status then refills the table.
     void joinRouterPartition(const std::string& routerPartition) override;
     /// Moves out of every router's partition; the table stays.
-    virtual void leaveRouterPartition();
+    void leaveRouterPartition() override;
 
     // IXptStatus
     std::uint32_t getStatus(std::uint32_t output, std::uint32_t& input, LPRState& lprState,

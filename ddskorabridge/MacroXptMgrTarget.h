@@ -6,6 +6,7 @@
 #include "ddskorabridge/IXptTarget.h"
 #include "ddskorabridge/MacroXptAvailable.h"
 #include "ddskorabridge/MacroXptTable.h"
+#include "ddskorabridge/RouterMembers.h"
 
 #include <log4cxx/logger.h>
 
@@ -18,7 +19,10 @@
 /// publishes every change on the target topic, and on a join takes over the last targets of the partition. Owned by the
 /// Director, shared by the levels and the local-target manager. Apartment-bound. Failures of the bus leave as the bus
 /// layer's exceptions; a take or lock that could not be published is not stored either.
-class MacroXptMgrTarget : public com::tallowcrest::routing::RouterMemberXptsSub, public IXptTarget, public IXptTable
+class MacroXptMgrTarget : public com::tallowcrest::routing::RouterMemberXptsSub,
+                          public IPartitionBound,
+                          public IXptTarget,
+                          public IXptTable
 {
 public:
     using Sample = com::tallowcrest::dds_::routing::MacroXptOutput;
@@ -36,7 +40,7 @@ public:
     /// most.
     void joinRouterPartition(const std::string& routerPartition) override;
     /// Moves out of every router's partition; the table stays.
-    virtual void leaveRouterPartition();
+    void leaveRouterPartition() override;
 
     // IXptTarget
     std::uint32_t checkTake(std::uint32_t output, std::uint32_t input, std::uint32_t lprId) const override;

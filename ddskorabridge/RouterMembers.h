@@ -4,12 +4,24 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
-class LevelMgr;
-class MacroXptMgrLocalTarget;
-class MacroXptMgrStatus;
-class MacroXptMgrTarget;
 class Server;
+
+/// A part of the bridge that lives in a router's partition. Apartment-bound.
+class IPartitionBound
+{
+public:
+    IPartitionBound() = default;
+    virtual ~IPartitionBound() = default;
+    IPartitionBound(const IPartitionBound&) = delete;
+    IPartitionBound& operator=(const IPartitionBound&) = delete;
+
+    /// Moves into the partition; called again for the same one to refresh what is read and written there.
+    virtual void joinRouterPartition(const std::string& routerPartition) = 0;
+    /// Moves out of every router's partition.
+    virtual void leaveRouterPartition() = 0;
+};
 
 /// Moves every part of the bridge that lives in a router's partition, and the controller server last: levels and
 /// crosspoints are in the partition before a controller can connect, and the server is the last to hear that the router
@@ -18,11 +30,8 @@ class Server;
 class RouterMembers : public com::tallowcrest::routing::IRouterMember
 {
 public:
-    RouterMembers(std::shared_ptr<LevelMgr> levelMgr, std::shared_ptr<MacroXptMgrTarget> audioTarget,
-                  std::shared_ptr<MacroXptMgrTarget> videoTarget, std::shared_ptr<MacroXptMgrStatus> audioStatus,
-                  std::shared_ptr<MacroXptMgrStatus> videoStatus,
-                  std::shared_ptr<MacroXptMgrLocalTarget> audioLocalTarget,
-                  std::shared_ptr<MacroXptMgrLocalTarget> videoLocalTarget, std::shared_ptr<Server> server);
+    /// The parts move in the order given.
+    RouterMembers(std::vector<std::shared_ptr<IPartitionBound>> parts, std::shared_ptr<Server> server);
     ~RouterMembers() override;
 
     // IRouterMember
@@ -30,12 +39,6 @@ public:
     void leaveRouterPartition() override;
 
 private:
-    const std::shared_ptr<LevelMgr> m_levelMgr;
-    const std::shared_ptr<MacroXptMgrTarget> m_audioTarget;
-    const std::shared_ptr<MacroXptMgrTarget> m_videoTarget;
-    const std::shared_ptr<MacroXptMgrStatus> m_audioStatus;
-    const std::shared_ptr<MacroXptMgrStatus> m_videoStatus;
-    const std::shared_ptr<MacroXptMgrLocalTarget> m_audioLocalTarget;
-    const std::shared_ptr<MacroXptMgrLocalTarget> m_videoLocalTarget;
+    const std::vector<std::shared_ptr<IPartitionBound>> m_parts;
     const std::shared_ptr<Server> m_server;
 };

@@ -49,6 +49,21 @@ TEST_F(JoinTest, ControllerPortIsClosedUntilTheMembershipArrives)
     EXPECT_TRUE(bridge().waitForOutput(std::string(joinLine) + "R1')"));
 }
 
+TEST_F(JoinTest, LevelsTargetsStatusAndLocalTargetsJoinInThisOrderAndTheServerLast)
+{
+    startJoined();
+
+    const std::string log = bridge().output();
+    std::size_t at = 0;
+    for (const std::string part : {"Level", "XptOutputAudioTarget", "XptOutputVideoTarget", "XptOutputAudioStatus",
+                                   "XptOutputVideoStatus", "XptOutputAudioLocalTarget", "XptOutputVideoLocalTarget"})
+    {
+        at = log.find("TopicMacro" + part + " joinRouterPartition(routerPartition 'R1')", at);
+        ASSERT_NE(at, std::string::npos) << part << " in\n" << log;
+    }
+    EXPECT_NE(log.find(" connected to router\n", at), std::string::npos) << log;
+}
+
 TEST_F(JoinTest, MembershipOfAnotherFrameJoinsNothing)
 {
     startBridge({"18", "3", "Bridge One", "another frame"});

@@ -106,8 +106,8 @@ protected:
         std::make_shared<Recording<LevelMgr>>(m_calls, "levels", m_apartment, "level", m_audioTarget, m_videoTarget,
                                               m_audioStatus, m_videoStatus, m_levels, m_levels);
     std::shared_ptr<RecordingServer> m_server = std::make_shared<RecordingServer>(m_calls);
-    RouterMembers m_sut{m_levelMgr,    m_audioTarget, m_videoTarget, m_audioStatus,
-                        m_videoStatus, m_audioLocal,  m_videoLocal,  m_server};
+    RouterMembers m_sut{
+        {m_levelMgr, m_audioTarget, m_videoTarget, m_audioStatus, m_videoStatus, m_audioLocal, m_videoLocal}, m_server};
 };
 
 TEST_F(RouterMembersTest, JoiningConnectsTheServerAfterEveryManagerHasJoined)
