@@ -115,7 +115,7 @@ void LogGuard::countLost(const std::string& reason) noexcept
     {
         m_complainedAt = m_clock();
         static_cast<void>(
-            std::fprintf(stderr, "korabridge: log lines are lost until this is mended: %s\n", m_reason.c_str()));
+            std::fprintf(stderr, "korabridge: log lines are lost until this is fixed: %s\n", m_reason.c_str()));
     }
     ++m_lost;
 }

@@ -30,7 +30,7 @@ constexpr std::chrono::milliseconds retryTime{1000};
 
 std::string lack(const char* what, const char* limit, std::size_t got, std::size_t needed, const std::string& reason)
 {
-    return std::to_string(got) + " of " + std::to_string(needed) + " " + what + " to be had (" + limit + "), " + reason;
+    return std::to_string(got) + " of " + std::to_string(needed) + " " + what + " available (" + limit + "), " + reason;
 }
 
 std::string missingDescriptors(std::size_t needed)
@@ -116,7 +116,7 @@ std::string missingThreadsOrMemory(std::size_t threads, std::size_t memory)
     const std::unique_ptr<char[]> heap(new (std::nothrow) char[memory]);
     if (heap == nullptr || held.isShortOfMemory())
     {
-        return "less than " + std::to_string(memory / 1024) + " KiB of memory to be had (ulimit -v), " +
+        return "less than " + std::to_string(memory / 1024) + " KiB of memory available (ulimit -v), " +
                systemErrorText(ENOMEM);
     }
     return "";
@@ -151,11 +151,11 @@ void awaitStartResources(const log4cxx::LoggerPtr& logger, const StartResources&
         const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - std::chrono::steady_clock::now());
         if (left <= left.zero() || misc::consoleStopRequested())
         {
-            throw std::runtime_error("not enough to start with: " + missing);
+            throw std::runtime_error("not enough resources to start: " + missing);
         }
         if (!isTold)
         {
-            LOG_WARN_F(logger, "not enough to start with: %s; looking again each second", missing.c_str());
+            LOG_WARN_F(logger, "not enough resources to start: %s; checking again every second", missing.c_str());
             isTold = true;
         }
         waitOrStop(std::min(left, retryTime));

@@ -31,7 +31,7 @@ void logEndingSignal()
 {
     if (const int number = endingSignal; number != 0)
     {
-        LOG_INFO_F(com::tallowcrest::util::bridgeLogger(), "Signal %d from process %d ends the bridge", number,
+        LOG_INFO_F(com::tallowcrest::util::bridgeLogger(), "Stopping on signal %d from process %d", number,
                    static_cast<int>(endingProcess));
     }
 }

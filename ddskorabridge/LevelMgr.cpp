@@ -59,8 +59,8 @@ void LevelMgr::handleSample(const Sample& sample)
     }
     if (sample.numMacroXptOutputs == 0 || sample.numMacroXptOutputs > maxLevelOutputs)
     {
-        LOG_WARN_F(m_logger, "Level %d ignored: %u outputs, only 1 to %u are possible",
-                   static_cast<int>(sample.levelId), sample.numMacroXptOutputs, maxLevelOutputs);
+        LOG_WARN_F(m_logger, "Level %d ignored: %u outputs, must be 1 to %u", static_cast<int>(sample.levelId),
+                   sample.numMacroXptOutputs, maxLevelOutputs);
         return;
     }
     auto level =

@@ -66,7 +66,7 @@ void TimecodeSharedMem::tryAgain() const noexcept
     attach(Report::No);
     if (m_word != nullptr)
     {
-        static_cast<void>(std::fputs("house timecode: the shared-memory segment is attached now\n", stderr));
+        static_cast<void>(std::fputs("house timecode: shared-memory segment attached\n", stderr));
     }
 }
 

@@ -117,7 +117,7 @@ Menu::Choice Menu::select() const
     const int result = getline(buffer.data(), static_cast<int>(buffer.size()));
     if (result < 0)
     {
-        // A change of operators and a stop are no errors of his, so he is not told.
+        // A change of operators and a stop are not the operator's errors, so nothing is said.
         if (result == consoleEndOfInput)
         {
             print("scanf error: %d\n", result);

@@ -45,7 +45,7 @@ public:
 
     /// Shows the menu and runs what is chosen until the operator quits, a stop is requested, or standard input (where
     /// that is the console) has ended. A handler's exception is logged and printed, and the menu goes on. A round that
-    /// another operator's arrival cut short is started afresh for him. Hooks may be empty.
+    /// another operator's arrival cut short is started afresh for them. Hooks may be empty.
     void run(const std::function<void()>& beforeEachRound, const std::function<void()>& onEnter,
              const std::function<void()>& onExit);
 

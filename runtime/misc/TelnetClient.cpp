@@ -62,7 +62,7 @@ void TelnetClient::send(std::string_view text)
     {
         if (m_droppedBytes == 0)
         {
-            LOG_INFO_F(m_logger, "telnet clientFd %d does not read, dropping text", m_socket.get());
+            LOG_INFO_F(m_logger, "telnet clientFd %d is not reading, dropping text", m_socket.get());
         }
         m_droppedBytes += text.size();
         return;
@@ -141,8 +141,8 @@ void TelnetClient::sendPending()
     writeToSocket();
     if (m_pending.empty() && m_droppedBytes > 0 && !m_hasFailed)
     {
-        LOG_INFO_F(m_logger, "telnet clientFd %d reads again, %" PRIu64 " bytes of text were dropped", m_socket.get(),
-                   m_droppedBytes);
+        LOG_INFO_F(m_logger, "telnet clientFd %d is reading again, %" PRIu64 " bytes of text were dropped",
+                   m_socket.get(), m_droppedBytes);
         m_droppedBytes = 0;
     }
     // Behind the text that was kept, and not while text is dropped: any number of requests is owed one answer.

@@ -93,7 +93,7 @@ TEST_F(StartStopTest, TerminateStopsCleanlyAndTheComponentRecordLosesItsWriter)
 
     EXPECT_TRUE(record().waitForComponent(frameId, bridgeId, Liveness::NoWriters));
     EXPECT_TRUE(record().waitForTargetGone(Signal::Video, 7, Liveness::NoWriters));
-    EXPECT_NE(bridge().output().find("Signal 15 from process " + std::to_string(getpid()) + " ends the bridge"),
+    EXPECT_NE(bridge().output().find("Stopping on signal 15 from process " + std::to_string(getpid())),
               std::string::npos);
     EXPECT_NE(bridge().output().find("Stopping korabridge"), std::string::npos);
     EXPECT_THROW(client.portPresent(), koractl::KoraError);
@@ -122,7 +122,7 @@ TEST_F(StartStopTest, TerminateAtAnyStageOfTheStartStopsCleanly)
         bridge().signal(SIGTERM);
 
         EXPECT_EQ(bridge().waitForExit(), 0);
-        EXPECT_NE(bridge().output().find("Signal 15 from process " + std::to_string(getpid()) + " ends the bridge"),
+        EXPECT_NE(bridge().output().find("Stopping on signal 15 from process " + std::to_string(getpid())),
                   std::string::npos);
         EXPECT_NE(bridge().output().find("Stopping korabridge"), std::string::npos);
     }

@@ -106,7 +106,7 @@ TEST_F(ConsoleSessionsTest, OperatorWhoNeverReadsHoldsUpNobody)
     ASSERT_TRUE(testsupport::waitUntil(
         [&] {
             static_cast<void>(::send(deaf->fd(), request.data(), request.size(), MSG_DONTWAIT | MSG_NOSIGNAL));
-            return bridge().output().find("does not read, dropping text") != std::string::npos;
+            return bridge().output().find("is not reading, dropping text") != std::string::npos;
         },
         std::chrono::seconds(30)));
 

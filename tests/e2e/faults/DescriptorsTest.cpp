@@ -40,18 +40,18 @@ TEST_F(DescriptorsTest, StartWithoutEnoughEndsWithStatusOneAndSaysWhatIsMissing)
     for (auto& bridge : bridges)
     {
         EXPECT_EQ(bridge->waitForExit(40s), 1) << bridge->errors();
-        EXPECT_NE(bridge->errors().find("korabridge: not enough to start with: "), std::string::npos);
-        EXPECT_NE(bridge->errors().find(" of 24 descriptors to be had (ulimit -n), Too many open files"),
+        EXPECT_NE(bridge->errors().find("korabridge: not enough resources to start: "), std::string::npos);
+        EXPECT_NE(bridge->errors().find(" of 24 descriptors available (ulimit -n), Too many open files"),
                   std::string::npos)
             << bridge->errors();
-        EXPECT_EQ(countOf(bridge->output(), "not enough to start with"), 1U) << bridge->output();
+        EXPECT_EQ(countOf(bridge->output(), "not enough resources to start"), 1U) << bridge->output();
     }
 }
 
 TEST_F(DescriptorsTest, StartGoesOnWhenEnoughComeInTime)
 {
     startAfter("ulimit -S -n 9");
-    ASSERT_TRUE(bridge().waitForOutput("not enough to start with"));
+    ASSERT_TRUE(bridge().waitForOutput("not enough resources to start"));
 
     giveDescriptorsBack();
 
@@ -65,7 +65,7 @@ TEST_F(DescriptorsTest, StartGoesOnWhenEnoughComeInTime)
 TEST_F(DescriptorsTest, StopDuringTheWaitIsNotHeldUp)
 {
     startAfter("ulimit -S -n 9");
-    ASSERT_TRUE(bridge().waitForOutput("not enough to start with"));
+    ASSERT_TRUE(bridge().waitForOutput("not enough resources to start"));
     const auto begin = std::chrono::steady_clock::now();
 
     EXPECT_EQ(stopBridge(), 1);

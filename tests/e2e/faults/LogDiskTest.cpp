@@ -33,7 +33,7 @@ TEST_F(LogDiskTest, FullDiskCostsLinesAndNothingElse)
         [&] { return second.take({{.level = videoLevel, .lprId = 1, .input = 1, .output = 1}}).at(0) == 0; }));
     EXPECT_TRUE(takesReachTheRouter(first, 2));
     EXPECT_LT(processorShare(2s), 0.2);
-    EXPECT_EQ(countOf(bridge().errors(), "korabridge: log lines are lost until this is mended: "), 1U);
+    EXPECT_EQ(countOf(bridge().errors(), "korabridge: log lines are lost until this is fixed: "), 1U);
     EXPECT_LT(bridge().errors().size(), 1000U) << bridge().errors();
 
     freeDisk();

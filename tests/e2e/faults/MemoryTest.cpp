@@ -48,9 +48,9 @@ TEST_F(MemoryTest, StartWithoutEnoughEndsWithStatusOneAndSaysWhatIsMissing)
     for (auto& bridge : bridges)
     {
         EXPECT_EQ(bridge->waitForExit(40s), 1) << bridge->errors();
-        EXPECT_NE(bridge->errors().find("korabridge: not enough to start with: "), std::string::npos)
+        EXPECT_NE(bridge->errors().find("korabridge: not enough resources to start: "), std::string::npos)
             << bridge->errors();
-        EXPECT_NE(bridge->errors().find("to be had ("), std::string::npos) << bridge->errors();
+        EXPECT_NE(bridge->errors().find("available ("), std::string::npos) << bridge->errors();
     }
 }
 

@@ -75,8 +75,8 @@ TEST_F(ThreadsTest, StartWithoutEnoughEndsWithStatusOneAndSaysWhatIsMissing)
     for (auto& bridge : bridges)
     {
         EXPECT_EQ(bridge->waitForExit(40s), 1) << bridge->errors();
-        EXPECT_TRUE(std::regex_search(bridge->errors(),
-                                      std::regex("korabridge: not enough to start with: \\d+ of 16 threads to be had")))
+        EXPECT_TRUE(std::regex_search(
+            bridge->errors(), std::regex("korabridge: not enough resources to start: \\d+ of 16 threads available")))
             << bridge->errors();
     }
 }
@@ -84,7 +84,7 @@ TEST_F(ThreadsTest, StartWithoutEnoughEndsWithStatusOneAndSaysWhatIsMissing)
 TEST_F(ThreadsTest, StartGoesOnWhenEnoughComeInTime)
 {
     startAfter(withThreads(5));
-    ASSERT_TRUE(bridge().waitForOutput("not enough to start with"));
+    ASSERT_TRUE(bridge().waitForOutput("not enough resources to start"));
 
     setThreadLimit(100);
 

@@ -79,7 +79,7 @@ protected:
 using Lines = std::vector<std::string>;
 using namespace std::chrono_literals;
 
-constexpr const char* complaint = "korabridge: log lines are lost until this is mended: no space\n";
+constexpr const char* complaint = "korabridge: log lines are lost until this is fixed: no space\n";
 
 /// An appender of "bridge.log" in a place where a file is in the way of the directory.
 std::shared_ptr<log4cxx::FileAppender> appenderIn(const std::filesystem::path& blocked)
@@ -196,7 +196,7 @@ TEST_F(LogGuardTest, FileThatCouldNotBeOpenedIsOpenedOnceItCanBe)
     const std::string text = testsupport::readFile(blocked / "bridge.log");
     EXPECT_EQ(text.rfind("INFO a line\nWARN ", 0), 0U) << text;
     EXPECT_NE(text.find(" log lines were lost, Not a directory\n"), std::string::npos) << text;
-    EXPECT_NE(errors().find("korabridge: log lines are lost until this is mended: "), std::string::npos);
+    EXPECT_NE(errors().find("korabridge: log lines are lost until this is fixed: "), std::string::npos);
 }
 
 TEST_F(LogGuardTest, LostFileIsTriedOnceASecondAtMost)

@@ -63,7 +63,7 @@ TEST(StartResourcesTest, TellsHowManyDescriptorsThereAre)
 {
     const LoweredLimit limit(RLIMIT_NOFILE, 0);
 
-    EXPECT_EQ(few.missing(), "0 of 4 descriptors to be had (ulimit -n), Too many open files");
+    EXPECT_EQ(few.missing(), "0 of 4 descriptors available (ulimit -n), Too many open files");
 }
 
 TEST(StartResourcesTest, LookingHoldsNoDescriptorAfterwards)
@@ -80,7 +80,7 @@ TEST(StartResourcesTest, TellsMissingMemory)
 
     EXPECT_EQ((StartResources{0, 0, half}.missing()),
               "less than " + std::to_string(half / 1024) +
-                  " KiB of memory to be had (ulimit -v), Cannot allocate memory");
+                  " KiB of memory available (ulimit -v), Cannot allocate memory");
 }
 
 TEST(StartResourcesTest, WaitingReturnsAtOnceWhenAllIsThere)
@@ -97,7 +97,7 @@ TEST(StartResourcesTest, WaitingEndsWithWhatIsMissing)
     const LoweredLimit limit(RLIMIT_NOFILE, 0);
 
     EXPECT_EQ(messageOf(few, 50ms),
-              "not enough to start with: 0 of 4 descriptors to be had (ulimit -n), Too many open files");
+              "not enough resources to start: 0 of 4 descriptors available (ulimit -n), Too many open files");
 }
 
 TEST(StartResourcesTest, WaitingReturnsWhenTheResourcesCome)

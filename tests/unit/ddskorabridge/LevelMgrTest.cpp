@@ -151,7 +151,7 @@ TEST_F(LevelMgrTest, ALevelWithoutOutputsIsIgnoredWithAWarning)
 
     m_sut->handleSample(macroLevel(1, LST_Video, 0));
 
-    EXPECT_EQ(m_log.lines(), Lines{"WARN Level 1 ignored: 0 outputs, only 1 to 73728 are possible"});
+    EXPECT_EQ(m_log.lines(), Lines{"WARN Level 1 ignored: 0 outputs, must be 1 to 73728"});
     EXPECT_FALSE(isInvalid(1)) << "the level before it stays";
 }
 
@@ -161,8 +161,8 @@ TEST_F(LevelMgrTest, ALevelWithMoreOutputsThanAnyRouterIsIgnoredWithAWarning)
     m_sut->handleSample(macroLevel(2, LST_Video, LevelMgr::maxLevelOutputs + 1));
     m_sut->handleSample(macroLevel(3, LST_Audio, std::numeric_limits<std::uint32_t>::max()));
 
-    EXPECT_EQ(m_log.lines(), (Lines{"WARN Level 2 ignored: 73729 outputs, only 1 to 73728 are possible",
-                                    "WARN Level 3 ignored: 4294967295 outputs, only 1 to 73728 are possible"}));
+    EXPECT_EQ(m_log.lines(), (Lines{"WARN Level 2 ignored: 73729 outputs, must be 1 to 73728",
+                                    "WARN Level 3 ignored: 4294967295 outputs, must be 1 to 73728"}));
     EXPECT_EQ(m_videoLevels->entries().size(), 1U);
     EXPECT_TRUE(m_audioLevels->entries().empty());
 }
