@@ -163,15 +163,18 @@ TEST_F(SecuredBusTest, TargetsReachASecondBridgeThroughTheCompanionTopics)
         "korabridge", {"17", "4", "Bridge Two", "another"}, certificatesOf("frame18"),
         {{"KORABRIDGE_DURABLE_STORE", store.string()}, {"KORABRIDGE_DURABLE_MEMORY", m_directory.path().string()}});
 
+    std::string seen;
     EXPECT_TRUE(waitUntil(
         [&] {
             ChildProcess look("/usr/bin/sqlite3", {"-readonly", store.string(),
                                                    "SELECT instance FROM durable_sample WHERE topic = "
                                                    "'TopicMacroXptOutputVideoTarget'"});
             look.waitForExit();
-            return look.output() == "7\n";
+            seen = look.output() + look.errors();
+            return seen == "7\n";
         },
-        20s));
+        20s))
+        << seen << second->output() << second->errors();
     second->signal(SIGTERM);
     EXPECT_EQ(second->waitForExit(), 0);
 }
