@@ -34,7 +34,7 @@ void DurableFixture::startOnStore(std::map<std::string, std::string> environment
     environment.emplace("KORABRIDGE_DURABLE_STORE", m_store.string());
     m_started = std::chrono::steady_clock::now();
     m_bridge = std::make_unique<testsupport::ChildProcess>(
-        testsupport::programPath("korabridge"), std::vector<std::string>{"17", "3", "Bridge One", "bridge under test"},
+        m_program, std::vector<std::string>{"17", "3", "Bridge One", "bridge under test"},
         testsupport::ChildProcess::Options{std::move(environment), false});
     m_stalls.watch(m_bridge->pid());
 }

@@ -33,6 +33,8 @@ protected:
 
     const std::filesystem::path& store() const { return m_store; }
     void setStore(std::filesystem::path store) { m_store = std::move(store); }
+    /// What is started from now on in place of korabridge.
+    void setProgram(std::filesystem::path program) { m_program = std::move(program); }
     const std::filesystem::path& directory() const { return m_directory.path(); }
 
 private:
@@ -40,6 +42,7 @@ private:
     std::chrono::steady_clock::time_point m_started;
     testsupport::TempDir m_directory;
     std::filesystem::path m_store = m_directory.path() / "durable.db";
+    std::filesystem::path m_program = testsupport::programPath("korabridge");
 };
 
 /// The number in an environment variable, else `otherwise`: long tests take their length from one.
