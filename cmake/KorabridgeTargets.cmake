@@ -2,6 +2,7 @@
 
 set(KORABRIDGE_SANITIZE "" CACHE STRING "Sanitizers for the whole build: empty, 'address,undefined' or 'thread'")
 option(KORABRIDGE_UNITY "Compile the sources of a folder together: sooner from nothing, later after a small change" OFF)
+option(KORABRIDGE_PRECOMPILE "Compile the headers that most sources read only once: sooner after a small change" OFF)
 option(KORABRIDGE_FUZZ "Instrument for libFuzzer (clang only)" OFF)
 option(KORABRIDGE_COVERAGE "Instrument for line and branch coverage (g++ only)" OFF)
 
@@ -43,6 +44,14 @@ if(KORABRIDGE_COVERAGE)
 endif()
 target_link_libraries(korabridge_flags INTERFACE Threads::Threads)
 
+if(KORABRIDGE_PRECOMPILE)
+  add_library(product_headers OBJECT ${PROJECT_SOURCE_DIR}/cmake/product_headers.cpp)
+  target_link_libraries(product_headers PRIVATE log4cxx korabridge_flags)
+  target_precompile_headers(product_headers PRIVATE
+    <log4cxx/logger.h> <algorithm> <array> <chrono> <condition_variable> <filesystem> <functional> <map> <memory> <mutex>
+    <optional> <ostream> <span> <sstream> <stdexcept> <string> <thread> <unordered_map> <vector>)
+endif()
+
 # korabridge_library(NAME SOURCES a.cpp ... [LINKS lib ...] [APART]): one static library per folder. APART: its files use the
 # same short names for different things and are never compiled together.
 function(korabridge_library NAME)
@@ -51,6 +60,9 @@ function(korabridge_library NAME)
     add_library(${NAME} STATIC ${ARG_SOURCES})
     if(KORABRIDGE_UNITY AND NOT ARG_APART)
       set_target_properties(${NAME} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 12)
+    endif()
+    if(KORABRIDGE_PRECOMPILE)
+      target_precompile_headers(${NAME} REUSE_FROM product_headers)
     endif()
     target_include_directories(${NAME} PUBLIC ${PROJECT_SOURCE_DIR})
     target_link_libraries(${NAME} PUBLIC ${ARG_LINKS} PRIVATE $<BUILD_INTERFACE:korabridge_flags>)

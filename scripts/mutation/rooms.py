@@ -33,7 +33,8 @@ def _bridge(cases):
 
 
 ROOMS = {
-    "runtime": _room("unit_runtime unit_runtime_misc", "unit_runtime_waits unit_runtime_misc_waits",
+    "runtime": _room("unit_runtime unit_runtime_misc",
+                     "unit_runtime_waits unit_runtime_misc_waits unit_runtime_timing unit_runtime_misc_timing",
                      Program("e2e_console"), _bridge("StartStop*")),
     "bustypes": _room("unit_bustypes", "unit_buswrappers", _bridge("Join*:Changes*")),
     # The bound of what is left out of the unit tests is one for optimised code.
@@ -43,7 +44,7 @@ ROOMS = {
     "ddscxx": _room("unit_ddscxx", "unit_ddscxx_waits unit_buswrappers", _bridge("Join*:Changes*")),
     "buswrappers": _room("unit_ddskorabridge", "unit_buswrappers unit_ddskorabridge_waits", _bridge("Join*:Changes*")),
     "koracommand": _room("unit_koracommand", "unit_koracommand_waits", _bridge("Command*:Changes*")),
-    "koraserver": _room("unit_koraserver", "unit_koraserver_waits", _bridge("Connections*:StartStop*")),
+    "koraserver": _room("unit_koraserver", "unit_koraserver_waits unit_koraserver_timing", _bridge("Connections*:StartStop*")),
     "ddskorabridge": _room("unit_ddskorabridge", "unit_ddskorabridge_waits", _bridge("Join*:Command*:Changes*")),
     "bridge": _room("", "unit_bridge", _bridge("StartStop*:Join*"), Program("e2e_console"),
                     Program("e2e_faults", "Ports*:SharedMemory*")),

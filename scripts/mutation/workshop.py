@@ -116,8 +116,11 @@ class Workshop:
     def build(self, preset, targets):
         """Whether it compiles and links."""
         command = ["nice", "-n", "5", "cmake", "--build", f"build/{preset}", f"-j{self._jobs}", "--target", *targets]
+        # What a step makes of a file is new to a compiler cache: it is not to preprocess it first to find that out.
+        environment = {**os.environ, "CCACHE_DEPEND": "1"}
         with (self.root / "build" / "last-build.log").open("w") as log:
-            self._running.append(subprocess.Popen(command, cwd=self.root, stdout=log, stderr=log, start_new_session=True))
+            self._running.append(subprocess.Popen(command, cwd=self.root, stdout=log, stderr=log, env=environment,
+                                                  start_new_session=True))
         try:
             return self._running[0].wait() == 0
         finally:

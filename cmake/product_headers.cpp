@@ -1,0 +1,1 @@
+// Carries the headers that are compiled once for all folders where KORABRIDGE_PRECOMPILE is on.
