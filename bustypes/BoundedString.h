@@ -7,11 +7,9 @@
 namespace com::tallowcrest::dds_::routing
 {
 
-/// Bounds of the bus's strings, in bytes without the terminator.
+/// Bounds of the strings that the bridge writes, in bytes without the terminator.
 inline constexpr std::size_t componentNameBound = 32;
 inline constexpr std::size_t componentDescriptionBound = 128;
-inline constexpr std::size_t routerPartitionBound = 16;
-inline constexpr std::size_t routerNameBound = 32;
 
 /// The longest prefix of `text` that has at most `bound` bytes, ends before the first NUL, and does not end inside a
 /// UTF-8 character. Text that is not UTF-8 is cut at `bound`.

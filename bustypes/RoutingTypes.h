@@ -1,9 +1,11 @@
 #pragma once
 
+#include <compare>
 #include <cstdint>
 #include <string>
 
-/// The data of the routing bus as C++ values; the wire form is that of `routing.idl`.
+/// The data of the routing bus as C++ values; the wire form is that of `routing.idl`, and TypeDescriptions.h ties the
+/// two together. Values are ordered by their members in the order of the IDL.
 namespace com::tallowcrest::dds_::routing
 {
 
@@ -59,6 +61,8 @@ struct ComponentInfo
     ComponentId componentId = 0;
     std::string name;        ///< at most 32 characters
     std::string description; ///< at most 128 characters
+
+    auto operator<=>(const ComponentInfo&) const = default;
 };
 
 /// A router. Key: routerPartition. No topic of the bridge carries it.
@@ -67,6 +71,8 @@ struct MacroRouter
     std::string routerPartition; ///< at most 16 characters
     std::string name;            ///< at most 32 characters
     Topology topology = T288x288_IP;
+
+    auto operator<=>(const MacroRouter&) const = default;
 };
 
 /// A frame is a member of a router. Key: frameId.
@@ -75,6 +81,8 @@ struct RouterMember
     FrameId frameId = 0;
     std::string routerPartition; ///< at most 16 characters
     std::uint16_t memberIndex = 0;
+
+    auto operator<=>(const RouterMember&) const = default;
 };
 
 /// The route and lock of one router output. Key: macroXptOutput.
@@ -85,6 +93,8 @@ struct MacroXptOutput
     Timecode when = 0; ///< packed timecode at which the route is to take or took effect
     LPRId lprId = 0;
     LPRState lprState = LPR_RELEASED;
+
+    auto operator<=>(const MacroXptOutput&) const = default;
 };
 
 /// A level of a router. Key: levelId.
@@ -98,6 +108,8 @@ struct MacroLevel
     MacroXpt macroXptOutputStart = 0;
     std::uint32_t numMacroXptOutputs = 0;
     ControllerNumber controllerOutputStart = 0;
+
+    auto operator<=>(const MacroLevel&) const = default;
 };
 
 /// The crosspoint ranges that one member frame offers. Key: memberIndex.
@@ -108,6 +120,8 @@ struct RouterMemberMacroXpts
     std::uint32_t numMacroXptInputs = 0;
     MacroXpt macroXptOutputStart = 0;
     std::uint32_t numMacroXptOutputs = 0;
+
+    auto operator<=>(const RouterMemberMacroXpts&) const = default;
 };
 
 } // namespace com::tallowcrest::dds_::routing

@@ -1,9 +1,15 @@
 #pragma once
 
-#include <type_traits>
+#include <tuple>
+
+#include <dds/ddsc/dds_public_impl.h>
+
+#include <routing.h>
 
 #include "bustypes/RoutingTypes.h"
 
+/// What the bus needs to know of its types, said once for each: conversion (TypeSupport.h) and texts (SampleText.h) are
+/// made from it.
 namespace com::tallowcrest::dds_::routing
 {
 
@@ -15,59 +21,121 @@ enum class MemberRole
     When   ///< when that takes or took effect
 };
 
-/// Calls `visit(name, member, role)` for each member of a bus value, in the order of the IDL. `Value` is a bus type,
-/// const or not.
-template <typename Value, typename Visit>
-void visitMembers(Value& value, Visit&& visit)
+/// One member of a bus type: its name in the IDL, and its place in the C++ value and in the IDL compiler's C struct.
+template <typename Type, typename TypeMember, typename Bus, typename BusMember>
+struct Member
 {
-    using Type = std::remove_const_t<Value>;
-    if constexpr (std::is_same_v<Type, ComponentInfo>)
-    {
-        visit("frameId", value.frameId, MemberRole::Key);
-        visit("componentId", value.componentId, MemberRole::Key);
-        visit("name", value.name, MemberRole::Value);
-        visit("description", value.description, MemberRole::Value);
+    const char* name;
+    MemberRole role;
+    TypeMember Type::*inValue;
+    BusMember Bus::*inBus;
+};
+template <typename Type, typename TypeMember, typename Bus, typename BusMember>
+Member(const char*, MemberRole, TypeMember Type::*, BusMember Bus::*) -> Member<Type, TypeMember, Bus, BusMember>;
+
+/// Each type of the bus has a specialisation with
+///   `Type`, `Bus`  the C++ value and the IDL compiler's C struct,
+///   `descriptor`   the topic descriptor, static storage,
+///   `members`      a tuple of all members, in the order of the IDL.
+template <typename T>
+struct TypeDescription;
+
+#define KORABRIDGE_MEMBER(ROLE, NAME)                                                                                  \
+    Member                                                                                                             \
+    {                                                                                                                  \
+#NAME, MemberRole::ROLE, &Type::NAME, &Bus::NAME                                                               \
     }
-    else if constexpr (std::is_same_v<Type, MacroRouter>)
-    {
-        visit("routerPartition", value.routerPartition, MemberRole::Key);
-        visit("name", value.name, MemberRole::Value);
-        visit("topology", value.topology, MemberRole::Value);
-    }
-    else if constexpr (std::is_same_v<Type, RouterMember>)
-    {
-        visit("frameId", value.frameId, MemberRole::Key);
-        visit("routerPartition", value.routerPartition, MemberRole::Value);
-        visit("memberIndex", value.memberIndex, MemberRole::Value);
-    }
-    else if constexpr (std::is_same_v<Type, MacroXptOutput>)
-    {
-        visit("macroXptOutput", value.macroXptOutput, MemberRole::Key);
-        visit("macroXptInput", value.macroXptInput, MemberRole::Value);
-        visit("when", value.when, MemberRole::When);
-        visit("lprId", value.lprId, MemberRole::Value);
-        visit("lprState", value.lprState, MemberRole::Value);
-    }
-    else if constexpr (std::is_same_v<Type, MacroLevel>)
-    {
-        visit("levelId", value.levelId, MemberRole::Key);
-        visit("levelSignalType", value.levelSignalType, MemberRole::Value);
-        visit("macroXptInputStart", value.macroXptInputStart, MemberRole::Value);
-        visit("numMacroXptInputs", value.numMacroXptInputs, MemberRole::Value);
-        visit("controllerInputStart", value.controllerInputStart, MemberRole::Value);
-        visit("macroXptOutputStart", value.macroXptOutputStart, MemberRole::Value);
-        visit("numMacroXptOutputs", value.numMacroXptOutputs, MemberRole::Value);
-        visit("controllerOutputStart", value.controllerOutputStart, MemberRole::Value);
-    }
-    else
-    {
-        static_assert(std::is_same_v<Type, RouterMemberMacroXpts>);
-        visit("memberIndex", value.memberIndex, MemberRole::Key);
-        visit("macroXptInputStart", value.macroXptInputStart, MemberRole::Value);
-        visit("numMacroXptInputs", value.numMacroXptInputs, MemberRole::Value);
-        visit("macroXptOutputStart", value.macroXptOutputStart, MemberRole::Value);
-        visit("numMacroXptOutputs", value.numMacroXptOutputs, MemberRole::Value);
-    }
+
+template <>
+struct TypeDescription<ComponentInfo>
+{
+    using Type = ComponentInfo;
+    using Bus = com_tallowcrest_dds__routing_ComponentInfo;
+    static constexpr const dds_topic_descriptor_t& descriptor = com_tallowcrest_dds__routing_ComponentInfo_desc;
+    static constexpr std::tuple members{
+        KORABRIDGE_MEMBER(Key, frameId),
+        KORABRIDGE_MEMBER(Key, componentId),
+        KORABRIDGE_MEMBER(Value, name),
+        KORABRIDGE_MEMBER(Value, description),
+    };
+};
+
+template <>
+struct TypeDescription<MacroRouter>
+{
+    using Type = MacroRouter;
+    using Bus = com_tallowcrest_dds__routing_MacroRouter;
+    static constexpr const dds_topic_descriptor_t& descriptor = com_tallowcrest_dds__routing_MacroRouter_desc;
+    static constexpr std::tuple members{
+        KORABRIDGE_MEMBER(Key, routerPartition),
+        KORABRIDGE_MEMBER(Value, name),
+        KORABRIDGE_MEMBER(Value, topology),
+    };
+};
+
+template <>
+struct TypeDescription<RouterMember>
+{
+    using Type = RouterMember;
+    using Bus = com_tallowcrest_dds__routing_RouterMember;
+    static constexpr const dds_topic_descriptor_t& descriptor = com_tallowcrest_dds__routing_RouterMember_desc;
+    static constexpr std::tuple members{
+        KORABRIDGE_MEMBER(Key, frameId),
+        KORABRIDGE_MEMBER(Value, routerPartition),
+        KORABRIDGE_MEMBER(Value, memberIndex),
+    };
+};
+
+template <>
+struct TypeDescription<MacroXptOutput>
+{
+    using Type = MacroXptOutput;
+    using Bus = com_tallowcrest_dds__routing_MacroXptOutput;
+    static constexpr const dds_topic_descriptor_t& descriptor = com_tallowcrest_dds__routing_MacroXptOutput_desc;
+    static constexpr std::tuple members{
+        KORABRIDGE_MEMBER(Key, macroXptOutput), KORABRIDGE_MEMBER(Value, macroXptInput), KORABRIDGE_MEMBER(When, when),
+        KORABRIDGE_MEMBER(Value, lprId),        KORABRIDGE_MEMBER(Value, lprState),
+    };
+};
+
+template <>
+struct TypeDescription<MacroLevel>
+{
+    using Type = MacroLevel;
+    using Bus = com_tallowcrest_dds__routing_MacroLevel;
+    static constexpr const dds_topic_descriptor_t& descriptor = com_tallowcrest_dds__routing_MacroLevel_desc;
+    static constexpr std::tuple members{
+        KORABRIDGE_MEMBER(Key, levelId),
+        KORABRIDGE_MEMBER(Value, levelSignalType),
+        KORABRIDGE_MEMBER(Value, macroXptInputStart),
+        KORABRIDGE_MEMBER(Value, numMacroXptInputs),
+        KORABRIDGE_MEMBER(Value, controllerInputStart),
+        KORABRIDGE_MEMBER(Value, macroXptOutputStart),
+        KORABRIDGE_MEMBER(Value, numMacroXptOutputs),
+        KORABRIDGE_MEMBER(Value, controllerOutputStart),
+    };
+};
+
+template <>
+struct TypeDescription<RouterMemberMacroXpts>
+{
+    using Type = RouterMemberMacroXpts;
+    using Bus = com_tallowcrest_dds__routing_RouterMemberMacroXpts;
+    static constexpr const dds_topic_descriptor_t& descriptor = com_tallowcrest_dds__routing_RouterMemberMacroXpts_desc;
+    static constexpr std::tuple members{
+        KORABRIDGE_MEMBER(Key, memberIndex),          KORABRIDGE_MEMBER(Value, macroXptInputStart),
+        KORABRIDGE_MEMBER(Value, numMacroXptInputs),  KORABRIDGE_MEMBER(Value, macroXptOutputStart),
+        KORABRIDGE_MEMBER(Value, numMacroXptOutputs),
+    };
+};
+
+#undef KORABRIDGE_MEMBER
+
+/// Calls `visit(member)` with each member of the bus type T, in the order of the IDL.
+template <typename T, typename Visit>
+constexpr void visitMembers(Visit visit)
+{
+    std::apply([&visit](const auto&... member) { (visit(member), ...); }, TypeDescription<T>::members);
 }
 
 } // namespace com::tallowcrest::dds_::routing

@@ -22,7 +22,7 @@ const com::tallowcrest::durability::TypeCodec& durable_codec()
     static const com::tallowcrest::durability::TypeCodec codec{
         &Support::descriptor(),
         sizeof(BusType),
-        Support::typeName,
+        Support::descriptor().m_typename,
         [](const void* sample) { return routing::keyText(value(sample)); },
         [](const void* sample) { return routing::jsonText(value(sample)); },
         [](const std::string& payload, void* sample) {

@@ -28,73 +28,14 @@ ComponentInfo component(const std::string& name)
     return info;
 }
 
-template <typename T>
-void expectReadBack(const T& value, const std::string& text)
-{
-    EXPECT_EQ(jsonText(value), text);
-    T read;
-    EXPECT_TRUE(parseJson(text, read)) << text;
-    EXPECT_EQ(jsonText(read), text);
-}
-
 constexpr const char* lockedText =
     R"({"macroXptOutput":7,"macroXptInput":4294967295,"when":33554432,"lprId":42,"lprState":2})";
 
 } // namespace
 
-TEST(SampleTextTest, KeyIsTheKeyMembersWithCommasBetween)
-{
-    EXPECT_EQ(keyText(lockedOutput()), "7");
-    EXPECT_EQ(keyText(component("A")), "17,3");
-}
-
 TEST(SampleTextTest, MembersComeInTheirOrderAndEnumeratorsAsNumbers)
 {
     EXPECT_EQ(jsonText(lockedOutput()), lockedText);
-}
-
-TEST(SampleTextTest, EveryTypeIsWrittenWithAllItsMembersAndReadBack)
-{
-    MacroRouter router;
-    router.routerPartition = "R1";
-    router.name = "Main";
-    router.topology = T576x288;
-    RouterMember member;
-    member.frameId = 17;
-    member.routerPartition = "R1";
-    member.memberIndex = 2;
-    MacroLevel level;
-    level.levelId = 3;
-    level.levelSignalType = LST_Audio;
-    level.macroXptInputStart = 1;
-    level.numMacroXptInputs = 2;
-    level.controllerInputStart = 4;
-    level.macroXptOutputStart = 5;
-    level.numMacroXptOutputs = 6;
-    level.controllerOutputStart = 7;
-    RouterMemberMacroXpts ranges;
-    ranges.memberIndex = 8;
-    ranges.macroXptInputStart = 9;
-    ranges.numMacroXptInputs = 10;
-    ranges.macroXptOutputStart = 11;
-    ranges.numMacroXptOutputs = 12;
-
-    expectReadBack(router, R"({"routerPartition":"R1","name":"Main","topology":8})");
-    expectReadBack(member, R"({"frameId":17,"routerPartition":"R1","memberIndex":2})");
-    expectReadBack(level, R"({"levelId":3,"levelSignalType":1,"macroXptInputStart":1,"numMacroXptInputs":2,)"
-                          R"("controllerInputStart":4,"macroXptOutputStart":5,"numMacroXptOutputs":6,)"
-                          R"("controllerOutputStart":7})");
-    expectReadBack(ranges, R"({"memberIndex":8,"macroXptInputStart":9,"numMacroXptInputs":10,)"
-                           R"("macroXptOutputStart":11,"numMacroXptOutputs":12})");
-}
-
-TEST(SampleTextTest, KeyOfTextIsTheTextItself)
-{
-    MacroRouter router;
-    router.routerPartition = "R1";
-    router.name = "Main";
-
-    EXPECT_EQ(keyText(router), "R1");
 }
 
 TEST(SampleTextTest, NumberInPlaceOfATextIsRefused)
