@@ -1,5 +1,6 @@
 // Runs a fuzz harness over files and folders of inputs, without a fuzzer: the corpus as an ordinary test.
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -53,14 +54,17 @@ int main(int argc, char** argv)
         std::size_t count = 0;
         for (int i = 1; i < argc; ++i)
         {
-            for (const auto& path : filesOf(argv[i]))
+            const auto files = filesOf(argv[i]);
+            if (files.empty())
             {
-                if (!replay(path))
-                {
-                    return 1;
-                }
-                ++count;
+                static_cast<void>(std::fprintf(stderr, "replay: nothing in %s\n", argv[i]));
+                return 1;
             }
+            if (!std::all_of(files.begin(), files.end(), replay))
+            {
+                return 1;
+            }
+            count += files.size();
         }
         static_cast<void>(std::fprintf(stderr, "replay: %zu inputs\n", count));
         return count > 0 ? 0 : 1; // nothing to replay is a mistake of the caller
