@@ -2,7 +2,7 @@
 #include "tests/support/FailingCall.h"
 #include "tests/support/ListeningDescriptor.h"
 #include "tests/support/TimeFactor.h"
-#include "tests/unit/runtime_misc/TelnetIOFixture.h"
+#include "tests/unit/runtime/misc/TelnetIOFixture.h"
 
 #include <cerrno>
 #include <csignal>

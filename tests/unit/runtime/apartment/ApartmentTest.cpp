@@ -4,7 +4,7 @@
 #include "tests/support/TimeFactor.h"
 #include "tests/support/WaitUntil.h"
 #include "tests/unit/runtime/CapturedLog.h"
-#include "tests/unit/runtime/RecordingEvent.h"
+#include "tests/unit/runtime/apartment/RecordingEvent.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

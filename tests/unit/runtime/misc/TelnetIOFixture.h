@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tests/unit/runtime_misc/ConsoleFixture.h"
+#include "tests/unit/runtime/misc/ConsoleFixture.h"
 
 #include <chrono>
 #include <string>

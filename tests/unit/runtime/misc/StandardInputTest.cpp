@@ -1,4 +1,4 @@
-#include "tests/unit/runtime_misc/ConsoleFixture.h"
+#include "tests/unit/runtime/misc/ConsoleFixture.h"
 
 #include "runtime/misc/StandardInput.h"
 

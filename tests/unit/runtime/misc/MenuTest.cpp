@@ -1,6 +1,6 @@
 #include "runtime/misc/Menu.h"
 
-#include "tests/unit/runtime_misc/ConsoleFixture.h"
+#include "tests/unit/runtime/misc/ConsoleFixture.h"
 
 #include <stdexcept>
 #include <vector>

@@ -1,6 +1,6 @@
 #include "tests/support/ListeningDescriptor.h"
 #include "tests/support/TimeFactor.h"
-#include "tests/unit/runtime_misc/TelnetIOFixture.h"
+#include "tests/unit/runtime/misc/TelnetIOFixture.h"
 
 #include <csignal>
 #include <filesystem>
