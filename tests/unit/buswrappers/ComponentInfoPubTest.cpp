@@ -5,9 +5,9 @@
 #include <memory>
 #include <string>
 
+#include "tests/support/LogRecorder.h"
 #include "tests/unit/buswrappers/ManualApartment.h"
 #include "tests/unit/buswrappers/RouterSide.h"
-#include "tests/unit/runtime/CapturedLog.h"
 
 using com::tallowcrest::dds_::routing::ComponentInfo;
 using com::tallowcrest::routing::ComponentInfoPub;
@@ -120,7 +120,7 @@ TEST_F(ComponentInfoPubTest, PublisherDestroyedAtOnceAfterWithdrawingIsSeenAsWit
 
 TEST_F(ComponentInfoPubTest, LongTextsAreCutForTheBusWithOneWarningEach)
 {
-    const CapturedLog log;
+    const testsupport::LogRecorder log;
     ComponentInfoPub sut(m_apartment, topic);
 
     sut.publish(3, 4, std::string(33, 'n'), std::string(129, 'd'));
@@ -143,7 +143,7 @@ TEST_F(ComponentInfoPubTest, LongTextsAreCutForTheBusWithOneWarningEach)
 
 TEST_F(ComponentInfoPubTest, TextsOfExactlyTheirBoundsPassWithoutAWarning)
 {
-    const CapturedLog log;
+    const testsupport::LogRecorder log;
     ComponentInfoPub sut(m_apartment, topic);
 
     sut.publish(3, 4, std::string(32, 'n'), std::string(128, 'd'));

@@ -7,9 +7,9 @@
 #include <vector>
 
 #include "bustypes/RoutingTypes.h"
+#include "tests/support/LogRecorder.h"
 #include "tests/unit/buswrappers/ManualApartment.h"
 #include "tests/unit/buswrappers/RecordingHandler.h"
-#include "tests/unit/runtime/CapturedLog.h"
 
 using namespace com::tallowcrest::routing;
 using namespace dds::core::status;
@@ -47,7 +47,7 @@ TEST_F(ListenerEventSenderTest, PostsOneEventForEachCallbackAndCallsTheHandlerOn
 
 TEST_F(ListenerEventSenderTest, EventThatCannotBePostedGoesBackToItsPoolAndIsReported)
 {
-    const CapturedLog log;
+    const testsupport::LogRecorder log;
     ListenerEventSender<MacroLevel> sut(m_handler, m_apartment);
     m_apartment->refuse();
     const auto before = EventOnDataAvailable::pool().snapshot().available;

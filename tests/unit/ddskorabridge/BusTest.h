@@ -1,10 +1,10 @@
 #pragma once
 
-#include "CapturedLog.h"
 #include "PumpedApartment.h"
 #include "buswrappers/BusQos.h"
 #include "dds/dds.hpp"
 #include "runtime/hwobjs/CurrentTimecodeReader.h"
+#include "tests/support/LogRecorder.h"
 #include "tests/support/TempDir.h"
 
 #include <gtest/gtest.h>
@@ -119,7 +119,7 @@ protected:
     ~BusTest() override { com::tallowcrest::hwobjs::resetCurrentTimecodeReader(); }
 
     OwnTargets m_ownTargets;
-    CapturedLog m_log;
+    testsupport::LogRecorder m_log;
     std::shared_ptr<PumpedApartment> m_apartment = std::make_shared<PumpedApartment>();
     dds::domain::DomainParticipant m_peer{dds::domain::default_id()};
 };

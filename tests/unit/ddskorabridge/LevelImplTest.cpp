@@ -1,9 +1,9 @@
 #include "ddskorabridge/LevelImpl.h"
 
-#include "CapturedLog.h"
 #include "FakeXptStatus.h"
 #include "RecordingXptTarget.h"
 #include "koracommand/LevelInvalid.h"
+#include "tests/support/LogRecorder.h"
 
 #include <gtest/gtest.h>
 
@@ -79,7 +79,7 @@ protected:
         return changes;
     }
 
-    CapturedLog m_log;
+    testsupport::LogRecorder m_log;
     std::shared_ptr<RecordingXptTarget> m_target = std::make_shared<RecordingXptTarget>();
     std::shared_ptr<FakeXptStatus> m_status = std::make_shared<FakeXptStatus>();
 };
@@ -91,7 +91,7 @@ TEST_F(LevelImplTest, TakeChecksThenSetsTheMappedCrosspoint)
     EXPECT_EQ(sut.take(42, 3, 20, when), 0U);
 
     EXPECT_EQ(m_target->calls, (Calls{"checkTake 220 103 42", "take 220 103 42 33554439"}));
-    EXPECT_EQ(m_log.lines(), Calls{});
+    EXPECT_EQ(m_log.takeTexts(), Calls{});
 }
 
 TEST_F(LevelImplTest, TakeOfAnInputOutsideTheLevelIsRefused)
@@ -101,7 +101,7 @@ TEST_F(LevelImplTest, TakeOfAnInputOutsideTheLevelIsRefused)
     EXPECT_EQ(sut.take(42, 11, 21, when), 3U);
 
     EXPECT_EQ(m_target->calls, Calls{});
-    EXPECT_EQ(m_log.lines(), Calls{"INFO take(controllerInput 11, controllerOutput 21 lprid 42) esfInvalidSrc"});
+    EXPECT_EQ(m_log.takeTexts(), Calls{"INFO take(controllerInput 11, controllerOutput 21 lprid 42) esfInvalidSrc"});
 }
 
 TEST_F(LevelImplTest, TakeToAnOutputOutsideTheLevelIsRefused)
@@ -111,7 +111,7 @@ TEST_F(LevelImplTest, TakeToAnOutputOutsideTheLevelIsRefused)
     EXPECT_EQ(sut.take(last, 10, 21, when), 4U);
 
     EXPECT_EQ(m_target->calls, Calls{});
-    EXPECT_EQ(m_log.lines(), Calls{"INFO take(controllerInput 10, controllerOutput 21 lprid -1) esfInvalidDst"});
+    EXPECT_EQ(m_log.takeTexts(), Calls{"INFO take(controllerInput 10, controllerOutput 21 lprid -1) esfInvalidDst"});
 }
 
 TEST_F(LevelImplTest, TakeThatTheTargetsRefuseSetsNothing)
@@ -122,7 +122,7 @@ TEST_F(LevelImplTest, TakeThatTheTargetsRefuseSetsNothing)
     EXPECT_EQ(sut.take(42, 1, 5, when), 12U);
 
     EXPECT_EQ(m_target->calls, Calls{"checkTake 205 101 42"});
-    EXPECT_EQ(m_log.lines(),
+    EXPECT_EQ(m_log.takeTexts(),
               Calls{"INFO take(controllerInput 1, controllerOutput 5 lprid 42, result 12) not permitted"});
 }
 
@@ -166,7 +166,7 @@ TEST_P(LevelImplLprTest, ACommandIsCheckedThenSetAsTheBusState)
 
     EXPECT_EQ(m_target->calls, (Calls{"checkLpr 201 " + std::to_string(GetParam().force) + " 42",
                                       "setLpr 201 42 " + std::to_string(GetParam().state) + " 33554439"}));
-    EXPECT_EQ(m_log.lines(), Calls{});
+    EXPECT_EQ(m_log.takeTexts(), Calls{});
 }
 
 INSTANTIATE_TEST_SUITE_P(Commands, LevelImplLprTest,
@@ -184,7 +184,7 @@ TEST_F(LevelImplTest, LprOfAnOutputOutsideTheLevelIsRefusedWithoutALine)
     EXPECT_EQ(sut.setOutputLPR(0, 16, 42, when), 4U);
 
     EXPECT_EQ(m_target->calls, Calls{});
-    EXPECT_EQ(m_log.lines(), Calls{});
+    EXPECT_EQ(m_log.takeTexts(), Calls{});
 }
 
 TEST_F(LevelImplTest, LprThatTheTargetsRefuseSetsNothing)
@@ -195,7 +195,7 @@ TEST_F(LevelImplTest, LprThatTheTargetsRefuseSetsNothing)
     EXPECT_EQ(sut.setOutputLPR(1, 2, 42, when), 13U);
 
     EXPECT_EQ(m_target->calls, (Calls{"checkLpr 201 0 42", "checkLpr 202 0 42"}));
-    EXPECT_EQ(m_log.lines(), Calls{"INFO setLPR(controllerOutput 1 lprid 42) not permitted"});
+    EXPECT_EQ(m_log.takeTexts(), Calls{"INFO setLPR(controllerOutput 1 lprid 42) not permitted"});
 }
 
 TEST_F(LevelImplTest, StatusIsReportedInControllerNumbersAndCodes)

@@ -70,7 +70,7 @@ TEST_F(LevelMgrTest, AnUnknownNumberGivesTheInvalidLevelAndALine)
     EXPECT_TRUE(isInvalid(7));
     EXPECT_TRUE(isInvalid(std::numeric_limits<std::uint32_t>::max()));
 
-    EXPECT_EQ(m_log.lines(), (Lines{"INFO Unable to find level 7", "INFO Unable to find level -1"}));
+    EXPECT_EQ(m_log.takeTexts(), (Lines{"INFO Unable to find level 7", "INFO Unable to find level -1"}));
 }
 
 TEST_F(LevelMgrTest, ASampleBuildsALevelOfItsSignalType)
@@ -86,7 +86,7 @@ TEST_F(LevelMgrTest, ASampleBuildsALevelOfItsSignalType)
     EXPECT_EQ(m_sut->getLevelInstance(2)->take(42, 2, 3, 9), 0U);
     EXPECT_EQ(m_audioTarget->calls, (Lines{"checkTake 203 102 42", "take 203 102 42 9"}));
     EXPECT_EQ(m_videoTarget->calls, Lines{});
-    EXPECT_EQ(m_log.lines(), Lines{});
+    EXPECT_EQ(m_log.takeTexts(), Lines{});
 }
 
 TEST_F(LevelMgrTest, ALevelIsBuiltFromAllNumbersOfTheSample)
@@ -117,7 +117,7 @@ TEST_F(LevelMgrTest, AnUnknownSignalTypeBuildsNothing)
 
     EXPECT_TRUE(m_audioLevels->entries().empty());
     EXPECT_TRUE(m_videoLevels->entries().empty());
-    EXPECT_EQ(m_log.lines(), Lines{});
+    EXPECT_EQ(m_log.takeTexts(), Lines{});
 }
 
 TEST_F(LevelMgrTest, ANumberInBothContainersIsTheAudioLevel)
@@ -151,7 +151,7 @@ TEST_F(LevelMgrTest, ALevelWithoutOutputsIsIgnoredWithAWarning)
 
     m_sut->handleSample(macroLevel(1, LST_Video, 0));
 
-    EXPECT_EQ(m_log.lines(), Lines{"WARN Level 1 ignored: 0 outputs, must be 1 to 73728"});
+    EXPECT_EQ(m_log.takeTexts(), Lines{"WARN Level 1 ignored: 0 outputs, must be 1 to 73728"});
     EXPECT_FALSE(isInvalid(1)) << "the level before it stays";
 }
 
@@ -161,8 +161,8 @@ TEST_F(LevelMgrTest, ALevelWithMoreOutputsThanAnyRouterIsIgnoredWithAWarning)
     m_sut->handleSample(macroLevel(2, LST_Video, LevelMgr::maxLevelOutputs + 1));
     m_sut->handleSample(macroLevel(3, LST_Audio, std::numeric_limits<std::uint32_t>::max()));
 
-    EXPECT_EQ(m_log.lines(), (Lines{"WARN Level 2 ignored: 73729 outputs, must be 1 to 73728",
-                                    "WARN Level 3 ignored: 4294967295 outputs, must be 1 to 73728"}));
+    EXPECT_EQ(m_log.takeTexts(), (Lines{"WARN Level 2 ignored: 73729 outputs, must be 1 to 73728",
+                                        "WARN Level 3 ignored: 4294967295 outputs, must be 1 to 73728"}));
     EXPECT_EQ(m_videoLevels->entries().size(), 1U);
     EXPECT_TRUE(m_audioLevels->entries().empty());
 }
@@ -175,7 +175,7 @@ TEST_F(LevelMgrTest, LevelsAlreadyPublishedAreBuiltOnJoining)
     m_sut->joinRouterPartition("R1");
 
     EXPECT_TRUE(m_apartment->runUntil([this] { return !isInvalid(7) && !isInvalid(8); }));
-    EXPECT_EQ(m_log.lines().front(), "INFO TopicMacroLevel joinRouterPartition(routerPartition 'R1')");
+    EXPECT_EQ(m_log.takeTexts().front(), "INFO TopicMacroLevel joinRouterPartition(routerPartition 'R1')");
 }
 
 TEST_F(LevelMgrTest, LevelsPublishedLaterAreBuiltAsTheyCome)
@@ -205,14 +205,14 @@ TEST_F(LevelMgrTest, LeavingForgetsEveryLevel)
     m_sut->handleSample(macroLevel(1, LST_Video));
     m_sut->handleSample(macroLevel(2, LST_Audio));
     m_sut->joinRouterPartition("R1");
-    m_log.lines();
+    m_log.takeTexts();
 
     m_sut->leaveRouterPartition();
 
     EXPECT_TRUE(isInvalid(1));
     EXPECT_TRUE(isInvalid(2));
-    EXPECT_EQ(m_log.lines(), (Lines{"INFO TopicMacroLevel leaveRouterPartition(routerPartition 'R1')",
-                                    "INFO Unable to find level 1", "INFO Unable to find level 2"}));
+    EXPECT_EQ(m_log.takeTexts(), (Lines{"INFO TopicMacroLevel leaveRouterPartition(routerPartition 'R1')",
+                                        "INFO Unable to find level 1", "INFO Unable to find level 2"}));
 }
 
 TEST_F(LevelMgrTest, AfterLeavingNoLevelIsBuiltUntilTheNextJoin)

@@ -78,7 +78,7 @@ TEST_F(MacroXptMgrLocalTargetTest, AfterLeavingNothingIsHandedOver)
     m_apartment->runAll();
 
     EXPECT_TRUE(m_targetMgr->samples.empty());
-    EXPECT_EQ(m_log.lines(),
+    EXPECT_EQ(m_log.takeTexts(),
               (Lines{"INFO TopicMacroXptOutputVideoLocalTarget joinRouterPartition(routerPartition 'R1')",
                      "INFO TopicMacroXptOutputVideoLocalTarget leaveRouterPartition(routerPartition '')"}));
 }

@@ -137,7 +137,7 @@ TEST_F(MacroXptMgrStatusTest, ADisposedStatusIsResetNoticedAndPrinted)
     m_router.write({.macroXptOutput = 5, .macroXptInput = 7, .when = 1, .lprId = 42, .lprState = LPR_LOCKED});
     ASSERT_TRUE(waitForStatus(5, "0: 7 42 2"));
     notices();
-    m_log.lines();
+    m_log.takeTexts();
     testing::internal::CaptureStdout();
 
     m_router.dispose({.macroXptOutput = 5});
@@ -153,7 +153,7 @@ TEST_F(MacroXptMgrStatusTest, ADisposedStatusIsResetNoticedAndPrinted)
     EXPECT_NE(printed.find("\n    when:            "), std::string::npos);
     EXPECT_NE(printed.find("\n    lprId:           "), std::string::npos);
     EXPECT_NE(printed.find("\n    lprState:        "), std::string::npos);
-    EXPECT_EQ(m_log.lines(), Lines{}) << "on the console, not in the log";
+    EXPECT_EQ(m_log.takeTexts(), Lines{}) << "on the console, not in the log";
 }
 
 TEST_F(MacroXptMgrStatusTest, ARouterThatGoesAwayResetsItsOutputs)
@@ -204,7 +204,7 @@ TEST_F(MacroXptMgrStatusTest, TheTableSurvivesLeavingAndIsRefilledByJoiningAgain
     m_router.write({.macroXptOutput = 5, .macroXptInput = 7});
     m_sut.joinRouterPartition("R1");
     ASSERT_TRUE(waitForStatus(5, "0: 7 0 0"));
-    m_log.lines();
+    m_log.takeTexts();
 
     m_sut.leaveRouterPartition();
     m_router.write({.macroXptOutput = 5, .macroXptInput = 8});
@@ -215,8 +215,9 @@ TEST_F(MacroXptMgrStatusTest, TheTableSurvivesLeavingAndIsRefilledByJoiningAgain
     m_sut.joinRouterPartition("R1");
 
     EXPECT_TRUE(waitForStatus(5, "0: 8 0 0"));
-    EXPECT_EQ(m_log.lines(), (Lines{"INFO TopicMacroXptOutputAudioStatus leaveRouterPartition(routerPartition '')",
-                                    "INFO TopicMacroXptOutputAudioStatus joinRouterPartition(routerPartition 'R1')"}));
+    EXPECT_EQ(m_log.takeTexts(),
+              (Lines{"INFO TopicMacroXptOutputAudioStatus leaveRouterPartition(routerPartition '')",
+                     "INFO TopicMacroXptOutputAudioStatus joinRouterPartition(routerPartition 'R1')"}));
 }
 
 TEST_F(MacroXptMgrStatusTest, ShowPrintsTheRowsAskedFor)

@@ -76,7 +76,7 @@ protected:
         m_members.write(wholeRouter);
         m_sut.joinRouterPartition("R1");
         ASSERT_TRUE(m_apartment->runUntil([this] { return m_sut.checkTake(1, 1, 0) == 0; }));
-        m_log.lines();
+        m_log.takeTexts();
     }
 
     Lines published(PeerReader<MacroXptOutput>& reader, std::size_t count)
@@ -277,7 +277,7 @@ TEST_F(MacroXptMgrTargetTest, AfterLeavingATakeIsCheckedButNeitherStoredNorPubli
     EXPECT_EQ(targetOf(6), "3: 4294967295 42 2") << "a lock is stored";
     EXPECT_EQ(m_targets.take().size(), 0U);
     EXPECT_EQ(nobody.take().size(), 0U);
-    EXPECT_EQ(m_log.lines(), Lines{"INFO TopicMacroXptOutputVideoTarget leaveRouterPartition(routerPartition '')"});
+    EXPECT_EQ(m_log.takeTexts(), Lines{"INFO TopicMacroXptOutputVideoTarget leaveRouterPartition(routerPartition '')"});
 }
 
 TEST_F(MacroXptMgrTargetTest, TheTableSurvivesLeavingAndJoiningAgain)
@@ -366,7 +366,7 @@ TEST_F(MacroXptMgrTargetTest, ATargetWhoseInputNobodyOffersIsReportedAsInvalid)
 TEST_F(MacroXptMgrTargetTest, MembersAreLoggedAsTheyComeAndGo)
 {
     m_sut.joinRouterPartition("R1");
-    m_log.lines();
+    m_log.takeTexts();
 
     m_members.write({.memberIndex = 3,
                      .macroXptInputStart = 1,
@@ -375,18 +375,18 @@ TEST_F(MacroXptMgrTargetTest, MembersAreLoggedAsTheyComeAndGo)
                      .numMacroXptOutputs = 72});
     ASSERT_TRUE(m_apartment->runUntil([this] { return m_sut.checkTake(73, 144, 0) == 0; }));
 
-    EXPECT_EQ(m_log.lines(), Lines{"INFO addRouterMemberMacroXpts  TopicMacroXptOutputVideoTarget\n"
-                                   " rtr         : R1\n"
-                                   " member idx  : 3\n"
-                                   " MacroInStrt : 1\n"
-                                   " numInputs   : 144\n"
-                                   " MacroOutStrt: 73\n"
-                                   " numOutputs  : 72"});
+    EXPECT_EQ(m_log.takeTexts(), Lines{"INFO addRouterMemberMacroXpts  TopicMacroXptOutputVideoTarget\n"
+                                       " rtr         : R1\n"
+                                       " member idx  : 3\n"
+                                       " MacroInStrt : 1\n"
+                                       " numInputs   : 144\n"
+                                       " MacroOutStrt: 73\n"
+                                       " numOutputs  : 72"});
 
     m_members.dispose({.memberIndex = 3});
     ASSERT_TRUE(m_apartment->runUntil([this] { return m_sut.checkTake(73, 144, 0) != 0; }));
 
-    const Lines lines = m_log.lines();
+    const Lines lines = m_log.takeTexts();
     ASSERT_EQ(lines.size(), 1U);
     EXPECT_EQ(lines[0].substr(0, 62), "INFO removeRouterMemberMacroXpts  TopicMacroXptOutputVideoTarg");
     EXPECT_NE(lines[0].find("\n rtr         : R1\n member idx  : 3\n"), std::string::npos);
@@ -405,7 +405,7 @@ TEST_F(MacroXptMgrTargetTest, JoiningLogsItsSteps)
 {
     m_sut.joinRouterPartition("0123456789abcdef");
 
-    EXPECT_EQ(m_log.lines(),
+    EXPECT_EQ(m_log.takeTexts(),
               (Lines{"INFO TopicMacroXptOutputVideoTarget joinRouterPartition(routerPartition '0123456789abcdef')",
                      "INFO TopicMacroXptOutputVideoTarget getDurableData for routerPartition '0123456789abcdef'",
                      "INFO Before waiting for historical data)", "INFO Back  waiting for historical data)"}));
@@ -444,7 +444,7 @@ TEST_F(MacroXptMgrTargetTest, ReaderThatDoesNotAnswerIsWarnedOfInEveryJoinAndThe
     {
         m_sut.joinRouterPartition("R1");
 
-        EXPECT_EQ(m_log.lines(),
+        EXPECT_EQ(m_log.takeTexts(),
                   (Lines{"INFO TopicMacroXptOutputVideoTarget joinRouterPartition(routerPartition 'R1')",
                          "WARN TopicMacroXptOutputVideoTarget a reader has not answered the new writer within 150 ms",
                          "INFO TopicMacroXptOutputVideoTarget getDurableData for routerPartition 'R1'",
@@ -482,7 +482,7 @@ TEST_F(MacroXptMgrTargetTest, HistoryThatDoesNotComeInTimeIsUsedAsFarAsItIsThere
     MacroXptOutput target;
     sut.getTarget(5, target.macroXptInput, target.lprState, target.lprId);
     EXPECT_EQ(target.macroXptInput, 7U);
-    EXPECT_EQ(m_log.lines().back(), "INFO Back  waiting for historical data)");
+    EXPECT_EQ(m_log.takeTexts().back(), "INFO Back  waiting for historical data)");
 }
 
 TEST_F(MacroXptMgrTargetTest, TargetsFoundOnJoiningAreStampedWithTheCurrentTimecode)

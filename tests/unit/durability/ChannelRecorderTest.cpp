@@ -3,9 +3,9 @@
 #include <gtest/gtest.h>
 
 #include "tests/support/ForcedFiles.h"
+#include "tests/support/LogRecorder.h"
 #include "tests/support/TempDir.h"
 #include "tests/support/WaitUntil.h"
-#include "tests/unit/ddskorabridge/CapturedLog.h"
 #include "tests/unit/durability/OtherParticipant.h"
 #include "tests/unit/durability/OutputCodec.h"
 
@@ -42,7 +42,7 @@ protected:
 
     testsupport::TempDir m_directory;
     testsupport::ForcedFiles m_disk;
-    CapturedLog m_log;
+    testsupport::LogRecorder m_log;
     dds::domain::DomainParticipant m_participant{dds::domain::default_id()};
     const Time m_begin = Channel::Clock::now();
     com::tallowcrest::util::WakeEvent m_wake;
@@ -71,7 +71,7 @@ TEST_F(ChannelRecorderTest, PeerThatGoesOnGivingIsWaitedForHoweverLongThatTakes)
         ASSERT_TRUE(workUntilKnown(number, given));
         EXPECT_EQ(isWaiting(0s, given + 2999ms), number < 4) << number << " of 4 are there";
     }
-    EXPECT_TRUE(m_log.lines().empty());
+    EXPECT_TRUE(m_log.takeTexts().empty());
 }
 
 TEST_F(ChannelRecorderTest, SilenceOfAPeerCountsFromWhatItGaveLast)
@@ -85,7 +85,7 @@ TEST_F(ChannelRecorderTest, SilenceOfAPeerCountsFromWhatItGaveLast)
     EXPECT_TRUE(isWaiting(0s, 4999ms));
     EXPECT_FALSE(isWaiting(0s, 5s));
 
-    EXPECT_EQ(m_log.lines(),
+    EXPECT_EQ(m_log.takeTexts(),
               std::vector<std::string>{"WARN Durable topic TopicTarget in R1: 1 other bridges are silent and no longer "
                                        "waited for"});
 }

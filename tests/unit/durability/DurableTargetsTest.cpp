@@ -11,10 +11,10 @@
 #include "durability/RecentRows.h"
 #include "durability/Store.h"
 #include "tests/support/BusCalls.h"
+#include "tests/support/LogRecorder.h"
 #include "tests/support/TempDir.h"
 #include "tests/support/TimeFactor.h"
 #include "tests/support/WaitUntil.h"
-#include "tests/unit/ddskorabridge/CapturedLog.h"
 #include "tests/unit/durability/OtherParticipant.h"
 #include "tests/unit/durability/OutputCodec.h"
 
@@ -442,7 +442,7 @@ TEST_F(DurableTargetsTest, ValueWrittenWithATimeOfItsOwnIsKeptWithThatTime)
 
 TEST_F(DurableTargetsTest, ParticipantThatHandsOverLessThanItAnnouncedIsWaitedForThreeSecondsAndWarnedOf)
 {
-    CapturedLog log;
+    testsupport::LogRecorder log;
     OtherParticipant silent(5);
     silent.handOver(8, 6);
     const auto sut = bridge("a");
@@ -453,7 +453,7 @@ TEST_F(DurableTargetsTest, ParticipantThatHandsOverLessThanItAnnouncedIsWaitedFo
     const auto took = std::chrono::steady_clock::now() - begin;
     EXPECT_GT(took, std::chrono::seconds(2));
     EXPECT_LT(took, testsupport::scaled(std::chrono::seconds(10)));
-    EXPECT_EQ(log.lines(),
+    EXPECT_EQ(log.takeTexts(),
               std::vector<std::string>{"WARN Durable topic TopicTarget in R1: 1 other bridges are silent and no longer "
                                        "waited for"});
 }

@@ -7,9 +7,9 @@
 #include "durability/Store.h"
 #include "durability/StoreKeeper.h"
 #include "tests/support/ForcedFiles.h"
+#include "tests/support/LogRecorder.h"
 #include "tests/support/TempDir.h"
 #include "tests/support/WaitUntil.h"
-#include "tests/unit/ddskorabridge/CapturedLog.h"
 
 using namespace com::tallowcrest::durability;
 using namespace std::chrono_literals;
@@ -41,7 +41,7 @@ protected:
 
     testsupport::TempDir m_directory;
     std::filesystem::path m_path = m_directory.path() / "durable.db";
-    CapturedLog m_log;
+    testsupport::LogRecorder m_log;
     Store m_store{m_path};
     int m_commits = 0;
     testsupport::ForcedFiles m_disk;
@@ -131,7 +131,7 @@ TEST_F(LogForcerTest, DiskThatRefusesIsReportedOnceAndTriedAgainWithTheNextCommi
     ASSERT_TRUE(waitForRefused(3));
     m_sut.reset();
 
-    EXPECT_EQ(m_log.lines(), (std::vector<std::string>{warning[0], warning[0]})) << "news again after a success";
+    EXPECT_EQ(m_log.takeTexts(), (std::vector<std::string>{warning[0], warning[0]})) << "news again after a success";
 }
 
 TEST_F(LogForcerTest, LongLogThatAnEarlierLifeLeftIsMovedIntoTheStore)

@@ -11,8 +11,8 @@
 #include <unistd.h>
 
 #include "tests/support/FailingCall.h"
+#include "tests/support/LogRecorder.h"
 #include "tests/support/TempDir.h"
-#include "tests/unit/ddskorabridge/CapturedLog.h"
 #include "tests/unit/durability/OutputCodec.h"
 
 using namespace com::tallowcrest::durability;
@@ -235,7 +235,7 @@ TEST_F(RecentRowsTest, SameStoreHasTheSameFileHoweverItIsNamed)
 
 TEST_F(RecentRowsTest, FileThatCannotBeWrittenIsOneWarningAndLeftAsItIs)
 {
-    CapturedLog log;
+    testsupport::LogRecorder log;
     const auto sut = life();
     sut->append(row("7", 1));
     sut->flush();
@@ -255,9 +255,10 @@ TEST_F(RecentRowsTest, FileThatCannotBeWrittenIsOneWarningAndLeftAsItIs)
     {
         GTEST_SKIP() << noFailingCalls;
     }
-    EXPECT_EQ(log.lines(), std::vector<std::string>{"WARN Durable targets: cannot write " + file().string() +
-                                                    ": No space left on device; a slow disk may delay what is kept of "
-                                                    "the last moment"});
+    EXPECT_EQ(log.takeTexts(),
+              std::vector<std::string>{"WARN Durable targets: cannot write " + file().string() +
+                                       ": No space left on device; a slow disk may delay what is kept of "
+                                       "the last moment"});
     EXPECT_EQ(std::filesystem::file_size(file()), size);
 }
 
@@ -282,7 +283,7 @@ TEST_F(RecentRowsTest, TornLastLineThatCannotBeEndedIsNotWrittenBehind)
 
 TEST_F(RecentRowsTest, FileOfAnotherUserIsNotUsed)
 {
-    CapturedLog log;
+    testsupport::LogRecorder log;
     testsupport::writeFile(file(), "theirs\n");
     constexpr uid_t somebodyElse = 1;
     if (::chown(file().c_str(), somebodyElse, static_cast<gid_t>(-1)) != 0)
@@ -295,7 +296,7 @@ TEST_F(RecentRowsTest, FileOfAnotherUserIsNotUsed)
     sut->flush();
 
     EXPECT_EQ(testsupport::readFile(file()), "theirs\n");
-    const auto lines = log.lines();
+    const auto lines = log.takeTexts();
     ASSERT_EQ(lines.size(), 1U);
     EXPECT_NE(lines[0].find(" cannot be used: Operation not permitted"), std::string::npos) << lines[0];
 }

@@ -11,10 +11,10 @@
 
 #include "tests/support/FailingCall.h"
 #include "tests/support/ForcedFiles.h"
+#include "tests/support/LogRecorder.h"
 #include "tests/support/TempDir.h"
 #include "tests/support/TimeFactor.h"
 #include "tests/support/WaitUntil.h"
-#include "tests/unit/ddskorabridge/CapturedLog.h"
 #include "tests/unit/durability/OutputCodec.h"
 
 using namespace com::tallowcrest::durability;
@@ -67,7 +67,7 @@ protected:
     }
     void collect()
     {
-        for (const std::string& line : m_log.lines())
+        for (const std::string& line : m_log.takeTexts())
         {
             (line.starts_with("WARN") ? m_warnings : m_others).push_back(line);
         }
@@ -90,7 +90,7 @@ protected:
 
     testsupport::TempDir m_directory;
     std::filesystem::path m_path = m_directory.path() / "durable.db";
-    CapturedLog m_log;
+    testsupport::LogRecorder m_log;
     std::vector<std::string> m_warnings;
     std::vector<std::string> m_others;
     com::tallowcrest::util::WakeEvent m_recorder;

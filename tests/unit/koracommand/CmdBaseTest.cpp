@@ -1,9 +1,9 @@
 #include "koracommand/CmdBase.h"
 
 #include "runtime/apartment/Round.h"
+#include "tests/support/LogRecorder.h"
 #include "tests/unit/koracommand/LevelFixture.h"
 #include "tests/unit/koracommand/TestMessages.h"
-#include "tests/unit/runtime/CapturedLog.h"
 
 #include <gtest/gtest.h>
 
@@ -55,7 +55,7 @@ protected:
 
     static Words errorWords() { return expectedRsp(0x80000000, {8}); }
 
-    CapturedLog m_log;
+    testsupport::LogRecorder m_log;
     std::shared_ptr<RspQueue> m_queue = std::make_shared<RspQueue>();
     std::shared_ptr<ConnectionContext> m_context =
         std::make_shared<ConnectionContext>(log4cxx::Logger::getLogger("KORABRIDGE"), 3, &fixedClock);

@@ -1,8 +1,8 @@
 #include "koracommand/CmdHandlerImpl.h"
 
 #include "koracommand/CmdTable.h"
+#include "tests/support/LogRecorder.h"
 #include "tests/unit/koracommand/CmdHandlerFixture.h"
-#include "tests/unit/runtime/CapturedLog.h"
 
 #include <gtest/gtest.h>
 
@@ -68,7 +68,7 @@ TEST_F(CmdHandlerImplTest, CommandThatThrowsIsAnsweredWithTheErrorAndTheNextRequ
 
 TEST_F(CmdHandlerImplTest, UnknownIdIsLoggedEachTimeAndKnownOnesNever)
 {
-    const CapturedLog log;
+    const testsupport::LogRecorder log;
     handle(networkRequest(0x99));
     handle(networkRequest(0x50, {0}));
     handle(networkRequest(0x99));
@@ -84,7 +84,7 @@ TEST_F(CmdHandlerImplTest, UnknownIdIsLoggedEachTimeAndKnownOnesNever)
 
 TEST_F(CmdHandlerImplTest, CutCountsAreLoggedOncePerConnection)
 {
-    const CapturedLog log;
+    const testsupport::LogRecorder log;
     for (int i = 0; i < 5; ++i)
     {
         handle(networkRequest(0x50, {0xffffffff}));

@@ -1,9 +1,9 @@
 #include "koracommand/CmdHandlerImpl.h"
 
+#include "tests/support/LogRecorder.h"
 #include "tests/support/TimeFactor.h"
 #include "tests/support/WaitUntil.h"
 #include "tests/unit/koracommand/CmdHandlerFixture.h"
-#include "tests/unit/runtime/CapturedLog.h"
 
 #include <gtest/gtest.h>
 
@@ -154,7 +154,7 @@ TEST_F(CmdHandlerStopTest, LateResponseNeverAnswersALaterRequest)
 
 TEST_F(CmdHandlerStopTest, ApartmentWithoutMemoryForTheEventGivesNoResponseThatTimeOnly)
 {
-    const CapturedLog log;
+    const testsupport::LogRecorder log;
     const auto full = std::make_shared<FullApartment>("Full Apartment");
     full->start();
     apartment::setBridgeApartment(full);

@@ -1,7 +1,7 @@
 #include "koracommand/ConnectionContext.h"
 
+#include "tests/support/LogRecorder.h"
 #include "tests/unit/koracommand/LevelFixture.h"
-#include "tests/unit/runtime/CapturedLog.h"
 
 #include <gtest/gtest.h>
 
@@ -11,7 +11,7 @@ namespace
 class ConnectionContextTest : public ::testing::Test
 {
 protected:
-    CapturedLog m_log;
+    testsupport::LogRecorder m_log;
     ConnectionContext m_sut{log4cxx::Logger::getLogger("KORABRIDGE"), 3, &fixedClock};
 };
 

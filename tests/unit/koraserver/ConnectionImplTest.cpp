@@ -2,12 +2,12 @@
 
 #include "koraserver/ListeningSocket.h"
 #include "koraserver/SocketOption.h"
+#include "tests/support/LogRecorder.h"
 #include "tests/support/TcpSocket.h"
 #include "tests/support/TimeFactor.h"
 #include "tests/support/WaitUntil.h"
 #include "tests/unit/koraserver/FakeCmdHandler.h"
 #include "tests/unit/koraserver/KoraBytes.h"
-#include "tests/unit/koraserver/LogRecorder.h"
 
 #include <gtest/gtest.h>
 
@@ -82,7 +82,7 @@ protected:
         FAIL() << "the connection went on receiving";
     }
 
-    LogRecorder m_log;
+    testsupport::LogRecorder m_log;
     FakeCommands m_commands;
     TimingSamples m_samples;
     std::optional<TcpSocket> m_client;
@@ -232,7 +232,7 @@ TEST_F(ConnectionImplTest, ClientThatClosesEndsIt)
     m_client->close();
 
     EXPECT_TRUE(ends());
-    EXPECT_EQ(m_log.lines(), std::vector{"INFO recv disconnect, fd = " + std::to_string(m_socket)});
+    EXPECT_EQ(m_log.texts(), std::vector{"INFO recv disconnect, fd = " + std::to_string(m_socket)});
 }
 
 TEST_F(ConnectionImplTest, ClientThatOnlyEndsItsSendingIsStillAnswered)
@@ -254,7 +254,7 @@ TEST_F(ConnectionImplTest, ClientThatResetsEndsIt)
     m_client->reset();
 
     EXPECT_TRUE(ends());
-    EXPECT_EQ(m_log.lines(),
+    EXPECT_EQ(m_log.texts(),
               std::vector{"INFO recv failed socket " + std::to_string(m_socket) + ", Connection reset by peer"});
 }
 
@@ -273,9 +273,9 @@ TEST_F(ConnectionImplTest, FailedSendIsLoggedAndTheNextReceiveEndsTheConnection)
     gone.set_value();
 
     EXPECT_TRUE(ends());
-    ASSERT_EQ(m_log.lines().size(), 2U);
-    EXPECT_EQ(m_log.lines()[0], "WARN send client response failed, Connection reset by peer");
-    EXPECT_EQ(m_log.lines()[1].substr(0, 9), "INFO recv");
+    ASSERT_EQ(m_log.texts().size(), 2U);
+    EXPECT_EQ(m_log.texts()[0], "WARN send client response failed, Connection reset by peer");
+    EXPECT_EQ(m_log.texts()[1].substr(0, 9), "INFO recv");
 }
 
 TEST_F(ConnectionImplTest, RequestsThatADeadClientLeftBehindAreHandledAndTheirFailedSendsCounted)
@@ -326,7 +326,7 @@ TEST_F(ConnectionImplTest, ExceptionIsLoggedAndEndsThisConnectionAlone)
     m_client->send(request(1));
 
     EXPECT_TRUE(ends());
-    EXPECT_EQ(m_log.lines(), std::vector{"ERROR " + m_sut->threadName() + " ended by an exception: no such thing"});
+    EXPECT_EQ(m_log.texts(), std::vector{"ERROR " + m_sut->threadName() + " ended by an exception: no such thing"});
 }
 
 TEST_F(ConnectionImplTest, ForeignExceptionIsLoggedToo)
@@ -337,7 +337,7 @@ TEST_F(ConnectionImplTest, ForeignExceptionIsLoggedToo)
     m_client->send(request(1));
 
     EXPECT_TRUE(ends());
-    EXPECT_EQ(m_log.lines(), std::vector{"ERROR " + m_sut->threadName() + " ended by an exception: unknown exception"});
+    EXPECT_EQ(m_log.texts(), std::vector{"ERROR " + m_sut->threadName() + " ended by an exception: unknown exception"});
 }
 
 TEST_F(ConnectionImplTest, RequestAndResponseAreSampledWithTagAndSequence)

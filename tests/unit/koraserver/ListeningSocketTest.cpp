@@ -1,8 +1,8 @@
 #include "koraserver/ListeningSocket.h"
 
 #include "tests/support/FailingCall.h"
+#include "tests/support/LogRecorder.h"
 #include "tests/support/TcpSocket.h"
-#include "tests/unit/koraserver/LogRecorder.h"
 
 #include <gtest/gtest.h>
 
@@ -50,7 +50,7 @@ protected:
         return ::poll(&entry, 1, 300) == 1;
     }
 
-    LogRecorder m_log;
+    testsupport::LogRecorder m_log;
 };
 
 } // namespace
@@ -100,7 +100,7 @@ TEST_F(ListeningSocketTest, BindIsLoggedWithAddressPortAndDescriptor)
 {
     const UniqueFd sut = open();
 
-    EXPECT_EQ(m_log.lines(), std::vector<std::string>{"INFO bind IP addr 0x0 (0.0.0.0) Port: 5194 Socket " +
+    EXPECT_EQ(m_log.texts(), std::vector<std::string>{"INFO bind IP addr 0x0 (0.0.0.0) Port: 5194 Socket " +
                                                       std::to_string(sut.get())});
 }
 

@@ -1,13 +1,13 @@
 #include "koraserver/ConnectionImpl.h"
 #include "koraserver/ListeningSocket.h"
 #include "koraserver/Server.h"
+#include "tests/support/LogRecorder.h"
 #include "tests/support/TcpSocket.h"
 #include "tests/support/TimeFactor.h"
 #include "tests/support/WaitUntil.h"
 #include "tests/unit/koraserver/FakeCmdHandler.h"
 #include "tests/unit/koraserver/FakeConnection.h"
 #include "tests/unit/koraserver/KoraBytes.h"
-#include "tests/unit/koraserver/LogRecorder.h"
 
 #include <gtest/gtest.h>
 
@@ -86,7 +86,7 @@ protected:
         FAIL() << "the connections went on receiving";
     }
 
-    LogRecorder m_log;
+    testsupport::LogRecorder m_log;
     EventList m_events;
     FakeCommands m_commands;
     std::vector<TcpSocket> m_clients;

@@ -3,11 +3,11 @@
 #include "koraserver/ListeningSocket.h"
 #include "tests/support/FailingCall.h"
 #include "tests/support/ListeningDescriptor.h"
+#include "tests/support/LogRecorder.h"
 #include "tests/support/TcpSocket.h"
 #include "tests/support/TimeFactor.h"
 #include "tests/support/WaitUntil.h"
 #include "tests/unit/koraserver/FakeConnection.h"
-#include "tests/unit/koraserver/LogRecorder.h"
 
 #include <gtest/gtest.h>
 
@@ -86,7 +86,7 @@ protected:
         return testsupport::withFailingCalls(calls, [this] { m_sut->start(); }) && (m_sut->connectToRouter(), true);
     }
 
-    LogRecorder m_log;
+    testsupport::LogRecorder m_log;
     EventList m_events;
     std::shared_ptr<FakeConnectionFactory> m_factory;
     std::vector<TcpSocket> m_clients;
@@ -174,7 +174,7 @@ TEST_F(ServerTest, AcceptedClientIsLoggedWithAddressDescriptorAndSlot)
     connectClient();
 
     ASSERT_TRUE(m_log.waitFor("INFO connectionId 0"));
-    const auto lines = m_log.lines();
+    const auto lines = m_log.texts();
     const auto accepted = std::find_if(lines.begin(), lines.end(), [](const std::string& line) {
         return line.starts_with("INFO accepted tcp connection from 127.0.0.1, fd = ");
     });

@@ -1,6 +1,6 @@
 #include "koraserver/UnexpectedProtocols.h"
 
-#include "tests/unit/koraserver/LogRecorder.h"
+#include "tests/support/LogRecorder.h"
 
 #include <gtest/gtest.h>
 
@@ -52,7 +52,7 @@ TEST(UnexpectedProtocols, TableOfNoneIsTheHeadingAlone)
 
 TEST(UnexpectedProtocols, SecondMessageOfATypeIsLoggedAndAddsNoRow)
 {
-    const LogRecorder log;
+    const testsupport::LogRecorder log;
     UnexpectedProtocols sut(log.logger());
 
     sut.addUnexpectedProtocol(14, "nptZT4100ProtocolType");

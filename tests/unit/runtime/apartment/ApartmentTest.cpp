@@ -1,9 +1,9 @@
 #include "runtime/apartment/Apartment.h"
 #include "runtime/apartment/EmptyDoItEvent.h"
 #include "tests/support/FailingCall.h"
+#include "tests/support/LogRecorder.h"
 #include "tests/support/TimeFactor.h"
 #include "tests/support/WaitUntil.h"
-#include "tests/unit/runtime/CapturedLog.h"
 #include "tests/unit/runtime/apartment/RecordingEvent.h"
 
 #include <gmock/gmock.h>
@@ -348,7 +348,7 @@ TEST_F(ApartmentTest, anEventMaySendAnotherOneWhileTheDestructorDeletesIt)
 
 TEST_F(ApartmentTest, aThrowingEventIsLoggedAndDeletedAndTheNextOneRuns)
 {
-    const CapturedLog log;
+    const testsupport::LogRecorder log;
     Apartment sut("sut");
     sut.start();
 
@@ -369,7 +369,7 @@ TEST_F(ApartmentTest, aThrowingEventIsLoggedAndDeletedAndTheNextOneRuns)
 
 TEST_F(ApartmentTest, anythingThrownIsLoggedAndTheLoopGoesOn)
 {
-    const CapturedLog log;
+    const testsupport::LogRecorder log;
     Apartment sut("sut");
     sut.start();
 

@@ -1,7 +1,7 @@
 #include "runtime/apartment/Round.h"
 
 #include "runtime/apartment/Apartment.h"
-#include "tests/unit/runtime/CapturedLog.h"
+#include "tests/support/LogRecorder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -165,7 +165,7 @@ TEST_F(RoundTest, WhatIsPutOffWaitsForNothingThatComesLater)
 
 TEST_F(RoundTest, AnExceptionEndsNeitherTheRoundNorWhatWasPutOff)
 {
-    const CapturedLog log;
+    const testsupport::LogRecorder log;
     post(m_apartment, std::make_unique<Event>(brief, [this] {
              Round::current()->putOff(std::make_unique<Event>(brief, [] { throw std::runtime_error("put off"); }));
              Round::current()->putOff(note("later"));

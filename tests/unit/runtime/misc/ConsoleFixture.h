@@ -4,9 +4,9 @@
 #include "runtime/misc/ConsoleSlot.h"
 #include "runtime/misc/StandardInput.h"
 #include "runtime/misc/TelnetIO.h"
+#include "tests/support/LogRecorder.h"
 #include "tests/support/TcpSocket.h"
 #include "tests/support/WaitUntil.h"
-#include "tests/unit/runtime/CapturedLog.h"
 
 #include <gtest/gtest.h>
 
@@ -122,7 +122,7 @@ protected:
     std::ptrdiff_t countLogged(const std::string& part, const std::string& level = "INFO") const
     {
         const auto lines = m_log.lines();
-        return std::count_if(lines.begin(), lines.end(), [&](const CapturedLog::Line& line) {
+        return std::count_if(lines.begin(), lines.end(), [&](const testsupport::LogRecorder::Line& line) {
             return line.text.find(part) != std::string::npos && line.level == level && line.logger == "KORABRIDGE";
         });
     }
@@ -131,7 +131,7 @@ protected:
         return testsupport::waitUntil([&] { return countLogged(part) > 0; });
     }
 
-    CapturedLog m_log;
+    testsupport::LogRecorder m_log;
     std::shared_ptr<com::tallowcrest::misc::TelnetIO> m_sut;
     std::thread m_reader;
     std::atomic<bool> m_readerIsDone{true};

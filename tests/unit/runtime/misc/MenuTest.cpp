@@ -241,7 +241,7 @@ TEST_F(MenuTest, run_callsItsHooksInOrder)
 
 TEST_F(MenuTest, run_whenAnItemThrows_saysSoAndGoesOn)
 {
-    const CapturedLog log;
+    const testsupport::LogRecorder log;
     m_sut.addItem("bad", [] { throw std::runtime_error("no table"); });
 
     const std::string screen = "\nKORA\n 0. bad      1. q:  quit\nEnter selection: ";

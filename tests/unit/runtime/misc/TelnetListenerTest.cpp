@@ -1,8 +1,8 @@
 #include "runtime/misc/TelnetListener.h"
 
 #include "tests/support/FailingCall.h"
+#include "tests/support/LogRecorder.h"
 #include "tests/support/TcpSocket.h"
-#include "tests/unit/runtime/CapturedLog.h"
 
 #include <gtest/gtest.h>
 
@@ -34,7 +34,7 @@ protected:
         return texts;
     }
 
-    CapturedLog m_log;
+    testsupport::LogRecorder m_log;
     TelnetListener m_sut{log4cxx::Logger::getLogger("KORABRIDGE"), port};
 };
 

@@ -1,6 +1,6 @@
 #include "runtime/util/FailureLog.h"
 
-#include "tests/unit/runtime/CapturedLog.h"
+#include "tests/support/LogRecorder.h"
 
 #include <gtest/gtest.h>
 
@@ -18,17 +18,7 @@ namespace
 class FailureLogTest : public testing::Test
 {
 protected:
-    Lines lines() const
-    {
-        Lines texts;
-        for (const auto& line : m_log.lines())
-        {
-            texts.push_back(line.level + " " + line.text);
-        }
-        return texts;
-    }
-
-    CapturedLog m_log;
+    testsupport::LogRecorder m_log;
     std::chrono::steady_clock::time_point m_now{};
     FailureLog m_sut{log4cxx::Logger::getLogger("KORABRIDGE"), [this] { return m_now; }};
 };
@@ -41,7 +31,7 @@ TEST_F(FailureLogTest, FirstFailureIsLoggedAndRepeatsWithinAMinuteAreNot)
     m_now += seconds(59);
     m_sut.warn({"bind 98", "failed"});
 
-    EXPECT_EQ(lines(), Lines{"WARN failed"});
+    EXPECT_EQ(m_log.texts(), Lines{"WARN failed"});
 }
 
 TEST_F(FailureLogTest, RepeatsAreLoggedOnceAMinuteWithTheirNumber)
@@ -52,7 +42,8 @@ TEST_F(FailureLogTest, RepeatsAreLoggedOnceAMinuteWithTheirNumber)
         m_now += seconds(1);
     }
 
-    EXPECT_EQ(lines(), (Lines{"WARN failed", "WARN repeated 60 times: failed", "WARN repeated 60 times: failed"}));
+    EXPECT_EQ(m_log.texts(),
+              (Lines{"WARN failed", "WARN repeated 60 times: failed", "WARN repeated 60 times: failed"}));
 }
 
 TEST_F(FailureLogTest, AnotherCauseIsLoggedAtOnceAfterTheRepeatsOfTheLastOne)
@@ -61,7 +52,7 @@ TEST_F(FailureLogTest, AnotherCauseIsLoggedAtOnceAfterTheRepeatsOfTheLastOne)
     m_sut.warn({"bind 98", "in use"});
     m_sut.warn({"socket 24", "too many"});
 
-    EXPECT_EQ(lines(), (Lines{"WARN in use", "WARN repeated 1 times: in use", "WARN too many"}));
+    EXPECT_EQ(m_log.texts(), (Lines{"WARN in use", "WARN repeated 1 times: in use", "WARN too many"}));
 }
 
 TEST_F(FailureLogTest, AfterSuccessTheSameCauseIsLoggedAgain)
@@ -71,7 +62,7 @@ TEST_F(FailureLogTest, AfterSuccessTheSameCauseIsLoggedAgain)
     m_sut.succeeded();
     m_sut.warn({"bind 98", "in use"});
 
-    EXPECT_EQ(lines(), (Lines{"WARN in use", "WARN in use"}));
+    EXPECT_EQ(m_log.texts(), (Lines{"WARN in use", "WARN in use"}));
 }
 
 TEST_F(FailureLogTest, SuccessLogsTheRepeatsThatNobodyHasSeen)
@@ -81,7 +72,7 @@ TEST_F(FailureLogTest, SuccessLogsTheRepeatsThatNobodyHasSeen)
     m_sut.warn({"bind 98", "in use"});
     m_sut.succeeded();
 
-    EXPECT_EQ(lines(), (Lines{"WARN in use", "WARN repeated 2 times: in use"}));
+    EXPECT_EQ(m_log.texts(), (Lines{"WARN in use", "WARN repeated 2 times: in use"}));
 }
 
 TEST_F(FailureLogTest, SameCauseWithAnotherTextIsARepeat)
@@ -90,5 +81,5 @@ TEST_F(FailureLogTest, SameCauseWithAnotherTextIsARepeat)
     m_sut.warn({"bind 98", "socket 6"});
     m_sut.succeeded();
 
-    EXPECT_EQ(lines(), (Lines{"WARN socket 5", "WARN repeated 1 times: socket 6"}));
+    EXPECT_EQ(m_log.texts(), (Lines{"WARN socket 5", "WARN repeated 1 times: socket 6"}));
 }

@@ -1,5 +1,5 @@
 #include "runtime/util/Log.h"
-#include "tests/unit/runtime/CapturedLog.h"
+#include "tests/support/LogRecorder.h"
 
 #include <gtest/gtest.h>
 
@@ -15,7 +15,7 @@ int countCalls(int& calls)
 
 TEST(LogTest, theLineIsFormattedAndLoggedWithLevelAndTheCallersLocation)
 {
-    const CapturedLog log;
+    const testsupport::LogRecorder log;
     const auto logger = log4cxx::Logger::getLogger("some logger");
 
     LOG_WARN_F(logger, "client %d of %s", 7, "sixteen");
@@ -32,7 +32,7 @@ TEST(LogTest, theLineIsFormattedAndLoggedWithLevelAndTheCallersLocation)
 
 TEST(LogTest, eachMacroHasItsLevel)
 {
-    const CapturedLog log;
+    const testsupport::LogRecorder log;
     const auto logger = log4cxx::Logger::getLogger("some logger");
 
     LOG_DEBUG_F(logger, "a");
@@ -50,7 +50,7 @@ TEST(LogTest, eachMacroHasItsLevel)
 
 TEST(LogTest, aLineOfTwoHundredBytesIsCutByOne)
 {
-    const CapturedLog log;
+    const testsupport::LogRecorder log;
     const auto logger = log4cxx::Logger::getLogger("some logger");
     const std::string longest(199, 'x');
 
@@ -65,7 +65,7 @@ TEST(LogTest, aLineOfTwoHundredBytesIsCutByOne)
 
 TEST(LogTest, nothingIsFormattedWhileTheLevelIsOff)
 {
-    const CapturedLog log;
+    const testsupport::LogRecorder log;
     const auto logger = log4cxx::Logger::getLogger("some logger");
     log4cxx::Logger::getRootLogger()->setLevel(log4cxx::Level::getError());
     int calls = 0;
@@ -80,7 +80,7 @@ TEST(LogTest, nothingIsFormattedWhileTheLevelIsOff)
 
 TEST(LogTest, aNullLoggerLogsNothing)
 {
-    const CapturedLog log;
+    const testsupport::LogRecorder log;
     const log4cxx::LoggerPtr logger;
     int calls = 0;
 
