@@ -6,7 +6,7 @@
 #include "ddskorabridge/LevelImpl.h"
 #include "ddskorabridge/MacroXptMgrStatus.h"
 #include "ddskorabridge/MacroXptMgrTarget.h"
-#include "tests/unit/ddskorabridge/PumpedApartment.h"
+#include "tests/fakes/FakeApartment.h"
 #include "tools/korasim/RouterWriters.h"
 
 #include <array>
@@ -82,7 +82,7 @@ public:
     LevelImpl& level() { return m_level; }
 
 private:
-    std::shared_ptr<PumpedApartment> m_apartment = std::make_shared<PumpedApartment>();
+    std::shared_ptr<FakeApartment> m_apartment = std::make_shared<FakeApartment>();
     std::shared_ptr<MacroXptMgrTarget> m_target =
         std::make_shared<MacroXptMgrTarget>(m_apartment, topicName(TopicName::RouterMemberMacroXptsDxAudio), outputs,
                                             outputs, topicName(TopicName::MacroXptOutputAudioTarget));

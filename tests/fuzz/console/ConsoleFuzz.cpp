@@ -10,8 +10,8 @@
 #include "runtime/misc/Console.h"
 #include "runtime/misc/Menu.h"
 #include "runtime/util/MemPoolRegistry.h"
+#include "tests/fakes/FakeApartment.h"
 #include "tests/fuzz/console/Operator.h"
-#include "tests/fuzz/support/InlineApartment.h"
 #include "tests/fuzz/support/QuietLog.h"
 #include "tests/fuzz/support/Require.h"
 
@@ -87,7 +87,7 @@ struct Process
     }
 
     fuzz::QuietLog log;
-    fuzz::InlineApartment apartment;
+    FakeApartment apartment{FakeApartment::Sent::RunsAtOnce};
     std::shared_ptr<Table> table = std::make_shared<Table>();
     std::shared_ptr<LevelContainer> levels = std::make_shared<LevelContainer>();
 };

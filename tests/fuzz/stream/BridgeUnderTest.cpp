@@ -7,7 +7,7 @@
 #include "koracommand/WireWords.h"
 #include "runtime/apartment/BridgeApartment.h"
 #include "runtime/hwobjs/CurrentTimecodeReader.h"
-#include "tests/fuzz/support/InlineApartment.h"
+#include "tests/fakes/FakeApartment.h"
 #include "tests/fuzz/support/QuietLog.h"
 #include "tests/fuzz/support/Require.h"
 
@@ -53,7 +53,7 @@ struct Process
     }
 
     QuietLog log;
-    std::shared_ptr<InlineApartment> apartment = std::make_shared<InlineApartment>();
+    std::shared_ptr<FakeApartment> apartment = std::make_shared<FakeApartment>(FakeApartment::Sent::RunsAtOnce);
     CmdHandlerFactoryImpl handlerFactory{"KORABRIDGE", &fixedClock};
 };
 

@@ -5,8 +5,8 @@
 #include <memory>
 #include <string>
 
+#include "tests/fakes/FakeApartment.h"
 #include "tests/support/LogRecorder.h"
-#include "tests/unit/buswrappers/ManualApartment.h"
 #include "tests/unit/buswrappers/RouterSide.h"
 
 using com::tallowcrest::dds_::routing::ComponentInfo;
@@ -26,7 +26,7 @@ class ComponentInfoPubTest : public testing::Test
 protected:
     testsupport::WireDomain m_wire;
     RouterSide<ComponentInfo> m_router{m_wire, topic, prefix};
-    std::shared_ptr<ManualApartment> m_apartment = std::make_shared<ManualApartment>();
+    std::shared_ptr<FakeApartment> m_apartment = std::make_shared<FakeApartment>();
 };
 
 TEST_F(ComponentInfoPubTest, WritesOnTheApartmentOnly)
@@ -36,7 +36,7 @@ TEST_F(ComponentInfoPubTest, WritesOnTheApartmentOnly)
     sut.publish(3, 4, "bridge", "the bridge of frame 3");
     EXPECT_EQ(m_apartment->pending(), 1U);
     EXPECT_EQ(m_router.reader().take().length(), 0U);
-    m_apartment->run();
+    m_apartment->runAll();
 
     const auto samples = m_router.takeSamples(1);
     ASSERT_EQ(samples.size(), 1U);
@@ -62,7 +62,7 @@ TEST_F(ComponentInfoPubTest, LateReaderGetsTheAnnouncement)
 {
     ComponentInfoPub sut(m_apartment, topic);
     sut.publish(3, 4, "bridge", "");
-    m_apartment->run();
+    m_apartment->runAll();
 
     RouterSide<ComponentInfo> late(m_wire, topic, prefix);
 
@@ -73,7 +73,7 @@ TEST_F(ComponentInfoPubTest, WithdrawnAnnouncementLosesItsWriterAndIsNotDisposed
 {
     ComponentInfoPub sut(m_apartment, topic);
     sut.publish(3, 4, "bridge", "text");
-    m_apartment->run();
+    m_apartment->runAll();
     ASSERT_EQ(m_router.takeSamples(1).size(), 1U);
 
     sut.withdraw(3, 4, "bridge", "text");
@@ -90,7 +90,7 @@ TEST_F(ComponentInfoPubTest, WithdrawingWhatWasNeverWrittenDoesNothing)
 {
     ComponentInfoPub sut(m_apartment, topic);
     sut.publish(3, 5, "another", "");
-    m_apartment->run();
+    m_apartment->runAll();
     ASSERT_EQ(m_router.takeSamples(1).size(), 1U);
 
     sut.withdraw(3, 4, "bridge", "text");
@@ -108,7 +108,7 @@ TEST_F(ComponentInfoPubTest, PublisherDestroyedAtOnceAfterWithdrawingIsSeenAsWit
     {
         ComponentInfoPub sut(m_apartment, topic);
         sut.publish(3, 4, "bridge", "text");
-        m_apartment->run();
+        m_apartment->runAll();
         ASSERT_EQ(m_router.takeSamples(1).size(), 1U);
         sut.withdraw(3, 4, "bridge", "text");
     }
@@ -124,7 +124,7 @@ TEST_F(ComponentInfoPubTest, LongTextsAreCutForTheBusWithOneWarningEach)
     ComponentInfoPub sut(m_apartment, topic);
 
     sut.publish(3, 4, std::string(33, 'n'), std::string(129, 'd'));
-    m_apartment->run();
+    m_apartment->runAll();
     const auto samples = m_router.takeSamples(1);
     sut.withdraw(3, 4, std::string(33, 'n'), std::string(129, 'd'));
 
@@ -147,7 +147,7 @@ TEST_F(ComponentInfoPubTest, TextsOfExactlyTheirBoundsPassWithoutAWarning)
     ComponentInfoPub sut(m_apartment, topic);
 
     sut.publish(3, 4, std::string(32, 'n'), std::string(128, 'd'));
-    m_apartment->run();
+    m_apartment->runAll();
 
     EXPECT_EQ(m_router.takeSamples(1).size(), 1U);
     EXPECT_TRUE(log.lines().empty());
@@ -158,10 +158,10 @@ TEST_F(ComponentInfoPubTest, TwoBridgesOfTheSameIdsShareOneInstance)
     ComponentInfoPub sut(m_apartment, topic);
     ComponentInfoPub other(m_apartment, topic);
     sut.publish(3, 4, "one", "");
-    m_apartment->run();
+    m_apartment->runAll();
     const auto first = m_router.takeSamples(1);
     other.publish(3, 4, "two", "");
-    m_apartment->run();
+    m_apartment->runAll();
     const auto second = m_router.takeSamples(1);
 
     ASSERT_EQ(first.size(), 1U);
@@ -178,7 +178,7 @@ TEST_F(ComponentInfoPubTest, EventOfAPublisherThatIsGoneDoesNothing)
     }
 
     ASSERT_EQ(m_apartment->pending(), 1U);
-    m_apartment->run();
+    m_apartment->runAll();
 
     EXPECT_EQ(m_apartment->pending(), 0U);
     EXPECT_EQ(m_router.reader().take().length(), 0U);

@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "bustypes/RoutingTypes.h"
+#include "tests/fakes/FakeApartment.h"
 #include "tests/support/LogRecorder.h"
-#include "tests/unit/buswrappers/ManualApartment.h"
 #include "tests/unit/buswrappers/RecordingHandler.h"
 
 using namespace com::tallowcrest::routing;
@@ -20,7 +20,7 @@ class ListenerEventSenderTest : public testing::Test
 {
 protected:
     std::shared_ptr<RecordingHandler> m_handler = std::make_shared<RecordingHandler>();
-    std::shared_ptr<ManualApartment> m_apartment = std::make_shared<ManualApartment>();
+    std::shared_ptr<FakeApartment> m_apartment = std::make_shared<FakeApartment>();
     ListenerEventSender<MacroLevel> m_sut{m_handler, m_apartment};
     dds::sub::DataReader<MacroLevel> m_reader{dds::core::null};
 };
@@ -36,7 +36,7 @@ TEST_F(ListenerEventSenderTest, PostsOneEventForEachCallbackAndCallsTheHandlerOn
     m_sut.on_sample_lost(m_reader, SampleLostStatus(5, 1));
 
     EXPECT_TRUE(m_handler->calls().empty()) << "the callback itself must not call the handler";
-    EXPECT_EQ(m_apartment->run(), 7U);
+    EXPECT_EQ(m_apartment->runAll(), 7U);
     EXPECT_EQ(m_handler->calls(),
               (std::vector<std::string>{"RequestedDeadlineMissed", "RequestedIncompatibleQos", "SampleRejected",
                                         "LivelinessChanged", "DataAvailable", "SubscriptionMatched", "SampleLost"}));

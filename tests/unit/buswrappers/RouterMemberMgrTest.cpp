@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "runtime/apartment/Apartment.h"
-#include "tests/unit/buswrappers/ManualApartment.h"
+#include "tests/fakes/FakeApartment.h"
 #include "tests/unit/buswrappers/RouterSide.h"
 
 using com::tallowcrest::dds_::routing::RouterMember;
@@ -42,7 +42,7 @@ class RouterMemberMgrTest : public testing::Test
 protected:
     testsupport::WireDomain m_wire;
     RouterSide<RouterMember> m_router{m_wire, "TopicRouterMember", prefix};
-    std::shared_ptr<ManualApartment> m_apartment = std::make_shared<ManualApartment>();
+    std::shared_ptr<FakeApartment> m_apartment = std::make_shared<FakeApartment>();
     std::shared_ptr<RecordingRouterMember> m_member = std::make_shared<RecordingRouterMember>();
 };
 
@@ -116,6 +116,7 @@ TEST_F(RouterMemberMgrTest, DisposedMembershipIsIgnored)
     m_router.writer().write({12, "R1", 0});
     ASSERT_TRUE(m_apartment->runUntil([&] { return m_member->m_joins == 1; }));
 
+    m_apartment->runAll();
     const std::size_t before = m_apartment->processed();
     m_router.writer().dispose_instance(m_router.writer().register_instance({12, "R1", 0}));
     ASSERT_TRUE(m_apartment->runUntil([&] { return m_apartment->processed() > before; }));

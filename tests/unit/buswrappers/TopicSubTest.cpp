@@ -11,7 +11,7 @@
 #include "buswrappers/ListenerEvents.h"
 #include "buswrappers/TypedTopics.h"
 #include "runtime/apartment/Apartment.h"
-#include "tests/unit/buswrappers/ManualApartment.h"
+#include "tests/fakes/FakeApartment.h"
 #include "tests/unit/buswrappers/RouterSide.h"
 
 using namespace com::tallowcrest::routing;
@@ -66,7 +66,7 @@ MacroXptOutput output(std::uint32_t number, std::uint32_t input = 0)
 class TopicSubTest : public testing::Test
 {
 protected:
-    std::shared_ptr<ManualApartment> m_apartment = std::make_shared<ManualApartment>();
+    std::shared_ptr<FakeApartment> m_apartment = std::make_shared<FakeApartment>();
     testsupport::WireDomain m_wire;
 };
 
@@ -160,12 +160,12 @@ TEST_F(TopicSubTest, FirstOfSeveralEventsTakesAllAndTheOthersFindNothing)
     sut.joinRouterPartition("R1");
     MacroXptOutputPub local("TopicX", false);
     local.joinRouterPartition("R1");
-    m_apartment->run(); // the match
+    m_apartment->runAll(); // the match
 
     local.write(output(1));
     local.write(output(2));
     local.write(output(3));
-    m_apartment->run();
+    m_apartment->runAll();
 
     EXPECT_EQ(sut.m_takes, (std::vector<std::size_t>{3, 0, 0}));
 }
@@ -272,7 +272,7 @@ TEST_F(TopicSubTest, EventsOfAWrapperThatIsGoneDoNothingAndGoBackToTheirPool)
     ASSERT_GT(pending, 0U);
     ASSERT_GT(inUse(), before);
 
-    EXPECT_EQ(m_apartment->run(), pending);
+    EXPECT_EQ(m_apartment->runAll(), pending);
 
     EXPECT_EQ(inUse(), before);
 }

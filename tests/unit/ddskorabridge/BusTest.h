@@ -1,9 +1,9 @@
 #pragma once
 
-#include "PumpedApartment.h"
 #include "buswrappers/BusQos.h"
 #include "dds/dds.hpp"
 #include "runtime/hwobjs/CurrentTimecodeReader.h"
+#include "tests/fakes/FakeApartment.h"
 #include "tests/support/LogRecorder.h"
 #include "tests/support/TempDir.h"
 
@@ -120,6 +120,6 @@ protected:
 
     OwnTargets m_ownTargets;
     testsupport::LogRecorder m_log;
-    std::shared_ptr<PumpedApartment> m_apartment = std::make_shared<PumpedApartment>();
+    std::shared_ptr<FakeApartment> m_apartment = std::make_shared<FakeApartment>();
     dds::domain::DomainParticipant m_peer{dds::domain::default_id()};
 };

@@ -1,6 +1,6 @@
 #include "ddskorabridge/LevelContainer.h"
 
-#include "RecordingLevel.h"
+#include "tests/fakes/FakeLevel.h"
 
 #include <gtest/gtest.h>
 
@@ -16,7 +16,7 @@ using Calls = std::vector<std::string>;
 TEST(LevelContainer, FindsALevelByItsNumber)
 {
     LevelContainer sut;
-    const auto level = std::make_shared<RecordingLevel>("one");
+    const auto level = std::make_shared<FakeLevel>("one");
     sut.set(1, level);
     std::shared_ptr<ILevel> found;
 
@@ -27,8 +27,8 @@ TEST(LevelContainer, FindsALevelByItsNumber)
 TEST(LevelContainer, AnUnknownNumberLeavesTheOutValueAsItWas)
 {
     LevelContainer sut;
-    sut.set(1, std::make_shared<RecordingLevel>("one"));
-    const std::shared_ptr<ILevel> before = std::make_shared<RecordingLevel>("before");
+    sut.set(1, std::make_shared<FakeLevel>("one"));
+    const std::shared_ptr<ILevel> before = std::make_shared<FakeLevel>("before");
     std::shared_ptr<ILevel> found = before;
 
     EXPECT_FALSE(sut.find(2, found));
@@ -38,8 +38,8 @@ TEST(LevelContainer, AnUnknownNumberLeavesTheOutValueAsItWas)
 TEST(LevelContainer, ANewLevelReplacesAnotherOneWithItsNumber)
 {
     LevelContainer sut;
-    const auto level = std::make_shared<RecordingLevel>("one");
-    const auto other = std::make_shared<RecordingLevel>("other");
+    const auto level = std::make_shared<FakeLevel>("one");
+    const auto other = std::make_shared<FakeLevel>("other");
     sut.set(1, level);
 
     sut.set(1, other);
@@ -47,7 +47,7 @@ TEST(LevelContainer, ANewLevelReplacesAnotherOneWithItsNumber)
     std::shared_ptr<ILevel> found;
     ASSERT_TRUE(sut.find(1, found));
     EXPECT_EQ(found, other);
-    EXPECT_EQ(level->calls, Calls{"isSame other"});
+    EXPECT_EQ(level->takeCallTexts(), Calls{"isSame other"});
     EXPECT_EQ(level.use_count(), 1);
     EXPECT_EQ(sut.entries().size(), 1U);
 }
@@ -55,8 +55,8 @@ TEST(LevelContainer, ANewLevelReplacesAnotherOneWithItsNumber)
 TEST(LevelContainer, ANewLevelReplacesTheSameOneToo)
 {
     LevelContainer sut;
-    const auto level = std::make_shared<RecordingLevel>("one");
-    const auto same = std::make_shared<RecordingLevel>("one");
+    const auto level = std::make_shared<FakeLevel>("one");
+    const auto same = std::make_shared<FakeLevel>("one");
     sut.set(1, level);
 
     sut.set(1, same);
@@ -72,7 +72,7 @@ TEST(LevelContainer, EraseAndClearForgetLevels)
     std::shared_ptr<ILevel> found;
     for (std::uint32_t levelId = 1; levelId <= 3; ++levelId)
     {
-        sut.set(levelId, std::make_shared<RecordingLevel>("level"));
+        sut.set(levelId, std::make_shared<FakeLevel>("level"));
     }
 
     sut.erase(2);
@@ -90,8 +90,8 @@ TEST(LevelContainer, EraseAndClearForgetLevels)
 TEST(LevelContainer, NoticesReachEveryLevel)
 {
     LevelContainer sut;
-    const auto one = std::make_shared<RecordingLevel>("one");
-    const auto two = std::make_shared<RecordingLevel>("two");
+    const auto one = std::make_shared<FakeLevel>("one");
+    const auto two = std::make_shared<FakeLevel>("two");
     sut.set(1, one);
     sut.set(65535, two);
 
@@ -100,14 +100,14 @@ TEST(LevelContainer, NoticesReachEveryLevel)
     sut.noteLprChange(8);
 
     const Calls expected = {"notifyNewConnection 15", "noteSourceChange 7", "noteLprChange 8"};
-    EXPECT_EQ(one->calls, expected);
-    EXPECT_EQ(two->calls, expected);
+    EXPECT_EQ(one->takeCallTexts(), expected);
+    EXPECT_EQ(two->takeCallTexts(), expected);
 }
 
 TEST(LevelContainer, ShowPrintsTheTitleAndALinePerLevel)
 {
     LevelContainer sut;
-    sut.set(7, std::make_shared<RecordingLevel>("seven"));
+    sut.set(7, std::make_shared<FakeLevel>("seven"));
     testing::internal::CaptureStdout();
 
     sut.show("Video Levels");

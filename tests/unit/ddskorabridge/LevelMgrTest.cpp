@@ -255,7 +255,7 @@ TEST_F(LevelMgrTest, ANewConnectionIsAnnouncedOnTheApartment)
 TEST_F(LevelMgrTest, AnAnnouncementThatComesTooLateDoesNothing)
 {
     m_sut->notifyNewConnection(3);
-    ASSERT_EQ(m_apartment->size(), 1U);
+    ASSERT_EQ(m_apartment->pending(), 1U);
 
     m_sut.reset();
 

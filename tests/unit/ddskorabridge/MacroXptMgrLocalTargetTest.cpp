@@ -22,7 +22,7 @@ constexpr const char* localTopic = "TopicMacroXptOutputVideoLocalTarget";
 class RecordingTargetMgr final : public MacroXptMgrTarget
 {
 public:
-    explicit RecordingTargetMgr(std::shared_ptr<PumpedApartment> apartment)
+    explicit RecordingTargetMgr(std::shared_ptr<FakeApartment> apartment)
         : MacroXptMgrTarget(std::move(apartment), "TopicRouterMemberMacroXptsDxVideo", 288, 288,
                             "TopicMacroXptOutputVideoTarget")
     {}

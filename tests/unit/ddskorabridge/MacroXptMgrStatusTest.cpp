@@ -1,7 +1,7 @@
 #include "ddskorabridge/MacroXptMgrStatus.h"
 
 #include "BusTest.h"
-#include "RecordingLevel.h"
+#include "tests/fakes/FakeLevel.h"
 
 #include <gtest/gtest.h>
 
@@ -43,9 +43,9 @@ protected:
     }
 
     /// The notices that the level was given since the last call.
-    Lines notices() { return std::exchange(m_level->calls, {}); }
+    Lines notices() { return m_level->takeCallTexts(); }
 
-    std::shared_ptr<RecordingLevel> m_level = std::make_shared<RecordingLevel>("two");
+    std::shared_ptr<FakeLevel> m_level = std::make_shared<FakeLevel>("two");
     std::shared_ptr<LevelContainer> m_levels = std::make_shared<LevelContainer>();
     PeerWriter<MacroXptOutput> m_router{m_peer, statusTopic, "R1"};
     MacroXptMgrStatus m_sut{m_apartment, maximum, statusTopic, m_levels};
@@ -174,7 +174,7 @@ TEST_F(MacroXptMgrStatusTest, ARouterThatGoesAwayResetsItsOutputs)
 
 TEST_F(MacroXptMgrStatusTest, EveryLevelIsTold)
 {
-    const auto other = std::make_shared<RecordingLevel>("three");
+    const auto other = std::make_shared<FakeLevel>("three");
     m_levels->set(3, other);
     m_sut.joinRouterPartition("R1");
 
@@ -182,7 +182,7 @@ TEST_F(MacroXptMgrStatusTest, EveryLevelIsTold)
 
     ASSERT_TRUE(waitForStatus(5, "0: 7 0 0"));
     EXPECT_EQ(notices(), Lines{"noteSourceChange 5"});
-    EXPECT_EQ(other->calls, Lines{"noteSourceChange 5"});
+    EXPECT_EQ(other->takeCallTexts(), Lines{"noteSourceChange 5"});
 }
 
 TEST_F(MacroXptMgrStatusTest, AWholeRouterIsTakenInOneBurst)

@@ -1,8 +1,8 @@
 #include "ddskorabridge/OperatorShow.h"
 
-#include "PumpedApartment.h"
-#include "RecordingLevel.h"
 #include "runtime/apartment/Apartment.h"
+#include "tests/fakes/FakeApartment.h"
+#include "tests/fakes/FakeLevel.h"
 
 #include <gtest/gtest.h>
 
@@ -49,7 +49,7 @@ TEST(OperatorShow, LevelsAreCollectedOnTheApartmentAndPrintedByTheCaller)
     Apartment apartment("test");
     apartment.start();
     const auto levels = std::make_shared<LevelContainer>();
-    levels->set(1, std::make_shared<RecordingLevel>("one"));
+    levels->set(1, std::make_shared<FakeLevel>("one"));
     testing::internal::CaptureStdout();
 
     const bool isShown = operatorShow::showLevels(apartment, levels, "Video Levels", 10s);
@@ -61,7 +61,7 @@ TEST(OperatorShow, LevelsAreCollectedOnTheApartmentAndPrintedByTheCaller)
 
 TEST(OperatorShow, AnApartmentThatDoesNotAnswerIsGivenUpAndNothingIsPrinted)
 {
-    PumpedApartment apartment; // nobody runs its events
+    FakeApartment apartment; // nobody runs its events
     testing::internal::CaptureStdout();
 
     const bool xptsShown = operatorShow::showXpts(apartment, std::make_shared<FakeTable>(), 1, 10, 1ms);
@@ -74,7 +74,7 @@ TEST(OperatorShow, AnApartmentThatDoesNotAnswerIsGivenUpAndNothingIsPrinted)
 
 TEST(OperatorShow, WorkThatRunsAfterTheTimeOutPrintsNothing)
 {
-    PumpedApartment apartment;
+    FakeApartment apartment;
     const auto table = std::make_shared<FakeTable>();
     const auto levels = std::make_shared<LevelContainer>();
     operatorShow::showXpts(apartment, table, 1, 10, 1ms);
@@ -89,7 +89,7 @@ TEST(OperatorShow, WorkThatRunsAfterTheTimeOutPrintsNothing)
 
 TEST(OperatorShow, WorkThatStaysInTheQueueKeepsNothingAlive)
 {
-    PumpedApartment apartment;
+    FakeApartment apartment;
     auto table = std::make_shared<FakeTable>();
     auto levels = std::make_shared<LevelContainer>();
     const std::weak_ptr<FakeTable> watchedTable = table;

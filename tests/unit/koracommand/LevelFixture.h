@@ -5,7 +5,7 @@
 #include "koracommand/LevelInvalid.h"
 #include "runtime/hwobjs/CurrentTimecodeReader.h"
 #include "runtime/util/Timecode.h"
-#include "tests/unit/koracommand/FakeLevel.h"
+#include "tests/fakes/FakeLevel.h"
 #include "tests/unit/koracommand/TestMessages.h"
 
 #include <gtest/gtest.h>

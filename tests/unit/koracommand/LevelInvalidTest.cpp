@@ -1,6 +1,6 @@
 #include "koracommand/LevelInvalid.h"
 
-#include "tests/unit/koracommand/FakeLevel.h"
+#include "tests/fakes/FakeLevel.h"
 
 #include <gtest/gtest.h>
 

@@ -1,10 +1,12 @@
 #include "tools/korasim/DelayedSender.h"
 
+#include "tests/fakes/FakeApartment.h"
 #include "tests/support/WaitUntil.h"
 #include "tools/korasim/FunctionEvent.h"
 
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <mutex>
 #include <vector>
 
@@ -14,16 +16,10 @@ using namespace std::chrono_literals;
 namespace
 {
 
-/// Runs events at once, on the sender's thread.
-class InlineSender final : public com::tallowcrest::apartment::SendDoItEvent
+std::shared_ptr<FakeApartment> inlineApartment()
 {
-public:
-    void send(com::tallowcrest::apartment::DoItEvent* event) override
-    {
-        event->doIt();
-        delete event;
-    }
-};
+    return std::make_shared<FakeApartment>(FakeApartment::Sent::RunsAtOnce);
+}
 
 /// Remembers in which order events ran.
 class RunOrder
@@ -52,7 +48,7 @@ private:
 TEST(DelayedSenderTest, EventsRunInTheOrderOfTheirTimes)
 {
     RunOrder order;
-    DelayedSender sut(std::make_shared<InlineSender>());
+    DelayedSender sut(inlineApartment());
 
     sut.send(order.event(3), 60ms);
     sut.send(order.event(2), 30ms);
@@ -66,7 +62,7 @@ TEST(DelayedSenderTest, EventsThatAreNotDueAreDroppedAtTheEnd)
 {
     RunOrder order;
     {
-        DelayedSender sut(std::make_shared<InlineSender>());
+        DelayedSender sut(inlineApartment());
         sut.send(order.event(1), 1h);
     }
     EXPECT_TRUE(order.numbers().empty());
@@ -75,7 +71,7 @@ TEST(DelayedSenderTest, EventsThatAreNotDueAreDroppedAtTheEnd)
 TEST(DelayedSenderTest, EarlierEventIsNotHeldUpByALaterOne)
 {
     RunOrder order;
-    DelayedSender sut(std::make_shared<InlineSender>());
+    DelayedSender sut(inlineApartment());
 
     sut.send(order.event(2), 1h);
     sut.send(order.event(1), 1ms);

@@ -1,5 +1,6 @@
 #include "runtime/apartment/Apartment.h"
 #include "runtime/apartment/EmptyDoItEvent.h"
+#include "tests/fakes/FakeApartment.h"
 #include "tests/support/FailingCall.h"
 #include "tests/support/LogRecorder.h"
 #include "tests/support/TimeFactor.h"
@@ -397,18 +398,11 @@ TEST_F(ApartmentTest, theThreadBearsTheNameCutToFifteenCharacters)
     EXPECT_STREQ(name.data(), "Bridge Apartmen");
 }
 
-/// Refuses what is sent, as an apartment without memory does.
-class RefusingApartment final : public com::tallowcrest::apartment::SendDoItEvent
-{
-public:
-    void send(DoItEvent* /*event*/) override { throw std::bad_alloc(); }
-};
-
 TEST_F(ApartmentTest, postDeletesTheEventWhenSendingThrows)
 {
-    RefusingApartment sut;
+    FakeApartment sut(FakeApartment::Sent::IsRefused);
 
-    EXPECT_THROW(post(sut, std::make_unique<RecordingEvent>(1, m_ran, m_deleted)), std::bad_alloc);
+    EXPECT_THROW(post(sut, std::make_unique<RecordingEvent>(1, m_ran, m_deleted)), std::runtime_error);
 
     EXPECT_THAT(m_deleted.numbers(), ElementsAre(1));
 }

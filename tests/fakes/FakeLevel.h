@@ -1,18 +1,23 @@
 #pragma once
 
 #include "koracommand/ILevel.h"
+#include "runtime/misc/Console.h"
 
 #include <cstdint>
 #include <deque>
 #include <functional>
 #include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
-/// Records the calls that change something or start a walk; answers as it was told to.
+/// Records its calls, steps of a walk aside; answers as it was told to. Levels with the same name are the same, and the
+/// name is its line on the console.
 class FakeLevel final : public ILevel
 {
 public:
+    explicit FakeLevel(std::string name = {}) : m_name(std::move(name)) {}
+
     struct Call
     {
         std::string operation;
@@ -32,7 +37,7 @@ public:
         Status status;
     };
 
-    std::vector<Call> calls;
+    mutable std::vector<Call> calls;
     /// Results of takes and LPR calls in order; done when it runs out.
     std::deque<std::uint32_t> results;
     /// Outputs that exist; any other gives invalid destination and leaves the out values alone.
@@ -43,7 +48,27 @@ public:
     /// Run at the start of every take.
     std::function<void()> onTake;
 
-    bool isSame(const ILevel& other) const override { return &other == this; }
+    /// The calls since the last time, each as "operation argument ...".
+    std::vector<std::string> takeCallTexts() const
+    {
+        std::vector<std::string> texts;
+        for (const auto& [operation, arguments] : std::exchange(calls, {}))
+        {
+            texts.push_back(operation);
+            for (const std::uint32_t argument : arguments)
+            {
+                texts.back() += " " + std::to_string(argument);
+            }
+        }
+        return texts;
+    }
+
+    bool isSame(const ILevel& other) const override
+    {
+        const auto* const level = dynamic_cast<const FakeLevel*>(&other);
+        calls.push_back({"isSame " + (level != nullptr ? level->m_name : "other"), {}});
+        return level != nullptr && level->m_name == m_name;
+    }
 
     std::uint32_t take(std::uint32_t lprId, std::uint32_t controllerInput, std::uint32_t controllerOutput,
                        std::uint32_t when) override
@@ -99,10 +124,13 @@ public:
         return true;
     }
 
-    void noteSourceChange(std::uint32_t /*xptOutput*/) override {}
-    void noteLprChange(std::uint32_t /*xptOutput*/) override {}
-    void notifyNewConnection(std::uint32_t /*connectionIndex*/) override {}
-    void show() const override {}
+    void noteSourceChange(std::uint32_t xptOutput) override { calls.push_back({"noteSourceChange", {xptOutput}}); }
+    void noteLprChange(std::uint32_t xptOutput) override { calls.push_back({"noteLprChange", {xptOutput}}); }
+    void notifyNewConnection(std::uint32_t connectionIndex) override
+    {
+        calls.push_back({"notifyNewConnection", {connectionIndex}});
+    }
+    void show() const override { com::tallowcrest::misc::print("%s\n", m_name.c_str()); }
 
 private:
     std::uint32_t record(const char* operation, std::vector<std::uint32_t> arguments)
@@ -116,4 +144,6 @@ private:
         results.pop_front();
         return result;
     }
+
+    std::string m_name;
 };
