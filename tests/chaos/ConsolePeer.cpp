@@ -2,8 +2,11 @@
 
 #include "tests/chaos/BadPeer.h"
 #include "tests/chaos/Controller.h"
+#include "tests/support/Operator.h"
 
 #include <algorithm>
+#include <optional>
+#include <stdexcept>
 
 #include <sys/socket.h>
 
@@ -14,8 +17,6 @@ namespace chaos
 
 namespace
 {
-
-constexpr const char* prompt = "Enter selection: ";
 
 /// Random lines, none of which says "q" or is a number: those could end the bridge.
 std::string harmlessNoise(Dice& dice, std::size_t count)
@@ -57,36 +58,24 @@ void ConsolePeer::perform(const std::vector<Step<ConsoleAct>>& steps, const Stop
     }
 }
 
-std::optional<testsupport::TcpSocket> ConsolePeer::serve()
-{
-    const auto begin = Clock::now();
-    do
-    {
-        auto socket = TcpSocket::connect(telnetPort);
-        // Until the operator before is missed, a newcomer is reset at once.
-        if (socket && socket->receiveUntil(prompt, m_world.bounds.console).find(prompt) != std::string::npos)
-        {
-            m_world.answers.answered("(console's first menu)", Clock::now(), Clock::now());
-            return socket;
-        }
-        std::this_thread::sleep_for(20ms);
-    } while (Clock::now() - begin < m_world.bounds.console);
-    return std::nullopt;
-}
-
 void ConsolePeer::inspect()
 {
-    const auto socket = serve();
-    if (!socket)
+    const auto patience = m_world.bounds.console;
+    std::optional<testsupport::Operator> inspector;
+    try
     {
-        m_world.verdict.violation("console",
-                                  "the console served no operator within " + milliseconds(m_world.bounds.console));
+        inspector.emplace(patience);
+        m_world.answers.answered("(console's first menu)", Clock::now(), Clock::now());
+    }
+    catch (const std::runtime_error& error)
+    {
+        m_world.verdict.violation("console", "the console served no operator within " + milliseconds(patience) + ": " +
+                                                 error.what());
         return;
     }
     try
     {
-        socket->send("show tasks\n");
-        const std::string tasks = socket->receiveUntil(prompt, m_world.bounds.console);
+        const std::string tasks = inspector->choose("show tasks");
         for (const char* name : {"running      1 Bridge Apartment", "Kora Server", "TelnetIO"})
         {
             if (tasks.find(name) == std::string::npos || tasks.find("not running") != std::string::npos)

@@ -5,7 +5,6 @@
 #include "tests/support/TcpSocket.h"
 
 #include <map>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -31,8 +30,6 @@ private:
     using TcpSocket = testsupport::TcpSocket;
 
     void misbehave(const Step<ConsoleAct>& step, TcpSocket& socket, const Stopper& stopper);
-    /// A connection on which the menu has come; nothing when that takes longer than the bound.
-    std::optional<TcpSocket> serve();
 
     World& m_world;
     std::map<ConsoleAct, std::size_t> m_performed;

@@ -2,6 +2,7 @@
 
 #include "tests/chaos/Stopper.h"
 #include "tests/chaos/World.h"
+#include "tests/support/Ports.h"
 #include "tools/koractl/KoraClient.h"
 
 #include <cstdint>
@@ -12,8 +13,8 @@
 namespace chaos
 {
 
-constexpr std::uint16_t koraPort = 5194;
-constexpr std::uint16_t telnetPort = 8882;
+using testsupport::koraPort;
+using testsupport::telnetPort;
 
 /// A well-behaved controller: a thread and a connection, which the bridge must never end and on which each request must
 /// get its own response. What goes wrong is a violation; then it connects again. Stopped and joined by its owner.

@@ -1,4 +1,5 @@
 #include "tests/e2e/support/BridgeFixture.h"
+#include "tests/support/Operator.h"
 #include "tests/support/TempDir.h"
 
 #include <chrono>
@@ -9,7 +10,6 @@
 #include <unistd.h>
 
 using namespace e2e;
-using testsupport::TcpSocket;
 using testsupport::waitUntil;
 using namespace std::chrono_literals;
 
@@ -58,9 +58,7 @@ TEST_F(PeersGoneTest, IdleControllerIsProbedAfterFiveMinutesAndIdleOperatorAfter
     startJoined();
     auto controller = connectController();
     controller.portPresent();
-    const auto operatorSocket = TcpSocket::connect(telnetPort);
-    ASSERT_TRUE(operatorSocket);
-    operatorSocket->receiveUntil("Enter selection: ");
+    const testsupport::Operator idle;
 
     const auto controllerTime = probedAfter(koraPort);
     const auto operatorTime = probedAfter(telnetPort);
@@ -86,9 +84,7 @@ TEST_F(PeersGoneTest, ReaderOfStandardOutputThatGoesTakesNothingWithIt)
     ::close(ends[0]);
 
     // An operator who comes is announced on standard output, and so is all that is logged.
-    const auto operatorSocket = TcpSocket::connect(telnetPort);
-    ASSERT_TRUE(operatorSocket);
-    EXPECT_NE(operatorSocket->receiveUntil("Enter selection: ").find("KORA"), std::string::npos);
+    const testsupport::Operator newcomer;
     auto controller = connectController();
     EXPECT_TRUE(waitUntil([&] { return controller.take({{videoLevel, 0, 5, 7}}) == std::vector<std::uint32_t>{0}; }));
     EXPECT_TRUE(waitForInput(controller, videoLevel, 7, 5));

@@ -6,6 +6,7 @@
 #include "koracommand/WireLayout.h"
 #include "tests/chaos/Controller.h"
 #include "tests/chaos/Dice.h"
+#include "tests/support/Operator.h"
 #include "tests/support/TcpSocket.h"
 #include "tests/support/WaitUntil.h"
 #include "tools/koractl/Errors.h"
@@ -26,7 +27,6 @@ constexpr std::size_t senders = 4;
 constexpr std::size_t visitors = 4;
 constexpr std::uint32_t messagesAtOnce = 32;
 constexpr auto patience = 60s;
-constexpr const char* prompt = "Enter selection: ";
 
 std::vector<std::uint8_t> someRequest(chaos::Dice& dice, std::uint32_t tag)
 {
@@ -234,25 +234,7 @@ void Load::lookAtConsole(std::size_t count)
 
 std::string askConsole(const std::string& choice)
 {
-    std::string answer;
-    const bool isServed = testsupport::waitUntil(
-        [&] {
-            // The operator before may not have been missed yet; until then a newcomer is reset.
-            const auto socket = TcpSocket::connect(chaos::telnetPort);
-            if (!socket || socket->receiveUntil(prompt, patience).find(prompt) == std::string::npos)
-            {
-                return false;
-            }
-            socket->send(choice + "\n");
-            answer = socket->receiveUntil(prompt, patience);
-            return true;
-        },
-        patience);
-    if (!isServed)
-    {
-        throw std::runtime_error("the console served no operator");
-    }
-    return answer.substr(0, answer.rfind("\nKORA\n"));
+    return testsupport::Operator(patience).choose(choice);
 }
 
 } // namespace flatness

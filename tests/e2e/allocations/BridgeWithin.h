@@ -2,6 +2,7 @@
 
 #include "bridge/Director.h"
 #include "tests/support/ChildProcess.h"
+#include "tests/support/Ports.h"
 #include "tests/support/TcpSocket.h"
 
 #include <gtest/gtest.h>
@@ -14,7 +15,7 @@
 class BridgeWithin : public testing::Test
 {
 protected:
-    static constexpr std::uint16_t koraPort = 5194;
+    static constexpr std::uint16_t koraPort = testsupport::koraPort;
 
     void SetUp() override
     {

@@ -1,4 +1,4 @@
-#include "tests/e2e/console/ConsoleFixture.h"
+#include "tests/e2e/console/OperatorFixture.h"
 
 #include <random>
 
@@ -7,7 +7,7 @@ using namespace e2e;
 namespace
 {
 
-class ConsoleBytesTest : public ConsoleFixture
+class ConsoleBytesTest : public OperatorFixture
 {
 protected:
     void SetUp() override { startBridge(); }

@@ -1,4 +1,4 @@
-#include "tests/e2e/console/ConsoleFixture.h"
+#include "tests/e2e/console/OperatorFixture.h"
 
 #include <cctype>
 #include <map>
@@ -8,7 +8,7 @@ using namespace e2e;
 namespace
 {
 
-class ConsoleMenuTest : public ConsoleFixture
+class ConsoleMenuTest : public OperatorFixture
 {
 protected:
     void SetUp() override { startBridge(); }

@@ -1,4 +1,4 @@
-#include "tests/e2e/console/ConsoleFixture.h"
+#include "tests/e2e/console/OperatorFixture.h"
 #include "tests/support/TimeFactor.h"
 
 #include <algorithm>
@@ -104,7 +104,7 @@ struct Client
     std::vector<std::string> command;
 };
 
-class RealClientTest : public ConsoleFixture, public testing::WithParamInterface<Client>
+class RealClientTest : public OperatorFixture, public testing::WithParamInterface<Client>
 {};
 
 } // namespace
@@ -142,7 +142,7 @@ INSTANTIATE_TEST_SUITE_P(Console, RealClientTest,
                                          Client{"telnet", {"/usr/bin/telnet", "127.0.0.1", "8882"}}),
                          [](const testing::TestParamInfo<Client>& tested) { return tested.param.name; });
 
-TEST_F(ConsoleFixture, TelnetClientsBreakKeysDoNotEndTheMenu)
+TEST_F(OperatorFixture, TelnetClientsBreakKeysDoNotEndTheMenu)
 {
     startBridge();
     ASSERT_TRUE(testsupport::waitForPort(telnetPort));

@@ -1,4 +1,4 @@
-#include "tests/e2e/console/ConsoleFixture.h"
+#include "tests/e2e/console/OperatorFixture.h"
 
 #include <cstdio>
 
@@ -7,7 +7,7 @@ using namespace e2e;
 namespace
 {
 
-class ConsoleSamplingTest : public ConsoleFixture
+class ConsoleSamplingTest : public OperatorFixture
 {
 protected:
     void SetUp() override

@@ -1,4 +1,4 @@
-#include "tests/e2e/console/ConsoleFixture.h"
+#include "tests/e2e/console/OperatorFixture.h"
 
 #include "tests/support/TimeFactor.h"
 #include "tools/koractl/Errors.h"
@@ -16,7 +16,7 @@ using testsupport::TcpSocket;
 namespace
 {
 
-class ConsoleSessionsTest : public ConsoleFixture
+class ConsoleSessionsTest : public OperatorFixture
 {
 protected:
     /// Signals the program: the menu ends within about a second, the process with status 0.

@@ -1,4 +1,4 @@
-#include "tests/e2e/console/ConsoleFixture.h"
+#include "tests/e2e/console/OperatorFixture.h"
 
 #include <algorithm>
 #include <array>
@@ -12,7 +12,7 @@ using com::tallowcrest::dds_::routing::LPR_PROTECTED;
 namespace
 {
 
-using ConsoleTablesTest = ConsoleFixture;
+using ConsoleTablesTest = OperatorFixture;
 
 const std::string levelsHeading = "Video Levels\n"
                                   "    Lvl  1: numXptsPer 1, IN (xpt     1, num   288, ctl     1)"

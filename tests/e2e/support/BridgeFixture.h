@@ -1,6 +1,7 @@
 #pragma once
 
 #include "tests/support/ChildProcess.h"
+#include "tests/support/Ports.h"
 #include "tests/support/TcpSocket.h"
 #include "tests/support/WaitUntil.h"
 #include "tools/koractl/KoraClient.h"
@@ -15,8 +16,9 @@
 namespace e2e
 {
 
-inline constexpr std::uint16_t koraPort = 5194;
-inline constexpr std::uint16_t telnetPort = 8882;
+using testsupport::koraPort;
+using testsupport::telnetPort;
+
 inline constexpr std::uint32_t frameId = 17;
 inline constexpr std::uint32_t bridgeId = 3;
 inline constexpr std::uint32_t videoLevel = 1;

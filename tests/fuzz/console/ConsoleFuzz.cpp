@@ -11,7 +11,7 @@
 #include "runtime/misc/Menu.h"
 #include "runtime/util/MemPoolRegistry.h"
 #include "tests/fakes/FakeApartment.h"
-#include "tests/fuzz/console/Operator.h"
+#include "tests/fuzz/console/FuzzedOperator.h"
 #include "tests/fuzz/support/QuietLog.h"
 #include "tests/fuzz/support/Require.h"
 
@@ -39,7 +39,7 @@ const std::vector<std::string> titles{
     "Show Macro Video Xpts Target", "Show All Levels",   "q:  quit"};
 
 /// The console's one operator, while an execution lasts.
-fuzz::Operator* theOperator = nullptr;
+fuzz::FuzzedOperator* theOperator = nullptr;
 
 /// The item that a line means, worked out a second time.
 std::optional<std::size_t> itemOf(const std::string& line)
@@ -113,7 +113,7 @@ void askAndShowXpts()
 class Dialogue
 {
 public:
-    explicit Dialogue(fuzz::Operator& client) : m_client(client)
+    explicit Dialogue(fuzz::FuzzedOperator& client) : m_client(client)
     {
         add([] { misc::print("\n"); });
         add([] { throw std::runtime_error("no statistics"); });
@@ -160,7 +160,7 @@ private:
         m_ran.reset();
     }
 
-    fuzz::Operator& m_client;
+    fuzz::FuzzedOperator& m_client;
     misc::Menu m_menu{"KORA"};
     std::size_t m_count = 0;
     std::optional<std::size_t> m_ran;
@@ -202,7 +202,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         return 0;
     }
     static_cast<void>(process());
-    fuzz::Operator client(data[0], {data + 1, size - 1});
+    fuzz::FuzzedOperator client(data[0], {data + 1, size - 1});
     theOperator = &client;
     Dialogue(client).run();
     client.leave();

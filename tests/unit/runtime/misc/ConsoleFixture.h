@@ -2,72 +2,29 @@
 
 #include "runtime/misc/Console.h"
 #include "runtime/misc/ConsoleSlot.h"
-#include "runtime/misc/StandardInput.h"
 #include "runtime/misc/TelnetIO.h"
 #include "tests/support/LogRecorder.h"
+#include "tests/support/Ports.h"
 #include "tests/support/TcpSocket.h"
 #include "tests/support/WaitUntil.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <array>
 #include <atomic>
+#include <chrono>
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <thread>
 #include <utility>
-
-#include <unistd.h>
-
-/// Standard input comes from a pipe while this lives.
-class ReplacedInput
-{
-public:
-    ReplacedInput() : m_saved(::dup(STDIN_FILENO))
-    {
-        std::array<int, 2> ends{};
-        EXPECT_EQ(0, ::pipe(ends.data()));
-        ::dup2(ends[0], STDIN_FILENO);
-        ::close(ends[0]);
-        m_writeEnd = ends[1];
-        // What an earlier test of the same process did not read.
-        auto& input = com::tallowcrest::misc::standardInput();
-        while (input.takeLine())
-        {}
-        input.takeEnd();
-    }
-    ~ReplacedInput()
-    {
-        end();
-        ::dup2(m_saved, STDIN_FILENO);
-        ::close(m_saved);
-    }
-    ReplacedInput(const ReplacedInput&) = delete;
-    ReplacedInput& operator=(const ReplacedInput&) = delete;
-
-    void write(const std::string& text) const
-    {
-        EXPECT_EQ(static_cast<ssize_t>(text.size()), ::write(m_writeEnd, text.data(), text.size()));
-    }
-    void end()
-    {
-        if (m_writeEnd >= 0)
-        {
-            ::close(std::exchange(m_writeEnd, -1));
-        }
-    }
-
-private:
-    const int m_saved;
-    int m_writeEnd = -1;
-};
+#include <vector>
 
 /// A telnet console on port 8882 in the slot, with the log captured.
 class ConsoleFixture : public testing::Test
 {
 protected:
-    static constexpr std::uint16_t port = 8882;
+    static constexpr std::uint16_t port = testsupport::telnetPort;
     static constexpr const char* banner = "* Telnet Session Connected *\n";
 
     explicit ConsoleFixture(bool telnetOnly = true)
@@ -135,4 +92,49 @@ protected:
     std::shared_ptr<com::tallowcrest::misc::TelnetIO> m_sut;
     std::thread m_reader;
     std::atomic<bool> m_readerIsDone{true};
+};
+
+/// A telnet console whose lines the test's own thread, or a reader beside it, takes.
+class TelnetIOTest : public ConsoleFixture
+{
+protected:
+    using ConsoleFixture::ConsoleFixture;
+
+    /// A line as the console reads it; nothing when the result is negative.
+    struct Read
+    {
+        int result = 0;
+        std::string text;
+    };
+    Read getline(int size = 256)
+    {
+        std::vector<char> buffer(static_cast<std::size_t>(size), '?');
+        const int result = m_sut->Getline(buffer.data(), size);
+        return {result, buffer.data()};
+    }
+    /// Connects and lets the reading thread (the test's) notice.
+    testsupport::TcpSocket connectAndNotice()
+    {
+        m_sut->beginRound();
+        auto client = connect();
+        EXPECT_EQ(com::tallowcrest::misc::consoleSessionChanged, getline().result);
+        m_sut->beginRound();
+        return client;
+    }
+    /// Runs the reading thread so that it notices that the client has gone, until the console is free.
+    void noticeThatClientLeft()
+    {
+        runAsReader([this] { getline(); });
+        EXPECT_TRUE(testsupport::waitUntil([this] { return countLogged("Telnet Session Closed") > m_closed; }));
+        ++m_closed;
+    }
+    void endReader()
+    {
+        com::tallowcrest::misc::requestConsoleStop();
+        EXPECT_TRUE(waitForReader(std::chrono::seconds(2)));
+        m_reader.join();
+        com::tallowcrest::misc::clearConsoleStop();
+    }
+
+    std::ptrdiff_t m_closed = 0;
 };

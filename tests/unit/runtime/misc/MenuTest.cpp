@@ -1,5 +1,7 @@
 #include "runtime/misc/Menu.h"
 
+#include "tests/support/Operator.h"
+#include "tests/support/ReplacedInput.h"
 #include "tests/unit/runtime/misc/ConsoleFixture.h"
 
 #include <stdexcept>
@@ -21,15 +23,6 @@ constexpr const char* bridgeTitles[] = {"Show Server Connections",
                                         "Show Macro Audio Xpts Status",
                                         "Show Macro Video Xpts Status",
                                         "Show All Levels"};
-
-constexpr const char* bridgeScreen = "\nKORA\n"
-                                     " 0. Show Server Connections      6. Show Macro Audio Xpts Target\n"
-                                     " 1. Show Server Stats            7. Show Macro Video Xpts Target\n"
-                                     " 2. Show Mempool                 8. Show Macro Audio Xpts Status\n"
-                                     " 3. Show Tasks                   9. Show Macro Video Xpts Status\n"
-                                     " 4. Start Sampling              10. Show All Levels\n"
-                                     " 5. Stop Sampling               11. q:  quit\n"
-                                     "Enter selection: ";
 
 /// A menu on standard input and output.
 class MenuTest : public testing::Test
@@ -60,7 +53,7 @@ protected:
         return testing::internal::GetCapturedStdout();
     }
 
-    ReplacedInput m_input;
+    testsupport::ReplacedInput m_input;
     Menu m_sut{"KORA"};
     std::vector<std::string> m_chosen;
 };
@@ -72,7 +65,7 @@ TEST_F(MenuTest, display_laysItemsOutColumnByColumn)
     addBridgeItems();
     m_sut.addItem("q:  quit", {});
 
-    EXPECT_EQ(bridgeScreen, display());
+    EXPECT_EQ(testsupport::menuScreen, display());
 }
 
 TEST_F(MenuTest, display_withoutItems_showsTitleAndPrompt)
@@ -190,7 +183,7 @@ TEST_F(MenuTest, run_endsOnQuitAndRemovesTheQuitItem)
 {
     addBridgeItems();
 
-    const std::string screen = bridgeScreen;
+    const std::string screen = testsupport::menuScreen;
     EXPECT_EQ(screen + screen + screen + "12 is not a valid choice.\n" + screen, runOver("3\nshow all\n12\nQ\nq\n"));
     EXPECT_EQ((Chosen{"Show Tasks", "Show All Levels"}), m_chosen);
     EXPECT_EQ(11, m_sut.itemCount());
@@ -200,7 +193,7 @@ TEST_F(MenuTest, run_quitsByNumber)
 {
     addBridgeItems();
 
-    EXPECT_EQ(bridgeScreen, runOver("11\n3\n"));
+    EXPECT_EQ(testsupport::menuScreen, runOver("11\n3\n"));
     EXPECT_EQ(Chosen{}, m_chosen);
 }
 
@@ -208,7 +201,7 @@ TEST_F(MenuTest, run_atEndOfInput_saysSoOnceAndEnds)
 {
     addBridgeItems();
 
-    EXPECT_EQ(std::string(bridgeScreen) + "scanf error: -1\n", runOver(""));
+    EXPECT_EQ(std::string(testsupport::menuScreen) + "scanf error: -1\n", runOver(""));
 }
 
 TEST_F(MenuTest, run_whenAStopWasRequested_showsNothing)
@@ -290,7 +283,7 @@ protected:
         return client.receive(size);
     }
 
-    const std::string m_screen = bridgeScreen;
+    const std::string m_screen = testsupport::menuScreen;
     Menu m_menu{"KORA"};
 };
 

@@ -1,6 +1,7 @@
-#include "tests/unit/runtime/misc/ConsoleFixture.h"
-
 #include "runtime/misc/StandardInput.h"
+
+#include "tests/support/ReplacedInput.h"
+#include "tests/unit/runtime/misc/ConsoleFixture.h"
 
 using namespace com::tallowcrest::misc;
 
@@ -18,7 +19,7 @@ protected:
     }
     ~ConsoleWithoutTelnet() override { clearConsoleStop(); }
 
-    ReplacedInput m_input;
+    testsupport::ReplacedInput m_input;
     int m_result = 0;
 };
 
@@ -106,7 +107,7 @@ TEST(ConsoleSlot, whenEmpty_isNotTelnetOnly)
 
 TEST(ConsoleSlot, holdsTheConsoleAndACopyOfItsFlag)
 {
-    const auto telnet = std::make_shared<TelnetIO>("KORABRIDGE", 8882, true);
+    const auto telnet = std::make_shared<TelnetIO>("KORABRIDGE", testsupport::telnetPort, true);
 
     setConsole(telnet);
 

@@ -1,8 +1,9 @@
 // Start, stop, a taken port, many sessions, and the fallback to standard input and output.
 #include "tests/support/FailingCall.h"
 #include "tests/support/ListeningDescriptor.h"
+#include "tests/support/ReplacedInput.h"
 #include "tests/support/TimeFactor.h"
-#include "tests/unit/runtime/misc/TelnetIOFixture.h"
+#include "tests/unit/runtime/misc/ConsoleFixture.h"
 
 #include <cerrno>
 #include <csignal>
@@ -232,7 +233,7 @@ class TelnetIOWithFallback : public TelnetIOTest
 protected:
     TelnetIOWithFallback() : TelnetIOTest(false) {}
 
-    ReplacedInput m_input;
+    testsupport::ReplacedInput m_input;
 };
 
 TEST_F(TelnetIOWithFallback, withoutAClient_usesStandardInputAndOutput)

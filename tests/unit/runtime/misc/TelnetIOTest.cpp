@@ -1,6 +1,6 @@
 #include "tests/support/ListeningDescriptor.h"
 #include "tests/support/TimeFactor.h"
-#include "tests/unit/runtime/misc/TelnetIOFixture.h"
+#include "tests/unit/runtime/misc/ConsoleFixture.h"
 
 #include <csignal>
 #include <filesystem>

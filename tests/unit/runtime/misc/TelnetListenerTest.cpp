@@ -2,6 +2,7 @@
 
 #include "tests/support/FailingCall.h"
 #include "tests/support/LogRecorder.h"
+#include "tests/support/Ports.h"
 #include "tests/support/TcpSocket.h"
 
 #include <gtest/gtest.h>
@@ -15,7 +16,7 @@ using namespace com::tallowcrest::misc;
 namespace
 {
 
-constexpr std::uint16_t port = 8882;
+constexpr std::uint16_t port = testsupport::telnetPort;
 constexpr const char* noFailingCalls = "system calls cannot be made to fail here";
 
 class TelnetListenerTest : public testing::Test

@@ -1,4 +1,4 @@
-#include "tests/e2e/console/ConsoleFixture.h"
+#include "tests/e2e/console/OperatorFixture.h"
 
 #include <array>
 #include <cstdio>
@@ -10,7 +10,7 @@ namespace e2e
 
 using testsupport::ChildProcess;
 
-bool ConsoleFixture::startJoinedWithOwnLogDirectory()
+bool OperatorFixture::startJoinedWithOwnLogDirectory()
 {
     ChildProcess probe("/usr/bin/unshare", {"--mount", "true"});
     if (probe.waitForExit() != 0)
@@ -28,7 +28,7 @@ bool ConsoleFixture::startJoinedWithOwnLogDirectory()
     return true;
 }
 
-std::vector<int> ConsoleFixture::controllerSockets()
+std::vector<int> OperatorFixture::controllerSockets()
 {
     const std::string marker = "accepted tcp connection from 127.0.0.1, fd = ";
     std::vector<int> result;
@@ -40,7 +40,7 @@ std::vector<int> ConsoleFixture::controllerSockets()
     return result;
 }
 
-std::vector<std::string> ConsoleFixture::lines(const std::string& text)
+std::vector<std::string> OperatorFixture::lines(const std::string& text)
 {
     std::vector<std::string> result;
     std::istringstream stream(text);
@@ -52,7 +52,7 @@ std::vector<std::string> ConsoleFixture::lines(const std::string& text)
     return result;
 }
 
-std::string ConsoleFixture::row(int output, int input, const std::string& when, int lprId, const std::string& state)
+std::string OperatorFixture::row(int output, int input, const std::string& when, int lprId, const std::string& state)
 {
     std::array<char, 128> line{};
     static_cast<void>(std::snprintf(line.data(), line.size(), "%16s %6d %6d %14s %5d %9s\n", "R1", output, input,
@@ -60,7 +60,7 @@ std::string ConsoleFixture::row(int output, int input, const std::string& when, 
     return line.data();
 }
 
-std::string ConsoleFixture::tableHeader()
+std::string OperatorFixture::tableHeader()
 {
     return "routerPartition  Output  Input      When      LprId  LprState\n"
            "---------------- ------ ------ -------------- ----- ---------\n";

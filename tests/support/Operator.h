@@ -1,11 +1,12 @@
 #pragma once
 
+#include "tests/support/Ports.h"
 #include "tests/support/TcpSocket.h"
 
 #include <chrono>
 #include <string>
 
-namespace e2e
+namespace testsupport
 {
 
 inline constexpr const char* menuScreen = "\nKORA\n"
@@ -19,12 +20,13 @@ inline constexpr const char* menuScreen = "\nKORA\n"
 inline constexpr const char* greeting = "* Telnet Session Connected *\n";
 inline constexpr const char* xptPrompt = "firstXpt: ";
 
-/// A person at the console: reads whole screens, types lines. Throws when a screen does not come within the deadline.
+/// A person at the console: reads whole screens, types lines. Throws when a screen takes longer than they wait for one.
 class Operator
 {
 public:
-    /// Connects and reads the first screen; waits while the port is not open yet.
-    Operator();
+    /// Connects and reads the first screen; waits while the port is not open yet, and while an operator who has left is
+    /// not missed yet: until then a newcomer is reset without a word.
+    explicit Operator(std::chrono::milliseconds patience = std::chrono::seconds(10));
 
     /// All that came before the menu's first display.
     const std::string& firstText() const { return m_firstText; }
@@ -45,14 +47,15 @@ public:
     /// What comes until the bridge ends the connection; throws when it does not within the deadline.
     std::string untilEnd(std::chrono::milliseconds deadline = std::chrono::seconds(10));
 
-    testsupport::TcpSocket& socket() { return m_socket; }
+    TcpSocket& socket() { return m_socket; }
 
 private:
-    static testsupport::TcpSocket connect();
+    static TcpSocket connect(std::chrono::milliseconds deadline);
 
-    testsupport::TcpSocket m_socket;
+    std::chrono::milliseconds m_patience;
+    TcpSocket m_socket;
     std::string m_unread;
     std::string m_firstText;
 };
 
-} // namespace e2e
+} // namespace testsupport

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "tests/e2e/console/Operator.h"
 #include "tests/e2e/support/BridgeFixture.h"
+#include "tests/support/Operator.h"
 #include "tests/support/TempDir.h"
 
 #include <filesystem>
@@ -11,8 +11,13 @@
 namespace e2e
 {
 
+using testsupport::greeting;
+using testsupport::menuScreen;
+using testsupport::Operator;
+using testsupport::xptPrompt;
+
 /// The real program and what its operator needs.
-class ConsoleFixture : public BridgeFixture
+class OperatorFixture : public BridgeFixture
 {
 protected:
     /// For what must happen within about a second, with room for a slow machine.

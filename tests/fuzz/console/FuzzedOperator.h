@@ -18,14 +18,14 @@ namespace fuzz
 
 /// An operator whose keystrokes are the input, at the bridge's end of a connection; what the bridge prints arrives at
 /// the other end and is checked. For one thread.
-class Operator
+class FuzzedOperator
 {
 public:
     /// The low bits of `manner` say in which segments the keystrokes arrive, the highest that he reads nothing until he
     /// leaves.
-    Operator(std::uint8_t manner, std::span<const std::uint8_t> keystrokes);
-    Operator(const Operator&) = delete;
-    Operator& operator=(const Operator&) = delete;
+    FuzzedOperator(std::uint8_t manner, std::span<const std::uint8_t> keystrokes);
+    FuzzedOperator(const FuzzedOperator&) = delete;
+    FuzzedOperator& operator=(const FuzzedOperator&) = delete;
 
     /// As the console's functions do it.
     [[gnu::format(printf, 2, 0)]] void print(const char* format, std::va_list arguments);

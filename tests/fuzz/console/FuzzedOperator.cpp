@@ -1,4 +1,4 @@
-#include "tests/fuzz/console/Operator.h"
+#include "tests/fuzz/console/FuzzedOperator.h"
 
 #include "runtime/misc/Console.h"
 #include "tests/fuzz/support/Require.h"
@@ -43,7 +43,7 @@ std::string without(std::string text, std::string_view part)
 
 } // namespace
 
-Operator::Operator(std::uint8_t manner, std::span<const std::uint8_t> keystrokes)
+FuzzedOperator::FuzzedOperator(std::uint8_t manner, std::span<const std::uint8_t> keystrokes)
     : m_isStalled((manner & stalled) != 0), m_segments(static_cast<std::uint8_t>(manner & ~stalled)),
       m_keystrokes(keystrokes)
 {
@@ -61,7 +61,7 @@ Operator::Operator(std::uint8_t manner, std::span<const std::uint8_t> keystrokes
         misc::TelnetListener::Accepted{util::UniqueFd(ends[1]), misc::Ipv4Octets{127, 0, 0, 1}}, 1);
 }
 
-void Operator::print(const char* format, std::va_list arguments)
+void FuzzedOperator::print(const char* format, std::va_list arguments)
 {
     std::array<char, 2048> text{};
     const int length = std::vsnprintf(text.data(), text.size(), format, arguments);
@@ -71,7 +71,7 @@ void Operator::print(const char* format, std::va_list arguments)
     read();
 }
 
-int Operator::getline(char* buffer, int size)
+int FuzzedOperator::getline(char* buffer, int size)
 {
     for (;;)
     {
@@ -90,7 +90,7 @@ int Operator::getline(char* buffer, int size)
     }
 }
 
-bool Operator::type()
+bool FuzzedOperator::type()
 {
     if (m_keystrokes.empty())
     {
@@ -115,7 +115,7 @@ bool Operator::type()
     return true;
 }
 
-void Operator::read()
+void FuzzedOperator::read()
 {
     if (m_isStalled)
     {
@@ -133,7 +133,7 @@ void Operator::read()
     }
 }
 
-void Operator::leave()
+void FuzzedOperator::leave()
 {
     if (!m_isStalled)
     {

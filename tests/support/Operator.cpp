@@ -1,7 +1,7 @@
-#include "tests/e2e/console/Operator.h"
+#include "tests/support/Operator.h"
 
-#include "tests/e2e/support/BridgeFixture.h"
 #include "tests/support/TimeFactor.h"
+#include "tests/support/WaitUntil.h"
 
 #include <array>
 #include <optional>
@@ -11,21 +11,25 @@
 #include <poll.h>
 #include <sys/socket.h>
 
-namespace e2e
+namespace testsupport
 {
 
-using testsupport::TcpSocket;
 using Clock = std::chrono::steady_clock;
 
 namespace
 {
 
-/// Appends what has arrived, waiting for it; false at the end of the stream. Throws at the deadline.
-bool receiveMore(int socket, std::string& text, Clock::time_point end)
+bool waitReadable(int socket, Clock::time_point end)
 {
     const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now()).count();
     pollfd wait{.fd = socket, .events = POLLIN, .revents = 0};
-    if (left <= 0 || poll(&wait, 1, static_cast<int>(left)) <= 0)
+    return left > 0 && poll(&wait, 1, static_cast<int>(left)) > 0;
+}
+
+/// Appends what has arrived, waiting for it; false at the end of the stream. Throws at the deadline.
+bool receiveMore(int socket, std::string& text, Clock::time_point end)
+{
+    if (!waitReadable(socket, end))
     {
         throw std::runtime_error("the console did not answer, it said so far: '" + text + "'");
     }
@@ -40,19 +44,22 @@ bool receiveMore(int socket, std::string& text, Clock::time_point end)
 
 } // namespace
 
-TcpSocket Operator::connect()
+TcpSocket Operator::connect(std::chrono::milliseconds deadline)
 {
-    if (!testsupport::waitForPort(telnetPort))
+    if (!waitForPort(telnetPort, deadline))
     {
         throw std::runtime_error("the console's port does not open");
     }
-    // The operator before may not have been missed yet; until then a newcomer is reset without a word.
     std::optional<TcpSocket> socket;
-    const bool isServed = testsupport::waitUntil([&socket] {
-        socket = TcpSocket::connect(telnetPort);
-        std::array<char, 1> first{};
-        return socket && recv(socket->fd(), first.data(), first.size(), MSG_PEEK) == 1;
-    });
+    const auto end = Clock::now() + scaled(deadline);
+    const bool isServed = waitUntil(
+        [&socket, end] {
+            socket = TcpSocket::connect(telnetPort);
+            std::array<char, 1> first{};
+            return socket && waitReadable(socket->fd(), end) &&
+                   recv(socket->fd(), first.data(), first.size(), MSG_PEEK) == 1;
+        },
+        deadline);
     if (!isServed)
     {
         throw std::runtime_error("the console serves no operator");
@@ -60,7 +67,9 @@ TcpSocket Operator::connect()
     return std::move(*socket);
 }
 
-Operator::Operator() : m_socket(connect()), m_firstText(untilMenu()) {}
+Operator::Operator(std::chrono::milliseconds patience)
+    : m_patience(patience), m_socket(connect(patience)), m_firstText(untilMenu())
+{}
 
 std::string Operator::choose(const std::string& line)
 {
@@ -71,7 +80,7 @@ std::string Operator::choose(const std::string& line)
 std::string Operator::chooseTable(const std::string& line)
 {
     type(line + "\n");
-    return until(xptPrompt);
+    return until(xptPrompt, m_patience);
 }
 
 std::string Operator::table(const std::string& item, const std::string& firstXpt)
@@ -83,14 +92,14 @@ std::string Operator::table(const std::string& item, const std::string& firstXpt
 std::string Operator::untilMenu()
 {
     const std::string menu(menuScreen);
-    std::string text = until(menu);
+    std::string text = until(menu, m_patience);
     text.resize(text.size() - menu.size());
     return text;
 }
 
 std::string Operator::until(const std::string& text, std::chrono::milliseconds deadline)
 {
-    const auto end = Clock::now() + testsupport::scaled(deadline);
+    const auto end = Clock::now() + scaled(deadline);
     std::size_t at = 0;
     while ((at = m_unread.find(text)) == std::string::npos)
     {
@@ -106,10 +115,10 @@ std::string Operator::until(const std::string& text, std::chrono::milliseconds d
 
 std::string Operator::untilEnd(std::chrono::milliseconds deadline)
 {
-    const auto end = Clock::now() + testsupport::scaled(deadline);
+    const auto end = Clock::now() + scaled(deadline);
     while (receiveMore(m_socket.fd(), m_unread, end))
     {}
     return std::exchange(m_unread, {});
 }
 
-} // namespace e2e
+} // namespace testsupport
