@@ -12,7 +12,7 @@
 #include "tools/koractl/Arguments.h"
 #include "tools/koractl/BackupFile.h"
 #include "tools/koractl/BackupReport.h"
-#include "tools/koractl/Errors.h"
+#include "tools/koractl/FileError.h"
 #include "tools/koractl/Restore.h"
 #include "tools/koractl/RestoreReport.h"
 #include "tools/koractl/WholeFile.h"

@@ -6,9 +6,10 @@
 #include <utility>
 
 #include "koracommand/ResultCode.h"
-#include "tools/koractl/Errors.h"
+#include "tools/koractl/FileError.h"
 #include "tools/koractl/FileLines.h"
 #include "tools/koractl/LineScanner.h"
+#include "tools/koractl/OutputFields.h"
 #include "tools/koractl/ParseText.h"
 #include "tools/koractl/ResultText.h"
 #include "tools/koractl/TextWidth.h"
@@ -25,7 +26,7 @@ constexpr std::uint32_t version = 1;
 std::string nameComment(std::uint32_t level, const OutputRow& row, const Names& names)
 {
     const std::string output = names.output(level, row.output);
-    const std::string input = row.inputName(level, names);
+    const std::string input = inputNameOf(row, level, names);
     if (output.empty() && input.empty())
     {
         return "";

@@ -9,7 +9,7 @@
 #include "tools/koractl/BackupCommands.h"
 #include "tools/koractl/ChangesCommands.h"
 #include "tools/koractl/CommandContext.h"
-#include "tools/koractl/Errors.h"
+#include "tools/koractl/FileError.h"
 #include "tools/koractl/LprCommands.h"
 #include "tools/koractl/MatrixCommand.h"
 #include "tools/koractl/QueryCommands.h"

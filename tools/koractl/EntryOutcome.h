@@ -2,8 +2,6 @@
 
 #include <cstdint>
 
-#include <nlohmann/json.hpp>
-
 namespace koractl
 {
 
@@ -29,8 +27,6 @@ struct EntryOutcome
     {
         return isAnswered() ? "" : kind == Kind::unsent ? "not sent" : "no answer; it may have been done";
     }
-    /// The result code, null without one.
-    nlohmann::ordered_json json() const { return isAnswered() ? nlohmann::ordered_json(result) : nullptr; }
 
     Kind kind = Kind::unsent;
     std::uint32_t result = 0; ///< only where answered

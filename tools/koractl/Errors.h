@@ -57,12 +57,4 @@ private:
     std::uint32_t m_code;
 };
 
-/// A file that the user named cannot be read or written, or says what it must not; the text names the file and the
-/// line.
-class FileError : public std::runtime_error
-{
-public:
-    using std::runtime_error::runtime_error;
-};
-
 } // namespace koractl

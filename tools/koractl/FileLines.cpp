@@ -4,7 +4,7 @@
 #include <stdexcept>
 #include <string_view>
 
-#include "tools/koractl/Errors.h"
+#include "tools/koractl/FileError.h"
 
 namespace koractl
 {

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "tools/koractl/NameColumns.h"
+#include "tools/koractl/OutputFields.h"
 #include "tools/koractl/ResultText.h"
 #include "tools/koractl/Table.h"
 
@@ -49,7 +50,7 @@ nlohmann::ordered_json LprReport::toJson() const
     for (const LprRow& row : m_rows)
     {
         nlohmann::ordered_json entry{{"level", row.entry.level},     {"output", row.entry.output},
-                                     {"lprId", row.entry.lprId},     {"result", row.outcome.json()},
+                                     {"lprId", row.entry.lprId},     {"result", resultOf(row.outcome)},
                                      {"done", row.outcome.isDone()}, {"text", textOf(row)}};
         addName(entry, "outputName", m_names.output(row.entry.level, row.entry.output));
         if (row.holder)

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "koracommand/ResultCode.h"
+#include "tools/koractl/OutputFields.h"
 #include "tools/koractl/TextWidth.h"
 
 namespace koractl
@@ -122,7 +123,7 @@ std::string MatrixPicture::words(const OutputRow& row) const
     std::string text = "  " + padLeft(row.inputText(), m_inputDigits);
     if (m_inputNameWidth > 0)
     {
-        text += " " + padRight(cutToWidth(row.inputName(m_model.level(), m_model.names()), m_inputNameWidth),
+        text += " " + padRight(cutToWidth(inputNameOf(row, m_model.level(), m_model.names()), m_inputNameWidth),
                                m_inputNameWidth);
     }
     if (row.lpr && row.lpr->isHeld())

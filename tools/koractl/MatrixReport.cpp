@@ -5,6 +5,7 @@
 
 #include "tools/koractl/MatrixPicture.h"
 #include "tools/koractl/NameColumns.h"
+#include "tools/koractl/OutputFields.h"
 #include "tools/koractl/ResultText.h"
 
 namespace koractl
@@ -27,7 +28,7 @@ nlohmann::ordered_json MatrixReport::toJson() const
     auto entries = nlohmann::ordered_json::array();
     for (const auto& [output, row] : m_model.outputs())
     {
-        entries.push_back(row.toJson(m_model.level(), m_model.names()));
+        entries.push_back(fieldsOf(row, m_model.level(), m_model.names()));
     }
     json["entries"] = std::move(entries);
     return json;

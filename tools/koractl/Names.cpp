@@ -5,7 +5,7 @@
 #include <stdexcept>
 
 #include "runtime/util/SystemError.h"
-#include "tools/koractl/Errors.h"
+#include "tools/koractl/FileError.h"
 #include "tools/koractl/FileLines.h"
 #include "tools/koractl/LineScanner.h"
 #include "tools/koractl/ParseText.h"

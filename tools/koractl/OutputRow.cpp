@@ -1,6 +1,5 @@
 #include "tools/koractl/OutputRow.h"
 
-#include "tools/koractl/NameColumns.h"
 #include "tools/koractl/ResultText.h"
 
 namespace koractl
@@ -23,26 +22,6 @@ std::string OutputRow::stateText() const
         return "";
     }
     return lpr->text();
-}
-
-std::string OutputRow::inputName(std::uint32_t level, const Names& names) const
-{
-    return result == 0 ? names.input(level, input) : "";
-}
-
-nlohmann::ordered_json OutputRow::toJson(std::uint32_t level, const Names& names) const
-{
-    nlohmann::ordered_json json{{"output", output}, {"result", result}};
-    json["input"] = result == 0 ? nlohmann::ordered_json(input) : nlohmann::ordered_json(nullptr);
-    if (lpr)
-    {
-        json["state"] = lprStateText(lpr->state);
-        json["lprId"] = lpr->lprId;
-    }
-    json["text"] = statusResultText(result, level, output);
-    addName(json, "inputName", inputName(level, names));
-    addName(json, "outputName", names.output(level, output));
-    return json;
 }
 
 } // namespace koractl

@@ -4,10 +4,7 @@
 #include <optional>
 #include <string>
 
-#include <nlohmann/json.hpp>
-
 #include "tools/koractl/KoraTypes.h"
-#include "tools/koractl/Names.h"
 
 namespace koractl
 {
@@ -24,7 +21,7 @@ struct OutputLpr
     bool operator==(const OutputLpr&) const = default;
 };
 
-/// One output as tally, status, changes and watch print it. Plain value.
+/// One output with what it shows and who holds it. Plain value.
 struct OutputRow
 {
     std::uint32_t output = 0;
@@ -38,10 +35,6 @@ struct OutputRow
     std::string inputText() const;
     /// "released", "locked by 5", "protected by 12"; empty without lpr.
     std::string stateText() const;
-    /// Name of the input; empty when none of the level is routed or it has none.
-    std::string inputName(std::uint32_t level, const Names& names) const;
-    /// Fields output, result, input (null when none), state and lprId (where carried), text, and the names there are.
-    nlohmann::ordered_json toJson(std::uint32_t level, const Names& names = Names::none()) const;
 };
 
 } // namespace koractl

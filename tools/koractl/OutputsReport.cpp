@@ -6,6 +6,7 @@
 
 #include "koracommand/ResultCode.h"
 #include "tools/koractl/NameColumns.h"
+#include "tools/koractl/OutputFields.h"
 #include "tools/koractl/ResultText.h"
 #include "tools/koractl/Table.h"
 
@@ -44,7 +45,7 @@ void OutputsReport::printText(std::ostream& out) const
     {
         std::vector<std::string> cells{std::to_string(m_level)};
         addNamedCell(cells, m_names, std::to_string(row.output), m_names.output(m_level, row.output));
-        addNamedCell(cells, m_names, row.inputText(), row.inputName(m_level, m_names));
+        addNamedCell(cells, m_names, row.inputText(), inputNameOf(row, m_level, m_names));
         if (hasLpr)
         {
             cells.push_back(row.stateText());
@@ -66,7 +67,7 @@ nlohmann::ordered_json OutputsReport::toJson() const
     auto entries = nlohmann::ordered_json::array();
     for (const OutputRow& row : m_rows)
     {
-        entries.push_back(row.toJson(m_level, m_names));
+        entries.push_back(fieldsOf(row, m_level, m_names));
     }
     json["entries"] = std::move(entries);
     return json;

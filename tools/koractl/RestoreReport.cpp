@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "tools/koractl/NameColumns.h"
+#include "tools/koractl/OutputFields.h"
 #include "tools/koractl/ResultText.h"
 #include "tools/koractl/Table.h"
 
@@ -140,7 +141,7 @@ nlohmann::ordered_json RestoreReport::toJson() const
     {
         nlohmann::ordered_json entry{{"level", step.wish.level}, {"output", step.wish.output}};
         entry["line"] = step.wish.line;
-        entry["before"] = step.before.toJson(step.wish.level);
+        entry["before"] = fieldsOf(step.before, step.wish.level);
         entry["before"].erase("output");
         auto wanted = nlohmann::ordered_json::object();
         if (step.wish.route)

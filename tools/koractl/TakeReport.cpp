@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "tools/koractl/NameColumns.h"
+#include "tools/koractl/OutputFields.h"
 #include "tools/koractl/ResultText.h"
 #include "tools/koractl/Table.h"
 
@@ -49,10 +50,10 @@ nlohmann::ordered_json TakeReport::toJson() const
     auto entries = nlohmann::ordered_json::array();
     for (const TakeRow& row : m_rows)
     {
-        nlohmann::ordered_json entry{{"level", row.entry.level},     {"input", row.entry.input},
-                                     {"output", row.entry.output},   {"lprId", row.entry.lprId},
-                                     {"result", row.outcome.json()}, {"done", row.outcome.isDone()},
-                                     {"text", textOf(row)}};
+        nlohmann::ordered_json entry{
+            {"level", row.entry.level}, {"input", row.entry.input},        {"output", row.entry.output},
+            {"lprId", row.entry.lprId}, {"result", resultOf(row.outcome)}, {"done", row.outcome.isDone()},
+            {"text", textOf(row)}};
         addName(entry, "inputName", m_names.input(row.entry.level, row.entry.input));
         addName(entry, "outputName", m_names.output(row.entry.level, row.entry.output));
         if (row.holder)

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "tools/koractl/OutputFields.h"
 #include "tools/koractl/ResultText.h"
 #include "tools/koractl/TextWidth.h"
 
@@ -23,7 +24,7 @@ std::string watchLine(std::uint32_t level, const OutputRow& row, const Names& na
     std::string line = "level " + padLeft(std::to_string(level), 3);
     line += "  output " +
             numbered(std::to_string(row.output), 5, names.output(level, row.output), names.outputWidth(level));
-    line += "  input " + numbered(row.inputText(), 5, row.inputName(level, names), names.inputWidth(level));
+    line += "  input " + numbered(row.inputText(), 5, inputNameOf(row, level, names), names.inputWidth(level));
     const std::string remark = row.result == 0 ? "" : statusResultText(row.result, level, row.output);
     std::string state = row.stateText();
     if (!state.empty())
@@ -41,7 +42,7 @@ std::string watchLine(std::uint32_t level, const OutputRow& row, const Names& na
 std::string watchJson(std::uint32_t level, const OutputRow& row, const Names& names)
 {
     nlohmann::ordered_json json{{"level", level}};
-    json.update(row.toJson(level, names));
+    json.update(fieldsOf(row, level, names));
     return json.dump();
 }
 

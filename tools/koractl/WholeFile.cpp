@@ -9,7 +9,7 @@
 
 #include "runtime/util/SystemError.h"
 #include "runtime/util/UniqueFd.h"
-#include "tools/koractl/Errors.h"
+#include "tools/koractl/FileError.h"
 
 namespace koractl
 {

@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tools/koractl/Errors.h"
+#include "tools/koractl/FileError.h"
 
 using namespace koractl;
 

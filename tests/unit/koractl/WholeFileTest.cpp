@@ -10,7 +10,7 @@
 
 #include "tests/support/FailingCall.h"
 #include "tests/support/TempDir.h"
-#include "tools/koractl/Errors.h"
+#include "tools/koractl/FileError.h"
 
 using namespace koractl;
 
