@@ -1,11 +1,8 @@
 #pragma once
 
-#include <chrono>
 #include <cstdint>
-#include <functional>
 #include <stdexcept>
 #include <string>
-#include <vector>
 
 #include <CLI/CLI.hpp>
 
@@ -37,31 +34,6 @@ CLI::Option* addParsed(CLI::App& app, const std::string& name, T& target, Parse 
         ->type_name(typeName);
 }
 
-/// The same for a list of values.
-template <class T, class Parse>
-CLI::Option* addParsedList(CLI::App& app, const std::string& name, std::vector<T>& target, Parse parse,
-                           const std::string& typeName, const std::string& description)
-{
-    return app
-        .add_option_function<std::vector<std::string>>(
-            name,
-            [&target, parse, name](const std::vector<std::string>& texts) {
-                try
-                {
-                    for (const std::string& text : texts)
-                    {
-                        target.push_back(parse(text));
-                    }
-                }
-                catch (const std::invalid_argument& problem)
-                {
-                    throw CLI::ValidationError(name, problem.what());
-                }
-            },
-            description)
-        ->type_name(typeName);
-}
-
 /// Runs `resolve`, which reads what the user wrote for the argument `name`; what it throws as std::invalid_argument
 /// becomes a usage error. For what can be read only when all options are known.
 template <class Resolve>
@@ -76,6 +48,9 @@ auto resolved(const std::string& name, Resolve resolve)
         throw CLI::ValidationError(name, problem.what());
     }
 }
+
+/// What `--format` means for outputs.
+inline constexpr const char* outputFormatText = "1: without lock state; any other: with it (default 2)";
 
 /// An unsigned 32-bit number.
 inline CLI::Option* addNumber(CLI::App& app, const std::string& name, std::uint32_t& target,

@@ -7,7 +7,7 @@
 
 #include "tools/koractl/Arguments.h"
 #include "tools/koractl/BackupCommands.h"
-#include "tools/koractl/ChangesCommands.h"
+#include "tools/koractl/ChangesCommand.h"
 #include "tools/koractl/CommandContext.h"
 #include "tools/koractl/FileError.h"
 #include "tools/koractl/LprCommands.h"
@@ -16,6 +16,7 @@
 #include "tools/koractl/RawCommand.h"
 #include "tools/koractl/SystemCommands.h"
 #include "tools/koractl/TakeCommands.h"
+#include "tools/koractl/WatchCommand.h"
 
 namespace koractl
 {
@@ -88,7 +89,8 @@ int runCommandLine(const std::vector<std::string>& arguments, const ProgramStrea
         addTakeCommands(app, context);
         addLprCommands(app, context);
         addQueryCommands(app, context);
-        addChangesCommands(app, context);
+        addChangesCommand(app, context);
+        addWatchCommand(app, context);
         addMatrixCommand(app, context);
         addBackupCommands(app, context);
         addSystemCommands(app, context);

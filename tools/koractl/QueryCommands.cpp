@@ -121,7 +121,7 @@ void addStatus(CLI::App& app, CommandContext& context)
     const auto arguments = std::make_shared<QueryArguments>();
     CLI::App* const command =
         addRangeCommand(app, "status", "Show the inputs, lock states and holders of outputs", arguments);
-    addNumber(*command, "--format", arguments->format, "1: without lock state; any other: with it (default 2)");
+    addNumber(*command, "--format", arguments->format, outputFormatText);
     command->callback([&context, arguments] {
         readRange(context, *arguments);
         context.chooseRequest("status", [&context, arguments](KoraClient& client) {
