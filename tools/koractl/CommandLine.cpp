@@ -7,15 +7,10 @@
 
 #include "tools/koractl/Arguments.h"
 #include "tools/koractl/BackupCommands.h"
-#include "tools/koractl/ChangesCommand.h"
 #include "tools/koractl/CommandContext.h"
+#include "tools/koractl/Commands.h"
 #include "tools/koractl/FileError.h"
-#include "tools/koractl/LprCommands.h"
 #include "tools/koractl/MatrixCommand.h"
-#include "tools/koractl/QueryCommands.h"
-#include "tools/koractl/RawCommand.h"
-#include "tools/koractl/SystemCommands.h"
-#include "tools/koractl/TakeCommands.h"
 #include "tools/koractl/WatchCommand.h"
 
 namespace koractl

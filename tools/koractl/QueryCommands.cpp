@@ -1,4 +1,4 @@
-#include "tools/koractl/QueryCommands.h"
+#include "tools/koractl/Commands.h"
 
 #include <limits>
 #include <memory>

@@ -1,4 +1,4 @@
-#include "tools/koractl/RawCommand.h"
+#include "tools/koractl/Commands.h"
 
 #include <memory>
 

@@ -1,4 +1,4 @@
-#include "tools/koractl/SystemCommands.h"
+#include "tools/koractl/Commands.h"
 
 #include <memory>
 
