@@ -16,11 +16,11 @@
 #include <utility>
 #include <vector>
 
+#include "koraclient/KoraClient.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/TcpSocket.h"
 #include "tests/support/TempDir.h"
 #include "tests/support/WaitUntil.h"
-#include "tools/koractl/KoraClient.h"
 #include "tools/korasim/SimulatedRouter.h"
 
 namespace

@@ -3,8 +3,8 @@
 #include <stdexcept>
 #include <utility>
 
+#include "koraclient/HexText.h"
 #include "koracommand/WireWords.h"
-#include "tools/koractl/HexText.h"
 
 namespace korabench
 {

@@ -1,7 +1,7 @@
 #include "bench/korabench/Request.h"
 
+#include "koraclient/RequestEncoder.h"
 #include "koracommand/WireLayout.h"
-#include "tools/koractl/RequestEncoder.h"
 
 namespace korabench
 {

@@ -2,11 +2,11 @@
 
 #include <array>
 
+#include "koraclient/HexText.h"
+#include "koraclient/ResponseDecoder.h"
 #include "koracommand/ResultCode.h"
 #include "koracommand/WireLayout.h"
 #include "koracommand/WireWords.h"
-#include "tools/koractl/HexText.h"
-#include "tools/koractl/ResponseDecoder.h"
 
 namespace korabench
 {

@@ -1,5 +1,6 @@
 // The controller link: from received bytes to the bytes to send.
 
+#include "koraclient/RequestEncoder.h"
 #include "koracommand/CmdTable.h"
 #include "koracommand/KoraMessageBuffer.h"
 #include "koracommand/ListCommands.h"
@@ -8,7 +9,6 @@
 #include "koraserver/MessageCutter.h"
 #include "runtime/apartment/Apartment.h"
 #include "runtime/util/MemPool.h"
-#include "tools/koractl/RequestEncoder.h"
 
 #include <algorithm>
 #include <chrono>

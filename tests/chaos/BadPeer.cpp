@@ -1,10 +1,10 @@
 #include "tests/chaos/BadPeer.h"
 
+#include "koraclient/RequestEncoder.h"
 #include "koracommand/WireLayout.h"
 #include "koracommand/WireWords.h"
 #include "tests/chaos/Controller.h"
 #include "tests/chaos/Stopper.h"
-#include "tools/koractl/RequestEncoder.h"
 
 #include <algorithm>
 #include <cerrno>

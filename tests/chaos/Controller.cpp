@@ -1,6 +1,6 @@
 #include "tests/chaos/Controller.h"
 
-#include "tools/koractl/Errors.h"
+#include "koraclient/Errors.h"
 
 #include <utility>
 

@@ -1,9 +1,9 @@
 #pragma once
 
+#include "koraclient/KoraClient.h"
 #include "tests/chaos/Stopper.h"
 #include "tests/chaos/World.h"
 #include "tests/support/Ports.h"
-#include "tools/koractl/KoraClient.h"
 
 #include <cstdint>
 #include <functional>

@@ -1,9 +1,9 @@
 #include "tests/chaos/GoodControllers.h"
 
+#include "koraclient/Errors.h"
+#include "koraclient/RequestEncoder.h"
+#include "koraclient/ResponseDecoder.h"
 #include "koracommand/WireLayout.h"
-#include "tools/koractl/Errors.h"
-#include "tools/koractl/RequestEncoder.h"
-#include "tools/koractl/ResponseDecoder.h"
 
 #include <set>
 

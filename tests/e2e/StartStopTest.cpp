@@ -1,6 +1,6 @@
 #include "tests/e2e/support/BridgeFixture.h"
 
-#include "tools/koractl/Errors.h"
+#include "koraclient/Errors.h"
 
 #include <csignal>
 

@@ -3,15 +3,15 @@
 #include <algorithm>
 #include <thread>
 
+#include "koraclient/Errors.h"
+#include "koraclient/KoraClient.h"
+#include "koraclient/RequestEncoder.h"
 #include "koracommand/WireLayout.h"
 #include "tests/chaos/Controller.h"
 #include "tests/chaos/Dice.h"
 #include "tests/support/Operator.h"
 #include "tests/support/TcpSocket.h"
 #include "tests/support/WaitUntil.h"
-#include "tools/koractl/Errors.h"
-#include "tools/koractl/KoraClient.h"
-#include "tools/koractl/RequestEncoder.h"
 
 using namespace std::chrono_literals;
 using testsupport::TcpSocket;

@@ -1,8 +1,8 @@
+#include "koraclient/KoraClient.h"
 #include "tests/interop/PeerProcess.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/TcpSocket.h"
 #include "tests/support/WaitUntil.h"
-#include "tools/koractl/KoraClient.h"
 
 #include <gtest/gtest.h>
 

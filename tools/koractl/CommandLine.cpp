@@ -5,13 +5,13 @@
 
 #include <CLI/CLI.hpp>
 
-#include "tools/koractl/Arguments.h"
-#include "tools/koractl/BackupCommands.h"
-#include "tools/koractl/CommandContext.h"
-#include "tools/koractl/Commands.h"
-#include "tools/koractl/FileError.h"
-#include "tools/koractl/MatrixCommand.h"
-#include "tools/koractl/WatchCommand.h"
+#include "tools/koractl/backup/BackupCommands.h"
+#include "tools/koractl/commands/Commands.h"
+#include "tools/koractl/common/Arguments.h"
+#include "tools/koractl/common/CommandContext.h"
+#include "tools/koractl/common/FileError.h"
+#include "tools/koractl/matrix/MatrixCommand.h"
+#include "tools/koractl/watch/WatchCommand.h"
 
 namespace koractl
 {

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "tools/koractl/CommandContext.h"
+#include "tools/koractl/common/CommandContext.h"
 
 namespace koractl
 {

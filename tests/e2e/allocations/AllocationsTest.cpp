@@ -1,8 +1,8 @@
+#include "koraclient/KoraClient.h"
 #include "tests/e2e/allocations/BridgeWithin.h"
 #include "tests/e2e/allocations/ThreadAllocations.h"
 #include "tests/support/TimeFactor.h"
 #include "tests/support/WaitUntil.h"
-#include "tools/koractl/KoraClient.h"
 
 #include <gtest/gtest.h>
 

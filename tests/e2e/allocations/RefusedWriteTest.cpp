@@ -1,10 +1,10 @@
 #include "durability/Sqlite.h"
+#include "koraclient/Errors.h"
+#include "koraclient/KoraClient.h"
 #include "tests/e2e/allocations/BridgeWithin.h"
 #include "tests/support/BusCalls.h"
 #include "tests/support/TimeFactor.h"
 #include "tests/support/WaitUntil.h"
-#include "tools/koractl/Errors.h"
-#include "tools/koractl/KoraClient.h"
 
 #include <cstdlib>
 #include <string>

@@ -6,7 +6,7 @@
 #include <stdexcept>
 #include <thread>
 
-#include "tools/koractl/Errors.h"
+#include "koraclient/Errors.h"
 
 namespace e2e
 {

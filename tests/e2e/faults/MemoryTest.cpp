@@ -1,7 +1,7 @@
 #include <cstdlib>
 
+#include "koraclient/Errors.h"
 #include "tests/e2e/faults/FaultFixture.h"
-#include "tools/koractl/Errors.h"
 
 namespace e2e
 {

@@ -1,7 +1,7 @@
 #include "tests/e2e/support/BridgeFixture.h"
 
+#include "koraclient/Errors.h"
 #include "tests/support/TimeFactor.h"
-#include "tools/koractl/Errors.h"
 
 #include <algorithm>
 #include <csignal>

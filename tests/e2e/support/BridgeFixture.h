@@ -1,10 +1,10 @@
 #pragma once
 
+#include "koraclient/KoraClient.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/Ports.h"
 #include "tests/support/TcpSocket.h"
 #include "tests/support/WaitUntil.h"
-#include "tools/koractl/KoraClient.h"
 #include "tools/korasim/SimulatedRouter.h"
 
 #include <gtest/gtest.h>

@@ -1,12 +1,12 @@
 // Fuzzes what a bridge, or whoever holds its port, can send to koractl: any bytes. What decodes must be exactly what
 // was received: each decoded response is encoded again and compared byte by byte.
 
+#include "koraclient/MessageCutter.h"
+#include "koraclient/ResponseDecoder.h"
 #include "koracommand/WireLayout.h"
 #include "koracommand/WireWords.h"
 #include "tests/fuzz/support/Require.h"
 #include "tests/fuzz/support/Segments.h"
-#include "tools/koractl/MessageCutter.h"
-#include "tools/koractl/ResponseDecoder.h"
 
 #include <algorithm>
 #include <cstddef>

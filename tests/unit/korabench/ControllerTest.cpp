@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/unit/koractl/FakeBridge.h"
+#include "tests/fakes/FakeBridge.h"
 
 using namespace korabench;
 using koractl::Message;

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "bench/korabench/Controller.h"
-#include "tests/unit/koractl/FakeBridge.h"
+#include "tests/fakes/FakeBridge.h"
 
 using namespace korabench;
 using koractl::Message;

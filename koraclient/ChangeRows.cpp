@@ -1,0 +1,34 @@
+#include "koraclient/ChangeRows.h"
+
+#include <algorithm>
+
+#include "koracommand/ResultCode.h"
+#include "koracommand/WireLayout.h"
+
+namespace koractl
+{
+
+ChangeRows askChanges(KoraClient& client, std::uint32_t format, std::uint32_t level)
+{
+    const OutputChanges changes = client.outputChanges(format, level);
+    ChangeRows result{.rows = {}, .more = changes.more};
+    for (const OutputChange& change : changes.entries)
+    {
+        OutputRow row{.output = change.output, .result = change.result, .input = change.input, .lpr = std::nullopt};
+        if (format != wireLayout::getOutputChangesRsp::shortFormat)
+        {
+            row.lpr = OutputLpr{.state = change.lprState, .lprId = change.lprId};
+        }
+        result.rows.push_back(row);
+    }
+    return result;
+}
+
+bool askLevelExists(KoraClient& client, std::uint32_t level)
+{
+    const auto entries = client.outputStatus(wireLayout::getOutputStatusRsp::shortFormat, level, 0, 1).entries;
+    return std::none_of(entries.begin(), entries.end(),
+                        [](const OutputStatus& entry) { return entry.result == resultCode::noSuchLevel; });
+}
+
+} // namespace koractl

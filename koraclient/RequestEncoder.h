@@ -1,0 +1,40 @@
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "koraclient/KoraTypes.h"
+
+namespace koractl
+{
+
+/// Builds the bytes of requests under one tag. Pure; mirror image of what the bridge reads.
+class RequestEncoder
+{
+public:
+    explicit RequestEncoder(std::uint32_t tag) : m_tag(tag) {}
+
+    /// Any id and payload words; throws std::length_error when they do not fit a message.
+    std::vector<std::uint8_t> raw(std::uint32_t id, const std::vector<std::uint32_t>& payload) const;
+
+    std::vector<std::uint8_t> take(const std::vector<TakeEntry>& entries) const;
+    std::vector<std::uint8_t> coherentTake(const std::vector<TakeEntry>& entries) const;
+    std::vector<std::uint8_t> setOutputLpr(const std::vector<LprEntry>& entries) const;
+    std::vector<std::uint8_t> tally(std::uint32_t level, std::uint32_t first, std::uint32_t count) const;
+    std::vector<std::uint8_t> outputStatus(std::uint32_t format, std::uint32_t level, std::uint32_t first,
+                                           std::uint32_t count) const;
+    std::vector<std::uint8_t> outputChanges(std::uint32_t format, std::uint32_t level) const;
+    std::vector<std::uint8_t> partitionInfo() const;
+    std::vector<std::uint8_t> portPresent() const;
+    std::vector<std::uint8_t> systemStatus(std::uint32_t format) const;
+    std::vector<std::uint8_t> cardPresence(std::uint32_t word) const;
+
+private:
+    /// A message of `length` zero bytes with its header filled in.
+    std::vector<std::uint8_t> blank(std::uint32_t id, std::size_t length) const;
+    std::vector<std::uint8_t> takeWithId(std::uint32_t id, const std::vector<TakeEntry>& entries) const;
+
+    std::uint32_t m_tag;
+};
+
+} // namespace koractl

@@ -1,0 +1,79 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "koraclient/KoraClient.h"
+#include "koraclient/OutputRow.h"
+#include "koraclient/StopCondition.h"
+#include "koraclient/WatchListener.h"
+
+namespace koractl
+{
+
+/// Polls the changes of some levels and hands each on as it comes. The first round reports every output, because to a
+/// new connection every output is changed.
+///
+/// When the bridge goes away the watch connects again, at growing intervals, until it succeeds. To the new connection
+/// every output is changed again; of these the watch hands on those that differ from what it handed on last. So every
+/// state that lasts is reported; a change that was undone before the connection was back is not. Owned by one thread;
+/// what the listener throws passes through, and so does trouble before the first whole round.
+class Watch
+{
+public:
+    using Connect = std::function<KoraClient()>;
+
+    struct Settings
+    {
+        std::uint32_t format = 2;
+        std::chrono::milliseconds interval{500};
+        bool isReconnecting = true; ///< false: a bridge that goes away is trouble that passes through
+    };
+
+    Watch(Connect connect, const std::vector<std::uint32_t>& levels, Settings settings, WatchListener& listener);
+
+    /// Connects and says which levels do not exist.
+    void start();
+    /// Rounds at the interval until the condition wants the end. Once, after `start`.
+    void run(StopCondition& stop);
+
+    static constexpr std::chrono::milliseconds firstRetry{250};
+    static constexpr std::chrono::milliseconds longestRetry{5000};
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    struct Level
+    {
+        std::uint32_t number = 0;
+        std::map<std::uint32_t, OutputRow> known;   ///< as handed on last
+        std::map<std::uint32_t, OutputRow> pending; ///< while resynchronising: what came, not yet compared
+        int resyncRounds = 0;                       ///< how many more rounds may pass before they are compared
+        bool isMissing = false;                     ///< the listener knows that it does not exist
+    };
+
+    /// One poll of each level; false when the end is wanted.
+    bool round(StopCondition& stop);
+    bool pollLevel(Level& level, StopCondition& stop);
+    void take(Level& level, const OutputRow& row);
+    void endResync(Level& level);
+    /// Until there is a connection; false when the end is wanted.
+    bool reconnect(StopCondition& stop);
+
+    Connect m_connect;
+    Settings m_settings;
+    WatchListener& m_listener;
+    std::vector<Level> m_levels;
+    std::optional<KoraClient> m_client;
+    bool m_hasBegun = false; ///< one whole round has gone well
+    std::chrono::milliseconds m_retry = firstRetry;
+    Clock::time_point m_lostAt;
+    bool m_isLost = false; ///< the listener knows that the bridge is gone
+};
+
+} // namespace koractl

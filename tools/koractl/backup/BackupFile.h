@@ -1,0 +1,40 @@
+#pragma once
+
+#include <cstdint>
+#include <iosfwd>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "koraclient/LevelSnapshot.h"
+#include "koraclient/OutputRow.h"
+#include "tools/koractl/common/AddressReader.h"
+
+namespace koractl
+{
+
+/// What a backup file wants of one output. What the line does not say is left as it is.
+struct OutputWish
+{
+    /// The wanted source; without an input: no route.
+    struct Route
+    {
+        std::optional<std::uint32_t> input;
+    };
+
+    std::uint32_t level = 0;
+    std::uint32_t output = 0;
+    std::size_t line = 0; ///< where it stands in the file
+    std::optional<Route> route;
+    std::optional<OutputLpr> lpr;
+};
+
+/// Writes and reads the text file of `koractl backup`; its form stands in README.md of this folder. Pure functions.
+
+/// The first lines; `when` is shown to people only.
+void writeBackupStart(std::ostream& out, const std::string& when);
+void writeBackupLevel(std::ostream& out, std::uint32_t level, const LevelSnapshot& snapshot, const Names& names);
+/// Throws FileError, which names each bad line.
+std::vector<OutputWish> readBackup(std::istream& in, const std::string& fileName, const AddressReader& reader);
+
+} // namespace koractl

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "koraclient/EntryOutcome.h"
+#include "koraclient/KoraTypes.h"
+#include "koraclient/OutputRow.h"
+#include "tools/koractl/backup/BackupFile.h"
+
+namespace koractl
+{
+
+/// Whose rights a restore has.
+struct RestoreRights
+{
+    std::uint32_t lprId = 0; ///< holder that the restore acts as, beside the holders that the file names
+    bool isForced = false;   ///< whoever holds an output loses it
+};
+
+/// One part of bringing an output to what is wanted: what is sent, and what became of it.
+template <class Entry>
+struct RestorePart
+{
+    std::optional<Entry> entry;
+    EntryOutcome outcome;
+};
+
+/// One output that differs from what is wanted: at most a release, a take and a lock or protection, in this order.
+struct RestoreStep
+{
+    OutputWish wish;
+    OutputRow before;
+    RestorePart<LprEntry> release{};
+    RestorePart<TakeEntry> take{};
+    RestorePart<LprEntry> hold{};
+    std::string obstacle{}; ///< why something (or all) of it cannot be had; empty when all can be tried
+
+    bool isRouteDifferent = false;
+    bool isLprDifferent = false;
+};
+
+/// What is to be sent so that an output becomes what is wanted; nothing when it is that already. The rules are the
+/// bridge's: a lock stops every take, also its holder's, so it is opened for a take and set again.
+std::optional<RestoreStep> planRestore(const OutputWish& wish, const OutputRow& before, const RestoreRights& rights);
+
+} // namespace koractl

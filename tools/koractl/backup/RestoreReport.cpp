@@ -1,0 +1,175 @@
+#include "tools/koractl/backup/RestoreReport.h"
+
+#include <algorithm>
+#include <ostream>
+#include <utility>
+
+#include "koraclient/ResultText.h"
+#include "tools/koractl/common/NameColumns.h"
+#include "tools/koractl/common/OutputFields.h"
+#include "tools/koractl/common/Table.h"
+
+namespace koractl
+{
+namespace
+{
+
+std::string wantedInput(const RestoreStep& step)
+{
+    return step.wish.route->input ? std::to_string(*step.wish.route->input) : "none";
+}
+
+std::string inputText(const RestoreStep& step)
+{
+    return step.isRouteDifferent ? step.before.inputText() + " -> " + wantedInput(step) : step.before.inputText();
+}
+
+std::string stateText(const RestoreStep& step)
+{
+    const std::string before = step.before.stateText();
+    return step.isLprDifferent ? before + " -> " + step.wish.lpr->text() : before;
+}
+
+/// Why one part was not done; empty when it was, or is not needed.
+template <class Entry, class Text>
+std::string problemOfPart(const RestorePart<Entry>& part, const char* what, Text text)
+{
+    if (!part.entry || part.outcome.isDone())
+    {
+        return "";
+    }
+    return std::string(what) + ": " +
+           (part.outcome.isAnswered() ? text(part.outcome.result) : part.outcome.missingText());
+}
+
+} // namespace
+
+RestoreReport::RestoreReport(bool isDryRun, std::map<std::uint32_t, std::size_t> wanted, std::vector<RestoreStep> steps,
+                             const Names& names)
+    : m_isDryRun(isDryRun), m_wanted(std::move(wanted)), m_steps(std::move(steps)), m_names(names)
+{}
+
+std::string RestoreReport::problemOf(const RestoreStep& step)
+{
+    const auto lprText = [&step](std::uint32_t result) {
+        return lprResultText(result, step.wish.level, step.wish.output, std::nullopt);
+    };
+    const auto takeText = [&step](std::uint32_t result) {
+        return takeResultText(result, step.wish.level, step.take.entry->input, step.wish.output, std::nullopt);
+    };
+    std::string problems = step.obstacle;
+    for (const std::string& problem :
+         {problemOfPart(step.release, "release", lprText), problemOfPart(step.take, "take", takeText),
+          problemOfPart(step.hold, "lock", lprText)})
+    {
+        problems += (problems.empty() || problem.empty() ? "" : "; ") + problem;
+    }
+    return problems;
+}
+
+bool RestoreReport::isDone(const RestoreStep& step) const
+{
+    return m_isDryRun ? step.obstacle.empty() : problemOf(step).empty();
+}
+
+std::string RestoreReport::textOf(const RestoreStep& step) const
+{
+    if (isDone(step))
+    {
+        return m_isDryRun ? "would be set" : "done";
+    }
+    return m_isDryRun ? step.obstacle : problemOf(step);
+}
+
+std::string RestoreReport::summary(std::uint32_t level, std::size_t wanted) const
+{
+    std::size_t differing = 0;
+    std::size_t done = 0;
+    for (const RestoreStep& step : m_steps)
+    {
+        differing += step.wish.level == level ? 1U : 0U;
+        done += step.wish.level == level && isDone(step) ? 1U : 0U;
+    }
+    const std::string mayBe = m_isDryRun ? "would be " : "";
+    std::string text = "level " + std::to_string(level) + ": " + std::to_string(wanted) +
+                       (wanted == 1 ? " output" : " outputs") + " in the file, " + std::to_string(wanted - differing) +
+                       " as wanted, " + std::to_string(done) + " " + mayBe + "set";
+    if (done < differing)
+    {
+        text += ", " + std::to_string(differing - done) + (m_isDryRun ? " would not be set" : " not set");
+    }
+    return text;
+}
+
+void RestoreReport::printText(std::ostream& out) const
+{
+    if (!m_steps.empty())
+    {
+        std::vector<Table::Column> columns{{"LEVEL"}};
+        addNamedColumn(columns, m_names, "OUTPUT");
+        columns.push_back({"INPUT"});
+        columns.push_back({"STATE", Table::Align::left});
+        columns.push_back({"RESULT", Table::Align::left});
+        Table table(std::move(columns));
+        for (const RestoreStep& step : m_steps)
+        {
+            std::vector<std::string> cells{std::to_string(step.wish.level)};
+            addNamedCell(cells, m_names, std::to_string(step.wish.output),
+                         m_names.output(step.wish.level, step.wish.output));
+            cells.push_back(inputText(step));
+            cells.push_back(stateText(step));
+            cells.push_back(textOf(step));
+            table.addRow(std::move(cells));
+        }
+        table.print(out);
+    }
+    for (const auto& [level, wanted] : m_wanted)
+    {
+        out << summary(level, wanted) << '\n';
+    }
+}
+
+nlohmann::ordered_json RestoreReport::toJson() const
+{
+    auto levels = nlohmann::ordered_json::array();
+    for (const auto& [level, wanted] : m_wanted)
+    {
+        levels.push_back({{"level", level}, {"wanted", wanted}});
+    }
+    auto entries = nlohmann::ordered_json::array();
+    for (const RestoreStep& step : m_steps)
+    {
+        nlohmann::ordered_json entry{{"level", step.wish.level}, {"output", step.wish.output}};
+        entry["line"] = step.wish.line;
+        entry["before"] = fieldsOf(step.before, step.wish.level);
+        entry["before"].erase("output");
+        auto wanted = nlohmann::ordered_json::object();
+        if (step.wish.route)
+        {
+            wanted["input"] = step.wish.route->input ? nlohmann::ordered_json(*step.wish.route->input) : nullptr;
+        }
+        if (step.wish.lpr)
+        {
+            wanted["state"] = lprStateText(step.wish.lpr->state);
+            wanted["lprId"] = step.wish.lpr->lprId;
+        }
+        entry["wanted"] = std::move(wanted);
+        entry["done"] = !m_isDryRun && isDone(step);
+        entry["text"] = textOf(step);
+        addName(entry, "outputName", m_names.output(step.wish.level, step.wish.output));
+        entries.push_back(std::move(entry));
+    }
+    return {{"command", "restore"},
+            {"done", isAllDone()},
+            {"dryRun", m_isDryRun},
+            {"levels", levels},
+            {"entries", std::move(entries)}};
+}
+
+bool RestoreReport::isAllDone() const
+{
+    return !trouble() &&
+           std::all_of(m_steps.begin(), m_steps.end(), [this](const RestoreStep& step) { return isDone(step); });
+}
+
+} // namespace koractl

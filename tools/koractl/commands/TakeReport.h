@@ -1,0 +1,41 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "koraclient/EntryOutcome.h"
+#include "koraclient/KoraTypes.h"
+#include "tools/koractl/common/Names.h"
+#include "tools/koractl/common/Report.h"
+
+namespace koractl
+{
+
+/// Outcome of one take entry; `holder` is who locks or protects the output, when that was the reason and is known.
+struct TakeRow
+{
+    TakeEntry entry;
+    EntryOutcome outcome;
+    std::optional<std::uint32_t> holder;
+};
+
+/// Outcome of a take or a coherent take. Plain value; refers to the names.
+class TakeReport : public Report
+{
+public:
+    /// `command` is the command's name as the user types it.
+    TakeReport(std::string command, std::vector<TakeRow> rows, const Names& names = Names::none());
+
+    void printText(std::ostream& out) const override;
+    nlohmann::ordered_json toJson() const override;
+    bool isAllDone() const override;
+
+private:
+    std::string m_command;
+    std::vector<TakeRow> m_rows;
+    const Names& m_names;
+};
+
+} // namespace koractl

@@ -1,0 +1,82 @@
+#include "tools/koractl/common/FileLines.h"
+
+#include <istream>
+#include <stdexcept>
+#include <string_view>
+
+#include "tools/koractl/common/FileError.h"
+
+namespace koractl
+{
+namespace
+{
+
+constexpr std::size_t mostComplaints = 10;
+constexpr std::string_view byteOrderMark = "\xef\xbb\xbf";
+
+/// True when the bytes are UTF-8 text; control characters other than the tab are not.
+bool isText(std::string_view line)
+{
+    std::size_t following = 0;
+    for (const char c : line)
+    {
+        const auto byte = static_cast<unsigned char>(c);
+        const bool isFollowing = (byte & 0xc0U) == 0x80U;
+        if (isFollowing != (following > 0) || (byte < 0x20 && c != '\t') || byte == 0x7f || byte >= 0xf8)
+        {
+            return false;
+        }
+        following = isFollowing ? following - 1 : byte >= 0xf0 ? 3 : byte >= 0xe0 ? 2 : byte >= 0xc0 ? 1 : 0;
+    }
+    return following == 0;
+}
+
+} // namespace
+
+void forEachLine(std::istream& in, const std::string& fileName,
+                 const std::function<void(const std::string& line, std::size_t number)>& read)
+{
+    std::string complaints;
+    std::size_t complaintCount = 0;
+    std::size_t number = 0;
+    for (std::string line; complaintCount < mostComplaints && std::getline(in, line);)
+    {
+        ++number;
+        if (number == 1 && line.starts_with(byteOrderMark))
+        {
+            line.erase(0, byteOrderMark.size());
+        }
+        if (!line.empty() && line.back() == '\r')
+        {
+            line.pop_back();
+        }
+        try
+        {
+            if (!isText(line))
+            {
+                throw std::invalid_argument("the line is not UTF-8 text");
+            }
+            const std::size_t first = line.find_first_not_of(" \t");
+            if (first != std::string::npos && line[first] != '#')
+            {
+                read(line, number);
+            }
+        }
+        catch (const std::invalid_argument& problem)
+        {
+            complaints.append(complaints.empty() ? "" : "\n");
+            complaints.append(fileName).append(":").append(std::to_string(number)).append(": ").append(problem.what());
+            ++complaintCount;
+        }
+    }
+    if (complaintCount == 0 && in.bad())
+    {
+        complaints = fileName + ": cannot be read";
+    }
+    if (!complaints.empty())
+    {
+        throw FileError(complaints);
+    }
+}
+
+} // namespace koractl

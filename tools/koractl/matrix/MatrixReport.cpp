@@ -1,0 +1,43 @@
+#include "tools/koractl/matrix/MatrixReport.h"
+
+#include <algorithm>
+#include <ostream>
+
+#include "koraclient/ResultText.h"
+#include "tools/koractl/common/NameColumns.h"
+#include "tools/koractl/common/OutputFields.h"
+#include "tools/koractl/matrix/MatrixPicture.h"
+
+namespace koractl
+{
+
+void MatrixReport::printText(std::ostream& out) const
+{
+    for (const std::string& line : MatrixPicture(m_model, m_width, m_hasColor).sections())
+    {
+        out << line << '\n';
+    }
+}
+
+nlohmann::ordered_json MatrixReport::toJson() const
+{
+    const NumberRange inputs = m_model.inputs();
+    nlohmann::ordered_json json{{"command", "matrix"}, {"done", isAllDone()}, {"level", m_model.level()}};
+    addName(json, "levelName", m_model.names().level(m_model.level()));
+    json["inputs"] = {inputs.first, inputs.last};
+    auto entries = nlohmann::ordered_json::array();
+    for (const auto& [output, row] : m_model.outputs())
+    {
+        entries.push_back(fieldsOf(row, m_model.level(), m_model.names()));
+    }
+    json["entries"] = std::move(entries);
+    return json;
+}
+
+bool MatrixReport::isAllDone() const
+{
+    return std::all_of(m_model.outputs().begin(), m_model.outputs().end(),
+                       [](const auto& each) { return isStatusAnswered(each.second.result); });
+}
+
+} // namespace koractl

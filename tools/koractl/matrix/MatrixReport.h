@@ -1,0 +1,30 @@
+#pragma once
+
+#include <utility>
+
+#include "tools/koractl/common/Report.h"
+#include "tools/koractl/matrix/MatrixModel.h"
+
+namespace koractl
+{
+
+/// The picture of a level, printed once. Plain value; refers to the model's names.
+class MatrixReport : public Report
+{
+public:
+    MatrixReport(MatrixModel model, std::size_t width, bool hasColor)
+        : m_model(std::move(model)), m_width(width), m_hasColor(hasColor)
+    {}
+
+    void printText(std::ostream& out) const override;
+    nlohmann::ordered_json toJson() const override;
+    /// True unless an output could not be asked for.
+    bool isAllDone() const override;
+
+private:
+    MatrixModel m_model;
+    std::size_t m_width;
+    bool m_hasColor;
+};
+
+} // namespace koractl

@@ -1,0 +1,27 @@
+#pragma once
+
+#include "koraclient/WatchListener.h"
+#include "tools/koractl/common/CommandContext.h"
+
+namespace koractl
+{
+
+/// Prints changes as lines (or JSON objects) and says on the error stream what the watch went through. Refers to the
+/// context and its names.
+class WatchPrinter : public WatchListener
+{
+public:
+    explicit WatchPrinter(CommandContext& context) : m_context(context), m_names(context.names()) {}
+
+    void changed(std::uint32_t level, const OutputRow& row) override;
+    void missing(std::uint32_t level) override;
+    void lost(const std::string& reason) override;
+    void back(std::chrono::milliseconds gap) override;
+    void resynchronised(std::uint32_t level, std::size_t differing) override;
+
+private:
+    const CommandContext& m_context;
+    const Names& m_names;
+};
+
+} // namespace koractl
