@@ -5,7 +5,7 @@
 #include "koracommand/ResultCode.h"
 #include "koracommand/WireLayout.h"
 
-namespace koractl
+namespace koraclient
 {
 
 ChangeRows askChanges(KoraClient& client, std::uint32_t format, std::uint32_t level)
@@ -31,4 +31,4 @@ bool askLevelExists(KoraClient& client, std::uint32_t level)
                         [](const OutputStatus& entry) { return entry.result == resultCode::noSuchLevel; });
 }
 
-} // namespace koractl
+} // namespace koraclient

@@ -6,7 +6,7 @@
 #include "koraclient/KoraClient.h"
 #include "koraclient/OutputRow.h"
 
-namespace koractl
+namespace koraclient
 {
 
 /// One answer to an output changes request as rows; `more` says that another request may bring more.
@@ -21,4 +21,4 @@ ChangeRows askChanges(KoraClient& client, std::uint32_t format, std::uint32_t le
 /// An unknown level reports no changes, which looks like a quiet one; a status query tells them apart.
 bool askLevelExists(KoraClient& client, std::uint32_t level);
 
-} // namespace koractl
+} // namespace koraclient

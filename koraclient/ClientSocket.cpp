@@ -13,7 +13,7 @@
 #include "koraclient/Errors.h"
 #include "runtime/util/SystemError.h"
 
-namespace koractl
+namespace koraclient
 {
 namespace
 {
@@ -166,4 +166,4 @@ std::size_t ClientSocket::receiveSome(std::span<std::uint8_t> buffer, Clock::tim
     }
 }
 
-} // namespace koractl
+} // namespace koraclient

@@ -7,7 +7,7 @@
 
 #include "runtime/util/UniqueFd.h"
 
-namespace koractl
+namespace koraclient
 {
 
 /// A connected, non-blocking TCP socket whose every operation ends at a deadline. Owned by one thread. Failures are
@@ -31,4 +31,4 @@ private:
     com::tallowcrest::util::UniqueFd m_fd;
 };
 
-} // namespace koractl
+} // namespace koraclient

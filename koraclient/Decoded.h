@@ -5,7 +5,7 @@
 #include <utility>
 #include <variant>
 
-namespace koractl
+namespace koraclient
 {
 
 /// Why received bytes are not the wanted response.
@@ -35,4 +35,4 @@ private:
     std::variant<T, Fault> m_content;
 };
 
-} // namespace koractl
+} // namespace koraclient

@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-namespace koractl
+namespace koraclient
 {
 
 /// What became of one entry of a list that may need several messages. Plain value; made from a result code where the
@@ -35,4 +35,4 @@ private:
     explicit EntryOutcome(Kind what) : kind(what) {}
 };
 
-} // namespace koractl
+} // namespace koraclient

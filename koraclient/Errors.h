@@ -4,7 +4,7 @@
 #include <stdexcept>
 #include <string>
 
-namespace koractl
+namespace koraclient
 {
 
 /// Base of everything that a `KoraClient` throws; the text is a readable sentence for the user.
@@ -57,4 +57,4 @@ private:
     std::uint32_t m_code;
 };
 
-} // namespace koractl
+} // namespace koraclient

@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <string>
 
-namespace koractl
+namespace koraclient
 {
 
 /// 0x and eight digits.
@@ -15,4 +15,4 @@ inline std::string hexText(std::uint32_t value)
     return text;
 }
 
-} // namespace koractl
+} // namespace koraclient

@@ -3,7 +3,7 @@
 #include "koraclient/Errors.h"
 #include "koracommand/ResultCode.h"
 
-namespace koractl
+namespace koraclient
 {
 
 std::optional<std::uint32_t> HolderLookup::ask(std::uint32_t level, std::uint32_t output, std::uint32_t result)
@@ -30,4 +30,4 @@ std::optional<std::uint32_t> HolderLookup::ask(std::uint32_t level, std::uint32_
     }
 }
 
-} // namespace koractl
+} // namespace koraclient

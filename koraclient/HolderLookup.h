@@ -5,7 +5,7 @@
 
 #include "koraclient/KoraClient.h"
 
-namespace koractl
+namespace koraclient
 {
 
 /// Finds out who holds the outputs that one command was refused. The command's own answer is there already and must
@@ -25,4 +25,4 @@ private:
     bool m_hasFailed = false;
 };
 
-} // namespace koractl
+} // namespace koraclient

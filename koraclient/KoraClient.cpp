@@ -7,7 +7,7 @@
 #include "koraclient/RequestEncoder.h"
 #include "koracommand/WireLayout.h"
 
-namespace koractl
+namespace koraclient
 {
 namespace
 {
@@ -174,4 +174,4 @@ void KoraClient::waitForClose()
     }
 }
 
-} // namespace koractl
+} // namespace koraclient

@@ -16,7 +16,7 @@
 #include "koraclient/MessageCutter.h"
 #include "koraclient/ResponseDecoder.h"
 
-namespace koractl
+namespace koraclient
 {
 
 /// A controller's end of one connection to the bridge: one call per command, one response per call. Every response is
@@ -93,4 +93,4 @@ private:
     std::uint32_t m_expectedSequence = 0;
 };
 
-} // namespace koractl
+} // namespace koraclient

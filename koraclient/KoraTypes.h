@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <vector>
 
-namespace koractl
+namespace koraclient
 {
 
 /// One entry of a take or a coherent take. An lprId of 0 passes every protection.
@@ -131,4 +131,4 @@ struct CardPresence
     std::array<std::uint32_t, 4> words{};
 };
 
-} // namespace koractl
+} // namespace koraclient

@@ -2,7 +2,7 @@
 
 #include "koraclient/ChangeRows.h"
 
-namespace koractl
+namespace koraclient
 {
 
 std::optional<LevelSnapshot> askSnapshot(KoraClient& client, std::uint32_t level)
@@ -37,4 +37,4 @@ std::optional<LevelSnapshot> askSnapshot(KoraClient& client, std::uint32_t level
     return snapshot;
 }
 
-} // namespace koractl
+} // namespace koraclient

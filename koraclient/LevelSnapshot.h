@@ -7,7 +7,7 @@
 #include "koraclient/KoraClient.h"
 #include "koraclient/OutputRow.h"
 
-namespace koractl
+namespace koraclient
 {
 
 /// Every output of a level by its number, with its route and its lock state.
@@ -17,4 +17,4 @@ using LevelSnapshot = std::map<std::uint32_t, OutputRow>;
 /// Nothing when the level does not exist. The connection's changes of the level are used up.
 std::optional<LevelSnapshot> askSnapshot(KoraClient& client, std::uint32_t level);
 
-} // namespace koractl
+} // namespace koraclient

@@ -8,7 +8,7 @@
 #include "koracommand/WireLayout.h"
 #include "koracommand/WireWords.h"
 
-namespace koractl
+namespace koraclient
 {
 
 /// The bytes of one received message, in network order. Words beyond its end read as 0. Plain value.
@@ -45,4 +45,4 @@ private:
     std::vector<std::uint8_t> m_bytes;
 };
 
-} // namespace koractl
+} // namespace koraclient

@@ -1,6 +1,6 @@
 #include "koraclient/MessageCutter.h"
 
-namespace koractl
+namespace koraclient
 {
 
 std::optional<Decoded<Message>> MessageCutter::next()
@@ -25,4 +25,4 @@ std::optional<Decoded<Message>> MessageCutter::next()
     return message;
 }
 
-} // namespace koractl
+} // namespace koraclient

@@ -8,7 +8,7 @@
 #include "koraclient/Decoded.h"
 #include "koraclient/Message.h"
 
-namespace koractl
+namespace koraclient
 {
 
 /// Cuts a byte stream into messages by their length words. Holds at most what was appended and not yet cut. Owned by
@@ -28,4 +28,4 @@ private:
     std::vector<std::uint8_t> m_held;
 };
 
-} // namespace koractl
+} // namespace koraclient

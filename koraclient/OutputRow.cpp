@@ -2,7 +2,7 @@
 
 #include "koraclient/ResultText.h"
 
-namespace koractl
+namespace koraclient
 {
 
 std::string OutputLpr::text() const
@@ -24,4 +24,4 @@ std::string OutputRow::stateText() const
     return lpr->text();
 }
 
-} // namespace koractl
+} // namespace koraclient

@@ -6,7 +6,7 @@
 
 #include "koraclient/KoraTypes.h"
 
-namespace koractl
+namespace koraclient
 {
 
 /// Lock state of an output and the lprId stored with it.
@@ -37,4 +37,4 @@ struct OutputRow
     std::string stateText() const;
 };
 
-} // namespace koractl
+} // namespace koraclient

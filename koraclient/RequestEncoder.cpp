@@ -6,7 +6,7 @@
 #include "koracommand/WireLayout.h"
 #include "koracommand/WireWords.h"
 
-namespace koractl
+namespace koraclient
 {
 namespace
 {
@@ -152,4 +152,4 @@ std::vector<std::uint8_t> RequestEncoder::cardPresence(std::uint32_t word) const
     return bytes;
 }
 
-} // namespace koractl
+} // namespace koraclient

@@ -5,7 +5,7 @@
 
 #include "koraclient/KoraTypes.h"
 
-namespace koractl
+namespace koraclient
 {
 
 /// Builds the bytes of requests under one tag. Pure; mirror image of what the bridge reads.
@@ -37,4 +37,4 @@ private:
     std::uint32_t m_tag;
 };
 
-} // namespace koractl
+} // namespace koraclient

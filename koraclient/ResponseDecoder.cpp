@@ -5,7 +5,7 @@
 #include "koraclient/HexText.h"
 #include "koracommand/WireLayout.h"
 
-namespace koractl
+namespace koraclient
 {
 namespace
 {
@@ -267,4 +267,4 @@ Decoded<CardPresence> ResponseDecoder::cardPresence(std::uint32_t word) const
     return presence;
 }
 
-} // namespace koractl
+} // namespace koraclient

@@ -10,7 +10,7 @@
 #include "koraclient/KoraTypes.h"
 #include "koraclient/Message.h"
 
-namespace koractl
+namespace koraclient
 {
 
 /// What every response to one request must carry.
@@ -57,4 +57,4 @@ private:
     Expectation m_expected;
 };
 
-} // namespace koractl
+} // namespace koraclient

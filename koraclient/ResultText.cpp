@@ -3,7 +3,7 @@
 #include "koraclient/KoraTypes.h"
 #include "koracommand/ResultCode.h"
 
-namespace koractl
+namespace koraclient
 {
 namespace
 {
@@ -90,4 +90,4 @@ std::string lprStateText(std::uint32_t lprState)
     return std::to_string(lprState);
 }
 
-} // namespace koractl
+} // namespace koraclient

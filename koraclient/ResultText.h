@@ -4,7 +4,7 @@
 #include <optional>
 #include <string>
 
-namespace koractl
+namespace koraclient
 {
 
 /// Readable sentences for the result codes of the link. Pure functions.
@@ -26,4 +26,4 @@ bool isStatusAnswered(std::uint32_t result);
 /// "released", "locked", "protected", or the number for a state that the link does not define.
 std::string lprStateText(std::uint32_t lprState);
 
-} // namespace koractl
+} // namespace koraclient

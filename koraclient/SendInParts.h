@@ -9,7 +9,7 @@
 #include "koraclient/Errors.h"
 #include "koracommand/WireLayout.h"
 
-namespace koractl
+namespace koraclient
 {
 
 /// What became of a list of entries, one outcome each in their order; `trouble` is what stopped the sending, if
@@ -48,4 +48,4 @@ PartsOutcome sendInParts(const std::vector<Entry>& entries, Send send)
     return all;
 }
 
-} // namespace koractl
+} // namespace koraclient

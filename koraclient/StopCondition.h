@@ -2,7 +2,7 @@
 
 #include <chrono>
 
-namespace koractl
+namespace koraclient
 {
 
 /// Tells a running command when to end. Asked on one thread.
@@ -18,4 +18,4 @@ public:
     virtual bool waitFor(std::chrono::milliseconds time) = 0;
 };
 
-} // namespace koractl
+} // namespace koraclient

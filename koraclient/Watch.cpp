@@ -6,7 +6,7 @@
 #include "koraclient/ChangeRows.h"
 #include "koraclient/Errors.h"
 
-namespace koractl
+namespace koraclient
 {
 namespace
 {
@@ -195,4 +195,4 @@ void Watch::endResync(Level& level)
     m_listener.resynchronised(level.number, differing);
 }
 
-} // namespace koractl
+} // namespace koraclient

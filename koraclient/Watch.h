@@ -13,7 +13,7 @@
 #include "koraclient/StopCondition.h"
 #include "koraclient/WatchListener.h"
 
-namespace koractl
+namespace koraclient
 {
 
 /// Polls the changes of some levels and hands each on as it comes. The first round reports every output, because to a
@@ -76,4 +76,4 @@ private:
     bool m_isLost = false; ///< the listener knows that the bridge is gone
 };
 
-} // namespace koractl
+} // namespace koraclient

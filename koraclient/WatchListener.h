@@ -6,7 +6,7 @@
 
 #include "koraclient/OutputRow.h"
 
-namespace koractl
+namespace koraclient
 {
 
 /// Told what a `Watch` sees, on the watch's thread. What it throws ends the watch.
@@ -31,4 +31,4 @@ public:
     virtual void resynchronised(std::uint32_t level, std::size_t differing) = 0;
 };
 
-} // namespace koractl
+} // namespace koraclient

@@ -34,9 +34,9 @@ constexpr std::size_t burstEntries = 64;
 
 // One case, in a process of its own.
 
-std::vector<koractl::TakeEntry> message(std::size_t entries, std::uint32_t& counter)
+std::vector<koraclient::TakeEntry> message(std::size_t entries, std::uint32_t& counter)
 {
-    std::vector<koractl::TakeEntry> takes;
+    std::vector<koraclient::TakeEntry> takes;
     for (std::size_t i = 0; i < entries; ++i)
     {
         ++counter;
@@ -45,7 +45,7 @@ std::vector<koractl::TakeEntry> message(std::size_t entries, std::uint32_t& coun
     return takes;
 }
 
-void measure(koractl::KoraClient& client, std::size_t entries, std::size_t count, std::vector<double>& microseconds)
+void measure(koraclient::KoraClient& client, std::size_t entries, std::size_t count, std::vector<double>& microseconds)
 {
     static std::uint32_t counter = 0;
     for (std::size_t i = 0; i < count; ++i)
@@ -85,7 +85,7 @@ int runCase()
     {
         throw std::runtime_error("the bridge does not serve: " + bridge.output());
     }
-    koractl::KoraClient client("127.0.0.1");
+    koraclient::KoraClient client("127.0.0.1");
     std::vector<double> single;
     std::vector<double> many;
     measure(client, 1, 2000, single); // warm-up

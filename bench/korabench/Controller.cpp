@@ -114,7 +114,7 @@ void Controller::exchange(std::size_t index)
 
 std::string Controller::described(const std::string& what) const
 {
-    return std::string(nameOf(lastCommand())) + ", tag " + koractl::hexText(m_tag) + ", response " +
+    return std::string(nameOf(lastCommand())) + ", tag " + koraclient::hexText(m_tag) + ", response " +
            std::to_string(responseCount()) + ": " + what;
 }
 

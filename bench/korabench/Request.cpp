@@ -19,9 +19,9 @@ std::uint32_t outputOf(const RequestShape& shape, std::uint32_t entry)
     return shape.firstOutput + (shape.offset + entry) % shape.outputs;
 }
 
-std::vector<koractl::TakeEntry> takeEntries(const RequestShape& shape, std::uint32_t round)
+std::vector<koraclient::TakeEntry> takeEntries(const RequestShape& shape, std::uint32_t round)
 {
-    std::vector<koractl::TakeEntry> entries;
+    std::vector<koraclient::TakeEntry> entries;
     for (std::uint32_t i = 0; i < shape.entries; ++i)
     {
         const std::uint32_t input = shape.firstInput + (shape.offset + i + round) % shape.inputs;
@@ -30,9 +30,9 @@ std::vector<koractl::TakeEntry> takeEntries(const RequestShape& shape, std::uint
     return entries;
 }
 
-std::vector<koractl::LprEntry> lprEntries(const RequestShape& shape, koractl::LprCommand command)
+std::vector<koraclient::LprEntry> lprEntries(const RequestShape& shape, koraclient::LprCommand command)
 {
-    std::vector<koractl::LprEntry> entries;
+    std::vector<koraclient::LprEntry> entries;
     for (std::uint32_t i = 0; i < shape.entries; ++i)
     {
         entries.push_back(
@@ -43,7 +43,7 @@ std::vector<koractl::LprEntry> lprEntries(const RequestShape& shape, koractl::Lp
 
 Request buildRequest(Command command, const RequestShape& shape, std::uint32_t round)
 {
-    const koractl::RequestEncoder encoder(0);
+    const koraclient::RequestEncoder encoder(0);
     const auto request = [&](std::vector<std::uint8_t> bytes, std::uint32_t responseId) {
         return Request{.command = command, .shape = shape, .bytes = std::move(bytes), .responseId = responseId};
     };
@@ -54,10 +54,10 @@ Request buildRequest(Command command, const RequestShape& shape, std::uint32_t r
     case Command::CoherentTake:
         return request(encoder.coherentTake(takeEntries(shape, round)), wire::rspId::coherentTake);
     case Command::Protect:
-        return request(encoder.setOutputLpr(lprEntries(shape, koractl::LprCommand::protect)),
+        return request(encoder.setOutputLpr(lprEntries(shape, koraclient::LprCommand::protect)),
                        wire::rspId::setOutputLpr);
     case Command::Release:
-        return request(encoder.setOutputLpr(lprEntries(shape, koractl::LprCommand::release)),
+        return request(encoder.setOutputLpr(lprEntries(shape, koraclient::LprCommand::release)),
                        wire::rspId::setOutputLpr);
     case Command::Tally:
         return request(encoder.tally(shape.level, shape.firstOutput, shape.count), wire::rspId::tally);

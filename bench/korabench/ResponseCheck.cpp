@@ -18,7 +18,8 @@ using Fault = std::optional<std::string>;
 
 std::string mismatch(const char* what, std::uint32_t came, std::uint32_t wanted)
 {
-    return std::string(what) + " " + koractl::hexText(came) + " came, " + koractl::hexText(wanted) + " was expected";
+    return std::string(what) + " " + koraclient::hexText(came) + " came, " + koraclient::hexText(wanted) +
+           " was expected";
 }
 
 /// Compares words of one message; keeps the first that differs.
@@ -148,9 +149,9 @@ Fault checkChanges(const Request& request, Words& words)
 Fault checkRare(const Request& request, std::uint32_t tag, std::uint32_t sequence,
                 std::span<const std::uint8_t> response)
 {
-    const koractl::Message message({response.begin(), response.end()});
-    const koractl::ResponseDecoder decoder(message,
-                                           {.responseId = request.responseId, .tag = tag, .sequence = sequence});
+    const koraclient::Message message({response.begin(), response.end()});
+    const koraclient::ResponseDecoder decoder(message,
+                                              {.responseId = request.responseId, .tag = tag, .sequence = sequence});
     const auto textOf = [](const auto& decoded) { return decoded.isOk() ? Fault() : Fault(decoded.fault().text); };
     switch (request.command)
     {

@@ -28,8 +28,8 @@ using com::tallowcrest::apartment::DoItEvent;
 
 std::vector<std::uint8_t> takeOf(std::int64_t entries)
 {
-    return koractl::RequestEncoder(1).take(
-        std::vector<koractl::TakeEntry>(static_cast<std::size_t>(entries), {.level = 1, .input = 1, .output = 1}));
+    return koraclient::RequestEncoder(1).take(
+        std::vector<koraclient::TakeEntry>(static_cast<std::size_t>(entries), {.level = 1, .input = 1, .output = 1}));
 }
 
 void cutFrames(benchmark::State& state)

@@ -48,6 +48,7 @@ ROOMS = {
     "ddskorabridge": _room("unit_ddskorabridge", "unit_ddskorabridge_waits", _bridge("Join*:Command*:Changes*")),
     "bridge": _room("", "unit_bridge", _bridge("StartStop*:Join*"), Program("e2e_console"),
                     Program("e2e_faults", "Ports*:SharedMemory*")),
+    "koraclient": _room("unit_koraclient", "unit_koraclient_waits unit_koractl_waits", Program("e2e_koractl")),
     "tools/koractl": _room("unit_koractl", "unit_koractl_waits", Program("e2e_koractl")),
     "tools/korasim": _room("unit_korasim", "unit_korasim_waits", _bridge("Join*:Changes*")),
 }

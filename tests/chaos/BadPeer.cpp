@@ -41,7 +41,7 @@ std::string request(Dice& dice)
 {
     constexpr std::uint32_t firstFreeVideo = 200;
     constexpr std::uint32_t firstFreeAudio = 1000;
-    koractl::RequestEncoder encoder(dice.between(0, 0xffff));
+    koraclient::RequestEncoder encoder(dice.between(0, 0xffff));
     switch (dice.between(0, 5))
     {
     case 0:
@@ -51,7 +51,7 @@ std::string request(Dice& dice)
     case 2:
         return text(encoder.outputChanges(dice.between(0, 1), dice.between(1, 2)));
     case 3: {
-        std::vector<koractl::TakeEntry> entries;
+        std::vector<koraclient::TakeEntry> entries;
         for (std::uint32_t i = 0; i < 50; ++i)
         {
             entries.push_back({2, 0, dice.between(1, 2304), dice.between(firstFreeAudio, 2304)});
@@ -188,7 +188,7 @@ void BadPeer::flood(TcpSocket& socket, Dice& dice, std::chrono::milliseconds dur
 
 void BadPeer::neverRead(TcpSocket& socket, std::chrono::milliseconds duration, const Stopper& stopper)
 {
-    const std::string asks = text(koractl::RequestEncoder(1).tally(2, 1, 1020));
+    const std::string asks = text(koraclient::RequestEncoder(1).tally(2, 1, 1020));
     const auto end = Clock::now() + duration;
     while (Clock::now() < end && sendWhatFits(socket, asks) && stopper.pause(1ms))
     {}
@@ -197,7 +197,7 @@ void BadPeer::neverRead(TcpSocket& socket, std::chrono::milliseconds duration, c
 
 void BadPeer::drip(const TcpSocket& socket, const Stopper& stopper)
 {
-    for (const char byte : text(koractl::RequestEncoder(7).tally(1, 1, 3)))
+    for (const char byte : text(koraclient::RequestEncoder(7).tally(1, 1, 3)))
     {
         socket.send(std::string(1, byte));
         stopper.pause(5ms);

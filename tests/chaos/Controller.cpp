@@ -36,14 +36,14 @@ void Controller::stop()
     }
 }
 
-koractl::KoraClient Controller::connect()
+koraclient::KoraClient Controller::connect()
 {
     const auto begin = Clock::now();
     for (;;)
     {
         try
         {
-            koractl::KoraClient client("127.0.0.1", koraPort, hopeless);
+            koraclient::KoraClient client("127.0.0.1", koraPort, hopeless);
             client.setNextTag(m_firstTag);
             m_world.answers.measure("(first answer)", [&] { return client.portPresent(); });
             if (const auto took = Clock::now() - begin;
@@ -53,7 +53,7 @@ koractl::KoraClient Controller::connect()
             }
             return client;
         }
-        catch (const koractl::KoraError&)
+        catch (const koraclient::KoraError&)
         {
             // All slots may be taken for a moment; a newcomer may be reset from the queue of the port that closes.
             if (Clock::now() - begin > hopeless || !m_stopper.pause(20ms))
@@ -85,7 +85,7 @@ void Controller::run()
 
 void Controller::runConnection()
 {
-    koractl::KoraClient client = connect();
+    koraclient::KoraClient client = connect();
     while (!m_stopper.isStopped())
     {
         step(client);

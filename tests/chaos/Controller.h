@@ -35,9 +35,9 @@ protected:
     Controller(World& world, std::string name, std::uint32_t number);
 
     /// What it does over and over on its connection.
-    virtual void step(koractl::KoraClient& client) = 0;
+    virtual void step(koraclient::KoraClient& client) = 0;
     /// A connection; waits for a free slot, at most for the bound's time.
-    koractl::KoraClient connect();
+    koraclient::KoraClient connect();
 
     World& world() { return m_world; }
     const Stopper& stopper() const { return m_stopper; }

@@ -49,10 +49,10 @@ Taker::Taker(World& world, std::uint32_t number, std::uint32_t share, std::uint3
       m_dice(seed)
 {}
 
-void Taker::step(koractl::KoraClient& client)
+void Taker::step(koraclient::KoraClient& client)
 {
     std::vector<Crosspoint> crosspoints;
-    std::vector<koractl::TakeEntry> entries;
+    std::vector<koraclient::TakeEntry> entries;
     for (std::uint32_t wanted = m_dice.between(1, m_mostEntries); wanted > 0; --wanted)
     {
         const Crosspoint crosspoint = ownOutput(m_dice, m_share);
@@ -78,7 +78,7 @@ void Taker::step(koractl::KoraClient& client)
                 settle(world(), crosspoints[i], results[i]);
             }
         }
-        catch (const koractl::KoraError&)
+        catch (const koraclient::KoraError&)
         {
             for (const auto& crosspoint : crosspoints)
             {
@@ -94,9 +94,9 @@ Locker::Locker(World& world, std::uint32_t number, std::uint32_t share, std::uin
     : Controller(world, "locker", number), m_share(share), m_dice(seed)
 {}
 
-void Locker::step(koractl::KoraClient& client)
+void Locker::step(koraclient::KoraClient& client)
 {
-    using koractl::LprCommand;
+    using koraclient::LprCommand;
     const Crosspoint crosspoint = ownOutput(m_dice, m_share);
     const std::uint32_t number = world().nextNumber++;
     const std::uint32_t choice = m_dice.between(0, 3);
@@ -113,7 +113,7 @@ void Locker::step(koractl::KoraClient& client)
             });
             settle(world(), crosspoint, result.results.at(0));
         }
-        catch (const koractl::KoraError&)
+        catch (const koraclient::KoraError&)
         {
             world().takes.unanswered(crosspoint);
             throw;
@@ -127,14 +127,14 @@ Poller::Poller(World& world, std::uint32_t number, ChangeLedger::Detail detail)
       m_ledgerNumber(world.changes.addPoller(name(), detail))
 {}
 
-void Poller::step(koractl::KoraClient& client)
+void Poller::step(koraclient::KoraClient& client)
 {
     walk(client, Signal::Video);
     walk(client, Signal::Audio);
     stopper().pause(20ms);
 }
 
-void Poller::walk(koractl::KoraClient& client, Signal signal)
+void Poller::walk(koraclient::KoraClient& client, Signal signal)
 {
     constexpr std::uint32_t shortFormat = 1;
     const auto begin = Clock::now();
@@ -164,11 +164,11 @@ void Poller::walk(koractl::KoraClient& client, Signal signal)
 Asker::Asker(World& world, std::uint32_t number, std::uint64_t seed) : Controller(world, "asker", number), m_dice(seed)
 {}
 
-void Asker::step(koractl::KoraClient& client)
+void Asker::step(koraclient::KoraClient& client)
 {
     if (world().takesSabotage(Sabotage::ForeignResponse))
     {
-        const std::vector<std::uint8_t> foreign = koractl::RequestEncoder(client.nextTag() + 1).portPresent();
+        const std::vector<std::uint8_t> foreign = koraclient::RequestEncoder(client.nextTag() + 1).portPresent();
         client.sendBytes(foreign); // its response comes where that to the next question is expected
     }
     if (world().takesSabotage(Sabotage::LateAnswer))
@@ -187,7 +187,7 @@ void Asker::step(koractl::KoraClient& client)
     stopper().pause(m_dice.between(0ms, 10ms));
 }
 
-void Asker::ask(koractl::KoraClient& client)
+void Asker::ask(koraclient::KoraClient& client)
 {
     auto& answers = world().answers;
     const std::uint32_t level = m_dice.between(1, 6);
@@ -221,45 +221,45 @@ void Asker::ask(koractl::KoraClient& client)
     }
 }
 
-void Asker::askManyAtOnce(koractl::KoraClient& client)
+void Asker::askManyAtOnce(koraclient::KoraClient& client)
 {
     constexpr std::uint32_t most = 16;
     const std::uint32_t count = m_dice.between(2, most);
     std::vector<std::uint8_t> bytes;
     for (std::uint32_t i = 0; i < count; ++i)
     {
-        const auto request = koractl::RequestEncoder(client.nextTag() + i).tally(1, i + 1, i);
+        const auto request = koraclient::RequestEncoder(client.nextTag() + i).tally(1, i + 1, i);
         bytes.insert(bytes.end(), request.begin(), request.end());
     }
     const auto begin = Clock::now();
     client.sendBytes(bytes);
     for (std::uint32_t i = 0; i < count; ++i)
     {
-        const koractl::Expectation expected{
+        const koraclient::Expectation expected{
             .responseId = wireLayout::rspId::tally, .tag = client.nextTag() + i, .sequence = client.expectedSequence()};
-        const koractl::Message message = client.receiveMessage();
-        const auto tally = koractl::ResponseDecoder(message, expected).tally(1, i + 1, i);
+        const koraclient::Message message = client.receiveMessage();
+        const auto tally = koraclient::ResponseDecoder(message, expected).tally(1, i + 1, i);
         if (!tally.isOk())
         {
-            throw koractl::ProtocolError(tally.fault().text);
+            throw koraclient::ProtocolError(tally.fault().text);
         }
     }
     world().answers.answered("several tallies at once", begin, Clock::now());
     client.setNextTag(client.nextTag() + count);
 }
 
-void Visitor::step(koractl::KoraClient& idle)
+void Visitor::step(koraclient::KoraClient& idle)
 {
     // Somebody who says a word from time to time only.
     world().answers.measure("port present", [&] { return idle.portPresent(); });
-    koractl::KoraClient client = connect();
+    koraclient::KoraClient client = connect();
     expectEveryOutput(client, Signal::Video);
     expectEveryOutput(client, Signal::Audio);
     ++m_visits;
     stopper().pause(300ms);
 }
 
-void Visitor::expectEveryOutput(koractl::KoraClient& client, Signal signal)
+void Visitor::expectEveryOutput(koraclient::KoraClient& client, Signal signal)
 {
     constexpr std::uint32_t shortFormat = 1;
     std::set<std::uint32_t> outputs;

@@ -18,7 +18,7 @@ public:
     Taker(World& world, std::uint32_t number, std::uint32_t share, std::uint32_t mostEntries, std::uint64_t seed);
 
 protected:
-    void step(koractl::KoraClient& client) override;
+    void step(koraclient::KoraClient& client) override;
 
 private:
     const std::uint32_t m_share;
@@ -33,7 +33,7 @@ public:
     Locker(World& world, std::uint32_t number, std::uint32_t share, std::uint64_t seed);
 
 protected:
-    void step(koractl::KoraClient& client) override;
+    void step(koraclient::KoraClient& client) override;
 
 private:
     const std::uint32_t m_share;
@@ -47,10 +47,10 @@ public:
     Poller(World& world, std::uint32_t number, ChangeLedger::Detail detail);
 
 protected:
-    void step(koractl::KoraClient& client) override;
+    void step(koraclient::KoraClient& client) override;
 
 private:
-    void walk(koractl::KoraClient& client, Signal signal);
+    void walk(koraclient::KoraClient& client, Signal signal);
 
     const ChangeLedger::Detail m_detail;
     const std::size_t m_ledgerNumber;
@@ -64,12 +64,12 @@ public:
     Asker(World& world, std::uint32_t number, std::uint64_t seed);
 
 protected:
-    void step(koractl::KoraClient& client) override;
+    void step(koraclient::KoraClient& client) override;
 
 private:
-    void ask(koractl::KoraClient& client);
+    void ask(koraclient::KoraClient& client);
     /// Several requests at once, whose responses must come in their order.
-    void askManyAtOnce(koractl::KoraClient& client);
+    void askManyAtOnce(koraclient::KoraClient& client);
 
     Dice m_dice;
 };
@@ -82,10 +82,10 @@ public:
     std::size_t visits() const { return m_visits; }
 
 protected:
-    void step(koractl::KoraClient& client) override;
+    void step(koraclient::KoraClient& client) override;
 
 private:
-    void expectEveryOutput(koractl::KoraClient& client, Signal signal);
+    void expectEveryOutput(koraclient::KoraClient& client, Signal signal);
 
     std::size_t m_visits = 0;
 };

@@ -62,7 +62,7 @@ TEST_F(ExampleController, TakesAndSaysWhatWasRefused)
     EXPECT_EQ(noInput.status, 1);
     EXPECT_EQ(noInput.err, "refused: no such input\n");
     EXPECT_EQ(noLevel.err, "refused: no such level\n");
-    koractl::KoraClient client = connectController();
+    koraclient::KoraClient client = connectController();
     EXPECT_TRUE(waitForInput(client, e2e::videoLevel, 7, 5));
 }
 
@@ -72,17 +72,17 @@ TEST_F(ExampleController, FollowsTheStateChangesAndARestart)
     testsupport::ChildProcess sut(program, {"127.0.0.1", "follow", "1"}, {.environment = {}, .closeInput = true});
 
     EXPECT_TRUE(sut.waitForOutput("output 288 shows nothing, released, holder 0\n")) << sut.errors();
-    koractl::KoraClient client = connectController();
+    koraclient::KoraClient client = connectController();
     ASSERT_EQ(client.take({{.level = 1, .lprId = 42, .input = 5, .output = 7}}).front(), 0U);
     EXPECT_TRUE(sut.waitForOutput("output 7 shows 5, released, holder 42\n")) << sut.errors();
-    ASSERT_EQ(client.setOutputLpr({{1, 7, koractl::LprCommand::lock, 42}}).status, 0U);
+    ASSERT_EQ(client.setOutputLpr({{1, 7, koraclient::LprCommand::lock, 42}}).status, 0U);
     EXPECT_TRUE(sut.waitForOutput("output 7 shows 5, locked, holder 42\n")) << sut.errors();
 
     EXPECT_EQ(stopBridge(), 0);
     EXPECT_TRUE(sut.waitForErrors("; trying again\n"));
     startBridge();
     waitForJoin();
-    koractl::KoraClient again = connectController();
+    koraclient::KoraClient again = connectController();
     EXPECT_TRUE(waitForInput(again, e2e::videoLevel, 7, 5));
     ASSERT_EQ(again.take({{.level = 1, .lprId = 0, .input = 6, .output = 8}}).front(), 0U);
     EXPECT_TRUE(sut.waitForOutput("output 8 shows 6, released, holder 0\n")) << sut.errors();

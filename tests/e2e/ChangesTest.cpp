@@ -19,7 +19,7 @@ class ChangesTest : public BridgeFixture
 protected:
     void SetUp() override { ASSERT_NO_FATAL_FAILURE(startJoined()); }
 
-    static std::set<std::uint32_t> outputsOf(const std::vector<koractl::OutputChange>& changes)
+    static std::set<std::uint32_t> outputsOf(const std::vector<koraclient::OutputChange>& changes)
     {
         std::set<std::uint32_t> outputs;
         for (const auto& change : changes)
@@ -73,7 +73,7 @@ TEST_F(ChangesTest, LongFormatCarries64EntriesAndContinues)
 
 TEST_F(ChangesTest, EveryControllerSeesAChangeExactlyOnce)
 {
-    std::vector<koractl::KoraClient> clients;
+    std::vector<koraclient::KoraClient> clients;
     for (int i = 0; i < 3; ++i)
     {
         clients.push_back(connectController());
@@ -84,9 +84,9 @@ TEST_F(ChangesTest, EveryControllerSeesAChangeExactlyOnce)
 
     for (auto& client : clients)
     {
-        std::vector<koractl::OutputChange> changes;
+        std::vector<koraclient::OutputChange> changes;
         ASSERT_TRUE(testsupport::waitUntil([&] { return !(changes = drainChanges(client, videoLevel)).empty(); }));
-        EXPECT_EQ(changes, (std::vector<koractl::OutputChange>{{0, 100, 50, 1, 9}}));
+        EXPECT_EQ(changes, (std::vector<koraclient::OutputChange>{{0, 100, 50, 1, 9}}));
         EXPECT_TRUE(drainChanges(client, videoLevel).empty());
     }
 }

@@ -8,7 +8,7 @@ using namespace e2e;
 using com::tallowcrest::dds_::routing::LPR_LOCKED;
 using com::tallowcrest::dds_::routing::LPR_PROTECTED;
 using com::tallowcrest::dds_::routing::LPR_RELEASED;
-using koractl::LprCommand;
+using koraclient::LprCommand;
 
 namespace
 {
@@ -25,17 +25,17 @@ protected:
         return m_client->setOutputLpr({{videoLevel, output, command, lprId}}).results;
     }
 
-    koractl::KoraClient& client()
+    koraclient::KoraClient& client()
     {
         if (!m_client)
         {
-            m_client = std::make_unique<koractl::KoraClient>(connectController());
+            m_client = std::make_unique<koraclient::KoraClient>(connectController());
         }
         return *m_client;
     }
 
 private:
-    std::unique_ptr<koractl::KoraClient> m_client;
+    std::unique_ptr<koraclient::KoraClient> m_client;
 };
 
 } // namespace
@@ -51,7 +51,7 @@ TEST_F(CommandTest, TakeReachesTheBusAndComesBackAsStatusAndTally)
     EXPECT_EQ(target->when >> 24, 2U); // with no house timecode: midnight, drop-frame
     ASSERT_TRUE(waitForInput(client(), videoLevel, 7, 5));
     const auto tally = client().tally(videoLevel, 7, 1);
-    EXPECT_EQ(tally.entries, (std::vector<koractl::TallyEntry>{{0, 5}}));
+    EXPECT_EQ(tally.entries, (std::vector<koraclient::TallyEntry>{{0, 5}}));
 }
 
 TEST_F(CommandTest, CoherentTakeRoutesVideoAndAudioTogether)
@@ -102,7 +102,7 @@ TEST_F(CommandTest, ProtectedOutputObeysItsHolderAndNobodyElse)
     EXPECT_EQ(client().take({{videoLevel, 77, 1, 4}}), Results{0});
     ASSERT_TRUE(waitForInput(client(), videoLevel, 4, 1));
     const auto status = client().outputStatus(0, videoLevel, 4, 1).entries.at(0);
-    EXPECT_EQ(status, (koractl::OutputStatus{0, 1, 2, 77}));
+    EXPECT_EQ(status, (koraclient::OutputStatus{0, 1, 2, 77}));
 }
 
 TEST_F(CommandTest, ForcedReleaseOverridesAnyHolder)
@@ -147,13 +147,13 @@ TEST_F(CommandTest, StatusOfUnroutedOutputsAndBeyondTheLevel)
 
     ASSERT_EQ(block.entries.size(), 3U);
     EXPECT_EQ(block.entries[0].result, 3U); // no route known: its source is outside the level
-    EXPECT_EQ(block.entries[2], (koractl::OutputStatus{4, 0, 0, 0}));
+    EXPECT_EQ(block.entries[2], (koraclient::OutputStatus{4, 0, 0, 0}));
 }
 
 TEST_F(CommandTest, InformationCommandsAnswerTheirFixedWords)
 {
     EXPECT_EQ(client().partitionInfo(),
-              (koractl::PartitionInfo{2, 1, 9, 1, 288, 1, 1, 288, 1, 2, 7, 1, 2304, 1, 1, 2304, 1}));
+              (koraclient::PartitionInfo{2, 1, 9, 1, 288, 1, 1, 288, 1, 2, 7, 1, 2304, 1, 1, 2304, 1}));
     EXPECT_EQ(client().portPresent(), 0U);
     const auto card = client().cardPresence(0xabcd);
     EXPECT_EQ(card.word, 0xabcdU);

@@ -24,7 +24,7 @@ class ConnectionsTest : public BridgeFixture
 protected:
     void SetUp() override { ASSERT_NO_FATAL_FAILURE(startJoined()); }
 
-    static void fillSlots(std::vector<koractl::KoraClient>& clients, std::size_t count = slots)
+    static void fillSlots(std::vector<koraclient::KoraClient>& clients, std::size_t count = slots)
     {
         while (clients.size() < count)
         {
@@ -55,7 +55,7 @@ protected:
 
 TEST_F(ConnectionsTest, SixteenControllersFillTheTableAndTheSeventeenthIsRefused)
 {
-    std::vector<koractl::KoraClient> clients;
+    std::vector<koraclient::KoraClient> clients;
     fillSlots(clients);
     ASSERT_TRUE(waitForClosedPort(koraPort));
 
@@ -74,7 +74,7 @@ TEST_F(ConnectionsTest, SixteenControllersFillTheTableAndTheSeventeenthIsRefused
 
 TEST_F(ConnectionsTest, FreedSlotIsTheNextControllersAndStartsWithEverythingChanged)
 {
-    std::vector<koractl::KoraClient> clients;
+    std::vector<koraclient::KoraClient> clients;
     fillSlots(clients, 3);
     drainChanges(clients[0], videoLevel);
     clients.erase(clients.begin()); // connection 0 leaves

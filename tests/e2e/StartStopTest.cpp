@@ -96,7 +96,7 @@ TEST_F(StartStopTest, TerminateStopsCleanlyAndTheComponentRecordLosesItsWriter)
     EXPECT_NE(bridge().output().find("Stopping on signal 15 from process " + std::to_string(getpid())),
               std::string::npos);
     EXPECT_NE(bridge().output().find("Stopping korabridge"), std::string::npos);
-    EXPECT_THROW(client.portPresent(), koractl::KoraError);
+    EXPECT_THROW(client.portPresent(), koraclient::KoraError);
 }
 
 TEST_F(StartStopTest, InterruptBeforeAnyMembershipStopsCleanly)
@@ -132,7 +132,7 @@ TEST_F(StartStopTest, StopsWithCommandsUnderWay)
 {
     startJoined();
     auto client = connectController();
-    std::vector<koractl::TakeEntry> entries(500, koractl::TakeEntry{videoLevel, 0, 1, 1});
+    std::vector<koraclient::TakeEntry> entries(500, koraclient::TakeEntry{videoLevel, 0, 1, 1});
     std::jthread sender([&](const std::stop_token& stop) {
         try
         {
@@ -141,7 +141,7 @@ TEST_F(StartStopTest, StopsWithCommandsUnderWay)
                 client.take(entries);
             }
         }
-        catch (const koractl::KoraError&)
+        catch (const koraclient::KoraError&)
         {
             // the bridge went away, as it was told to
         }

@@ -14,7 +14,7 @@
 
 using com::tallowcrest::util::systemErrorText;
 using com::tallowcrest::util::UniqueFd;
-using koractl::Message;
+using koraclient::Message;
 
 namespace
 {

@@ -22,7 +22,7 @@ struct FakeReply
 class FakeBridge
 {
 public:
-    using Handler = std::function<FakeReply(const koractl::Message& request, std::uint32_t sequence)>;
+    using Handler = std::function<FakeReply(const koraclient::Message& request, std::uint32_t sequence)>;
 
     explicit FakeBridge(Handler handler);
     ~FakeBridge();
@@ -31,7 +31,7 @@ public:
 
     std::uint16_t port() const { return m_port; }
     /// All requests so far.
-    std::vector<koractl::Message> requests() const;
+    std::vector<koraclient::Message> requests() const;
 
 private:
     void serve();
@@ -46,7 +46,7 @@ private:
     com::tallowcrest::util::UniqueFd m_stop;
     std::uint16_t m_port = 0;
     mutable std::mutex m_mutex;
-    std::vector<koractl::Message> m_requests;
+    std::vector<koraclient::Message> m_requests;
     std::thread m_thread;
 };
 
@@ -54,5 +54,5 @@ private:
 std::vector<std::uint8_t> bytesOf(const std::vector<std::uint32_t>& words);
 
 /// A well-formed response: header, echoed tag and the words from offset 20 on.
-std::vector<std::uint8_t> responseTo(const koractl::Message& request, std::uint32_t sequence, std::uint32_t id,
+std::vector<std::uint8_t> responseTo(const koraclient::Message& request, std::uint32_t sequence, std::uint32_t id,
                                      const std::vector<std::uint32_t>& words);

@@ -30,7 +30,7 @@ constexpr auto patience = 60s;
 
 std::vector<std::uint8_t> someRequest(chaos::Dice& dice, std::uint32_t tag)
 {
-    const koractl::RequestEncoder encoder(tag);
+    const koraclient::RequestEncoder encoder(tag);
     const std::uint32_t output = dice.between(1, 288);
     switch (dice.between(0, 19))
     {
@@ -39,7 +39,7 @@ std::vector<std::uint8_t> someRequest(chaos::Dice& dice, std::uint32_t tag)
     case 1:
         return encoder.coherentTake({{2, 0, dice.between(1, 2304), output}});
     case 2:
-        return encoder.setOutputLpr({{1, output, koractl::LprCommand::forcedRelease, 0}});
+        return encoder.setOutputLpr({{1, output, koraclient::LprCommand::forcedRelease, 0}});
     case 3:
         return encoder.systemStatus(2);
     case 4:
@@ -58,15 +58,15 @@ std::vector<std::uint8_t> someRequest(chaos::Dice& dice, std::uint32_t tag)
     }
 }
 
-koractl::KoraClient connect()
+koraclient::KoraClient connect()
 {
     for (const auto end = chaos::Clock::now() + patience;;)
     {
         try
         {
-            return koractl::KoraClient("127.0.0.1", chaos::koraPort, patience);
+            return koraclient::KoraClient("127.0.0.1", chaos::koraPort, patience);
         }
-        catch (const koractl::ConnectError&)
+        catch (const koraclient::ConnectError&)
         {
             if (chaos::Clock::now() > end)
             {
@@ -144,7 +144,7 @@ void Load::guard(const std::function<void()>& work)
 void Load::sendCommands(std::size_t count, std::uint32_t seed)
 {
     chaos::Dice dice(seed);
-    koractl::KoraClient client = connect();
+    koraclient::KoraClient client = connect();
     for (std::size_t sent = 0; sent < count && !m_isFailed; sent += messagesAtOnce)
     {
         const std::uint32_t tag = client.nextTag();
@@ -182,7 +182,7 @@ void Load::connectAndLeave(std::size_t count, std::uint32_t seed)
                 }
                 try
                 {
-                    const auto request = koractl::RequestEncoder(1).portPresent();
+                    const auto request = koraclient::RequestEncoder(1).portPresent();
                     socket->send({request.begin(), request.end()});
                 }
                 catch (const std::runtime_error&)

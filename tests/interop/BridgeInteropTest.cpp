@@ -38,19 +38,19 @@ protected:
         m_peer.command("ranges video 0 1 288 1 288");
         m_peer.command("ranges audio 0 1 2304 1 2304");
         m_peer.command("member 17 R1 0");
-        ASSERT_TRUE(waitForPort(koractl::KoraClient::defaultPort, std::chrono::seconds(30)));
+        ASSERT_TRUE(waitForPort(koraclient::KoraClient::defaultPort, std::chrono::seconds(30)));
         ASSERT_TRUE(m_bridge.waitForOutput("addRouterMemberMacroXpts  TopicMacroXptOutputVideoTarget"));
         ASSERT_TRUE(m_bridge.waitForOutput("addRouterMemberMacroXpts  TopicMacroXptOutputAudioTarget"));
     }
 
-    static koractl::KoraClient connect()
+    static koraclient::KoraClient connect()
     {
-        return koractl::KoraClient::connect("127.0.0.1", koractl::KoraClient::defaultPort,
-                                            testsupport::scaled(std::chrono::seconds(10)));
+        return koraclient::KoraClient::connect("127.0.0.1", koraclient::KoraClient::defaultPort,
+                                               testsupport::scaled(std::chrono::seconds(10)));
     }
 
-    static bool waitForStatus(koractl::KoraClient& client, std::uint32_t level, std::uint32_t output,
-                              const koractl::OutputStatus& status)
+    static bool waitForStatus(koraclient::KoraClient& client, std::uint32_t level, std::uint32_t output,
+                              const koraclient::OutputStatus& status)
     {
         return waitUntil([&] { return client.outputStatus(0, level, output, 1).entries.at(0) == status; });
     }
@@ -82,14 +82,14 @@ TEST_F(BridgeInteropTest, LockTravelsBothWays)
     auto controller = connect();
     ASSERT_EQ(controller.take({{videoLevel, 42, 5, 7}}), Results{0});
 
-    ASSERT_EQ(controller.setOutputLpr({{videoLevel, 7, koractl::LprCommand::lock, 42}}).results, Results{0});
+    ASSERT_EQ(controller.setOutputLpr({{videoLevel, 7, koraclient::LprCommand::lock, 42}}).results, Results{0});
 
     EXPECT_TRUE(waitUntil([&] {
         const std::string line = m_peer.waitForLineWith("video-target output=7 ");
         return line.ends_with("lprId=42 lprState=2");
     })) << m_peer.output();
     m_peer.command("status video 7 5 0 42 2");
-    const auto locked = static_cast<std::uint32_t>(koractl::LprState::locked);
+    const auto locked = static_cast<std::uint32_t>(koraclient::LprState::locked);
     EXPECT_TRUE(waitForStatus(controller, videoLevel, 7, {.result = 0, .input = 5, .lprState = locked, .lprId = 42}));
     EXPECT_EQ(controller.take({{videoLevel, 42, 6, 7}}), Results{12});
 }

@@ -13,7 +13,7 @@
 namespace
 {
 
-using koractl::KoraClient;
+using koraclient::KoraClient;
 using testsupport::waitUntil;
 
 constexpr std::uint32_t audioLevel = 2;
@@ -49,9 +49,9 @@ protected:
     static std::size_t taken() { return threadAllocations::of("Bridge Apartmen") + threadAllocations::of("Kora:"); }
 };
 
-std::vector<koractl::TakeEntry> takes(std::uint32_t count, std::uint32_t input)
+std::vector<koraclient::TakeEntry> takes(std::uint32_t count, std::uint32_t input)
 {
-    std::vector<koractl::TakeEntry> entries;
+    std::vector<koraclient::TakeEntry> entries;
     for (std::uint32_t i = 0; i < count; ++i)
     {
         entries.push_back({.level = audioLevel, .lprId = 1, .input = input, .output = i + 1});
@@ -80,10 +80,10 @@ TEST_F(AllocationsTest, NoCommandTakesMemoryFromTheHeapOnItsWayThroughTheBridge)
     bool isLocked = false;
     const auto nextCommand = [&isLocked] {
         isLocked = !isLocked;
-        return isLocked ? koractl::LprCommand::lock : koractl::LprCommand::release;
+        return isLocked ? koraclient::LprCommand::lock : koraclient::LprCommand::release;
     };
     expectAtMost(growthOfQueue, "lock and release", [&] {
-        const std::vector<koractl::LprEntry> entries{
+        const std::vector<koraclient::LprEntry> entries{
             {.level = audioLevel, .output = 100, .command = nextCommand(), .lprId = 7}};
         ASSERT_EQ(controller.setOutputLpr(entries).results.at(0), 0U);
     });

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-using koractl::KoraClient;
+using koraclient::KoraClient;
 using testsupport::waitUntil;
 
 namespace
@@ -23,7 +23,7 @@ constexpr const char* videoTargets = "TopicMacroXptOutputVideoTarget";
 class RefusedWriteTest : public BridgeWithin
 {
 protected:
-    static std::vector<koractl::TakeEntry> entry(std::uint32_t input, std::uint32_t output)
+    static std::vector<koraclient::TakeEntry> entry(std::uint32_t input, std::uint32_t output)
     {
         return {{.level = videoLevel, .lprId = 42, .input = input, .output = output}};
     }
@@ -53,7 +53,7 @@ TEST_F(RefusedWriteTest, TakeThatTheBusRefusesIsAnsweredWithTheErrorAndIsNotKept
         controller.take(entry(6, 7));
         ADD_FAILURE() << "answered as if it had been done";
     }
-    catch (const koractl::ErrorResponse& error)
+    catch (const koraclient::ErrorResponse& error)
     {
         EXPECT_EQ(error.code(), 8U);
     }

@@ -32,7 +32,7 @@ protected:
 class BusyController
 {
 public:
-    explicit BusyController(koractl::KoraClient client) : m_client(std::move(client)) {}
+    explicit BusyController(koraclient::KoraClient client) : m_client(std::move(client)) {}
 
     std::uint64_t takes() const { return m_takes.load(); }
 
@@ -47,13 +47,13 @@ private:
                 ++m_takes;
             }
         }
-        catch (const koractl::KoraError&)
+        catch (const koraclient::KoraError&)
         {
             // the bridge went away, as it was told to
         }
     }
 
-    koractl::KoraClient m_client;
+    koraclient::KoraClient m_client;
     std::atomic<std::uint64_t> m_takes{0};
     std::jthread m_thread{[this](const std::stop_token& stop) { run(stop); }};
 };

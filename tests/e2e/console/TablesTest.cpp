@@ -75,7 +75,7 @@ TEST_F(ConsoleTablesTest, TargetAndStatusRowsShowWhatWasTakenAndLocked)
     auto client = connectController();
     Operator sut;
     ASSERT_EQ(client.take({{videoLevel, 42, 5, 7}}), std::vector<std::uint32_t>{0});
-    ASSERT_EQ(client.setOutputLpr({{videoLevel, 8, koractl::LprCommand::protect, 9}}).results,
+    ASSERT_EQ(client.setOutputLpr({{videoLevel, 8, koraclient::LprCommand::protect, 9}}).results,
               std::vector<std::uint32_t>{0});
     ASSERT_TRUE(waitForInput(client, videoLevel, 7, 5));
     ASSERT_TRUE(
@@ -146,7 +146,7 @@ TEST_F(ConsoleTablesTest, EveryTableIsServedBeforeAnyJoin)
 TEST_F(ConsoleTablesTest, EveryTableIsServedWithAllSixteenControllersConnected)
 {
     startJoined();
-    std::vector<koractl::KoraClient> clients;
+    std::vector<koraclient::KoraClient> clients;
     while (clients.size() < 16)
     {
         clients.push_back(connectController());

@@ -38,7 +38,7 @@ std::string secondsBefore(DurableController::Clock::time_point kept, DurableCont
 
 std::atomic<std::uint32_t> DurableController::s_nextNumber{1};
 
-void DurableController::load(koractl::KoraClient client, const std::atomic<bool>& isKilled)
+void DurableController::load(koraclient::KoraClient client, const std::atomic<bool>& isKilled)
 {
     m_released.clear();
     m_done = {};
@@ -48,7 +48,7 @@ void DurableController::load(koractl::KoraClient client, const std::atomic<bool>
     {
         loadUntilClosed(client);
     }
-    catch (const koractl::KoraError& error)
+    catch (const koraclient::KoraError& error)
     {
         if (!isKilled)
         {
@@ -61,7 +61,7 @@ void DurableController::load(koractl::KoraClient client, const std::atomic<bool>
     }
 }
 
-void DurableController::loadUntilClosed(koractl::KoraClient& client)
+void DurableController::loadUntilClosed(koraclient::KoraClient& client)
 {
     for (;;)
     {
@@ -78,10 +78,10 @@ void DurableController::loadUntilClosed(koractl::KoraClient& client)
     }
 }
 
-void DurableController::take(koractl::KoraClient& client)
+void DurableController::take(koraclient::KoraClient& client)
 {
     const auto outputs = someOutputs(true);
-    std::vector<koractl::TakeEntry> entries;
+    std::vector<koraclient::TakeEntry> entries;
     for (const Output& output : outputs)
     {
         const std::uint32_t input = between(1, sizeOf(output.first));
@@ -92,16 +92,16 @@ void DurableController::take(koractl::KoraClient& client)
     (outputs.front().first == Signal::Video ? m_done.videoTakes : m_done.audioTakes) += outputs.size();
 }
 
-void DurableController::setLpr(koractl::KoraClient& client)
+void DurableController::setLpr(koraclient::KoraClient& client)
 {
     const auto outputs = someOutputs(false);
-    std::vector<koractl::LprEntry> entries;
+    std::vector<koraclient::LprEntry> entries;
     for (const Output& output : outputs)
     {
         const bool isLock = m_released.erase(output) > 0;
         const auto& made = request(output, std::nullopt, isLock ? LPR_LOCKED : LPR_RELEASED);
         entries.push_back({levelOf(output.first), output.second,
-                           isLock ? koractl::LprCommand::lock : koractl::LprCommand::forcedRelease, made.number});
+                           isLock ? koraclient::LprCommand::lock : koraclient::LprCommand::forcedRelease, made.number});
         if (!isLock)
         {
             m_released.insert(output);

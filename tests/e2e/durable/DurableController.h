@@ -41,7 +41,7 @@ public:
     {}
 
     /// Returns when the connection ends. That is a failure before `isKilled`, and so is a refusal and anything else.
-    void load(koractl::KoraClient client, const std::atomic<bool>& isKilled);
+    void load(koraclient::KoraClient client, const std::atomic<bool>& isKilled);
     /// Whether some of everything has been acknowledged since the load began; thread-safe.
     bool hasDoneEverything() const { return m_hasDoneEverything; }
     /// What has gone wrong while loading; empty when nothing has.
@@ -69,9 +69,9 @@ private:
         }
     };
 
-    void loadUntilClosed(koractl::KoraClient& client);
-    void take(koractl::KoraClient& client);
-    void setLpr(koractl::KoraClient& client);
+    void loadUntilClosed(koraclient::KoraClient& client);
+    void take(koraclient::KoraClient& client);
+    void setLpr(koraclient::KoraClient& client);
     /// Different outputs of this controller: of the lower half of its own for takes, of the upper half for locks, so
     /// that nothing is refused.
     std::vector<Output> someOutputs(bool isForTakes);

@@ -25,7 +25,7 @@ protected:
         auto client = connectController();
         ASSERT_EQ(client.take({{videoLevel, 42, 5, 7}, {audioLevel, 0, 100, 2304}}),
                   (std::vector<std::uint32_t>{0, 0}));
-        ASSERT_EQ(client.setOutputLpr({{videoLevel, 7, koractl::LprCommand::lock, 42}}).results,
+        ASSERT_EQ(client.setOutputLpr({{videoLevel, 7, koraclient::LprCommand::lock, 42}}).results,
                   std::vector<std::uint32_t>{0});
         // Seen by the router, so that what it sees later is what was published again.
         ASSERT_TRUE(

@@ -62,11 +62,11 @@ protected:
         m_far->signal(SIGKILL);
         ASSERT_EQ(m_far->waitForExit(), 128 + SIGKILL);
     }
-    static koractl::KoraClient connectFar()
+    static koraclient::KoraClient connectFar()
     {
-        return koractl::KoraClient(thereAddress, koraPort, testsupport::scaled(std::chrono::seconds(10)));
+        return koraclient::KoraClient(thereAddress, koraPort, testsupport::scaled(std::chrono::seconds(10)));
     }
-    void take(koractl::KoraClient& client, std::uint32_t input, std::uint32_t output)
+    void take(koraclient::KoraClient& client, std::uint32_t input, std::uint32_t output)
     {
         ASSERT_EQ(client.take({{videoLevel, 0, input, output}}), std::vector<std::uint32_t>{0});
         ASSERT_TRUE(record().waitForTarget(

@@ -92,7 +92,7 @@ double FaultFixture::processorShare(std::chrono::milliseconds during) const
     return static_cast<double>((cpuTime() - before).count()) / static_cast<double>(during.count());
 }
 
-testing::AssertionResult FaultFixture::takesReachTheRouter(koractl::KoraClient& controller, std::uint32_t output)
+testing::AssertionResult FaultFixture::takesReachTheRouter(koraclient::KoraClient& controller, std::uint32_t output)
 {
     const std::uint32_t input = m_nextInput;
     m_nextInput = m_nextInput % 288 + 1; // as many as the level has

@@ -36,7 +36,7 @@ protected:
     double processorShare(std::chrono::milliseconds during) const;
 
     /// True when a controller's take is answered and reaches the router.
-    testing::AssertionResult takesReachTheRouter(koractl::KoraClient& controller, std::uint32_t output);
+    testing::AssertionResult takesReachTheRouter(koraclient::KoraClient& controller, std::uint32_t output);
 
     static std::size_t countOf(const std::string& text, const std::string& part);
 

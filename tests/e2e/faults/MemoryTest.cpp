@@ -106,7 +106,7 @@ TEST_F(MemoryTest, LargestRequestsAreAnsweredWithoutMemoryToSpare)
 TEST_F(MemoryTest, ControllerWhoseCommandFindsNoMemoryLosesItsConnectionAtWorst)
 {
     startJoined();
-    std::vector<koractl::KoraClient> controllers;
+    std::vector<koraclient::KoraClient> controllers;
     for (int i = 0; i < 8; ++i)
     {
         controllers.push_back(connectController());
@@ -119,7 +119,7 @@ TEST_F(MemoryTest, ControllerWhoseCommandFindsNoMemoryLosesItsConnectionAtWorst)
         {
             controller.outputStatus(1, audioLevel, 1, 1000);
         }
-        catch (const koractl::PeerClosed&) // the worst that may happen
+        catch (const koraclient::PeerClosed&) // the worst that may happen
         {}
     }
 

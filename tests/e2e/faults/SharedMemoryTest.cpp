@@ -56,7 +56,7 @@ protected:
     }
 
     /// The time with which a take is stamped at the moment.
-    std::uint32_t stampOfATake(koractl::KoraClient& controller)
+    std::uint32_t stampOfATake(koraclient::KoraClient& controller)
     {
         EXPECT_TRUE(takesReachTheRouter(controller, 9));
         const auto target = record().lastTarget(Signal::Video, 9);

@@ -5,7 +5,7 @@
 #include "tests/e2e/support/BridgeFixture.h"
 #include "tests/support/TempDir.h"
 
-using koractl::LprCommand;
+using koraclient::LprCommand;
 using testsupport::ChildProcess;
 
 namespace
@@ -39,7 +39,7 @@ protected:
         return all.substr(all.find("\nlevel "));
     }
 
-    static bool waitForState(koractl::KoraClient& client, std::uint32_t output, std::uint32_t state)
+    static bool waitForState(koraclient::KoraClient& client, std::uint32_t output, std::uint32_t state)
     {
         return testsupport::waitUntil(
             [&] { return client.outputStatus(2, e2e::videoLevel, output, 1).entries.front().lprState == state; });
@@ -54,8 +54,8 @@ private:
 TEST_F(Koractl, BackupIsRestoredOverTakesAndLocksMadeSince)
 {
     startJoined();
-    koractl::KoraClient client = connectController();
-    std::vector<koractl::TakeEntry> routes;
+    koraclient::KoraClient client = connectController();
+    std::vector<koraclient::TakeEntry> routes;
     for (std::uint32_t output = 1; output <= 288; ++output)
     {
         routes.push_back({.level = 1, .lprId = 0, .input = 289 - output, .output = output});
@@ -67,7 +67,7 @@ TEST_F(Koractl, BackupIsRestoredOverTakesAndLocksMadeSince)
     ASSERT_EQ(run({"backup", file("wanted"), "--level", "1"}).out,
               "level 1: 288 outputs, 288 routes, 2 locked or protected\n");
 
-    for (koractl::TakeEntry& route : routes)
+    for (koraclient::TakeEntry& route : routes)
     {
         route.input = 5;
     }
@@ -95,7 +95,7 @@ TEST_F(Koractl, BackupIsRestoredOverTakesAndLocksMadeSince)
 TEST_F(Koractl, WatchOutlivesARestartOfTheBridgeAndTellsWhatDiffers)
 {
     startJoined();
-    koractl::KoraClient client = connectController();
+    koraclient::KoraClient client = connectController();
     ASSERT_EQ(client.take({{.level = 1, .lprId = 42, .input = 5, .output = 7}}).front(), 0U);
     ASSERT_TRUE(waitForInput(client, 1, 7, 5));
     ChildProcess sut(testsupport::programPath("koractl"), {"watch", "1", "--interval", "50ms"});

@@ -50,7 +50,8 @@ SecuredBus::Child SecuredBus::startSecuredRouter(const std::string& partition) c
     return startInside("korasim", {"--frame", "17", "--partition", partition}, certificatesOf("router1"));
 }
 
-testing::AssertionResult SecuredBus::takes(koractl::KoraClient& controller, std::uint32_t output, std::uint32_t input)
+testing::AssertionResult SecuredBus::takes(koraclient::KoraClient& controller, std::uint32_t output,
+                                           std::uint32_t input)
 {
     std::vector<std::uint32_t> results;
     if (!testsupport::waitUntil([&] {

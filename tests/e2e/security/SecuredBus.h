@@ -34,7 +34,8 @@ protected:
     /// A simulated router inside, that takes its commands from its input.
     Child startSecuredRouter(const std::string& partition) const;
     /// Waits until a take is permitted, which says that the ranges have come.
-    static testing::AssertionResult takes(koractl::KoraClient& controller, std::uint32_t output, std::uint32_t input);
+    static testing::AssertionResult takes(koraclient::KoraClient& controller, std::uint32_t output,
+                                          std::uint32_t input);
 
     testsupport::TempDir m_directory;
 };

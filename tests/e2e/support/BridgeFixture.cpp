@@ -51,16 +51,16 @@ int BridgeFixture::stopBridge()
     return m_bridge->waitForExit().value_or(-1);
 }
 
-koractl::KoraClient BridgeFixture::connectController()
+koraclient::KoraClient BridgeFixture::connectController()
 {
     const auto end = std::chrono::steady_clock::now() + testsupport::scaled(std::chrono::seconds(10));
     while (true)
     {
         try
         {
-            return koractl::KoraClient("127.0.0.1", koraPort, testsupport::scaled(std::chrono::seconds(10)));
+            return koraclient::KoraClient("127.0.0.1", koraPort, testsupport::scaled(std::chrono::seconds(10)));
         }
-        catch (const koractl::ConnectError&)
+        catch (const koraclient::ConnectError&)
         {
             if (std::chrono::steady_clock::now() >= end)
             {
@@ -71,7 +71,7 @@ koractl::KoraClient BridgeFixture::connectController()
     }
 }
 
-bool BridgeFixture::waitForInput(koractl::KoraClient& client, std::uint32_t level, std::uint32_t output,
+bool BridgeFixture::waitForInput(koraclient::KoraClient& client, std::uint32_t level, std::uint32_t output,
                                  std::uint32_t input)
 {
     return waitUntil([&] {
@@ -80,10 +80,10 @@ bool BridgeFixture::waitForInput(koractl::KoraClient& client, std::uint32_t leve
     });
 }
 
-std::vector<koractl::OutputChange> BridgeFixture::drainChanges(koractl::KoraClient& client, std::uint32_t level,
-                                                               std::uint32_t format)
+std::vector<koraclient::OutputChange> BridgeFixture::drainChanges(koraclient::KoraClient& client, std::uint32_t level,
+                                                                  std::uint32_t format)
 {
-    std::vector<koractl::OutputChange> all;
+    std::vector<koraclient::OutputChange> all;
     bool more = true;
     while (more)
     {
@@ -94,8 +94,8 @@ std::vector<koractl::OutputChange> BridgeFixture::drainChanges(koractl::KoraClie
     return all;
 }
 
-bool BridgeFixture::waitForChange(koractl::KoraClient& client, std::uint32_t level,
-                                  const std::function<bool(const koractl::OutputChange&)>& predicate)
+bool BridgeFixture::waitForChange(koraclient::KoraClient& client, std::uint32_t level,
+                                  const std::function<bool(const koraclient::OutputChange&)>& predicate)
 {
     return waitUntil([&] {
         const auto changes = drainChanges(client, level);

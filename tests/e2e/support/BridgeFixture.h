@@ -47,17 +47,17 @@ protected:
     int stopBridge();
 
     /// A controller. Waits for a free slot when the port is closed at the moment.
-    static koractl::KoraClient connectController();
+    static koraclient::KoraClient connectController();
 
     /// Waits until an output shows an input in a controller's status request.
-    static bool waitForInput(koractl::KoraClient& client, std::uint32_t level, std::uint32_t output,
+    static bool waitForInput(koraclient::KoraClient& client, std::uint32_t level, std::uint32_t output,
                              std::uint32_t input);
     /// Every change that is pending for a connection, however many requests that takes.
-    static std::vector<koractl::OutputChange> drainChanges(koractl::KoraClient& client, std::uint32_t level,
-                                                           std::uint32_t format = 0);
+    static std::vector<koraclient::OutputChange> drainChanges(koraclient::KoraClient& client, std::uint32_t level,
+                                                              std::uint32_t format = 0);
     /// Waits for a change of an output that satisfies `predicate`.
-    static bool waitForChange(koractl::KoraClient& client, std::uint32_t level,
-                              const std::function<bool(const koractl::OutputChange&)>& predicate);
+    static bool waitForChange(koraclient::KoraClient& client, std::uint32_t level,
+                              const std::function<bool(const koraclient::OutputChange&)>& predicate);
 
     static MacroXptOutput
     xpt(std::uint32_t output, std::uint32_t input, std::uint32_t lprId = 0,

@@ -42,7 +42,8 @@ Question questionOf(std::span<const std::uint8_t> bytes)
             .count = std::uint32_t{bytes[5]} << 8U | bytes[6]};
 }
 
-koractl::Expectation expectationOf(const koractl::Message& message, const Question& question, std::uint32_t responseId)
+koraclient::Expectation expectationOf(const koraclient::Message& message, const Question& question,
+                                      std::uint32_t responseId)
 {
     // Tag and sequence as received, or else nearly no message would pass; in one case of 16 as asked.
     const bool isStrict = (question.command & 0xf0U) == 0xf0U;
@@ -51,7 +52,7 @@ koractl::Expectation expectationOf(const koractl::Message& message, const Questi
             .sequence = isStrict ? question.count : message.sequence()};
 }
 
-void requireSame(const koractl::Message& message, const Words& payload)
+void requireSame(const koraclient::Message& message, const Words& payload)
 {
     require(message.size() == (payload.size() + 5) * wireLayout::wordBytes, "a decoded response has its whole length");
     for (std::size_t i = 0; i < payload.size(); ++i)
@@ -60,7 +61,7 @@ void requireSame(const koractl::Message& message, const Words& payload)
     }
 }
 
-void requireFault(const koractl::Message& message, const koractl::Fault& fault)
+void requireFault(const koraclient::Message& message, const koraclient::Fault& fault)
 {
     require(!fault.text.empty() && fault.text.size() < 200, "a fault says what came");
     if (fault.isErrorResponse)
@@ -71,7 +72,7 @@ void requireFault(const koractl::Message& message, const koractl::Fault& fault)
 }
 
 template <typename T, typename Encode>
-void check(const koractl::Message& message, const koractl::Decoded<T>& decoded, Encode encode)
+void check(const koraclient::Message& message, const koraclient::Decoded<T>& decoded, Encode encode)
 {
     if (!decoded.isOk())
     {
@@ -83,9 +84,9 @@ void check(const koractl::Message& message, const koractl::Decoded<T>& decoded, 
     requireSame(message, encode(decoded.value()));
 }
 
-void decodeTake(const koractl::Message& message, const Question& question)
+void decodeTake(const koraclient::Message& message, const Question& question)
 {
-    const koractl::ResponseDecoder sut(message, expectationOf(message, question, wireLayout::rspId::take));
+    const koraclient::ResponseDecoder sut(message, expectationOf(message, question, wireLayout::rspId::take));
     check(message, sut.takeResults(question.count), [](const Words& results) {
         Words words{static_cast<std::uint32_t>(results.size())};
         words.insert(words.end(), results.begin(), results.end());
@@ -93,20 +94,20 @@ void decodeTake(const koractl::Message& message, const Question& question)
     });
 }
 
-void decodeLpr(const koractl::Message& message, const Question& question)
+void decodeLpr(const koraclient::Message& message, const Question& question)
 {
-    const koractl::ResponseDecoder sut(message, expectationOf(message, question, wireLayout::rspId::setOutputLpr));
-    check(message, sut.lprResult(question.count), [](const koractl::LprResult& result) {
+    const koraclient::ResponseDecoder sut(message, expectationOf(message, question, wireLayout::rspId::setOutputLpr));
+    check(message, sut.lprResult(question.count), [](const koraclient::LprResult& result) {
         Words words{result.status, static_cast<std::uint32_t>(result.results.size())};
         words.insert(words.end(), result.results.begin(), result.results.end());
         return words;
     });
 }
 
-void decodeTally(const koractl::Message& message, const Question& question)
+void decodeTally(const koraclient::Message& message, const Question& question)
 {
-    const koractl::ResponseDecoder sut(message, expectationOf(message, question, wireLayout::rspId::tally));
-    check(message, sut.tally(question.level, question.first, question.count), [&](const koractl::Tally& tally) {
+    const koraclient::ResponseDecoder sut(message, expectationOf(message, question, wireLayout::rspId::tally));
+    check(message, sut.tally(question.level, question.first, question.count), [&](const koraclient::Tally& tally) {
         require(tally.level == question.level && tally.first == question.first, "a tally is the one asked for");
         require(tally.entries.size() <= question.count, "a tally has no more than was asked for");
         Words words{tally.level, tally.first, static_cast<std::uint32_t>(tally.entries.size())};
@@ -118,11 +119,12 @@ void decodeTally(const koractl::Message& message, const Question& question)
     });
 }
 
-void decodeStatus(const koractl::Message& message, const Question& question)
+void decodeStatus(const koraclient::Message& message, const Question& question)
 {
-    const koractl::ResponseDecoder sut(message, expectationOf(message, question, wireLayout::rspId::getOutputStatus));
+    const koraclient::ResponseDecoder sut(message,
+                                          expectationOf(message, question, wireLayout::rspId::getOutputStatus));
     const auto decoded = sut.outputStatus(question.format, question.level, question.first, question.count);
-    check(message, decoded, [&](const koractl::OutputStatusBlock& block) {
+    check(message, decoded, [&](const koraclient::OutputStatusBlock& block) {
         require(block.entries.size() <= question.count, "a status has no more than was asked for");
         Words words{block.format, block.level, block.first, static_cast<std::uint32_t>(block.entries.size())};
         for (const auto& entry : block.entries)
@@ -137,10 +139,11 @@ void decodeStatus(const koractl::Message& message, const Question& question)
     });
 }
 
-void decodeChanges(const koractl::Message& message, const Question& question)
+void decodeChanges(const koraclient::Message& message, const Question& question)
 {
-    const koractl::ResponseDecoder sut(message, expectationOf(message, question, wireLayout::rspId::getOutputChanges));
-    check(message, sut.outputChanges(question.format, question.level), [](const koractl::OutputChanges& changes) {
+    const koraclient::ResponseDecoder sut(message,
+                                          expectationOf(message, question, wireLayout::rspId::getOutputChanges));
+    check(message, sut.outputChanges(question.format, question.level), [](const koraclient::OutputChanges& changes) {
         Words words{changes.format, changes.level, static_cast<std::uint32_t>(changes.entries.size()),
                     changes.more ? 1U : 0U};
         for (const auto& entry : changes.entries)
@@ -155,30 +158,30 @@ void decodeChanges(const koractl::Message& message, const Question& question)
     });
 }
 
-void decodeFixed(const koractl::Message& message, const Question& question)
+void decodeFixed(const koraclient::Message& message, const Question& question)
 {
     const auto sut = [&](std::uint32_t id) {
-        return koractl::ResponseDecoder(message, expectationOf(message, question, id));
+        return koraclient::ResponseDecoder(message, expectationOf(message, question, id));
     };
     check(message, sut(wireLayout::rspId::partitionInfo).partitionInfo(),
-          [](const koractl::PartitionInfo& info) { return Words(info.begin(), info.end()); });
+          [](const koraclient::PartitionInfo& info) { return Words(info.begin(), info.end()); });
     check(message, sut(wireLayout::rspId::routerPortPresent).portPresent(),
           [](std::uint32_t result) { return Words{result}; });
     check(message, sut(wireLayout::rspId::readySystemStatus).systemStatus(question.format),
-          [](const koractl::SystemStatus& status) {
+          [](const koraclient::SystemStatus& status) {
               Words words{status.format};
               words.insert(words.end(), status.words.begin(), status.words.end());
               return words;
           });
     check(message, sut(wireLayout::rspId::ccPresence).cardPresence(question.level),
-          [](const koractl::CardPresence& presence) {
+          [](const koraclient::CardPresence& presence) {
               Words words{presence.word};
               words.insert(words.end(), presence.words.begin(), presence.words.end());
               return words;
           });
 }
 
-void decode(const koractl::Message& message, const Question& question)
+void decode(const koraclient::Message& message, const Question& question)
 {
     switch (question.command & 0x0fU)
     {
@@ -201,7 +204,7 @@ void decode(const koractl::Message& message, const Question& question)
         decodeFixed(message, question);
         break;
     }
-    const auto fault = koractl::ResponseDecoder(message, expectationOf(message, question, 0)).checkEnvelope();
+    const auto fault = koraclient::ResponseDecoder(message, expectationOf(message, question, 0)).checkEnvelope();
     require(!fault || !fault->text.empty(), "a fault says what came");
 }
 
@@ -218,10 +221,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     auto stream = input.subspan(questionBytes);
 
     // A message need not come from the cutter: one of any size.
-    decode(koractl::Message(std::vector<std::uint8_t>(stream.begin(), stream.end())), question);
+    decode(koraclient::Message(std::vector<std::uint8_t>(stream.begin(), stream.end())), question);
 
     fuzz::Segments segments(data[0]);
-    koractl::MessageCutter cutter;
+    koraclient::MessageCutter cutter;
     std::size_t appended = 0;
     std::size_t cut = 0;
     while (!stream.empty())

@@ -5,7 +5,7 @@
 #include "tests/fakes/FakeBridge.h"
 
 using namespace korabench;
-using koractl::Message;
+using koraclient::Message;
 
 namespace
 {

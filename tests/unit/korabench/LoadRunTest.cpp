@@ -12,7 +12,7 @@
 #include "tests/fakes/FakeBridge.h"
 
 using namespace korabench;
-using koractl::Message;
+using koraclient::Message;
 
 namespace
 {

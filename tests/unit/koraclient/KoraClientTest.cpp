@@ -15,7 +15,7 @@
 #include "tests/support/FailingCall.h"
 #include "tests/support/WaitUntil.h"
 
-using namespace koractl;
+using namespace koraclient;
 using namespace std::chrono_literals;
 
 namespace

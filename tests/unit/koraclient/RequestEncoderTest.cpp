@@ -6,7 +6,7 @@
 
 #include "tests/fakes/FakeBridge.h"
 
-using namespace koractl;
+using namespace koraclient;
 
 namespace
 {

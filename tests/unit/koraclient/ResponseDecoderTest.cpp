@@ -4,7 +4,7 @@
 
 #include "tests/fakes/FakeBridge.h"
 
-using namespace koractl;
+using namespace koraclient;
 
 namespace
 {

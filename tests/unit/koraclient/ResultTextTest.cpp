@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-using namespace koractl;
+using namespace koraclient;
 
 TEST(ResultText, TakeRefusalsAreSentences)
 {

@@ -8,7 +8,7 @@
 #include "koraclient/Errors.h"
 #include "tests/fakes/FakeBridge.h"
 
-using namespace koractl;
+using namespace koraclient;
 using namespace std::chrono_literals;
 
 namespace

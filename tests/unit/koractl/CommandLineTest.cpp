@@ -313,7 +313,7 @@ TEST(CommandLineTrouble, GivenNobodyListeningExits3)
 
 TEST(CommandLineTrouble, GivenSilentBridgeExits3AfterTheTimeout)
 {
-    FakeBridge bridge([](const koractl::Message&, std::uint32_t) { return FakeReply{}; });
+    FakeBridge bridge([](const koraclient::Message&, std::uint32_t) { return FakeReply{}; });
 
     const auto outcome = run({"--port", std::to_string(bridge.port()), "--timeout", "50ms", "port"});
 
@@ -323,7 +323,7 @@ TEST(CommandLineTrouble, GivenSilentBridgeExits3AfterTheTimeout)
 
 TEST(CommandLineTrouble, GivenBridgeThatClosesExits3)
 {
-    FakeBridge bridge([](const koractl::Message&, std::uint32_t) { return FakeReply{{}, true}; });
+    FakeBridge bridge([](const koraclient::Message&, std::uint32_t) { return FakeReply{{}, true}; });
 
     const auto outcome = runAt(bridge, {"watch", "1"});
 
@@ -336,7 +336,7 @@ TEST(CommandLineTrouble, GivenBridgeThatClosesAfterItsAnswerStillShowsTheAnswer)
     for (const std::string command : {"take", "lock"})
     {
         FakeRouter router;
-        FakeBridge bridge([&router](const koractl::Message& request, std::uint32_t sequence) {
+        FakeBridge bridge([&router](const koraclient::Message& request, std::uint32_t sequence) {
             return FakeReply{router(request, sequence).bytes, true};
         });
 
@@ -355,7 +355,7 @@ TEST(CommandLineTrouble, GivenBridgeThatLeavesBetweenMessagesShowsWhatWasAnswere
     for (const std::string command : {"take", "lock"})
     {
         FakeRouter router;
-        FakeBridge bridge([&router](const koractl::Message& request, std::uint32_t sequence) {
+        FakeBridge bridge([&router](const koraclient::Message& request, std::uint32_t sequence) {
             return sequence == 0 ? router(request, sequence) : FakeReply{{}, true};
         });
         std::vector<std::string> arguments{command};
@@ -410,7 +410,7 @@ TEST_F(CommandLine, LatencyOfRefusedRequestsExits1)
 TEST(CommandLineTrouble, GivenBridgeThatLeavesWhileMeasuredShowsTheTimesSoFar)
 {
     FakeRouter router;
-    FakeBridge bridge([&router](const koractl::Message& request, std::uint32_t sequence) {
+    FakeBridge bridge([&router](const koraclient::Message& request, std::uint32_t sequence) {
         return sequence < 4 ? router(request, sequence) : FakeReply{{}, true};
     });
 
@@ -460,7 +460,7 @@ TEST_F(CommandLine, GivenBadNamesSaysWhereAndSendsNothing)
 
 TEST(CommandLineTrouble, GivenTallyAnsweredWithoutEntriesExits3)
 {
-    FakeBridge bridge([](const koractl::Message& request, std::uint32_t sequence) {
+    FakeBridge bridge([](const koraclient::Message& request, std::uint32_t sequence) {
         return FakeReply{responseTo(request, sequence, 0x8000005e, {1, 0, 0}), false};
     });
 

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-using koractl::Message;
+using koraclient::Message;
 
 FakeLevel::FakeLevel(std::uint32_t ports)
 {

@@ -25,7 +25,7 @@ public:
     /// Every output n shows input n.
     explicit FakeLevel(std::uint32_t ports);
 
-    FakeReply operator()(const koractl::Message& request, std::uint32_t sequence);
+    FakeReply operator()(const koraclient::Message& request, std::uint32_t sequence);
 
     Output& output(std::uint32_t number) { return m_outputs.at(number); }
     /// Input refused by takes, as one that no router member offers.
@@ -34,9 +34,9 @@ public:
 private:
     std::uint32_t take(std::uint32_t level, std::uint32_t lprId, std::uint32_t input, std::uint32_t output);
     std::uint32_t setLpr(std::uint32_t level, std::uint32_t output, std::uint32_t code, std::uint32_t lprId);
-    FakeReply entryList(const koractl::Message& request, std::uint32_t sequence, bool isTake);
-    FakeReply status(const koractl::Message& request, std::uint32_t sequence) const;
-    FakeReply changes(const koractl::Message& request, std::uint32_t sequence);
+    FakeReply entryList(const koraclient::Message& request, std::uint32_t sequence, bool isTake);
+    FakeReply status(const koraclient::Message& request, std::uint32_t sequence) const;
+    FakeReply changes(const koraclient::Message& request, std::uint32_t sequence);
 
     std::map<std::uint32_t, Output> m_outputs;
     std::set<std::uint32_t> m_changed;

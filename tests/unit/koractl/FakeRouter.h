@@ -11,12 +11,12 @@
 class FakeRouter
 {
 public:
-    FakeReply operator()(const koractl::Message& request, std::uint32_t sequence);
+    FakeReply operator()(const koraclient::Message& request, std::uint32_t sequence);
 
 private:
-    FakeReply entryList(const koractl::Message& request, std::uint32_t sequence, bool isTake) const;
-    FakeReply status(const koractl::Message& request, std::uint32_t sequence, bool isTally) const;
-    FakeReply changes(const koractl::Message& request, std::uint32_t sequence);
+    FakeReply entryList(const koraclient::Message& request, std::uint32_t sequence, bool isTake) const;
+    FakeReply status(const koraclient::Message& request, std::uint32_t sequence, bool isTally) const;
+    FakeReply changes(const koraclient::Message& request, std::uint32_t sequence);
     /// Result, input, state, holder.
     static std::vector<std::uint32_t> statusOf(std::uint32_t level, std::uint32_t output);
 

@@ -152,7 +152,7 @@ TEST(Koractl, WatchWhoseBridgeGoesAwaySaysSoAndConnectsAgain)
 {
     FakeRouter router;
     bool hasLeft = false;
-    FakeBridge bridge([&](const koractl::Message& request, std::uint32_t sequence) {
+    FakeBridge bridge([&](const koraclient::Message& request, std::uint32_t sequence) {
         FakeReply reply = router(request, sequence);
         reply.isClosing = sequence == 3 && !hasLeft;
         hasLeft = hasLeft || reply.isClosing;
@@ -170,7 +170,7 @@ TEST(Koractl, WatchWhoseBridgeGoesAwaySaysSoAndConnectsAgain)
 TEST(Koractl, WatchWithoutReconnectingExits3WhenItsBridgeGoesAway)
 {
     FakeRouter router;
-    FakeBridge bridge([&router](const koractl::Message& request, std::uint32_t sequence) {
+    FakeBridge bridge([&router](const koraclient::Message& request, std::uint32_t sequence) {
         FakeReply reply = router(request, sequence);
         reply.isClosing = sequence == 3;
         return reply;
@@ -183,7 +183,7 @@ TEST(Koractl, WatchWithoutReconnectingExits3WhenItsBridgeGoesAway)
 
 TEST(Koractl, SignalEndsAWatchThatHasNoAnswerYet)
 {
-    FakeBridge bridge([](const koractl::Message&, std::uint32_t) { return FakeReply{}; });
+    FakeBridge bridge([](const koraclient::Message&, std::uint32_t) { return FakeReply{}; });
     Koractl sut(at(bridge, {"--timeout", "20s", "watch", "1"}));
     ASSERT_TRUE(testsupport::waitUntil([&bridge] { return !bridge.requests().empty(); }));
 
@@ -206,11 +206,11 @@ TEST(Koractl, MatrixThatFollowsIntoAPipePrintsThePictureThenEachChange)
 {
     std::atomic<std::uint32_t> wanted{0};
     FakeLevel level(12);
-    FakeBridge bridge([&](const koractl::Message& request, std::uint32_t sequence) {
+    FakeBridge bridge([&](const koraclient::Message& request, std::uint32_t sequence) {
         if (const std::uint32_t input = wanted.exchange(0); input != 0)
         {
             // A take as another controller would make it.
-            (void)level(koractl::Message(bytesOf({12, 1, 36, 0x50, 1, 1, 0, input, 3})), 1);
+            (void)level(koraclient::Message(bytesOf({12, 1, 36, 0x50, 1, 1, 0, input, 3})), 1);
         }
         return level(request, sequence);
     });

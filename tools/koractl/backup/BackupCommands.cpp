@@ -22,6 +22,11 @@ namespace koractl
 namespace
 {
 
+using koraclient::askSnapshot;
+using koraclient::KoraClient;
+using koraclient::LevelSnapshot;
+using koraclient::OutputRow;
+
 constexpr const char* standardStream = "-";
 
 struct BackupArguments

@@ -19,6 +19,13 @@ namespace koractl
 namespace
 {
 
+using koraclient::isStatusAnswered;
+using koraclient::LevelSnapshot;
+using koraclient::LprState;
+using koraclient::OutputLpr;
+using koraclient::OutputRow;
+using koraclient::statusResultText;
+
 constexpr const char* signature = "koractl-backup";
 constexpr std::uint32_t version = 1;
 

@@ -26,14 +26,15 @@ struct OutputWish
     std::uint32_t output = 0;
     std::size_t line = 0; ///< where it stands in the file
     std::optional<Route> route;
-    std::optional<OutputLpr> lpr;
+    std::optional<koraclient::OutputLpr> lpr;
 };
 
 /// Writes and reads the text file of `koractl backup`; its form stands in README.md of this folder. Pure functions.
 
 /// The first lines; `when` is shown to people only.
 void writeBackupStart(std::ostream& out, const std::string& when);
-void writeBackupLevel(std::ostream& out, std::uint32_t level, const LevelSnapshot& snapshot, const Names& names);
+void writeBackupLevel(std::ostream& out, std::uint32_t level, const koraclient::LevelSnapshot& snapshot,
+                      const Names& names);
 /// Throws FileError, which names each bad line.
 std::vector<OutputWish> readBackup(std::istream& in, const std::string& fileName, const AddressReader& reader);
 

@@ -11,6 +11,10 @@ namespace koractl
 namespace
 {
 
+using koraclient::isStatusAnswered;
+using koraclient::LevelSnapshot;
+using koraclient::statusResultText;
+
 std::string counted(std::size_t count, const std::string& what)
 {
     return std::to_string(count) + " " + what + (count == 1 ? "" : "s");

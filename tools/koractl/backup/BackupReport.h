@@ -16,7 +16,7 @@ class BackupReport : public Report
 public:
     explicit BackupReport(std::string file) : m_file(std::move(file)) {}
 
-    void add(std::uint32_t level, const LevelSnapshot& snapshot);
+    void add(std::uint32_t level, const koraclient::LevelSnapshot& snapshot);
     void addMissing(std::uint32_t level) { m_levels.push_back({.level = level, .isMissing = true}); }
 
     void printText(std::ostream& out) const override;

@@ -11,6 +11,13 @@ namespace koractl
 namespace
 {
 
+using koraclient::EntryOutcome;
+using koraclient::KoraClient;
+using koraclient::LprEntry;
+using koraclient::PartsOutcome;
+using koraclient::sendInParts;
+using koraclient::TakeEntry;
+
 /// Sends one part of each step of a group, where the step has it.
 template <class Entry, class Send>
 std::exception_ptr sendPart(std::span<RestoreStep> group, RestorePart<Entry> RestoreStep::*part, Send send)

@@ -8,6 +8,14 @@ namespace koractl
 namespace
 {
 
+using koraclient::LprCommand;
+using koraclient::LprEntry;
+using koraclient::LprState;
+using koraclient::OutputLpr;
+using koraclient::OutputRow;
+using koraclient::statusResultText;
+using koraclient::TakeEntry;
+
 bool isRouteDifferent(const OutputWish& wish, const OutputRow& before)
 {
     if (!wish.route)

@@ -24,17 +24,17 @@ template <class Entry>
 struct RestorePart
 {
     std::optional<Entry> entry;
-    EntryOutcome outcome;
+    koraclient::EntryOutcome outcome;
 };
 
 /// One output that differs from what is wanted: at most a release, a take and a lock or protection, in this order.
 struct RestoreStep
 {
     OutputWish wish;
-    OutputRow before;
-    RestorePart<LprEntry> release{};
-    RestorePart<TakeEntry> take{};
-    RestorePart<LprEntry> hold{};
+    koraclient::OutputRow before;
+    RestorePart<koraclient::LprEntry> release{};
+    RestorePart<koraclient::TakeEntry> take{};
+    RestorePart<koraclient::LprEntry> hold{};
     std::string obstacle{}; ///< why something (or all) of it cannot be had; empty when all can be tried
 
     bool isRouteDifferent = false;
@@ -43,6 +43,7 @@ struct RestoreStep
 
 /// What is to be sent so that an output becomes what is wanted; nothing when it is that already. The rules are the
 /// bridge's: a lock stops every take, also its holder's, so it is opened for a take and set again.
-std::optional<RestoreStep> planRestore(const OutputWish& wish, const OutputRow& before, const RestoreRights& rights);
+std::optional<RestoreStep> planRestore(const OutputWish& wish, const koraclient::OutputRow& before,
+                                       const RestoreRights& rights);
 
 } // namespace koractl

@@ -14,6 +14,10 @@ namespace koractl
 namespace
 {
 
+using koraclient::lprResultText;
+using koraclient::lprStateText;
+using koraclient::takeResultText;
+
 std::string wantedInput(const RestoreStep& step)
 {
     return step.wish.route->input ? std::to_string(*step.wish.route->input) : "none";

@@ -11,6 +11,11 @@ namespace koractl
 namespace
 {
 
+using koraclient::askChanges;
+using koraclient::askLevelExists;
+using koraclient::ChangeRows;
+using koraclient::KoraClient;
+
 struct ChangesArguments
 {
     std::string levelText;

@@ -12,6 +12,13 @@ namespace koractl
 namespace
 {
 
+using koraclient::HolderLookup;
+using koraclient::KoraClient;
+using koraclient::LprCommand;
+using koraclient::LprEntry;
+using koraclient::PartsOutcome;
+using koraclient::sendInParts;
+
 struct LprArguments
 {
     std::uint32_t lprId = 0;

@@ -13,6 +13,8 @@ namespace koractl
 namespace
 {
 
+using koraclient::lprResultText;
+
 std::string textOf(const LprRow& row)
 {
     return !row.outcome.isAnswered() ? row.outcome.missingText()

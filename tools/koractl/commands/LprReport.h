@@ -16,8 +16,8 @@ namespace koractl
 /// Outcome of one lock, protect or release entry; `holder` as in `TakeRow`.
 struct LprRow
 {
-    LprEntry entry;
-    EntryOutcome outcome;
+    koraclient::LprEntry entry;
+    koraclient::EntryOutcome outcome;
     std::optional<std::uint32_t> holder;
 };
 

@@ -13,6 +13,13 @@ namespace koractl
 namespace
 {
 
+using koraclient::KoraClient;
+using koraclient::OutputLpr;
+using koraclient::OutputRow;
+using koraclient::OutputStatus;
+using koraclient::ProtocolError;
+using koraclient::TallyEntry;
+
 struct QueryArguments
 {
     std::string levelText;

@@ -13,6 +13,10 @@ namespace koractl
 namespace
 {
 
+using koraclient::KoraClient;
+using koraclient::Message;
+using koraclient::RequestEncoder;
+
 struct RawArguments
 {
     std::vector<std::string> parts;

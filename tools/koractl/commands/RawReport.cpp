@@ -10,6 +10,9 @@
 namespace koractl
 {
 
+using koraclient::hexText;
+using koraclient::Message;
+
 RawReport::RawReport(std::vector<Message> responses) : m_responses(std::move(responses)) {}
 
 void RawReport::printText(std::ostream& out) const

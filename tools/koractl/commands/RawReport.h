@@ -12,7 +12,7 @@ namespace koractl
 class RawReport : public Report
 {
 public:
-    explicit RawReport(std::vector<Message> responses);
+    explicit RawReport(std::vector<koraclient::Message> responses);
 
     void printText(std::ostream& out) const override;
     nlohmann::ordered_json toJson() const override;
@@ -20,7 +20,7 @@ public:
     bool isAllDone() const override;
 
 private:
-    std::vector<Message> m_responses;
+    std::vector<koraclient::Message> m_responses;
 };
 
 } // namespace koractl

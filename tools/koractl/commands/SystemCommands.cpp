@@ -10,6 +10,8 @@ namespace koractl
 namespace
 {
 
+using koraclient::KoraClient;
+
 void addPartition(CLI::App& app, CommandContext& context)
 {
     app.add_subcommand("partition", "Show the partition information")->callback([&context] {

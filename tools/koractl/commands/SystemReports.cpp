@@ -13,6 +13,10 @@ namespace koractl
 namespace
 {
 
+using koraclient::CardPresence;
+using koraclient::PartitionInfo;
+using koraclient::SystemStatus;
+
 namespace wire = wireLayout;
 
 /// Where the time lies in a status format, if it has one.

@@ -10,9 +10,9 @@ namespace koractl
 
 /// Reports of the commands that answer with plain words. Pure functions.
 
-WordsReport partitionReport(const PartitionInfo& info);
+WordsReport partitionReport(const koraclient::PartitionInfo& info);
 WordsReport portReport(std::uint32_t value);
-WordsReport systemReport(const SystemStatus& status);
-WordsReport cardReport(const CardPresence& presence);
+WordsReport systemReport(const koraclient::SystemStatus& status);
+WordsReport cardReport(const koraclient::CardPresence& presence);
 
 } // namespace koractl

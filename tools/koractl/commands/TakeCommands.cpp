@@ -12,6 +12,13 @@ namespace koractl
 namespace
 {
 
+using koraclient::EntryOutcome;
+using koraclient::HolderLookup;
+using koraclient::KoraClient;
+using koraclient::PartsOutcome;
+using koraclient::sendInParts;
+using koraclient::TakeEntry;
+
 struct TakeArguments
 {
     std::uint32_t lprId = 0;

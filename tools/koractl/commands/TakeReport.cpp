@@ -13,6 +13,8 @@ namespace koractl
 namespace
 {
 
+using koraclient::takeResultText;
+
 std::string textOf(const TakeRow& row)
 {
     return !row.outcome.isAnswered()

@@ -16,8 +16,8 @@ namespace koractl
 /// Outcome of one take entry; `holder` is who locks or protects the output, when that was the reason and is known.
 struct TakeRow
 {
-    TakeEntry entry;
-    EntryOutcome outcome;
+    koraclient::TakeEntry entry;
+    koraclient::EntryOutcome outcome;
     std::optional<std::uint32_t> holder;
 };
 

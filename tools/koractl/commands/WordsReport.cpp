@@ -10,6 +10,8 @@
 namespace koractl
 {
 
+using koraclient::hexText;
+
 WordsReport::WordsReport(std::string heading, nlohmann::ordered_json json, std::size_t firstOffset,
                          std::vector<std::uint32_t> words, bool isDone)
     : m_heading(std::move(heading)), m_json(std::move(json)), m_firstOffset(firstOffset), m_words(std::move(words)),

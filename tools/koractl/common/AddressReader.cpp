@@ -10,6 +10,8 @@ namespace koractl
 namespace
 {
 
+using koraclient::TakeEntry;
+
 std::string notOfForm(const std::string& text, const std::string& form)
 {
     return "'" + text + "' is not of the form " + form;

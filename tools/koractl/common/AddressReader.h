@@ -29,7 +29,7 @@ public:
     std::uint32_t input(std::uint32_t level, const std::string& text) const;
     std::uint32_t output(std::uint32_t level, const std::string& text) const;
     /// LEVEL:INPUT:OUTPUT.
-    TakeEntry takeEntry(const std::string& text, std::uint32_t lprId) const;
+    koraclient::TakeEntry takeEntry(const std::string& text, std::uint32_t lprId) const;
     /// LEVEL:OUTPUT.
     OutputAddress outputAddress(const std::string& text) const;
 

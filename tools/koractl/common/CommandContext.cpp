@@ -10,6 +10,8 @@
 namespace koractl
 {
 
+using koraclient::KoraClient;
+
 const Names& CommandContext::names()
 {
     if (!m_names)

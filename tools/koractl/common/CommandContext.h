@@ -44,8 +44,8 @@ public:
     struct Options
     {
         std::string host = "127.0.0.1";
-        std::uint16_t port = KoraClient::defaultPort;
-        std::chrono::milliseconds timeout = KoraClient::defaultTimeout;
+        std::uint16_t port = koraclient::KoraClient::defaultPort;
+        std::chrono::milliseconds timeout = koraclient::KoraClient::defaultTimeout;
         bool json = false;
         std::string namesFile;
         std::uint32_t latencyCount = 0; ///< how often to repeat the request and measure it; 0: once, without
@@ -61,11 +61,15 @@ public:
     /// Called while the arguments are parsed; the command runs afterwards.
     void choose(std::function<ExitStatus()> command);
     /// The same for a command that asks the bridge and reports; such a command can be measured.
-    void chooseRequest(const std::string& name, std::function<std::unique_ptr<Report>(KoraClient&)> request);
+    void chooseRequest(const std::string& name,
+                       std::function<std::unique_ptr<Report>(koraclient::KoraClient&)> request);
     /// Runs the chosen command; what it throws passes through.
     ExitStatus runChosen() const { return m_chosen(); }
 
-    KoraClient connect() const { return KoraClient(m_options.host, m_options.port, m_options.timeout); }
+    koraclient::KoraClient connect() const
+    {
+        return koraclient::KoraClient(m_options.host, m_options.port, m_options.timeout);
+    }
 
     /// Prints a report in the wanted form; the status says whether all was done. Throws the report's trouble then.
     ExitStatus finish(const Report& report) const;

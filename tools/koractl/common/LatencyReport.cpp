@@ -14,6 +14,9 @@ namespace koractl
 namespace
 {
 
+using koraclient::KoraClient;
+using koraclient::KoraError;
+
 struct Percentile
 {
     const char* heading;

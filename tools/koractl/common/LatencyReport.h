@@ -36,7 +36,7 @@ private:
 
 /// Makes a request `count` times over one connection and reports its times. When the bridge fails, the report holds the
 /// times until then, and the trouble.
-LatencyReport measure(KoraClient& client, const std::string& command, std::uint32_t count,
-                      const std::function<std::unique_ptr<Report>(KoraClient&)>& request);
+LatencyReport measure(koraclient::KoraClient& client, const std::string& command, std::uint32_t count,
+                      const std::function<std::unique_ptr<Report>(koraclient::KoraClient&)>& request);
 
 } // namespace koractl

@@ -6,6 +6,11 @@
 namespace koractl
 {
 
+using koraclient::EntryOutcome;
+using koraclient::lprStateText;
+using koraclient::OutputRow;
+using koraclient::statusResultText;
+
 std::string inputNameOf(const OutputRow& row, std::uint32_t level, const Names& names)
 {
     return row.result == 0 ? names.input(level, row.input) : "";

@@ -13,6 +13,10 @@
 namespace koractl
 {
 
+using koraclient::isStatusAnswered;
+using koraclient::OutputRow;
+using koraclient::statusResultText;
+
 OutputsReport::OutputsReport(std::string command, std::uint32_t level, nlohmann::ordered_json details,
                              std::vector<OutputRow> rows, const Names& names)
     : m_command(std::move(command)), m_level(level), m_details(std::move(details)), m_rows(std::move(rows)),

@@ -16,8 +16,8 @@ class OutputsReport : public Report
 public:
     /// `command` is the command's name as the user types it; `details` are further fields of the JSON object, put after
     /// the level.
-    OutputsReport(std::string command, std::uint32_t level, nlohmann::ordered_json details, std::vector<OutputRow> rows,
-                  const Names& names = Names::none());
+    OutputsReport(std::string command, std::uint32_t level, nlohmann::ordered_json details,
+                  std::vector<koraclient::OutputRow> rows, const Names& names = Names::none());
 
     void printText(std::ostream& out) const override;
     nlohmann::ordered_json toJson() const override;
@@ -30,7 +30,7 @@ private:
     std::string m_command;
     std::uint32_t m_level;
     nlohmann::ordered_json m_details;
-    std::vector<OutputRow> m_rows;
+    std::vector<koraclient::OutputRow> m_rows;
     const Names& m_names;
     bool m_isLevelMissing = false;
 };

@@ -17,6 +17,10 @@ namespace koractl
 namespace
 {
 
+using koraclient::askSnapshot;
+using koraclient::KoraClient;
+using koraclient::Watch;
+
 struct MatrixArguments
 {
     std::string levelText;

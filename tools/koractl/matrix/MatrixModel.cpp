@@ -9,6 +9,9 @@ namespace koractl
 namespace
 {
 
+using koraclient::LprState;
+using koraclient::OutputRow;
+
 std::string rangeText(const NumberRange& range)
 {
     return std::to_string(range.first) + "-" + std::to_string(range.last);

@@ -20,10 +20,10 @@ public:
                 const Names& names);
 
     /// Ignored for an output outside the limit.
-    void apply(const OutputRow& row);
+    void apply(const koraclient::OutputRow& row);
 
     std::uint32_t level() const { return m_level; }
-    const LevelSnapshot& outputs() const { return m_outputs; }
+    const koraclient::LevelSnapshot& outputs() const { return m_outputs; }
     const Names& names() const { return m_names; }
     /// The inputs to draw. The link does not tell how many a level has: without a limit as many as it has outputs, and
     /// every one that is routed or has a name.
@@ -36,7 +36,7 @@ private:
     std::optional<NumberRange> m_outputLimit;
     std::optional<NumberRange> m_inputLimit;
     const Names& m_names;
-    LevelSnapshot m_outputs;
+    koraclient::LevelSnapshot m_outputs;
 };
 
 } // namespace koractl

@@ -11,6 +11,10 @@ namespace koractl
 namespace
 {
 
+using koraclient::LevelSnapshot;
+using koraclient::LprState;
+using koraclient::OutputRow;
+
 constexpr std::size_t longestName = 16;
 constexpr std::size_t longestState = 23; ///< "protected by 4294967295"
 constexpr std::size_t leastColumns = 20; ///< with fewer the words give way to the picture

@@ -23,14 +23,14 @@ public:
     /// Two lines that number the inputs from `first` on.
     std::vector<std::string> ruler(std::uint32_t first) const;
     /// One output with the inputs from `first` on; a marked one is one that has just changed.
-    std::string row(const OutputRow& row, std::uint32_t first, bool isMarked = false) const;
+    std::string row(const koraclient::OutputRow& row, std::uint32_t first, bool isMarked = false) const;
     /// The whole level: as many sections as it takes side by side, each with the outputs that show one of its inputs,
     /// so that each output appears once; then the outputs without a route.
     std::vector<std::string> sections() const;
 
 private:
-    std::string cells(const OutputRow& row, std::uint32_t first) const;
-    std::string words(const OutputRow& row) const;
+    std::string cells(const koraclient::OutputRow& row, std::uint32_t first) const;
+    std::string words(const koraclient::OutputRow& row) const;
     std::string paint(const char* style, const std::string& text) const;
     void addUnrouted(std::vector<std::string>& lines) const;
 

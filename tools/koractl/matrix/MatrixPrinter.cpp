@@ -7,6 +7,8 @@
 namespace koractl
 {
 
+using koraclient::OutputRow;
+
 MatrixPrinter::MatrixPrinter(CommandContext& context, MatrixModel model, std::size_t width, bool hasColor)
     : WatchPrinter(context), m_context(context), m_model(std::move(model)), m_width(width), m_hasColor(hasColor)
 {}

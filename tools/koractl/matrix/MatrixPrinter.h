@@ -13,7 +13,7 @@ class MatrixPrinter : public WatchPrinter
 public:
     MatrixPrinter(CommandContext& context, MatrixModel model, std::size_t width, bool hasColor);
 
-    void changed(std::uint32_t level, const OutputRow& row) override;
+    void changed(std::uint32_t level, const koraclient::OutputRow& row) override;
     void roundEnded() override;
 
 private:

@@ -11,6 +11,8 @@
 namespace koractl
 {
 
+using koraclient::isStatusAnswered;
+
 void MatrixReport::printText(std::ostream& out) const
 {
     for (const std::string& line : MatrixPicture(m_model, m_width, m_hasColor).sections())

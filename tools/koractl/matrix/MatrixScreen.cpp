@@ -18,6 +18,8 @@ namespace koractl
 namespace
 {
 
+using koraclient::OutputRow;
+
 using namespace std::chrono_literals;
 
 constexpr auto markTime = 3s;

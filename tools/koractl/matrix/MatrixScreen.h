@@ -19,13 +19,13 @@ namespace koractl
 /// The picture of a level on the whole terminal, moved with the keys, each change shown as the watch hands it on. It is
 /// the watch's listener, and the condition that the watch waits on: keys and redrawing happen while the watch waits.
 /// One thread. The terminal is put back with the object.
-class MatrixScreen : public WatchListener, public StopCondition
+class MatrixScreen : public koraclient::WatchListener, public koraclient::StopCondition
 {
 public:
     MatrixScreen(const CommandContext& context, MatrixModel model, bool hasColor);
     ~MatrixScreen() override;
 
-    void changed(std::uint32_t level, const OutputRow& row) override;
+    void changed(std::uint32_t level, const koraclient::OutputRow& row) override;
     void roundEnded() override { m_hasBegun = true; }
     void missing(std::uint32_t level) override;
     void lost(const std::string& reason) override;

@@ -10,7 +10,7 @@ namespace koractl
 
 /// The end is wanted once SIGINT (Ctrl-C) or SIGTERM came. Takes these signals from the thread that makes it, which
 /// must also destroy it; the former signal mask comes back then. Throws std::system_error when the system refuses.
-class StopSignal : public StopCondition
+class StopSignal : public koraclient::StopCondition
 {
 public:
     StopSignal();

@@ -12,6 +12,8 @@ namespace koractl
 namespace
 {
 
+using koraclient::Watch;
+
 struct WatchArguments
 {
     std::vector<std::string> texts;

@@ -11,6 +11,9 @@ namespace koractl
 namespace
 {
 
+using koraclient::OutputRow;
+using koraclient::statusResultText;
+
 /// A number, and behind it the name in a column of its own when the level has names.
 std::string numbered(const std::string& number, std::size_t width, const std::string& name, std::size_t nameWidth)
 {

@@ -10,8 +10,8 @@ namespace koractl
 {
 
 /// One line of fixed columns for a change.
-std::string watchLine(std::uint32_t level, const OutputRow& row, const Names& names = Names::none());
+std::string watchLine(std::uint32_t level, const koraclient::OutputRow& row, const Names& names = Names::none());
 /// The same as one JSON object.
-std::string watchJson(std::uint32_t level, const OutputRow& row, const Names& names = Names::none());
+std::string watchJson(std::uint32_t level, const koraclient::OutputRow& row, const Names& names = Names::none());
 
 } // namespace koractl

@@ -7,6 +7,8 @@
 namespace koractl
 {
 
+using koraclient::OutputRow;
+
 void WatchPrinter::changed(std::uint32_t level, const OutputRow& row)
 {
     m_context.printLine(m_context.options().json ? watchJson(level, row, m_names) : watchLine(level, row, m_names));

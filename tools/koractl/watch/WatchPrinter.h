@@ -8,12 +8,12 @@ namespace koractl
 
 /// Prints changes as lines (or JSON objects) and says on the error stream what the watch went through. Refers to the
 /// context and its names.
-class WatchPrinter : public WatchListener
+class WatchPrinter : public koraclient::WatchListener
 {
 public:
     explicit WatchPrinter(CommandContext& context) : m_context(context), m_names(context.names()) {}
 
-    void changed(std::uint32_t level, const OutputRow& row) override;
+    void changed(std::uint32_t level, const koraclient::OutputRow& row) override;
     void missing(std::uint32_t level) override;
     void lost(const std::string& reason) override;
     void back(std::chrono::milliseconds gap) override;

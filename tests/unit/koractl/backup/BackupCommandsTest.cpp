@@ -324,7 +324,7 @@ TEST(Restore, GivenLockThatChangedHandsMeanwhileReportsTheRelease)
 {
     FakeLevel level(20);
     level.output(5) = {5, 1, 42};
-    FakeBridge bridge([&level](const koractl::Message& request, std::uint32_t sequence) {
+    FakeBridge bridge([&level](const koraclient::Message& request, std::uint32_t sequence) {
         constexpr std::uint32_t setOutputLpr = 0x51;
         if (request.id() == setOutputLpr)
         {

@@ -7,6 +7,7 @@
 
 #include "tools/koractl/common/FileError.h"
 
+using namespace koraclient;
 using namespace koractl;
 
 namespace

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+using namespace koraclient;
 using namespace koractl;
 
 namespace

@@ -10,6 +10,7 @@
 #include "tools/koractl/common/LatencyReport.h"
 #include "tools/koractl/common/OutputsReport.h"
 
+using namespace koraclient;
 using namespace koractl;
 using namespace std::chrono_literals;
 

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+using namespace koraclient;
 using namespace koractl;
 
 namespace

@@ -6,6 +6,7 @@
 
 #include "tests/unit/koractl/Golden.h"
 
+using namespace koraclient;
 using namespace koractl;
 
 namespace

@@ -120,13 +120,13 @@ private:
 class SharedLevel
 {
 public:
-    FakeReply operator()(const koractl::Message& request, std::uint32_t sequence)
+    FakeReply operator()(const koraclient::Message& request, std::uint32_t sequence)
     {
         const std::lock_guard lock(m_mutex);
         if (m_wanted != 0)
         {
             // A take as another controller would make it.
-            (void)m_level(koractl::Message(bytesOf({12, 1, 36, 0x50, 1, 1, 0, m_wanted, 200})), 1);
+            (void)m_level(koraclient::Message(bytesOf({12, 1, 36, 0x50, 1, 1, 0, m_wanted, 200})), 1);
             m_wanted = 0;
         }
         return m_level(request, sequence);
@@ -172,7 +172,7 @@ TEST(MatrixScreen, FollowsAChangeAndFindsIt)
 {
     SharedLevel level;
     FakeBridge bridge(
-        [&level](const koractl::Message& request, std::uint32_t sequence) { return level(request, sequence); });
+        [&level](const koraclient::Message& request, std::uint32_t sequence) { return level(request, sequence); });
     KoractlOnTerminal sut(at(bridge));
     ASSERT_TRUE(sut.readUntil("288 routed")) << sut.text();
 
@@ -233,7 +233,7 @@ TEST(MatrixScreen, BridgeThatLeavesAndComesBackIsToldInTheRemark)
 {
     FakeLevel level(288);
     bool hasLeft = false;
-    FakeBridge bridge([&](const koractl::Message& request, std::uint32_t sequence) {
+    FakeBridge bridge([&](const koraclient::Message& request, std::uint32_t sequence) {
         FakeReply reply = level(request, sequence);
         reply.isClosing = sequence == 5 && !hasLeft;
         hasLeft = hasLeft || reply.isClosing;

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+using namespace koraclient;
 using namespace koractl;
 
 TEST(WatchLine, GoldenLines)
