@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "koraclient/ChangeRows.h"
+#include "koraclient/AskOutputs.h"
 #include "koraclient/Errors.h"
 
 namespace koraclient

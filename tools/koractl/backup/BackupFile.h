@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "koraclient/LevelSnapshot.h"
+#include "koraclient/AskOutputs.h"
 #include "koraclient/OutputRow.h"
 #include "tools/koractl/common/AddressReader.h"
 

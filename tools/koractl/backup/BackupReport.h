@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "koraclient/LevelSnapshot.h"
+#include "koraclient/AskOutputs.h"
 #include "tools/koractl/common/Report.h"
 
 namespace koractl

@@ -4,9 +4,9 @@
 #include <optional>
 #include <string>
 
-#include "koraclient/EntryOutcome.h"
 #include "koraclient/KoraTypes.h"
 #include "koraclient/OutputRow.h"
+#include "koraclient/SendInParts.h"
 #include "tools/koractl/backup/BackupFile.h"
 
 namespace koractl

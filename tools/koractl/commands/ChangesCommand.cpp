@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "koraclient/ChangeRows.h"
+#include "koraclient/AskOutputs.h"
 #include "tools/koractl/common/Arguments.h"
 #include "tools/koractl/common/OutputsReport.h"
 

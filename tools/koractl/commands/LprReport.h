@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "koraclient/EntryOutcome.h"
 #include "koraclient/KoraTypes.h"
+#include "koraclient/SendInParts.h"
 #include "tools/koractl/common/Names.h"
 #include "tools/koractl/common/Report.h"
 

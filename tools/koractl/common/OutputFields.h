@@ -5,8 +5,8 @@
 
 #include <nlohmann/json.hpp>
 
-#include "koraclient/EntryOutcome.h"
 #include "koraclient/OutputRow.h"
+#include "koraclient/SendInParts.h"
 #include "tools/koractl/common/Names.h"
 
 namespace koractl

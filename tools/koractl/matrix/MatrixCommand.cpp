@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "koraclient/LevelSnapshot.h"
+#include "koraclient/AskOutputs.h"
 #include "koraclient/Watch.h"
 #include "koracommand/ResultCode.h"
 #include "tools/koractl/common/Arguments.h"

@@ -4,7 +4,7 @@
 #include <optional>
 #include <string>
 
-#include "koraclient/LevelSnapshot.h"
+#include "koraclient/AskOutputs.h"
 #include "tools/koractl/common/Names.h"
 #include "tools/koractl/common/ParseText.h"
 

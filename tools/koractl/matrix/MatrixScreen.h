@@ -6,7 +6,7 @@
 #include <optional>
 #include <string>
 
-#include "koraclient/WatchListener.h"
+#include "koraclient/Watch.h"
 #include "tools/koractl/common/CommandContext.h"
 #include "tools/koractl/matrix/KeyReader.h"
 #include "tools/koractl/matrix/MatrixModel.h"

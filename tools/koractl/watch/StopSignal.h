@@ -2,7 +2,7 @@
 
 #include <csignal>
 
-#include "koraclient/StopCondition.h"
+#include "koraclient/Watch.h"
 #include "runtime/util/UniqueFd.h"
 
 namespace koractl

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "koraclient/WatchListener.h"
+#include "koraclient/Watch.h"
 #include "tools/koractl/common/CommandContext.h"
 
 namespace koractl

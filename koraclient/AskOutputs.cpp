@@ -1,4 +1,4 @@
-#include "koraclient/ChangeRows.h"
+#include "koraclient/AskOutputs.h"
 
 #include <algorithm>
 
@@ -29,6 +29,38 @@ bool askLevelExists(KoraClient& client, std::uint32_t level)
     const auto entries = client.outputStatus(wireLayout::getOutputStatusRsp::shortFormat, level, 0, 1).entries;
     return std::none_of(entries.begin(), entries.end(),
                         [](const OutputStatus& entry) { return entry.result == resultCode::noSuchLevel; });
+}
+
+std::optional<LevelSnapshot> askSnapshot(KoraClient& client, std::uint32_t level)
+{
+    constexpr std::uint32_t longFormat = 2;
+    // Asks on after the last part, for what changed behind the walk; a router that never rests ends it by this count.
+    constexpr int mostRounds = 8;
+    LevelSnapshot snapshot;
+    for (int round = 0; round < mostRounds; ++round)
+    {
+        bool isQuiet = true;
+        bool hasMore = true;
+        while (hasMore)
+        {
+            const ChangeRows changes = askChanges(client, longFormat, level);
+            for (const OutputRow& row : changes.rows)
+            {
+                snapshot[row.output] = row;
+                isQuiet = false;
+            }
+            hasMore = changes.more;
+        }
+        if (isQuiet)
+        {
+            break;
+        }
+    }
+    if (snapshot.empty() && !askLevelExists(client, level))
+    {
+        return std::nullopt;
+    }
+    return snapshot;
 }
 
 } // namespace koraclient
