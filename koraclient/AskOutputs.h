@@ -18,6 +18,8 @@ struct ChangeRows
     bool more = false;
 };
 
+/// One request: up to 679 rows without lock state in format 1, up to 64 with it in any other. Throws what the client
+/// throws, as all of these do.
 ChangeRows askChanges(KoraClient& client, std::uint32_t format, std::uint32_t level);
 
 /// An unknown level reports no changes, which looks like a quiet one; a status query tells them apart.

@@ -21,15 +21,23 @@ namespace koraclient
 
 /// A controller's end of one connection to the bridge: one call per command, one response per call. Every response is
 /// checked against its request (protocol type, sequence, id, echoed tag, count, length) before a value is returned.
-/// Owned by one thread. Failures are thrown as the types of `Errors.h`; after any but `ErrorResponse` the stream may be
-/// out of step and the client should be thrown away.
+/// Owned by one thread.
+///
+/// A call ends within the timeout, by throwing if need be: `TimeoutError`, `PeerClosed`, `ProtocolError` when something
+/// else came than was asked for, `ErrorResponse` when the bridge does not know the command. After any but
+/// `ErrorResponse` the stream may be out of step and the client should be thrown away. Nothing is sent again by itself:
+/// of a take that was not answered nobody knows whether it was done.
+///
+/// Levels, inputs and outputs are numbered as the bridge does (video is level 1, audio level 2, both count from 1);
+/// a refusal is no exception but a result code, see `ResultText.h`.
 class KoraClient
 {
 public:
     static constexpr std::uint16_t defaultPort = 5194;
     static constexpr std::chrono::milliseconds defaultTimeout{2000};
 
-    /// Connects within `timeout`, which is also how long each later request may take.
+    /// Connects within `timeout`, which is also how long each later request may take until its response is whole.
+    /// `host` is a name or a numeric address. Throws ConnectError.
     explicit KoraClient(const std::string& host, std::uint16_t port = defaultPort,
                         std::chrono::milliseconds timeout = defaultTimeout);
 
@@ -39,25 +47,32 @@ public:
         return KoraClient(host, port, timeout);
     }
 
-    /// One result code an entry, in request order. At most `maxTakeEntries` entries fit in a message; more throw
-    /// std::length_error.
+    /// One result code (0: done) an entry, in request order; a refused entry does not stop those behind it. Up to 510
+    /// entries fit in a message; more throw std::length_error and nothing is sent (`sendInParts` takes more).
     std::vector<std::uint32_t> take(const std::vector<TakeEntry>& entries);
     std::vector<std::uint32_t> coherentTake(const std::vector<TakeEntry>& entries);
     LprResult setOutputLpr(const std::vector<LprEntry>& entries);
 
+    /// Outputs `first` to `first` + `count` - 1 of a level. One answer holds up to 1020; those asked for beyond are
+    /// left out of it.
     Tally tally(std::uint32_t level, std::uint32_t first, std::uint32_t count);
-    /// Format 1 is the short one (result and input); any other carries the lock state and its holder too.
+    /// Format 1 is the short one (result and input, up to 1019 in an answer); any other carries the lock state and its
+    /// holder too (up to 509).
     OutputStatusBlock outputStatus(std::uint32_t format, std::uint32_t level, std::uint32_t first, std::uint32_t count);
+    /// The outputs of a level that changed since this connection last asked; at first all of them. Up to 679 in format
+    /// 1, up to 64 in any other, which carries the lock state too; `more` says to ask again. A level that does not
+    /// exist has no changes.
     OutputChanges outputChanges(std::uint32_t format, std::uint32_t level);
 
     PartitionInfo partitionInfo();
     /// The word that the bridge answers; 0 today.
     std::uint32_t portPresent();
+    /// Formats 0, 2, 4 and 6; any other is answered as 4.
     SystemStatus systemStatus(std::uint32_t format);
     CardPresence cardPresence(std::uint32_t word);
 
     /// Sends a request with any message id and payload words under the next tag and returns the message that came back,
-    /// checked only for protocol type, sequence and echoed tag.
+    /// checked only for protocol type, sequence and echoed tag. Up to 2044 words; more throw std::length_error.
     Message request(std::uint32_t id, const std::vector<std::uint32_t>& payload);
 
     /// Sends the bytes as they are. For peers that misbehave on purpose.

@@ -16,6 +16,7 @@ namespace koraclient
 class MessageCutter
 {
 public:
+    /// Bytes as they were received, in any portions.
     void append(std::span<const std::uint8_t> bytes) { m_held.insert(m_held.end(), bytes.begin(), bytes.end()); }
 
     /// The next whole message; empty while more bytes are needed; a fault when the length word is below 16, above 8192

@@ -25,7 +25,7 @@ struct OutputLpr
 struct OutputRow
 {
     std::uint32_t output = 0;
-    std::uint32_t result = 0;     ///< result code of the query
+    std::uint32_t result = 0;     ///< result code of the query; 3: none of the level's inputs is routed
     std::uint32_t input = 0;      ///< meaningful only when `result` is 0
     std::optional<OutputLpr> lpr; ///< absent where the message does not carry it
 

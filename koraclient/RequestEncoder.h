@@ -8,15 +8,18 @@
 namespace koraclient
 {
 
-/// Builds the bytes of requests under one tag. Pure; mirror image of what the bridge reads.
+/// Builds the bytes of whole requests, 16 to 8192 of them in network order, under one tag, which the response echoes.
+/// Pure; mirror image of what the bridge reads. What does not fit a message throws std::length_error. The arguments are
+/// those of `KoraClient`.
 class RequestEncoder
 {
 public:
     explicit RequestEncoder(std::uint32_t tag) : m_tag(tag) {}
 
-    /// Any id and payload words; throws std::length_error when they do not fit a message.
+    /// Any id and up to 2044 payload words.
     std::vector<std::uint8_t> raw(std::uint32_t id, const std::vector<std::uint32_t>& payload) const;
 
+    /// Up to 510 entries.
     std::vector<std::uint8_t> take(const std::vector<TakeEntry>& entries) const;
     std::vector<std::uint8_t> coherentTake(const std::vector<TakeEntry>& entries) const;
     std::vector<std::uint8_t> setOutputLpr(const std::vector<LprEntry>& entries) const;

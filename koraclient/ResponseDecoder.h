@@ -16,9 +16,9 @@ namespace koraclient
 /// What every response to one request must carry.
 struct Expectation
 {
-    std::uint32_t responseId = 0;
-    std::uint32_t tag = 0;
-    std::uint32_t sequence = 0;
+    std::uint32_t responseId = 0; ///< not always the request's with bit 31 set: see `wireLayout::rspId`
+    std::uint32_t tag = 0;        ///< of the request
+    std::uint32_t sequence = 0;   ///< responses that the connection has had before
 };
 
 /// Turns one received message into the typed response of one request, or into a fault that says what came. Each
@@ -32,6 +32,7 @@ public:
     /// Only what all responses share, whatever their id.
     std::optional<Fault> checkEnvelope() const;
 
+    /// One result code an entry; `asked` entries were sent.
     Decoded<std::vector<std::uint32_t>> takeResults(std::size_t asked) const;
     Decoded<LprResult> lprResult(std::size_t asked) const;
     Decoded<Tally> tally(std::uint32_t level, std::uint32_t first, std::uint32_t count) const;

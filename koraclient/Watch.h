@@ -14,7 +14,7 @@
 namespace koraclient
 {
 
-/// Tells a running command when to end. Asked on one thread.
+/// Tells whoever runs a watch when to end. Asked on one thread.
 class StopCondition
 {
 public:
@@ -36,6 +36,7 @@ public:
     WatchListener(const WatchListener&) = delete;
     WatchListener& operator=(const WatchListener&) = delete;
 
+    /// An output shows something else than before, is held otherwise, or is seen for the first time.
     virtual void changed(std::uint32_t level, const OutputRow& row) = 0;
     /// Every level was polled once; what is to be shown can be shown.
     virtual void roundEnded() {}
@@ -63,16 +64,17 @@ public:
 
     struct Settings
     {
-        std::uint32_t format = 2;
-        std::chrono::milliseconds interval{500};
-        bool isReconnecting = true; ///< false: a bridge that goes away is trouble that passes through
+        std::uint32_t format = 2;                ///< 1: without lock state; any other: with it
+        std::chrono::milliseconds interval{500}; ///< from the end of one round to the begin of the next
+        bool isReconnecting = true;              ///< false: a bridge that goes away is trouble that passes through
     };
 
     Watch(Connect connect, const std::vector<std::uint32_t>& levels, Settings settings, WatchListener& listener);
 
-    /// Connects and says which levels do not exist.
+    /// Connects and says which levels do not exist. Throws what the client throws.
     void start();
-    /// Rounds at the interval until the condition wants the end. Once, after `start`.
+    /// Rounds at the interval until the condition wants the end. Once, after `start`. Throws `ProtocolError` and
+    /// `ErrorResponse` always, other errors of the link as long as no round was whole or when it is not to reconnect.
     void run(StopCondition& stop);
 
     static constexpr std::chrono::milliseconds firstRetry{250};
