@@ -36,6 +36,11 @@ void writeEntry(WireWriter writer, std::size_t i, std::uint32_t level, std::uint
 
 } // namespace
 
+void RequestEncoder::setTag(std::span<std::uint8_t> request, std::uint32_t tag)
+{
+    WireWriter(request).setBigEndianWordAt(wire::header::sequence, tag);
+}
+
 std::vector<std::uint8_t> RequestEncoder::blank(std::uint32_t id, std::size_t length) const
 {
     if (length > wire::maxMessageBytes)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 #include <vector>
 
 #include "koraclient/KoraTypes.h"
@@ -15,6 +16,9 @@ class RequestEncoder
 {
 public:
     explicit RequestEncoder(std::uint32_t tag) : m_tag(tag) {}
+
+    /// Gives a whole request another tag, in place: for those who send the same bytes over and over.
+    static void setTag(std::span<std::uint8_t> request, std::uint32_t tag);
 
     /// Any id and up to 2044 payload words.
     std::vector<std::uint8_t> raw(std::uint32_t id, const std::vector<std::uint32_t>& payload) const;

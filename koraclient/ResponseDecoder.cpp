@@ -33,39 +33,50 @@ std::optional<Fault> ResponseDecoder::checkEnvelope() const
     {
         return unexpected("a length of", std::to_string(m_message.size()), "at least 20");
     }
-    if (m_message.length() != m_message.size())
+    if (word(wire::header::length) != m_message.size())
     {
-        return unexpected("the length word", std::to_string(m_message.length()), std::to_string(m_message.size()));
+        return unexpected("the length word", std::to_string(word(wire::header::length)),
+                          std::to_string(m_message.size()));
     }
-    if (m_message.protocolType() != wire::routerControlProtocol)
+    if (word(wire::header::protocolType) != wire::routerControlProtocol)
     {
-        return unexpected("protocol type", std::to_string(m_message.protocolType()), "12");
+        return unexpected("protocol type", std::to_string(word(wire::header::protocolType)), "12");
     }
-    if (m_message.sequence() != m_expected.sequence)
+    if (word(wire::header::sequence) != m_expected.sequence)
     {
-        return unexpected("sequence", std::to_string(m_message.sequence()), std::to_string(m_expected.sequence));
+        return unexpected("sequence", std::to_string(word(wire::header::sequence)),
+                          std::to_string(m_expected.sequence));
     }
-    if (m_message.tag() != m_expected.tag)
+    if (word(wire::rsp::tag) != m_expected.tag)
     {
-        return unexpected("tag", hexText(m_message.tag()), hexText(m_expected.tag));
+        return unexpected("tag", hexText(word(wire::rsp::tag)), hexText(m_expected.tag));
+    }
+    return std::nullopt;
+}
+
+std::optional<Fault> ResponseDecoder::checkHeader() const
+{
+    if (auto fault = checkEnvelope())
+    {
+        return fault;
+    }
+    if (word(wire::header::msgId) == wire::rspId::error && m_message.size() == wire::errorRsp::length)
+    {
+        const std::uint32_t code = word(wire::errorRsp::code);
+        return Fault{.text = "error code " + std::to_string(code), .isErrorResponse = true, .errorCode = code};
+    }
+    if (word(wire::header::msgId) != m_expected.responseId)
+    {
+        return unexpected("response id", hexText(word(wire::header::msgId)), hexText(m_expected.responseId));
     }
     return std::nullopt;
 }
 
 std::optional<Fault> ResponseDecoder::checkStart(std::size_t bytes) const
 {
-    if (auto fault = checkEnvelope())
+    if (auto fault = checkHeader())
     {
         return fault;
-    }
-    if (m_message.id() == wire::rspId::error && m_message.size() == wire::errorRsp::length)
-    {
-        const std::uint32_t code = m_message.word(wire::errorRsp::code);
-        return Fault{.text = "error code " + std::to_string(code), .isErrorResponse = true, .errorCode = code};
-    }
-    if (m_message.id() != m_expected.responseId)
-    {
-        return unexpected("response id", hexText(m_message.id()), hexText(m_expected.responseId));
     }
     if (m_message.size() < bytes)
     {
@@ -85,9 +96,9 @@ std::optional<Fault> ResponseDecoder::checkLength(std::size_t wanted) const
 
 std::optional<Fault> ResponseDecoder::checkEcho(const char* what, std::size_t offset, std::uint32_t asked) const
 {
-    if (m_message.word(offset) != asked)
+    if (word(offset) != asked)
     {
-        return unexpected(what, std::to_string(m_message.word(offset)), std::to_string(asked));
+        return unexpected(what, std::to_string(word(offset)), std::to_string(asked));
     }
     return std::nullopt;
 }
@@ -107,14 +118,14 @@ std::vector<std::uint32_t> ResponseDecoder::wordsFrom(std::size_t offset, std::s
     std::vector<std::uint32_t> words(count);
     for (std::size_t i = 0; i < count; ++i)
     {
-        words[i] = m_message.word(offset + i * wire::wordBytes);
+        words[i] = word(offset + i * wire::wordBytes);
     }
     return words;
 }
 
 Decoded<std::vector<std::uint32_t>> ResponseDecoder::takeResults(std::size_t asked) const
 {
-    const std::uint32_t count = m_message.word(wire::takeRsp::count);
+    const std::uint32_t count = word(wire::takeRsp::count);
     const std::size_t most = std::min<std::size_t>(asked, wire::takeRsp::maxEntries);
     if (auto fault = firstOf({checkStart(wire::takeRsp::results), checkCount(count, most, most),
                               checkLength(wire::takeRsp::length(count))}))
@@ -126,14 +137,14 @@ Decoded<std::vector<std::uint32_t>> ResponseDecoder::takeResults(std::size_t ask
 
 Decoded<LprResult> ResponseDecoder::lprResult(std::size_t asked) const
 {
-    const std::uint32_t count = m_message.word(wire::setOutputLprRsp::count);
+    const std::uint32_t count = word(wire::setOutputLprRsp::count);
     const std::size_t most = std::min<std::size_t>(asked, wire::setOutputLprRsp::maxEntries);
     if (auto fault = firstOf({checkStart(wire::setOutputLprRsp::results), checkCount(count, most, most),
                               checkLength(wire::setOutputLprRsp::length(count))}))
     {
         return *std::move(fault);
     }
-    LprResult result{.status = m_message.word(wire::setOutputLprRsp::status),
+    LprResult result{.status = word(wire::setOutputLprRsp::status),
                      .results = wordsFrom(wire::setOutputLprRsp::results, count)};
     const bool allDone = std::all_of(result.results.begin(), result.results.end(), [](auto code) { return code == 0; });
     const std::uint32_t wanted = allDone ? wire::setOutputLprRsp::statusDone : wire::setOutputLprRsp::statusFailed;
@@ -146,7 +157,7 @@ Decoded<LprResult> ResponseDecoder::lprResult(std::size_t asked) const
 
 Decoded<Tally> ResponseDecoder::tally(std::uint32_t level, std::uint32_t first, std::uint32_t count) const
 {
-    const std::uint32_t answered = m_message.word(wire::tallyRsp::count);
+    const std::uint32_t answered = word(wire::tallyRsp::count);
     if (auto fault = firstOf({checkStart(wire::tallyRsp::entries), checkEcho("level", wire::tallyRsp::level, level),
                               checkEcho("first output", wire::tallyRsp::firstOutput, first),
                               checkCount(answered, 0, std::min(count, wire::tallyRsp::maxEntries)),
@@ -167,7 +178,7 @@ Decoded<OutputStatusBlock> ResponseDecoder::outputStatus(std::uint32_t format, s
                                                          std::uint32_t count) const
 {
     namespace rsp = wire::getOutputStatusRsp;
-    const std::uint32_t answered = m_message.word(rsp::count);
+    const std::uint32_t answered = word(rsp::count);
     if (auto fault = firstOf({checkStart(rsp::entries), checkEcho("format", rsp::format, format),
                               checkEcho("level", rsp::level, level), checkEcho("first output", rsp::firstOutput, first),
                               checkCount(answered, 0, std::min(count, rsp::maxEntries(format))),
@@ -190,14 +201,14 @@ Decoded<OutputStatusBlock> ResponseDecoder::outputStatus(std::uint32_t format, s
 Decoded<OutputChanges> ResponseDecoder::outputChanges(std::uint32_t format, std::uint32_t level) const
 {
     namespace rsp = wire::getOutputChangesRsp;
-    const std::uint32_t count = m_message.word(rsp::count);
+    const std::uint32_t count = word(rsp::count);
     if (auto fault = firstOf({checkStart(rsp::entries), checkEcho("format", rsp::format, format),
                               checkEcho("level", rsp::level, level), checkCount(count, 0, rsp::maxEntries(format)),
                               checkLength(rsp::length(format, count))}))
     {
         return *std::move(fault);
     }
-    const std::uint32_t more = m_message.word(rsp::more);
+    const std::uint32_t more = word(rsp::more);
     const std::uint32_t wantedMore = count == rsp::maxEntries(format) ? 1 : 0;
     if (more != wantedMore)
     {
@@ -234,7 +245,7 @@ Decoded<std::uint32_t> ResponseDecoder::portPresent() const
     {
         return *std::move(fault);
     }
-    return m_message.word(wire::routerPortPresentRsp::result);
+    return word(wire::routerPortPresentRsp::result);
 }
 
 Decoded<SystemStatus> ResponseDecoder::systemStatus(std::uint32_t format) const

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <initializer_list>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -27,10 +28,15 @@ struct Expectation
 class ResponseDecoder
 {
 public:
-    ResponseDecoder(const Message& message, const Expectation& expected) : m_message(message), m_expected(expected) {}
+    ResponseDecoder(std::span<const std::uint8_t> message, const Expectation& expected)
+        : m_message(message), m_expected(expected)
+    {}
+    ResponseDecoder(const Message& message, const Expectation& expected) : ResponseDecoder(message.bytes(), expected) {}
 
     /// Only what all responses share, whatever their id.
     std::optional<Fault> checkEnvelope() const;
+    /// That too, and that it is no error response and has the expected id. Allocates nothing when it is right.
+    std::optional<Fault> checkHeader() const;
 
     /// One result code an entry; `asked` entries were sent.
     Decoded<std::vector<std::uint32_t>> takeResults(std::size_t asked) const;
@@ -45,16 +51,17 @@ public:
     Decoded<CardPresence> cardPresence(std::uint32_t word) const;
 
 private:
-    /// The envelope, the error response and the response id; then that the message holds at least `bytes`.
+    /// The header; then that the message holds at least `bytes`.
     std::optional<Fault> checkStart(std::size_t bytes) const;
     std::optional<Fault> checkLength(std::size_t wanted) const;
     /// That the word at `offset` repeats the request's.
     std::optional<Fault> checkEcho(const char* what, std::size_t offset, std::uint32_t asked) const;
     /// That `count` is from `least` to `most`.
     static std::optional<Fault> checkCount(std::uint32_t count, std::size_t least, std::size_t most);
+    std::uint32_t word(std::size_t offset) const { return m_message.bigEndianWordAt(offset); }
     std::vector<std::uint32_t> wordsFrom(std::size_t offset, std::size_t count) const;
 
-    const Message& m_message;
+    WireReader m_message;
     Expectation m_expected;
 };
 

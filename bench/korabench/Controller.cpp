@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "koraclient/HexText.h"
+#include "koraclient/RequestEncoder.h"
 #include "koracommand/WireWords.h"
 
 namespace korabench
@@ -31,7 +32,7 @@ void Controller::send(std::size_t index)
     m_last = index;
     m_held = 0;
     std::vector<std::uint8_t>& bytes = m_requests[index].bytes;
-    WireWriter(bytes).setBigEndianWordAt(wireLayout::header::sequence, ++m_tag);
+    koraclient::RequestEncoder::setTag(bytes, ++m_tag);
     sendAll(bytes);
 }
 

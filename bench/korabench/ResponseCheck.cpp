@@ -146,12 +146,9 @@ Fault checkChanges(const Request& request, Words& words)
 }
 
 /// The commands that nobody sends often: decoded as koractl decodes them.
-Fault checkRare(const Request& request, std::uint32_t tag, std::uint32_t sequence,
+Fault checkRare(const Request& request, const koraclient::ResponseDecoder& decoder,
                 std::span<const std::uint8_t> response)
 {
-    const koraclient::Message message({response.begin(), response.end()});
-    const koraclient::ResponseDecoder decoder(message,
-                                              {.responseId = request.responseId, .tag = tag, .sequence = sequence});
     const auto textOf = [](const auto& decoded) { return decoded.isOk() ? Fault() : Fault(decoded.fault().text); };
     switch (request.command)
     {
@@ -187,16 +184,14 @@ Fault checkRare(const Request& request, std::uint32_t tag, std::uint32_t sequenc
 std::optional<std::string> findFault(const Request& request, std::uint32_t tag, std::uint32_t sequence,
                                      std::span<const std::uint8_t> response)
 {
-    Words words(response);
-    words.expect("protocol type", wire::header::protocolType, wire::routerControlProtocol)
-        .expect("sequence", wire::header::sequence, sequence)
-        .expect("length word", wire::header::length, static_cast<std::uint32_t>(response.size()))
-        .expect("tag", wire::rsp::tag, tag)
-        .expect("response id", wire::header::msgId, request.responseId);
-    if (!words.isRight())
+    const koraclient::ResponseDecoder decoder(response,
+                                              {.responseId = request.responseId, .tag = tag, .sequence = sequence});
+    const auto fault = decoder.checkHeader();
+    if (fault && !(fault->isErrorResponse && request.responseId == wire::rspId::error))
     {
-        return words.fault();
+        return fault->text;
     }
+    Words words(response);
     switch (request.command)
     {
     case Command::Take:
@@ -212,7 +207,7 @@ std::optional<std::string> findFault(const Request& request, std::uint32_t tag, 
     case Command::Changes:
         return checkChanges(request, words);
     default:
-        return checkRare(request, tag, sequence, response);
+        return checkRare(request, decoder, response);
     }
 }
 

@@ -127,11 +127,11 @@ TEST(ResponseCheck, GivenARefusedTakeSaysWhatCame)
     EXPECT_EQ(fault, "result 0x0000000c came, 0x00000000 was expected");
 }
 
-TEST(ResponseCheck, GivenAnErrorResponseSaysWhichIdCame)
+TEST(ResponseCheck, GivenAnErrorResponseSaysItsCode)
 {
     const auto fault = faultOf(Command::Take, response(0x80000000, {8}));
 
-    EXPECT_EQ(fault, "response id 0x80000000 came, 0x80000050 was expected");
+    EXPECT_EQ(fault, "error code 8");
 }
 
 TEST(ResponseCheck, GivenAnotherInputFindsItOnlyWhereRoutesAreKnown)

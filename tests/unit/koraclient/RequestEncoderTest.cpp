@@ -74,3 +74,12 @@ TEST(RequestEncoder, GivenMoreEntriesThanFitAMessageThrows)
     EXPECT_THROW((void)sut.setOutputLpr(std::vector<LprEntry>(511)), std::length_error);
     EXPECT_THROW((void)sut.raw(1, std::vector<std::uint32_t>(2045)), std::length_error);
 }
+
+TEST(RequestEncoder, GivenAnotherTagChangesNothingElse)
+{
+    auto bytes = RequestEncoder(tag).tally(1, 2, 3);
+
+    RequestEncoder::setTag(bytes, 0xa1b2c3d4);
+
+    EXPECT_EQ(bytes, RequestEncoder(0xa1b2c3d4).tally(1, 2, 3));
+}

@@ -352,3 +352,40 @@ TEST(ResponseDecoder, GivenEveryTruncationOfAResponseRefusesIt)
         EXPECT_FALSE(sut.outputChanges(2, 4).isOk()) << size;
     }
 }
+
+TEST(ResponseDecoder, GivenBytesWithTheExpectedHeaderFindsNothingWrong)
+{
+    const auto bytes = bytesOf({12, sequence, 24, 0x80004000, tag, 0});
+    const ResponseDecoder sut(bytes, expecting(0x80004000));
+
+    EXPECT_FALSE(sut.checkHeader().has_value());
+}
+
+TEST(ResponseDecoder, GivenAHeaderThatDiffersSaysWhere)
+{
+    struct Case
+    {
+        std::size_t offset;
+        const char* text;
+    };
+    const Message right = message(0x80004000, {0});
+    for (const Case& wrong : {Case{0, "protocol type"}, Case{4, "sequence"}, Case{8, "length word"},
+                              Case{12, "response id"}, Case{16, "tag"}})
+    {
+        const Message response = withWord(right, wrong.offset, 0x00100000);
+        const auto fault = ResponseDecoder(response, expecting(0x80004000)).checkHeader();
+        ASSERT_TRUE(fault.has_value()) << wrong.text;
+        EXPECT_NE(fault->text.find(wrong.text), std::string::npos) << fault->text;
+        EXPECT_FALSE(fault->isErrorResponse);
+    }
+}
+
+TEST(ResponseDecoder, GivenAnErrorResponseSaysSoOfTheHeaderAlready)
+{
+    const Message response = message(0x80000000, {8});
+    const auto fault = ResponseDecoder(response, expecting(0x80004000)).checkHeader();
+
+    ASSERT_TRUE(fault.has_value());
+    EXPECT_TRUE(fault->isErrorResponse);
+    EXPECT_EQ(fault->errorCode, 8U);
+}
