@@ -1,57 +1,41 @@
 #include "koracommand/LevelAccess.h"
 
 #include "koracommand/LevelInvalid.h"
+#include "runtime/util/Slot.h"
 
-#include <mutex>
 #include <utility>
+
+using com::tallowcrest::util::processSlot;
 
 namespace
 {
 
-/// The slot and the level that answers while it is empty; created on first use, so that no order of static
-/// initialisation matters.
-struct Slot
+/// The level that answers while the slot is empty; made on first use, so that no order of static initialisation matters.
+const std::shared_ptr<ILevel>& invalidLevel()
 {
-    std::mutex mutex;
-    std::shared_ptr<ILevelAccess> access;
-    const std::shared_ptr<ILevel> invalidLevel = std::make_shared<LevelInvalid>();
-};
-
-Slot& slot()
-{
-    static Slot theSlot;
-    return theSlot;
-}
-
-std::shared_ptr<ILevelAccess> currentAccess()
-{
-    const std::lock_guard lock(slot().mutex);
-    return slot().access;
+    static const std::shared_ptr<ILevel> level = std::make_shared<LevelInvalid>();
+    return level;
 }
 
 } // namespace
 
 void setLevelAccess(std::shared_ptr<ILevelAccess> access)
 {
-    {
-        const std::lock_guard lock(slot().mutex);
-        slot().access.swap(access);
-    }
-    // The former access goes out of scope here, unlocked: its destructor may do anything.
+    processSlot<ILevelAccess>().set(std::move(access));
 }
 
 void resetLevelAccess()
 {
-    setLevelAccess({});
+    processSlot<ILevelAccess>().reset();
 }
 
 std::shared_ptr<ILevel> getLevelInstance(std::uint32_t levelNumber)
 {
-    const auto access = currentAccess();
+    const auto access = processSlot<ILevelAccess>().get();
     if (access == nullptr)
     {
-        return slot().invalidLevel;
+        return invalidLevel();
     }
     auto level = access->getLevelInstance(levelNumber);
-    return level != nullptr ? level : slot().invalidLevel;
+    return level != nullptr ? level : invalidLevel();
 }

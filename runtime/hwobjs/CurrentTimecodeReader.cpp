@@ -1,48 +1,26 @@
 #include "runtime/hwobjs/CurrentTimecodeReader.h"
 
 #include "runtime/hwobjs/DefaultTimecode.h"
+#include "runtime/util/Slot.h"
 
-#include <mutex>
+#include <utility>
 
 namespace com::tallowcrest::hwobjs
 {
 
-namespace
-{
-
-struct Slot
-{
-    std::mutex mutex;
-    std::shared_ptr<ITimecodeReader> reader;
-};
-
-/// Never destroyed: threads may still look into it while the process ends.
-Slot& slot()
-{
-    static Slot& theSlot = *new Slot;
-    return theSlot;
-}
-
-} // namespace
-
 std::shared_ptr<ITimecodeReader> currentTimecodeReader()
 {
-    Slot& current = slot();
-    const std::lock_guard lock(current.mutex);
-    return current.reader;
+    return util::processSlot<ITimecodeReader>().get();
 }
 
 void setCurrentTimecodeReader(std::shared_ptr<ITimecodeReader> reader)
 {
-    Slot& current = slot();
-    // The former reader goes after the lock.
-    const std::lock_guard lock(current.mutex);
-    current.reader.swap(reader);
+    util::processSlot<ITimecodeReader>().set(std::move(reader));
 }
 
 void resetCurrentTimecodeReader()
 {
-    setCurrentTimecodeReader(nullptr);
+    util::processSlot<ITimecodeReader>().reset();
 }
 
 util::Timecode currentTimecode()

@@ -1,55 +1,32 @@
 #include "runtime/misc/ConsoleSlot.h"
 
 #include "runtime/misc/TelnetIO.h"
+#include "runtime/util/Slot.h"
 
-#include <mutex>
 #include <utility>
 
 namespace com::tallowcrest::misc
 {
-namespace
-{
-struct Slot
-{
-    std::mutex mutex;
-    std::shared_ptr<TelnetIO> console;
-    bool isTelnetOnly = false;
-};
-
-Slot& slot()
-{
-    // Never destroyed: memory pools that report during static destruction still print.
-    static Slot& theSlot = *new Slot;
-    return theSlot;
-}
-} // namespace
 
 std::shared_ptr<TelnetIO> console()
 {
-    const std::lock_guard lock(slot().mutex);
-    return slot().console;
+    return util::processSlot<TelnetIO>().get();
 }
 
 bool isConsoleTelnetOnly()
 {
-    const std::lock_guard lock(slot().mutex);
-    return slot().isTelnetOnly;
+    const auto installed = console();
+    return installed != nullptr && installed->isTelnetOnly();
 }
 
 void setConsole(std::shared_ptr<TelnetIO> newConsole)
 {
-    const bool isTelnetOnly = newConsole != nullptr && newConsole->isTelnetOnly();
-    {
-        const std::lock_guard lock(slot().mutex);
-        slot().console.swap(newConsole);
-        slot().isTelnetOnly = isTelnetOnly;
-    }
-    // The console that was in the slot goes here, outside the lock: its destructor may print.
+    util::processSlot<TelnetIO>().set(std::move(newConsole));
 }
 
 void resetConsole()
 {
-    setConsole(nullptr);
+    util::processSlot<TelnetIO>().reset();
 }
 
 } // namespace com::tallowcrest::misc

@@ -7,7 +7,7 @@ namespace com::tallowcrest::misc
 
 class TelnetIO;
 
-/// The process-wide slot of the telnet console, with a copy of its telnet-only flag. Thread-safe.
+/// The process-wide slot of the telnet console. Thread-safe.
 
 /// A copy of the shared pointer; empty before the console is installed and after reset.
 std::shared_ptr<TelnetIO> console();
