@@ -31,7 +31,11 @@ struct Member
     BusMember Bus::*inBus;
 };
 template <typename Type, typename TypeMember, typename Bus, typename BusMember>
-Member(const char*, MemberRole, TypeMember Type::*, BusMember Bus::*) -> Member<Type, TypeMember, Bus, BusMember>;
+constexpr Member<Type, TypeMember, Bus, BusMember> makeMember(const char* name, MemberRole role,
+                                                              TypeMember Type::*inValue, BusMember Bus::*inBus)
+{
+    return {name, role, inValue, inBus};
+}
 
 /// Each type of the bus has a specialisation with
 ///   `Type`, `Bus`  the C++ value and the IDL compiler's C struct,
@@ -40,11 +44,9 @@ Member(const char*, MemberRole, TypeMember Type::*, BusMember Bus::*) -> Member<
 template <typename T>
 struct TypeDescription;
 
-#define KORABRIDGE_MEMBER(ROLE, NAME)                                                                                  \
-    Member                                                                                                             \
-    {                                                                                                                  \
-#NAME, MemberRole::ROLE, &Type::NAME, &Bus::NAME                                                               \
-    }
+#define KORABRIDGE_MEMBER(ROLE, NAME) makeMember(#NAME, MemberRole::ROLE, &Type::NAME, &Bus::NAME)
+// One member a line.
+// clang-format off
 
 template <>
 struct TypeDescription<ComponentInfo>
@@ -93,8 +95,11 @@ struct TypeDescription<MacroXptOutput>
     using Bus = com_tallowcrest_dds__routing_MacroXptOutput;
     static constexpr const dds_topic_descriptor_t& descriptor = com_tallowcrest_dds__routing_MacroXptOutput_desc;
     static constexpr std::tuple members{
-        KORABRIDGE_MEMBER(Key, macroXptOutput), KORABRIDGE_MEMBER(Value, macroXptInput), KORABRIDGE_MEMBER(When, when),
-        KORABRIDGE_MEMBER(Value, lprId),        KORABRIDGE_MEMBER(Value, lprState),
+        KORABRIDGE_MEMBER(Key, macroXptOutput),
+        KORABRIDGE_MEMBER(Value, macroXptInput),
+        KORABRIDGE_MEMBER(When, when),
+        KORABRIDGE_MEMBER(Value, lprId),
+        KORABRIDGE_MEMBER(Value, lprState),
     };
 };
 
@@ -123,12 +128,15 @@ struct TypeDescription<RouterMemberMacroXpts>
     using Bus = com_tallowcrest_dds__routing_RouterMemberMacroXpts;
     static constexpr const dds_topic_descriptor_t& descriptor = com_tallowcrest_dds__routing_RouterMemberMacroXpts_desc;
     static constexpr std::tuple members{
-        KORABRIDGE_MEMBER(Key, memberIndex),          KORABRIDGE_MEMBER(Value, macroXptInputStart),
-        KORABRIDGE_MEMBER(Value, numMacroXptInputs),  KORABRIDGE_MEMBER(Value, macroXptOutputStart),
+        KORABRIDGE_MEMBER(Key, memberIndex),
+        KORABRIDGE_MEMBER(Value, macroXptInputStart),
+        KORABRIDGE_MEMBER(Value, numMacroXptInputs),
+        KORABRIDGE_MEMBER(Value, macroXptOutputStart),
         KORABRIDGE_MEMBER(Value, numMacroXptOutputs),
     };
 };
 
+// clang-format on
 #undef KORABRIDGE_MEMBER
 
 /// Calls `visit(member)` with each member of the bus type T, in the order of the IDL.
