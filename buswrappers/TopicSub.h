@@ -73,7 +73,7 @@ public:
         std::swap(m_reader, reader);
         try
         {
-            m_reader.listener(&m_sender, listenedStatuses());
+            m_reader.listener(&m_sender, dds::core::status::StatusMask::all());
         }
         catch (...)
         {
@@ -96,14 +96,6 @@ protected:
     }
 
 private:
-    static dds::core::status::StatusMask listenedStatuses()
-    {
-        using dds::core::status::StatusMask;
-        return StatusMask::requested_deadline_missed() | StatusMask::requested_incompatible_qos() |
-               StatusMask::sample_rejected() | StatusMask::liveliness_changed() | StatusMask::data_available() |
-               StatusMask::subscription_matched() | StatusMask::sample_lost();
-    }
-
     const dds::domain::DomainParticipant m_participant;
     const std::string m_topicName;
     const dds::core::policy::DurabilityKind m_durability;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <variant>
 
 #include "dds/core/InstanceHandle.hpp"
 
@@ -22,16 +23,17 @@ public:
     static constexpr StatusMask data_available() { return StatusMask(0x0400); }
     static constexpr StatusMask liveliness_changed() { return StatusMask(0x1000); }
     static constexpr StatusMask subscription_matched() { return StatusMask(0x4000); }
+    /// Every status of a reader; others are not asked for.
+    static constexpr StatusMask all()
+    {
+        return requested_deadline_missed() | requested_incompatible_qos() | sample_rejected() | liveliness_changed() |
+               data_available() | subscription_matched() | sample_lost();
+    }
 
     constexpr std::uint32_t to_ulong() const { return m_bits; }
     /// True when every status of `other` is in this set.
     constexpr bool contains(StatusMask other) const { return (m_bits & other.m_bits) == other.m_bits; }
     constexpr StatusMask operator|(StatusMask other) const { return StatusMask(m_bits | other.m_bits); }
-    constexpr StatusMask& operator<<(StatusMask other)
-    {
-        m_bits |= other.m_bits;
-        return *this;
-    }
     constexpr bool operator==(const StatusMask&) const = default;
 
 private:
@@ -144,6 +146,10 @@ private:
     InstanceHandle m_lastPublication;
 };
 
+/// Samples have come; that is all it says.
+struct DataAvailableStatus
+{};
+
 /// Counts of matched peers: in all, and at present.
 class MatchedStatus : public CountedStatus
 {
@@ -179,5 +185,10 @@ public:
     using MatchedStatus::MatchedStatus;
     constexpr InstanceHandle last_subscription_handle() const { return last(); }
 };
+
+/// One of the statuses of a reader.
+using ReaderStatus =
+    std::variant<RequestedDeadlineMissedStatus, RequestedIncompatibleQosStatus, SampleRejectedStatus,
+                 LivelinessChangedStatus, DataAvailableStatus, SubscriptionMatchedStatus, SampleLostStatus>;
 
 } // namespace dds::core::status

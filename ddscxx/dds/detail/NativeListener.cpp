@@ -2,6 +2,8 @@
 
 #include <exception>
 #include <new>
+#include <tuple>
+#include <type_traits>
 
 #include "dds/detail/Check.hpp"
 #include "dds/detail/NativeStatus.hpp"
@@ -13,12 +15,15 @@ namespace dds::detail
 namespace
 {
 
-template <typename Call>
-void guarded(Call call) noexcept
+using core::status::StatusMask;
+
+/// Calls `callback` with a copy of the status.
+template <typename Native>
+void callWith(const ReaderCallback& callback, const Native& native) noexcept
 {
     try
     {
-        call();
+        callback(fromNative(native));
     }
     catch (const std::exception& error)
     {
@@ -30,108 +35,105 @@ void guarded(Call call) noexcept
     }
 }
 
-/// The C callback of one status: `Operation` of the callbacks is called with a copy of the status.
-template <typename Native, auto Operation>
-void forward(dds_entity_t, const Native native, void* callbacks) noexcept
+template <typename Native>
+void forward(dds_entity_t, const Native native, void* callback) noexcept
 {
-    guarded([&native, callbacks] { (static_cast<ReaderCallbacks*>(callbacks)->*Operation)(fromNative(native)); });
+    callWith(*static_cast<const ReaderCallback*>(callback), native);
 }
 
-/// Asks the reader for a status, which also marks it as looked at, and calls `Operation` with it.
-template <auto Operation, typename Native>
-void callWith(dds_entity_t reader, dds_return_t (*get)(dds_entity_t, Native*), ReaderCallbacks& callbacks)
+void forwardDataAvailable(dds_entity_t, void* callback) noexcept
 {
-    Native native{};
-    check(get(reader, &native), "asking for a status of a reader");
-    guarded([&native, &callbacks] { (callbacks.*Operation)(fromNative(native)); });
+    callWith(*static_cast<const ReaderCallback*>(callback), NativeDataAvailable{});
 }
 
-void forwardDataAvailable(dds_entity_t, void* callbacks) noexcept
+/// There is nothing to ask for: taking the data looks at the status.
+dds_return_t askForDataAvailable(dds_entity_t, NativeDataAvailable*)
 {
-    guarded([callbacks] { static_cast<ReaderCallbacks*>(callbacks)->onDataAvailable(); });
+    return DDS_RETCODE_OK;
+}
+
+/// One status of a reader: its bit in the standard's numbers and in the library's, how the library is told whom to
+/// call, and how it is asked, which also marks the status as looked at.
+template <typename Callback, typename Native>
+struct Row
+{
+    StatusMask mask;
+    std::uint32_t nativeBit;
+    void (*attach)(dds_listener_t*, Callback);
+    dds_return_t (*ask)(dds_entity_t, Native*);
+
+    void attachTo(dds_listener_t* listener) const
+    {
+        if constexpr (std::is_same_v<Native, NativeDataAvailable>)
+        {
+            attach(listener, forwardDataAvailable);
+        }
+        else
+        {
+            attach(listener, forward<Native>);
+        }
+    }
+
+    void callFor(dds_entity_t reader, const ReaderCallback& callback) const
+    {
+        Native native{};
+        check(ask(reader, &native), "asking for a status of a reader");
+        callWith(callback, native);
+    }
+};
+template <typename Callback, typename Native>
+Row(StatusMask, std::uint32_t, void (*)(dds_listener_t*, Callback), dds_return_t (*)(dds_entity_t, Native*))
+    -> Row<Callback, Native>;
+
+constexpr std::tuple readerStatuses{
+    Row{StatusMask::requested_deadline_missed(), DDS_REQUESTED_DEADLINE_MISSED_STATUS,
+        dds_lset_requested_deadline_missed, dds_get_requested_deadline_missed_status},
+    Row{StatusMask::requested_incompatible_qos(), DDS_REQUESTED_INCOMPATIBLE_QOS_STATUS,
+        dds_lset_requested_incompatible_qos, dds_get_requested_incompatible_qos_status},
+    Row{StatusMask::sample_rejected(), DDS_SAMPLE_REJECTED_STATUS, dds_lset_sample_rejected,
+        dds_get_sample_rejected_status},
+    Row{StatusMask::liveliness_changed(), DDS_LIVELINESS_CHANGED_STATUS, dds_lset_liveliness_changed,
+        dds_get_liveliness_changed_status},
+    Row{StatusMask::data_available(), DDS_DATA_AVAILABLE_STATUS, dds_lset_data_available, askForDataAvailable},
+    Row{StatusMask::subscription_matched(), DDS_SUBSCRIPTION_MATCHED_STATUS, dds_lset_subscription_matched,
+        dds_get_subscription_matched_status},
+    Row{StatusMask::sample_lost(), DDS_SAMPLE_LOST_STATUS, dds_lset_sample_lost, dds_get_sample_lost_status},
+};
+
+/// Calls `visit(row)` for each status of `mask`, in the order above.
+template <typename Visit>
+void forEach(StatusMask mask, Visit visit)
+{
+    const auto visitOne = [mask, &visit](const auto& row) {
+        if (mask.contains(row.mask))
+        {
+            visit(row);
+        }
+    };
+    std::apply([&visitOne](const auto&... row) { (visitOne(row), ...); }, readerStatuses);
 }
 
 } // namespace
 
-NativeListener::NativeListener(ReaderCallbacks& callbacks, core::status::StatusMask mask)
-    : m_listener(dds_create_listener(&callbacks))
+NativeListener::NativeListener(ReaderCallback& callback, StatusMask mask) : m_listener(dds_create_listener(&callback))
 {
-    using core::status::StatusMask;
     if (m_listener == nullptr)
     {
         throw std::bad_alloc();
     }
-    dds_listener_t* const listener = m_listener.get();
-    if (mask.contains(StatusMask::requested_deadline_missed()))
-    {
-        dds_lset_requested_deadline_missed(
-            listener, forward<dds_requested_deadline_missed_status_t, &ReaderCallbacks::onRequestedDeadlineMissed>);
-    }
-    if (mask.contains(StatusMask::requested_incompatible_qos()))
-    {
-        dds_lset_requested_incompatible_qos(
-            listener, forward<dds_requested_incompatible_qos_status_t, &ReaderCallbacks::onRequestedIncompatibleQos>);
-    }
-    if (mask.contains(StatusMask::sample_rejected()))
-    {
-        dds_lset_sample_rejected(listener, forward<dds_sample_rejected_status_t, &ReaderCallbacks::onSampleRejected>);
-    }
-    if (mask.contains(StatusMask::liveliness_changed()))
-    {
-        dds_lset_liveliness_changed(listener,
-                                    forward<dds_liveliness_changed_status_t, &ReaderCallbacks::onLivelinessChanged>);
-    }
-    if (mask.contains(StatusMask::data_available()))
-    {
-        dds_lset_data_available(listener, forwardDataAvailable);
-    }
-    if (mask.contains(StatusMask::subscription_matched()))
-    {
-        dds_lset_subscription_matched(
-            listener, forward<dds_subscription_matched_status_t, &ReaderCallbacks::onSubscriptionMatched>);
-    }
-    if (mask.contains(StatusMask::sample_lost()))
-    {
-        dds_lset_sample_lost(listener, forward<dds_sample_lost_status_t, &ReaderCallbacks::onSampleLost>);
-    }
+    forEach(mask, [this](const auto& row) { row.attachTo(m_listener.get()); });
 }
 
-void callForPending(dds_entity_t reader, ReaderCallbacks& callbacks, core::status::StatusMask mask)
+void callForPending(dds_entity_t reader, const ReaderCallback& callback, StatusMask mask)
 {
-    using core::status::StatusMask;
     std::uint32_t raised = 0;
     check(dds_get_status_changes(reader, &raised), "asking for the statuses of a reader");
-    if (mask.contains(StatusMask::requested_deadline_missed()) && (raised & DDS_REQUESTED_DEADLINE_MISSED_STATUS) != 0)
-    {
-        callWith<&ReaderCallbacks::onRequestedDeadlineMissed>(reader, dds_get_requested_deadline_missed_status,
-                                                              callbacks);
-    }
-    if (mask.contains(StatusMask::requested_incompatible_qos()) &&
-        (raised & DDS_REQUESTED_INCOMPATIBLE_QOS_STATUS) != 0)
-    {
-        callWith<&ReaderCallbacks::onRequestedIncompatibleQos>(reader, dds_get_requested_incompatible_qos_status,
-                                                               callbacks);
-    }
-    if (mask.contains(StatusMask::sample_rejected()) && (raised & DDS_SAMPLE_REJECTED_STATUS) != 0)
-    {
-        callWith<&ReaderCallbacks::onSampleRejected>(reader, dds_get_sample_rejected_status, callbacks);
-    }
-    if (mask.contains(StatusMask::liveliness_changed()) && (raised & DDS_LIVELINESS_CHANGED_STATUS) != 0)
-    {
-        callWith<&ReaderCallbacks::onLivelinessChanged>(reader, dds_get_liveliness_changed_status, callbacks);
-    }
-    if (mask.contains(StatusMask::data_available()) && (raised & DDS_DATA_AVAILABLE_STATUS) != 0)
-    {
-        guarded([&callbacks] { callbacks.onDataAvailable(); });
-    }
-    if (mask.contains(StatusMask::subscription_matched()) && (raised & DDS_SUBSCRIPTION_MATCHED_STATUS) != 0)
-    {
-        callWith<&ReaderCallbacks::onSubscriptionMatched>(reader, dds_get_subscription_matched_status, callbacks);
-    }
-    if (mask.contains(StatusMask::sample_lost()) && (raised & DDS_SAMPLE_LOST_STATUS) != 0)
-    {
-        callWith<&ReaderCallbacks::onSampleLost>(reader, dds_get_sample_lost_status, callbacks);
-    }
+    forEach(mask, [&](const auto& row) {
+        if ((raised & row.nativeBit) != 0)
+        {
+            row.callFor(reader, callback);
+        }
+    });
 }
 
 } // namespace dds::detail

@@ -2,22 +2,25 @@
 
 #include <dds/dds.h>
 
+#include <functional>
 #include <memory>
 
 #include "dds/core/Status.hpp"
-#include "dds/detail/ReaderCallbacks.hpp"
 
 namespace dds::detail
 {
 
-/// A listener in the DDS library's own form, which turns its C callbacks into calls of `ReaderCallbacks`. The library
-/// copies it when it is attached. An exception that a callback throws is reported in the library's log and goes no
+/// What a reader calls with each of its statuses, on threads of the DDS library.
+using ReaderCallback = std::function<void(const core::status::ReaderStatus&)>;
+
+/// A listener in the DDS library's own form, which turns its C callbacks into calls of a `ReaderCallback`. The library
+/// copies it when it is attached. An exception that the callback throws is reported in the library's log and goes no
 /// further, because there is only C above it.
 class NativeListener
 {
 public:
-    /// Listens to the statuses of `mask`; `callbacks` must outlive the attachment.
-    NativeListener(ReaderCallbacks& callbacks, core::status::StatusMask mask);
+    /// Listens to the statuses of `mask`; `callback` must outlive the attachment.
+    NativeListener(ReaderCallback& callback, core::status::StatusMask mask);
 
     const dds_listener_t* get() const { return m_listener.get(); }
 
@@ -30,8 +33,8 @@ private:
     std::unique_ptr<dds_listener_t, Deleter> m_listener;
 };
 
-/// Calls `callbacks`, on this thread, for each status of `mask` that the reader has raised and nobody has looked at:
+/// Calls `callback`, on this thread, for each status of `mask` that the reader has raised and nobody has looked at:
 /// attaching a listener alone does not.
-void callForPending(dds_entity_t reader, ReaderCallbacks& callbacks, core::status::StatusMask mask);
+void callForPending(dds_entity_t reader, const ReaderCallback& callback, core::status::StatusMask mask);
 
 } // namespace dds::detail

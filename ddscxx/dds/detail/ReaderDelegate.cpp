@@ -10,7 +10,6 @@
 #include "dds/core/Exception.hpp"
 #include "dds/detail/Check.hpp"
 #include "dds/detail/KeptData.hpp"
-#include "dds/detail/NativeListener.hpp"
 #include "dds/detail/NativeQos.hpp"
 #include "dds/detail/NativeStatus.hpp"
 #include "dds/detail/Report.hpp"
@@ -217,18 +216,19 @@ void ReaderDelegate::waitForHistoricalData(core::Duration timeout)
     }
 }
 
-void ReaderDelegate::listen(std::unique_ptr<ReaderCallbacks> callbacks, core::status::StatusMask mask)
+void ReaderDelegate::listen(ReaderCallback callback, core::status::StatusMask mask)
 {
-    if (callbacks == nullptr)
+    if (callback == nullptr)
     {
         check(dds_set_listener(m_entity.handle(), nullptr), call("detaching the listener of"));
-        m_callbacks.reset();
+        m_callback.reset();
         return;
     }
-    const NativeListener listener(*callbacks, mask);
+    auto attached = std::make_unique<ReaderCallback>(std::move(callback));
+    const NativeListener listener(*attached, mask);
     check(dds_set_listener(m_entity.handle(), listener.get()), call("attaching a listener to"));
-    m_callbacks = std::move(callbacks);
-    callForPending(m_entity.handle(), *m_callbacks, mask);
+    m_callback = std::move(attached);
+    callForPending(m_entity.handle(), *m_callback, mask);
 }
 
 core::status::SubscriptionMatchedStatus ReaderDelegate::subscriptionMatchedStatus()

@@ -11,7 +11,7 @@
 #include "dds/core/Duration.hpp"
 #include "dds/core/Status.hpp"
 #include "dds/detail/Entity.hpp"
-#include "dds/detail/ReaderCallbacks.hpp"
+#include "dds/detail/NativeListener.hpp"
 #include "dds/detail/SubscriberDelegate.hpp"
 #include "dds/detail/TopicDelegate.hpp"
 #include "dds/sub/qos/DataReaderQos.hpp"
@@ -45,15 +45,11 @@ public:
     /// writers hold arrives on its own.
     void waitForHistoricalData(core::Duration timeout);
 
-    /// Attaches `callbacks` in place of earlier ones; null detaches. Waits for callbacks that run, so it must not be
-    /// called from one. Statuses that were raised before are called for on this thread.
-    void listen(std::unique_ptr<ReaderCallbacks> callbacks, core::status::StatusMask mask);
+    /// Attaches `callback` in place of an earlier one; an empty one detaches. Waits for calls that run, so it must not
+    /// be called from one. Statuses that were raised before are called for on this thread.
+    void listen(ReaderCallback callback, core::status::StatusMask mask);
 
     core::status::SubscriptionMatchedStatus subscriptionMatchedStatus();
-
-    const std::shared_ptr<SubscriberDelegate>& subscriber() const { return m_subscriber; }
-    const std::shared_ptr<TopicDelegate>& topic() const { return m_topic; }
-    const sub::qos::DataReaderQos& qos() const { return m_qos; }
 
 private:
     /// Samples in memory of our own: the bus types hold no pointers, so nothing needs to be lent.
@@ -78,7 +74,7 @@ private:
     std::unique_ptr<com::tallowcrest::durability::ChannelUse> m_kept;
     std::vector<com::tallowcrest::durability::KeptSample> m_history;
     bool m_isReplaying = false;
-    std::unique_ptr<ReaderCallbacks> m_callbacks;
+    std::unique_ptr<ReaderCallback> m_callback; ///< stays where the library's listener finds it
     const Entity m_entity;
 };
 

@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <utility>
+#include <variant>
 #include <vector>
 
 #include "dds/core/Duration.hpp"
@@ -24,7 +25,6 @@ template <typename T>
 class DataReader : public core::Reference<detail::ReaderDelegate>
 {
 public:
-    using DataType = T;
     using Listener = DataReaderListener<T>;
     using Reference::Reference;
 
@@ -57,71 +57,37 @@ public:
     /// raised earlier and not yet looked at is called for at once, on this thread. Not from a listener's own call.
     void listener(Listener* listener, const core::status::StatusMask& mask)
     {
-        delegate()->listen(listener == nullptr ? nullptr : std::make_unique<Callbacks>(*listener, *delegate()), mask);
+        if (listener == nullptr)
+        {
+            delegate()->listen(nullptr, mask);
+            return;
+        }
+        // The handle that the listener gets owns nothing: were it the last one, the reader would be deleted inside its
+        // own callback, and that waits for the callback to end.
+        DataReader<T> reader(std::shared_ptr<detail::ReaderDelegate>(std::shared_ptr<void>(), delegate().get()));
+        delegate()->listen(
+            [listener, reader](const core::status::ReaderStatus& status) mutable {
+                std::visit([&](const auto& which) { listener->tell(reader, which); }, status);
+            },
+            mask);
     }
 
     core::status::SubscriptionMatchedStatus subscription_matched_status()
     {
         return delegate()->subscriptionMatchedStatus();
     }
-    qos::DataReaderQos qos() const { return delegate()->qos(); }
-    topic::Topic<T> topic() const { return topic::Topic<T>(delegate()->topic()); }
-    Subscriber subscriber() const { return Subscriber(delegate()->subscriber()); }
 
 private:
     using Support = topic::topic_type_support<T>;
 
-    /// Calls the typed listener. Its handle of the reader owns nothing: were it the last one, the reader would be
-    /// deleted inside its own callback, and that waits for the callback to end.
-    class Callbacks final : public detail::ReaderCallbacks
-    {
-    public:
-        Callbacks(Listener& listener, detail::ReaderDelegate& reader)
-            : m_listener(listener), m_reader(std::shared_ptr<detail::ReaderDelegate>(std::shared_ptr<void>(), &reader))
-        {}
-
-        void onRequestedDeadlineMissed(const core::status::RequestedDeadlineMissedStatus& status) override
-        {
-            m_listener.on_requested_deadline_missed(m_reader, status);
-        }
-        void onRequestedIncompatibleQos(const core::status::RequestedIncompatibleQosStatus& status) override
-        {
-            m_listener.on_requested_incompatible_qos(m_reader, status);
-        }
-        void onSampleRejected(const core::status::SampleRejectedStatus& status) override
-        {
-            m_listener.on_sample_rejected(m_reader, status);
-        }
-        void onLivelinessChanged(const core::status::LivelinessChangedStatus& status) override
-        {
-            m_listener.on_liveliness_changed(m_reader, status);
-        }
-        void onDataAvailable() override { m_listener.on_data_available(m_reader); }
-        void onSubscriptionMatched(const core::status::SubscriptionMatchedStatus& status) override
-        {
-            m_listener.on_subscription_matched(m_reader, status);
-        }
-        void onSampleLost(const core::status::SampleLostStatus& status) override
-        {
-            m_listener.on_sample_lost(m_reader, status);
-        }
-
-    private:
-        Listener& m_listener;
-        DataReader<T> m_reader;
-    };
-
     static detail::ReaderDelegate::Visitor collectInto(std::vector<Sample<T>>& samples)
     {
         return [&samples](const void* data, const dds_sample_info_t& info) {
-            samples.emplace_back(Support::fromBus(*static_cast<const typename Support::BusType*>(data)),
-                                 SampleInfo(info.valid_data,
-                                            status::DataState(static_cast<status::SampleState>(info.sample_state),
-                                                              static_cast<status::ViewState>(info.view_state),
-                                                              static_cast<status::InstanceState>(info.instance_state)),
-                                            core::Time(info.source_timestamp),
-                                            core::InstanceHandle(info.instance_handle),
-                                            core::InstanceHandle(info.publication_handle)));
+            samples.emplace_back(
+                Support::fromBus(*static_cast<const typename Support::BusType*>(data)),
+                SampleInfo(info.valid_data, status::DataState(static_cast<status::InstanceState>(info.instance_state)),
+                           core::Time(info.source_timestamp), core::InstanceHandle(info.instance_handle),
+                           core::InstanceHandle(info.publication_handle)));
         };
     }
 };

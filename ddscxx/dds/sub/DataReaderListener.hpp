@@ -31,20 +31,19 @@ public:
     virtual void on_subscription_matched(DataReader<T>& reader,
                                          const core::status::SubscriptionMatchedStatus& status) = 0;
     virtual void on_sample_lost(DataReader<T>& reader, const core::status::SampleLostStatus& status) = 0;
-};
 
-/// Does nothing; for listeners that want some of the calls only.
-template <typename T>
-class NoOpDataReaderListener : public DataReaderListener<T>
-{
-public:
-    void on_requested_deadline_missed(DataReader<T>&, const core::status::RequestedDeadlineMissedStatus&) override {}
-    void on_requested_incompatible_qos(DataReader<T>&, const core::status::RequestedIncompatibleQosStatus&) override {}
-    void on_sample_rejected(DataReader<T>&, const core::status::SampleRejectedStatus&) override {}
-    void on_liveliness_changed(DataReader<T>&, const core::status::LivelinessChangedStatus&) override {}
-    void on_data_available(DataReader<T>&) override {}
-    void on_subscription_matched(DataReader<T>&, const core::status::SubscriptionMatchedStatus&) override {}
-    void on_sample_lost(DataReader<T>&, const core::status::SampleLostStatus&) override {}
+private:
+    friend class DataReader<T>;
+
+    // One for each status that a reader can have: so none is forgotten.
+    using Reader = DataReader<T>;
+    void tell(Reader& r, const core::status::RequestedDeadlineMissedStatus& s) { on_requested_deadline_missed(r, s); }
+    void tell(Reader& r, const core::status::RequestedIncompatibleQosStatus& s) { on_requested_incompatible_qos(r, s); }
+    void tell(Reader& r, const core::status::SampleRejectedStatus& s) { on_sample_rejected(r, s); }
+    void tell(Reader& r, const core::status::LivelinessChangedStatus& s) { on_liveliness_changed(r, s); }
+    void tell(Reader& r, const core::status::DataAvailableStatus&) { on_data_available(r); }
+    void tell(Reader& r, const core::status::SubscriptionMatchedStatus& s) { on_subscription_matched(r, s); }
+    void tell(Reader& r, const core::status::SampleLostStatus& s) { on_sample_lost(r, s); }
 };
 
 } // namespace dds::sub

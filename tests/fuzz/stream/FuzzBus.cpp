@@ -34,9 +34,9 @@ void FuzzBus::attach(const dds::detail::ReaderDelegate* reader, std::string topi
     m_readers[reader].channel = Channel(std::move(topic), std::move(partition));
 }
 
-void FuzzBus::listen(const dds::detail::ReaderDelegate* reader, dds::detail::ReaderCallbacks* callbacks)
+void FuzzBus::listen(const dds::detail::ReaderDelegate* reader, dds::detail::ReaderCallback callback)
 {
-    m_readers.at(reader).callbacks = callbacks;
+    m_readers.at(reader).callback = std::move(callback);
 }
 
 void FuzzBus::addHistory(const dds::detail::ReaderDelegate* reader)
@@ -69,9 +69,9 @@ void FuzzBus::deliver(const std::string& topic, const std::string& partition, co
         if (reader.channel == Channel(topic, partition))
         {
             reader.samples.push_back({bytes, isValid});
-            if (reader.callbacks != nullptr)
+            if (reader.callback)
             {
-                reader.callbacks->onDataAvailable();
+                reader.callback(dds::core::status::DataAvailableStatus{});
             }
         }
     }
@@ -186,10 +186,9 @@ void ReaderDelegate::waitForHistoricalData(core::Duration)
     FuzzBus::instance().addHistory(this);
 }
 
-void ReaderDelegate::listen(std::unique_ptr<ReaderCallbacks> callbacks, core::status::StatusMask)
+void ReaderDelegate::listen(ReaderCallback callback, core::status::StatusMask)
 {
-    m_callbacks = std::move(callbacks);
-    FuzzBus::instance().listen(this, m_callbacks.get());
+    FuzzBus::instance().listen(this, std::move(callback));
 }
 
 } // namespace dds::detail

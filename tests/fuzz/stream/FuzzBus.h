@@ -2,6 +2,7 @@
 
 #include "bustypes/RoutingTypes.h"
 #include "bustypes/TypeSupport.h"
+#include "dds/detail/NativeListener.hpp"
 
 #include <cstddef>
 #include <cstring>
@@ -12,7 +13,6 @@
 
 namespace dds::detail
 {
-class ReaderCallbacks;
 class ReaderDelegate;
 } // namespace dds::detail
 
@@ -59,7 +59,7 @@ public:
     // For the delegates.
     void attach(const dds::detail::ReaderDelegate* reader, std::string topic, std::string partition);
     void detach(const dds::detail::ReaderDelegate* reader) { m_readers.erase(reader); }
-    void listen(const dds::detail::ReaderDelegate* reader, dds::detail::ReaderCallbacks* callbacks);
+    void listen(const dds::detail::ReaderDelegate* reader, dds::detail::ReaderCallback callback);
     void addHistory(const dds::detail::ReaderDelegate* reader);
     void record(const std::string& topic, const std::string& partition, const Output& sample);
 
@@ -76,7 +76,7 @@ private:
     struct Reader
     {
         Channel channel;
-        dds::detail::ReaderCallbacks* callbacks = nullptr;
+        dds::detail::ReaderCallback callback;
         std::vector<Sample> samples;
     };
 

@@ -15,10 +15,8 @@ dds::sub::Sample<MacroXptOutput> sample(std::uint32_t output, bool valid, Instan
 {
     MacroXptOutput data;
     data.macroXptOutput = output;
-    const dds::sub::status::DataState states(dds::sub::status::SampleState::NotRead,
-                                             dds::sub::status::ViewState::NewView, state);
-    return {data, dds::sub::SampleInfo(valid, states, dds::core::Time(0), dds::core::InstanceHandle(),
-                                       dds::core::InstanceHandle())};
+    return {data, dds::sub::SampleInfo(valid, dds::sub::status::DataState(state), dds::core::Time(0),
+                                       dds::core::InstanceHandle(), dds::core::InstanceHandle())};
 }
 
 std::vector<std::pair<std::uint32_t, bool>> outputsAndValidity(const dds::sub::LoanedSamples<MacroXptOutput>& samples)

@@ -6,6 +6,7 @@
 #include <stdexcept>
 #include <string>
 #include <utility>
+#include <variant>
 #include <vector>
 
 #include "bustypes/RoutingTypes.h"
@@ -20,14 +21,29 @@ namespace
 {
 
 /// Keeps what it was called with.
-class RecordingCallbacks final : public dds::detail::ReaderCallbacks
+class Recording
 {
 public:
-    void onRequestedDeadlineMissed(const RequestedDeadlineMissedStatus& status) override { m_deadline = status; }
-    void onRequestedIncompatibleQos(const RequestedIncompatibleQosStatus& status) override { m_incompatible = status; }
-    void onSampleRejected(const SampleRejectedStatus& status) override { m_rejected = status; }
-    void onLivelinessChanged(const LivelinessChangedStatus& status) override { m_liveliness = status; }
-    void onDataAvailable() override
+    dds::detail::ReaderCallback& callback() { return m_callback; }
+
+    bool m_throws = false;
+    bool m_throwsNumber = false;
+    int m_dataAvailable = 0;
+    RequestedDeadlineMissedStatus m_deadline;
+    RequestedIncompatibleQosStatus m_incompatible;
+    SampleRejectedStatus m_rejected;
+    LivelinessChangedStatus m_liveliness;
+    SubscriptionMatchedStatus m_matched;
+    SampleLostStatus m_lost;
+
+private:
+    void keep(const RequestedDeadlineMissedStatus& status) { m_deadline = status; }
+    void keep(const RequestedIncompatibleQosStatus& status) { m_incompatible = status; }
+    void keep(const SampleRejectedStatus& status) { m_rejected = status; }
+    void keep(const LivelinessChangedStatus& status) { m_liveliness = status; }
+    void keep(const SubscriptionMatchedStatus& status) { m_matched = status; }
+    void keep(const SampleLostStatus& status) { m_lost = status; }
+    void keep(const DataAvailableStatus&)
     {
         ++m_dataAvailable;
         if (m_throws)
@@ -39,80 +55,67 @@ public:
             throw 1;
         }
     }
-    void onSubscriptionMatched(const SubscriptionMatchedStatus& status) override { m_matched = status; }
-    void onSampleLost(const SampleLostStatus& status) override { m_lost = status; }
 
-    bool m_throws = false;
-    bool m_throwsNumber = false;
-    int m_dataAvailable = 0;
-    RequestedDeadlineMissedStatus m_deadline;
-    RequestedIncompatibleQosStatus m_incompatible;
-    SampleRejectedStatus m_rejected;
-    LivelinessChangedStatus m_liveliness;
-    SubscriptionMatchedStatus m_matched;
-    SampleLostStatus m_lost;
+    dds::detail::ReaderCallback m_callback = [this](const ReaderStatus& status) {
+        std::visit([this](const auto& which) { keep(which); }, status);
+    };
 };
-
-const StatusMask allStatuses = StatusMask::requested_deadline_missed() | StatusMask::requested_incompatible_qos() |
-                               StatusMask::sample_rejected() | StatusMask::liveliness_changed() |
-                               StatusMask::data_available() | StatusMask::subscription_matched() |
-                               StatusMask::sample_lost();
 
 } // namespace
 
 TEST(NativeListener, ForwardsEachStatusAsACopy)
 {
-    RecordingCallbacks callbacks;
-    const dds::detail::NativeListener sut(callbacks, allStatuses);
+    Recording recording;
+    const dds::detail::NativeListener sut(recording.callback(), StatusMask::all());
 
     dds_on_requested_deadline_missed_fn deadlineMissed = nullptr;
     dds_lget_requested_deadline_missed(sut.get(), &deadlineMissed);
     ASSERT_NE(deadlineMissed, nullptr);
-    deadlineMissed(1, {3, 1, 77}, &callbacks);
-    EXPECT_EQ(callbacks.m_deadline, RequestedDeadlineMissedStatus({3, 1}, InstanceHandle(77)));
+    deadlineMissed(1, {3, 1, 77}, &recording.callback());
+    EXPECT_EQ(recording.m_deadline, RequestedDeadlineMissedStatus({3, 1}, InstanceHandle(77)));
 
     dds_on_requested_incompatible_qos_fn incompatibleQos = nullptr;
     dds_lget_requested_incompatible_qos(sut.get(), &incompatibleQos);
     ASSERT_NE(incompatibleQos, nullptr);
-    incompatibleQos(1, {4, 2, 11}, &callbacks);
-    EXPECT_EQ(callbacks.m_incompatible, RequestedIncompatibleQosStatus({4, 2}, 11));
+    incompatibleQos(1, {4, 2, 11}, &recording.callback());
+    EXPECT_EQ(recording.m_incompatible, RequestedIncompatibleQosStatus({4, 2}, 11));
 
     dds_on_sample_rejected_fn sampleRejected = nullptr;
     dds_lget_sample_rejected(sut.get(), &sampleRejected);
     ASSERT_NE(sampleRejected, nullptr);
-    sampleRejected(1, {5, 1, DDS_REJECTED_BY_SAMPLES_LIMIT, 78}, &callbacks);
-    EXPECT_EQ(callbacks.m_rejected,
+    sampleRejected(1, {5, 1, DDS_REJECTED_BY_SAMPLES_LIMIT, 78}, &recording.callback());
+    EXPECT_EQ(recording.m_rejected,
               SampleRejectedStatus({5, 1}, SampleRejectedState::RejectedBySamplesLimit, InstanceHandle(78)));
 
     dds_on_liveliness_changed_fn livelinessChanged = nullptr;
     dds_lget_liveliness_changed(sut.get(), &livelinessChanged);
     ASSERT_NE(livelinessChanged, nullptr);
-    livelinessChanged(1, {2, 1, -1, 1, 79}, &callbacks);
-    EXPECT_EQ(callbacks.m_liveliness, LivelinessChangedStatus(2, 1, -1, 1, InstanceHandle(79)));
+    livelinessChanged(1, {2, 1, -1, 1, 79}, &recording.callback());
+    EXPECT_EQ(recording.m_liveliness, LivelinessChangedStatus(2, 1, -1, 1, InstanceHandle(79)));
 
     dds_on_subscription_matched_fn subscriptionMatched = nullptr;
     dds_lget_subscription_matched(sut.get(), &subscriptionMatched);
     ASSERT_NE(subscriptionMatched, nullptr);
-    subscriptionMatched(1, {6, 1, 2, -1, 80}, &callbacks);
-    EXPECT_EQ(callbacks.m_matched, SubscriptionMatchedStatus({6, 1}, 2, -1, InstanceHandle(80)));
+    subscriptionMatched(1, {6, 1, 2, -1, 80}, &recording.callback());
+    EXPECT_EQ(recording.m_matched, SubscriptionMatchedStatus({6, 1}, 2, -1, InstanceHandle(80)));
 
     dds_on_sample_lost_fn sampleLost = nullptr;
     dds_lget_sample_lost(sut.get(), &sampleLost);
     ASSERT_NE(sampleLost, nullptr);
-    sampleLost(1, {9, 2}, &callbacks);
-    EXPECT_EQ(callbacks.m_lost, SampleLostStatus(9, 2));
+    sampleLost(1, {9, 2}, &recording.callback());
+    EXPECT_EQ(recording.m_lost, SampleLostStatus(9, 2));
 
     dds_on_data_available_fn dataAvailable = nullptr;
     dds_lget_data_available(sut.get(), &dataAvailable);
     ASSERT_NE(dataAvailable, nullptr);
-    dataAvailable(1, &callbacks);
-    EXPECT_EQ(callbacks.m_dataAvailable, 1);
+    dataAvailable(1, &recording.callback());
+    EXPECT_EQ(recording.m_dataAvailable, 1);
 }
 
 TEST(NativeListener, TakesNoCallbackForAStatusOutsideTheMask)
 {
-    RecordingCallbacks callbacks;
-    const dds::detail::NativeListener sut(callbacks, StatusMask::sample_lost());
+    Recording recording;
+    const dds::detail::NativeListener sut(recording.callback(), StatusMask::sample_lost());
 
     dds_on_data_available_fn dataAvailable = nullptr;
     dds_lget_data_available(sut.get(), &dataAvailable);
@@ -173,16 +176,16 @@ TEST(NativeListener, WhatWasRaisedBeforeIsCalledForOnce)
         dds_get_status_changes(reader, &raised);
         return (raised & both) == both;
     }));
-    RecordingCallbacks callbacks;
+    Recording recording;
 
-    dds::detail::callForPending(reader, callbacks, allStatuses);
+    dds::detail::callForPending(reader, recording.callback(), StatusMask::all());
 
-    EXPECT_GE(callbacks.m_deadline.total_count(), 1);
-    EXPECT_EQ(callbacks.m_rejected.total_count(), 1);
-    EXPECT_EQ(callbacks.m_dataAvailable, 1);
-    callbacks.m_rejected = {};
-    dds::detail::callForPending(reader, callbacks, allStatuses);
-    EXPECT_EQ(callbacks.m_rejected.total_count(), 0) << "looked at already";
+    EXPECT_GE(recording.m_deadline.total_count(), 1);
+    EXPECT_EQ(recording.m_rejected.total_count(), 1);
+    EXPECT_EQ(recording.m_dataAvailable, 1);
+    recording.m_rejected = {};
+    dds::detail::callForPending(reader, recording.callback(), StatusMask::all());
+    EXPECT_EQ(recording.m_rejected.total_count(), 0) << "looked at already";
     dds_delete(participant);
 }
 
@@ -193,30 +196,30 @@ TEST(NativeListener, EachReasonOfARejectionIsToldApart)
         {DDS_REJECTED_BY_INSTANCES_LIMIT, SampleRejectedState::RejectedByInstancesLimit},
         {DDS_REJECTED_BY_SAMPLES_LIMIT, SampleRejectedState::RejectedBySamplesLimit},
         {DDS_REJECTED_BY_SAMPLES_PER_INSTANCE_LIMIT, SampleRejectedState::RejectedBySamplesPerInstanceLimit}};
-    RecordingCallbacks callbacks;
-    const dds::detail::NativeListener sut(callbacks, StatusMask::sample_rejected());
+    Recording recording;
+    const dds::detail::NativeListener sut(recording.callback(), StatusMask::sample_rejected());
     dds_on_sample_rejected_fn sampleRejected = nullptr;
     dds_lget_sample_rejected(sut.get(), &sampleRejected);
     ASSERT_NE(sampleRejected, nullptr);
 
     for (const auto& [native, expected] : reasons)
     {
-        sampleRejected(1, {5, 1, native, 78}, &callbacks);
+        sampleRejected(1, {5, 1, native, 78}, &recording.callback());
 
-        EXPECT_EQ(callbacks.m_rejected, SampleRejectedStatus({5, 1}, expected, InstanceHandle(78)));
+        EXPECT_EQ(recording.m_rejected, SampleRejectedStatus({5, 1}, expected, InstanceHandle(78)));
     }
 }
 
 TEST(NativeListener, AnExceptionThatIsNoStandardOneEndsInTheLibrarysLogToo)
 {
     const LibraryLog log;
-    RecordingCallbacks callbacks;
-    callbacks.m_throwsNumber = true;
-    const dds::detail::NativeListener sut(callbacks, StatusMask::data_available());
+    Recording recording;
+    recording.m_throwsNumber = true;
+    const dds::detail::NativeListener sut(recording.callback(), StatusMask::data_available());
     dds_on_data_available_fn dataAvailable = nullptr;
     dds_lget_data_available(sut.get(), &dataAvailable);
 
-    EXPECT_NO_THROW(dataAvailable(1, &callbacks));
+    EXPECT_NO_THROW(dataAvailable(1, &recording.callback()));
 
     EXPECT_NE(log.text().find("a reader's listener threw: no standard exception"), std::string::npos) << log.text();
 }
@@ -224,14 +227,14 @@ TEST(NativeListener, AnExceptionThatIsNoStandardOneEndsInTheLibrarysLogToo)
 TEST(NativeListener, AnExceptionEndsInTheLibrarysLog)
 {
     const LibraryLog log;
-    RecordingCallbacks callbacks;
-    callbacks.m_throws = true;
-    const dds::detail::NativeListener sut(callbacks, StatusMask::data_available());
+    Recording recording;
+    recording.m_throws = true;
+    const dds::detail::NativeListener sut(recording.callback(), StatusMask::data_available());
     dds_on_data_available_fn dataAvailable = nullptr;
     dds_lget_data_available(sut.get(), &dataAvailable);
 
-    EXPECT_NO_THROW(dataAvailable(1, &callbacks));
+    EXPECT_NO_THROW(dataAvailable(1, &recording.callback()));
 
-    EXPECT_EQ(callbacks.m_dataAvailable, 1);
+    EXPECT_EQ(recording.m_dataAvailable, 1);
     EXPECT_NE(log.text().find("a reader's listener threw: the listener failed"), std::string::npos) << log.text();
 }

@@ -15,15 +15,7 @@ TEST(Duration, CountsTheSameSpanFromAllItsSources)
 {
     EXPECT_EQ(Duration::from_secs(20), Duration(20s));
     EXPECT_EQ(Duration::from_millisecs(100), Duration(100ms));
-    EXPECT_EQ(Duration(1, 500'000'000), Duration(1500ms));
-    EXPECT_EQ(Duration(1, 500'000'000).to_chrono(), 1500ms);
-}
-
-TEST(Duration, InfiniteIsLongerThanAnySpan)
-{
-    EXPECT_GT(Duration::infinite(), Duration::from_secs(1'000'000'000));
-    EXPECT_EQ(Duration::infinite().to_chrono().count(), INT64_MAX); // the DDS library's own infinity
-    EXPECT_LT(Duration::zero(), Duration(1ns));
+    EXPECT_EQ(Duration(1500ms).to_chrono(), 1500ms);
 }
 
 TEST(InstanceHandle, NilIsTheDefaultAndNoOther)
@@ -46,11 +38,15 @@ TEST(StatusMask, BitsAreThoseOfTheStandard)
 
 TEST(StatusMask, ContainsWhatWasPutIn)
 {
-    StatusMask mask = StatusMask::data_available();
-    mask << StatusMask::sample_lost();
+    constexpr StatusMask mask = StatusMask::data_available() | StatusMask::sample_lost();
 
     EXPECT_TRUE(mask.contains(StatusMask::data_available()));
     EXPECT_TRUE(mask.contains(StatusMask::sample_lost()));
     EXPECT_FALSE(mask.contains(StatusMask::sample_rejected()));
     EXPECT_FALSE(mask.contains(StatusMask::data_available() | StatusMask::sample_rejected()));
+}
+
+TEST(StatusMask, AllAreTheSevenOfAReader)
+{
+    EXPECT_EQ(StatusMask::all().to_ulong(), 0x55C4U);
 }
