@@ -6,21 +6,16 @@
 namespace dds::core
 {
 
-/// A span of time in nanoseconds; infinite is a value of its own, later than every other.
+/// A span of time in nanoseconds.
 class Duration
 {
 public:
     constexpr Duration() = default;
-    constexpr Duration(std::int32_t seconds, std::uint32_t nanoseconds)
-        : m_nanoseconds(std::int64_t{seconds} * std::nano::den + nanoseconds)
-    {}
     template <typename Rep, typename Period>
     constexpr Duration(std::chrono::duration<Rep, Period> span)
         : m_nanoseconds(std::chrono::duration_cast<std::chrono::nanoseconds>(span).count())
     {}
 
-    static constexpr Duration zero() { return Duration(); }
-    static constexpr Duration infinite() { return Duration(std::chrono::nanoseconds::max()); }
     static constexpr Duration from_secs(std::int64_t seconds) { return Duration(std::chrono::seconds(seconds)); }
     static constexpr Duration from_millisecs(std::int64_t millisecs)
     {
@@ -28,7 +23,7 @@ public:
     }
 
     constexpr std::chrono::nanoseconds to_chrono() const { return std::chrono::nanoseconds(m_nanoseconds); }
-    constexpr auto operator<=>(const Duration&) const = default;
+    constexpr bool operator==(const Duration&) const = default;
 
 private:
     std::int64_t m_nanoseconds = 0;

@@ -26,12 +26,6 @@ public:
     {
         return policy(value);
     }
-    template <typename Policy>
-    const Self& operator>>(Policy& value) const
-    {
-        value = policy<Policy>();
-        return static_cast<const Self&>(*this);
-    }
 
     const std::tuple<Policies...>& policies() const { return m_policies; }
     bool operator==(const EntityQos&) const = default;

@@ -20,7 +20,8 @@ protected:
     Exception& operator=(const Exception&) = default;
 };
 
-/// One concrete exception: a DDS exception that is also the standard exception `Base`.
+/// One concrete exception: a DDS exception that is also the standard exception `Base`. There is one of its own for what
+/// somebody tells apart from the rest.
 template <typename Base, typename Tag>
 class BasicError : public Exception, public Base
 {
@@ -30,16 +31,8 @@ public:
 };
 
 using Error = BasicError<std::runtime_error, struct ErrorTag>;
-using AlreadyClosedError = BasicError<std::logic_error, struct AlreadyClosedTag>;
-using IllegalOperationError = BasicError<std::logic_error, struct IllegalOperationTag>;
-using ImmutablePolicyError = BasicError<std::logic_error, struct ImmutablePolicyTag>;
 using InconsistentPolicyError = BasicError<std::logic_error, struct InconsistentPolicyTag>;
-using InvalidArgumentError = BasicError<std::invalid_argument, struct InvalidArgumentTag>;
-using NotEnabledError = BasicError<std::logic_error, struct NotEnabledTag>;
 using NullReferenceError = BasicError<std::logic_error, struct NullReferenceTag>;
-using OutOfResourcesError = BasicError<std::runtime_error, struct OutOfResourcesTag>;
-using PreconditionNotMetError = BasicError<std::logic_error, struct PreconditionNotMetTag>;
 using TimeoutError = BasicError<std::runtime_error, struct TimeoutTag>;
-using UnsupportedError = BasicError<std::logic_error, struct UnsupportedTag>;
 
 } // namespace dds::core

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <compare>
 #include <cstdint>
 
 namespace dds::core
@@ -13,11 +12,9 @@ public:
     constexpr InstanceHandle() = default;
     constexpr explicit InstanceHandle(std::uint64_t value) : m_value(value) {}
 
-    static constexpr InstanceHandle nil() { return InstanceHandle(); }
-
     constexpr bool is_nil() const { return m_value == 0; }
     constexpr std::uint64_t value() const { return m_value; }
-    constexpr auto operator<=>(const InstanceHandle&) const = default;
+    constexpr bool operator==(const InstanceHandle&) const = default;
 
 private:
     std::uint64_t m_value = 0;

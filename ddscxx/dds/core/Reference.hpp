@@ -25,7 +25,6 @@ public:
     explicit Reference(std::shared_ptr<Delegate> delegate) : m_delegate(std::move(delegate)) {}
 
     bool is_nil() const { return m_delegate == nullptr; }
-    bool operator==(NullType) const { return is_nil(); }
     bool operator==(const Reference& other) const { return m_delegate == other.m_delegate; }
 
     /// What the handle shares; for the other classes of this interface. Throws NullReferenceError on nil.

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <compare>
 #include <cstdint>
 
 namespace dds::core
@@ -13,11 +12,8 @@ public:
     constexpr Time() = default;
     constexpr explicit Time(std::int64_t nanosecondsSinceEpoch) : m_nanoseconds(nanosecondsSinceEpoch) {}
 
-    /// A point before every other; on received samples it says that the writer gave none.
-    static constexpr Time invalid() { return Time(INT64_MIN); }
-
     constexpr std::int64_t to_nanoseconds() const { return m_nanoseconds; }
-    constexpr auto operator<=>(const Time&) const = default;
+    constexpr bool operator==(const Time&) const = default;
 
 private:
     std::int64_t m_nanoseconds = 0;

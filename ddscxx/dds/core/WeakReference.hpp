@@ -15,7 +15,6 @@ public:
     WeakReference() = default;
     explicit WeakReference(const Handle& handle) : m_delegate(handle.delegate()) {}
 
-    bool expired() const { return m_delegate.expired(); }
     /// The entity, or nil when it is gone.
     Handle lock() const { return Handle(m_delegate.lock()); }
 

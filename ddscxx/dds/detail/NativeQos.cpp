@@ -33,20 +33,6 @@ void NativeQos::set(const policy::Reliability& policy)
     dds_qset_reliability(m_qos.get(), kind, policy.max_blocking_time().to_chrono().count());
 }
 
-void NativeQos::set(const policy::History& policy)
-{
-    const auto kind = policy.kind() == policy::HistoryKind::KEEP_ALL ? DDS_HISTORY_KEEP_ALL : DDS_HISTORY_KEEP_LAST;
-    dds_qset_history(m_qos.get(), kind, policy.depth());
-}
-
-void NativeQos::set(const policy::DestinationOrder& policy)
-{
-    const auto kind = policy.kind() == policy::DestinationOrderKind::BY_SOURCE_TIMESTAMP
-                          ? DDS_DESTINATIONORDER_BY_SOURCE_TIMESTAMP
-                          : DDS_DESTINATIONORDER_BY_RECEPTION_TIMESTAMP;
-    dds_qset_destination_order(m_qos.get(), kind);
-}
-
 void NativeQos::set(const policy::Partition& policy)
 {
     std::vector<const char*> names;

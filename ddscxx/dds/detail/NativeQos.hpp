@@ -31,8 +31,6 @@ private:
     NativeQos();
     void set(const core::policy::Durability& policy);
     void set(const core::policy::Reliability& policy);
-    void set(const core::policy::History& policy);
-    void set(const core::policy::DestinationOrder& policy);
     void set(const core::policy::Partition& policy);
     void set(const core::policy::WriterDataLifecycle& policy);
 

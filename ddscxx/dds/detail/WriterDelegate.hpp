@@ -42,10 +42,6 @@ public:
     void waitForAcknowledgments(core::Duration timeout);
     core::status::PublicationMatchedStatus publicationMatchedStatus();
 
-    const std::shared_ptr<PublisherDelegate>& publisher() const { return m_publisher; }
-    const std::shared_ptr<TopicDelegate>& topic() const { return m_topic; }
-    const pub::qos::DataWriterQos& qos() const { return m_qos; }
-
 private:
     std::string call(const char* what) const;
     void writeNative(const void* sample, core::Time sourceTimestamp);

@@ -5,7 +5,6 @@
 
 #include "dds/core/Reference.hpp"
 #include "dds/detail/ParticipantDelegate.hpp"
-#include "dds/domain/qos/DomainParticipantQos.hpp"
 #include "dds/pub/qos/PublisherQos.hpp"
 #include "dds/sub/qos/SubscriberQos.hpp"
 #include "dds/topic/qos/TopicQos.hpp"
@@ -32,7 +31,6 @@ public:
     topic::qos::TopicQos default_topic_qos() const { return {}; }
     pub::qos::PublisherQos default_publisher_qos() const { return {}; }
     sub::qos::SubscriberQos default_subscriber_qos() const { return {}; }
-    qos::DomainParticipantQos qos() const { return {}; }
 };
 
 } // namespace dds::domain

@@ -24,7 +24,6 @@ template <typename T>
 class DataWriter : public core::Reference<detail::WriterDelegate>
 {
 public:
-    using DataType = T;
     using Reference::Reference;
 
     DataWriter(const Publisher& publisher, const topic::Topic<T>& topic, const qos::DataWriterQos& qos)
@@ -58,18 +57,13 @@ public:
     /// This writer no longer keeps the instance up to date. Disposes it too when the writer's lifecycle says so.
     void unregister_instance(const core::InstanceHandle& instance)
     {
-        unregister_instance(instance, core::Time(dds_time()));
-    }
-    void unregister_instance(const core::InstanceHandle& instance, const core::Time& sourceTimestamp)
-    {
-        delegate()->unregisterInstance(instance, sourceTimestamp);
+        delegate()->unregisterInstance(instance, core::Time(dds_time()));
     }
 
     /// The instance has ceased to exist.
-    void dispose_instance(const core::InstanceHandle& instance) { dispose_instance(instance, core::Time(dds_time())); }
-    void dispose_instance(const core::InstanceHandle& instance, const core::Time& sourceTimestamp)
+    void dispose_instance(const core::InstanceHandle& instance)
     {
-        delegate()->disposeInstance(instance, sourceTimestamp);
+        delegate()->disposeInstance(instance, core::Time(dds_time()));
     }
 
     /// Returns when every reader has confirmed all that was written; throws TimeoutError when one does not in time.
@@ -78,9 +72,6 @@ public:
     {
         return delegate()->publicationMatchedStatus();
     }
-    qos::DataWriterQos qos() const { return delegate()->qos(); }
-    topic::Topic<T> topic() const { return topic::Topic<T>(delegate()->topic()); }
-    Publisher publisher() const { return Publisher(delegate()->publisher()); }
 
 private:
     using Support = topic::topic_type_support<T>;

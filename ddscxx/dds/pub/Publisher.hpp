@@ -19,9 +19,6 @@ public:
     explicit Publisher(const domain::DomainParticipant& participant, const qos::PublisherQos& qos = {})
         : Reference(std::make_shared<detail::PublisherDelegate>(participant.delegate(), qos))
     {}
-
-    qos::PublisherQos qos() const { return delegate()->qos(); }
-    domain::DomainParticipant participant() const { return domain::DomainParticipant(delegate()->participant()); }
 };
 
 } // namespace dds::pub

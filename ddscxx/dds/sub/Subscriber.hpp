@@ -19,9 +19,6 @@ public:
     explicit Subscriber(const domain::DomainParticipant& participant, const qos::SubscriberQos& qos = {})
         : Reference(std::make_shared<detail::SubscriberDelegate>(participant.delegate(), qos))
     {}
-
-    qos::SubscriberQos qos() const { return delegate()->qos(); }
-    domain::DomainParticipant participant() const { return domain::DomainParticipant(delegate()->participant()); }
 };
 
 } // namespace dds::sub

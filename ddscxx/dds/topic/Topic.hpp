@@ -4,7 +4,6 @@
 #include <string>
 
 #include "dds/core/Reference.hpp"
-#include "dds/core/Status.hpp"
 #include "dds/detail/TopicDelegate.hpp"
 #include "dds/domain/DomainParticipant.hpp"
 #include "dds/topic/DurableCodec.hpp"
@@ -21,15 +20,12 @@ template <typename T>
 class Topic : public core::Reference<detail::TopicDelegate>
 {
 public:
-    using DataType = T;
     using Reference::Reference;
 
     Topic(const domain::DomainParticipant& participant, const std::string& name, const qos::TopicQos& qos)
         : Reference(std::make_shared<detail::TopicDelegate>(participant.delegate(), durable_codec<T>(), name, qos))
     {}
 
-    const std::string& name() const { return delegate()->name(); }
-    std::string type_name() const { return topic_type_support<T>::typeName; }
     qos::TopicQos qos() const { return delegate()->qos(); }
     domain::DomainParticipant participant() const { return domain::DomainParticipant(delegate()->participant()); }
 };

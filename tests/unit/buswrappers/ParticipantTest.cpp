@@ -27,9 +27,9 @@ TEST(Participant, IsDeletedWithTheLastWrapper)
     const dds::core::WeakReference<DomainParticipant> slot(sharedParticipant());
 
     one.reset();
-    EXPECT_FALSE(slot.expired());
+    EXPECT_FALSE(slot.lock().is_nil());
     two.reset();
-    EXPECT_TRUE(slot.expired());
+    EXPECT_TRUE(slot.lock().is_nil());
 }
 
 TEST(Participant, IsMadeAgainAfterItWasDeleted)

@@ -124,7 +124,7 @@ TEST_F(DataWriterTest, UnregisteredInstanceLosesItsWriterAndIsNotDisposed)
 TEST_F(DataWriterTest, UnregisteredInstanceIsDisposedWhenTheLifecycleSaysSo)
 {
     dds::pub::qos::DataWriterQos qos = m_topic.qos();
-    qos << WriterDataLifecycle::AutoDisposeUnregisteredInstances();
+    ASSERT_TRUE(qos.policy<WriterDataLifecycle>().autodispose_unregistered_instances());
     Writer sut(dds::pub::Publisher(m_participant), m_topic, qos);
     sut.write(output(6, 60));
     ASSERT_EQ(takeSamples(m_wireReader, 1).size(), 1U);
@@ -181,7 +181,7 @@ TEST_F(DataWriterTest, UnknownHandleIsRefusedWithTheCallAndTheTopic)
         sut.unregister_instance(dds::core::InstanceHandle(4711));
         FAIL() << "nothing was thrown";
     }
-    catch (const dds::core::PreconditionNotMetError& error)
+    catch (const dds::core::Error& error)
     {
         EXPECT_STREQ(error.what(), "unregistering an instance of topic \"TopicUnderTest\": Precondition Not Met");
     }

@@ -3,12 +3,11 @@
 
 using dds::domain::DomainParticipant;
 
-TEST(Reference, NilIsEqualToNullAndRefusesToBeUsed)
+TEST(Reference, NilRefusesToBeUsed)
 {
     const DomainParticipant sut(dds::core::null);
 
     EXPECT_TRUE(sut.is_nil());
-    EXPECT_TRUE(sut == dds::core::null);
     EXPECT_THROW(dds::pub::Publisher{sut}, dds::core::NullReferenceError);
 }
 
@@ -29,7 +28,6 @@ TEST(WeakReference, FindsTheEntityWhileAHandleLivesAndNilAfterwards)
     EXPECT_EQ(sut.lock(), handle);
 
     handle = DomainParticipant(dds::core::null);
-    EXPECT_TRUE(sut.expired());
     EXPECT_TRUE(sut.lock().is_nil());
 }
 

@@ -47,7 +47,8 @@ protected:
         return inputs;
     }
 
-    Writer m_writer = makeWriter(makeTopic(m_participant));
+    Topic m_topic = makeTopic(m_participant);
+    Writer m_writer = makeWriter(m_topic);
     Reader m_wireReader = makeReader(makeTopic(m_wire.participant()));
 };
 
@@ -121,7 +122,7 @@ TEST_F(WriteBatchTest, ARefusedChangeLeavesTheOthersOfTheBatchAlone)
     {
         const dds::pub::WriteBatch sut;
         m_writer.write(output(1, 10));
-        EXPECT_THROW(m_writer.unregister_instance(dds::core::InstanceHandle(4711)), dds::core::PreconditionNotMetError);
+        EXPECT_THROW(m_writer.unregister_instance(dds::core::InstanceHandle(4711)), dds::core::Error);
         m_writer.write(output(2, 20));
     }
 
@@ -172,7 +173,7 @@ TEST_F(WriteBatchTest, MoreWritersThanABatchRemembersAreAllSent)
     std::vector<Writer> writers;
     for (std::uint32_t i = 0; i < count; ++i)
     {
-        writers.push_back(makeWriter(m_writer.topic()));
+        writers.push_back(makeWriter(m_topic));
         ASSERT_TRUE(waitForReaders(writers.back(), 1));
     }
     {
@@ -209,7 +210,7 @@ TEST_F(WriteBatchTest, ABatchIsItsOwnThreadsAlone)
 
 TEST_F(WriteBatchTest, ReadersOfTheSameProcessAreServedBeforeTheBatchEnds)
 {
-    Reader local = makeReader(m_writer.topic());
+    Reader local = makeReader(m_topic);
     const dds::pub::WriteBatch sut;
 
     m_writer.write(output(1, 10));

@@ -475,7 +475,7 @@ TEST_F(MacroXptMgrTargetTest, HistoryThatDoesNotComeInTimeIsUsedAsFarAsItIsThere
     joinOfferedRouter();
     m_sut.take(5, 7, 1, 2);
     m_sut.joinRouterPartition("R1"); // after this the take is part of the history
-    MacroXptMgrTarget sut(m_apartment, memberTopic, maximum, maximum, targetTopic, dds::core::Duration::zero());
+    MacroXptMgrTarget sut(m_apartment, memberTopic, maximum, maximum, targetTopic, dds::core::Duration::from_secs(0));
 
     sut.joinRouterPartition("R1");
 

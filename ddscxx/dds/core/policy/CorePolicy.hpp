@@ -25,9 +25,7 @@ public:
     Durability() = default;
     explicit Durability(DurabilityKind kind) : m_kind(kind) {}
 
-    static Durability Volatile() { return Durability(DurabilityKind::VOLATILE); }
     static Durability TransientLocal() { return Durability(DurabilityKind::TRANSIENT_LOCAL); }
-    static Durability Transient() { return Durability(DurabilityKind::TRANSIENT); }
     static Durability Persistent() { return Durability(DurabilityKind::PERSISTENT); }
 
     DurabilityKind kind() const { return m_kind; }
@@ -53,7 +51,6 @@ public:
         : m_kind(kind), m_maxBlockingTime(maxBlockingTime)
     {}
 
-    static Reliability BestEffort() { return Reliability(ReliabilityKind::BEST_EFFORT); }
     static Reliability Reliable(Duration maxBlockingTime = defaultMaxBlockingTime)
     {
         return Reliability(ReliabilityKind::RELIABLE, maxBlockingTime);
@@ -67,56 +64,6 @@ public:
 private:
     ReliabilityKind m_kind = ReliabilityKind::BEST_EFFORT;
     Duration m_maxBlockingTime = defaultMaxBlockingTime;
-};
-
-enum class HistoryKind
-{
-    KEEP_LAST = 0,
-    KEEP_ALL = 1
-};
-
-class History
-{
-public:
-    History() = default;
-    History(HistoryKind kind, std::int32_t depth) : m_kind(kind), m_depth(depth) {}
-
-    static History KeepLast(std::int32_t depth) { return History(HistoryKind::KEEP_LAST, depth); }
-    static History KeepAll() { return History(HistoryKind::KEEP_ALL, -1); }
-
-    HistoryKind kind() const { return m_kind; }
-    /// Samples kept of each instance; -1 means all.
-    std::int32_t depth() const { return m_depth; }
-    bool operator==(const History&) const = default;
-
-private:
-    HistoryKind m_kind = HistoryKind::KEEP_LAST;
-    std::int32_t m_depth = 1;
-};
-
-enum class DestinationOrderKind
-{
-    BY_RECEPTION_TIMESTAMP = 0,
-    BY_SOURCE_TIMESTAMP = 1
-};
-
-class DestinationOrder
-{
-public:
-    DestinationOrder() = default;
-    explicit DestinationOrder(DestinationOrderKind kind) : m_kind(kind) {}
-
-    static DestinationOrder ReceptionTimestamp()
-    {
-        return DestinationOrder(DestinationOrderKind::BY_RECEPTION_TIMESTAMP);
-    }
-    static DestinationOrder SourceTimestamp() { return DestinationOrder(DestinationOrderKind::BY_SOURCE_TIMESTAMP); }
-
-    DestinationOrderKind kind() const { return m_kind; }
-    bool operator==(const DestinationOrder&) const = default;
-
-private:
-    DestinationOrderKind m_kind = DestinationOrderKind::BY_RECEPTION_TIMESTAMP;
 };
 
 class Partition
@@ -139,7 +86,6 @@ public:
     WriterDataLifecycle() = default;
     explicit WriterDataLifecycle(bool autodispose) : m_autodispose(autodispose) {}
 
-    static WriterDataLifecycle AutoDisposeUnregisteredInstances() { return WriterDataLifecycle(true); }
     static WriterDataLifecycle ManuallyDisposeUnregisteredInstances() { return WriterDataLifecycle(false); }
 
     /// True when unregistering an instance, or losing the writer, also disposes the instance.

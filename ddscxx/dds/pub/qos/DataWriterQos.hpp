@@ -7,9 +7,8 @@
 namespace dds::pub::qos
 {
 
-class DataWriterQos
-    : public core::EntityQos<DataWriterQos, core::policy::Durability, core::policy::Reliability, core::policy::History,
-                             core::policy::DestinationOrder, core::policy::WriterDataLifecycle>
+class DataWriterQos : public core::EntityQos<DataWriterQos, core::policy::Durability, core::policy::Reliability,
+                                             core::policy::WriterDataLifecycle>
 {
 public:
     /// The standard's defaults: as a topic's, but RELIABLE.
@@ -19,8 +18,6 @@ public:
     {
         policy(topic.policy<core::policy::Durability>());
         policy(topic.policy<core::policy::Reliability>());
-        policy(topic.policy<core::policy::History>());
-        policy(topic.policy<core::policy::DestinationOrder>());
     }
 };
 

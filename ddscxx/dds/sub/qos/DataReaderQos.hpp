@@ -7,8 +7,7 @@
 namespace dds::sub::qos
 {
 
-class DataReaderQos : public core::EntityQos<DataReaderQos, core::policy::Durability, core::policy::Reliability,
-                                             core::policy::History, core::policy::DestinationOrder>
+class DataReaderQos : public core::EntityQos<DataReaderQos, core::policy::Durability, core::policy::Reliability>
 {
 public:
     DataReaderQos() = default;
@@ -17,8 +16,6 @@ public:
     {
         policy(topic.policy<core::policy::Durability>());
         policy(topic.policy<core::policy::Reliability>());
-        policy(topic.policy<core::policy::History>());
-        policy(topic.policy<core::policy::DestinationOrder>());
     }
 };
 

@@ -6,8 +6,7 @@
 namespace dds::topic::qos
 {
 
-class TopicQos : public core::EntityQos<TopicQos, core::policy::Durability, core::policy::Reliability,
-                                        core::policy::History, core::policy::DestinationOrder>
+class TopicQos : public core::EntityQos<TopicQos, core::policy::Durability, core::policy::Reliability>
 {};
 
 } // namespace dds::topic::qos
