@@ -19,10 +19,7 @@ namespace chaos
 namespace
 {
 
-std::string text(const std::vector<std::uint8_t>& bytes)
-{
-    return {bytes.begin(), bytes.end()};
-}
+using testsupport::asText;
 
 /// A header and random words behind it.
 std::string frame(Dice& dice, std::uint32_t type, std::uint32_t length, std::uint32_t id)
@@ -33,7 +30,7 @@ std::string frame(Dice& dice, std::uint32_t type, std::uint32_t length, std::uin
     writer.setBigEndianWordAt(wireLayout::header::length, length);
     writer.setBigEndianWordAt(wireLayout::header::msgId, id);
     const std::size_t body = length > bytes.size() ? std::min<std::size_t>(length, 8192) - bytes.size() : 0;
-    return text(bytes) + noise(dice, body);
+    return asText(bytes) + noise(dice, body);
 }
 
 /// A proper request that concerns no output that somebody well-behaved owns.
@@ -45,23 +42,23 @@ std::string request(Dice& dice)
     switch (dice.between(0, 5))
     {
     case 0:
-        return text(encoder.tally(dice.between(0, 4), 1, 1020));
+        return asText(encoder.tally(dice.between(0, 4), 1, 1020));
     case 1:
-        return text(encoder.outputStatus(0, 2, dice.between(0, 3000), 500));
+        return asText(encoder.outputStatus(0, 2, dice.between(0, 3000), 500));
     case 2:
-        return text(encoder.outputChanges(dice.between(0, 1), dice.between(1, 2)));
+        return asText(encoder.outputChanges(dice.between(0, 1), dice.between(1, 2)));
     case 3: {
         std::vector<koraclient::TakeEntry> entries;
         for (std::uint32_t i = 0; i < 50; ++i)
         {
             entries.push_back({2, 0, dice.between(1, 2304), dice.between(firstFreeAudio, 2304)});
         }
-        return text(encoder.take(entries));
+        return asText(encoder.take(entries));
     }
     case 4:
-        return text(encoder.take({{1, 0, dice.between(1, 288), dice.between(firstFreeVideo, 288)}}));
+        return asText(encoder.take({{1, 0, dice.between(1, 288), dice.between(firstFreeVideo, 288)}}));
     default:
-        return text(encoder.systemStatus(dice.between(0, 8)));
+        return asText(encoder.systemStatus(dice.between(0, 8)));
     }
 }
 
@@ -155,7 +152,7 @@ void BadPeer::perform(const Step<PeerAct>& step, TcpSocket& socket, const Stoppe
     case PeerAct::UnknownCommands:
         for (std::uint32_t i = 0; i < 50; ++i)
         {
-            socket.send(frame(dice, wireLayout::routerControlProtocol, 20, dice.between(0x100, 0x3fff)));
+            socket.send(asText(koraclient::RequestEncoder(i).raw(dice.between(0x100, 0x3fff), {dice.between(0, 255)})));
         }
         socket.receive(24 * 50, step.duration);
         break;
@@ -188,7 +185,7 @@ void BadPeer::flood(TcpSocket& socket, Dice& dice, std::chrono::milliseconds dur
 
 void BadPeer::neverRead(TcpSocket& socket, std::chrono::milliseconds duration, const Stopper& stopper)
 {
-    const std::string asks = text(koraclient::RequestEncoder(1).tally(2, 1, 1020));
+    const std::string asks = asText(koraclient::RequestEncoder(1).tally(2, 1, 1020));
     const auto end = Clock::now() + duration;
     while (Clock::now() < end && sendWhatFits(socket, asks) && stopper.pause(1ms))
     {}
@@ -197,7 +194,7 @@ void BadPeer::neverRead(TcpSocket& socket, std::chrono::milliseconds duration, c
 
 void BadPeer::drip(const TcpSocket& socket, const Stopper& stopper)
 {
-    for (const char byte : text(koraclient::RequestEncoder(7).tally(1, 1, 3)))
+    for (const char byte : asText(koraclient::RequestEncoder(7).tally(1, 1, 3)))
     {
         socket.send(std::string(1, byte));
         stopper.pause(5ms);

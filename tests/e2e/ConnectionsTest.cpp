@@ -1,6 +1,7 @@
 #include "tests/e2e/support/BridgeFixture.h"
 
 #include "koraclient/Errors.h"
+#include "koraclient/RequestEncoder.h"
 #include "tests/support/TimeFactor.h"
 
 #include <csignal>
@@ -8,6 +9,8 @@
 #include <sys/socket.h>
 
 using namespace e2e;
+using koraclient::RequestEncoder;
+using testsupport::asText;
 using testsupport::isListening;
 using testsupport::TcpSocket;
 using testsupport::waitForClosedPort;
@@ -44,7 +47,7 @@ protected:
         return word(type) + word(tag) + word(length) + word(id);
     }
 
-    static std::string portPresentRequest(std::uint32_t tag) { return header(12, tag, 16, 0x4000); }
+    static std::string portPresentRequest(std::uint32_t tag) { return asText(RequestEncoder(tag).portPresent()); }
     static std::string portPresentResponse(std::uint32_t sequence, std::uint32_t tag)
     {
         return header(12, sequence, 24, 0x80004000) + word(tag) + word(0);
@@ -154,7 +157,7 @@ TEST_F(ConnectionsTest, ControllerThatNeverReadsHoldsUpNeitherOthersNorTheStop)
     auto deaf = TcpSocket::connect(koraPort);
     ASSERT_TRUE(deaf);
     // Requests for long answers until the bridge stops taking more: its send to this peer is stuck then.
-    const std::string request = header(12, 1, 32, 0x52) + word(0) + word(2) + word(1) + word(500);
+    const std::string request = asText(RequestEncoder(1).outputStatus(0, audioLevel, 1, 500));
     std::size_t sent = 0;
     for (int idle = 0; idle < 50;)
     {
@@ -184,7 +187,8 @@ TEST_F(ConnectionsTest, ControllerThatResetsInTheMiddleOfAnAnswerEndsOnlyItself)
         ASSERT_TRUE(waitForPort(koraPort)); // closed for a moment while sixteen of them are not yet found dead
         auto socket = TcpSocket::connect(koraPort);
         ASSERT_TRUE(socket);
-        socket->send(header(12, 1, 24, 0x53) + word(0) + word(2) + portPresentRequest(2) + portPresentRequest(3));
+        socket->send(asText(RequestEncoder(1).outputChanges(0, audioLevel)) + portPresentRequest(2) +
+                     portPresentRequest(3));
         socket->reset();
     }
 

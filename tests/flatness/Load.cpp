@@ -182,8 +182,7 @@ void Load::connectAndLeave(std::size_t count, std::uint32_t seed)
                 }
                 try
                 {
-                    const auto request = koraclient::RequestEncoder(1).portPresent();
-                    socket->send({request.begin(), request.end()});
+                    socket->send(testsupport::asText(koraclient::RequestEncoder(1).portPresent()));
                 }
                 catch (const std::runtime_error&)
                 {

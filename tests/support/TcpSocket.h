@@ -4,9 +4,16 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace testsupport
 {
+
+/// Encoded bytes as a `TcpSocket` sends them.
+inline std::string asText(const std::vector<std::uint8_t>& bytes)
+{
+    return {bytes.begin(), bytes.end()};
+}
 
 /// A plain TCP client on 127.0.0.1 for tests that send what no client library would. Deadlines are scaled to the
 /// machine.

@@ -1,3 +1,4 @@
+#include "koraclient/RequestEncoder.h"
 #include "tests/e2e/faults/FaultFixture.h"
 #include "tests/support/TypeCheck.h"
 
@@ -21,9 +22,6 @@ protected:
     void takeAwayDescriptors() { setLimit(RLIMIT_NOFILE, 3); }
     void giveDescriptorsBack() { setLimit(RLIMIT_NOFILE, 1024); }
 };
-
-/// The bytes of a partition information request.
-const std::string partitionRequest("\0\0\0\x0c\0\0\0\x07\0\0\0\x10\0\0\0\x59", 16);
 
 TEST_F(DescriptorsTest, StartWithoutEnoughEndsWithStatusOneAndSaysWhatIsMissing)
 {
@@ -82,7 +80,7 @@ TEST_F(DescriptorsTest, ControllerThatCannotBeAcceptedWaitsWhileTheOthersWorkAnd
 
     auto second = TcpSocket::connect(koraPort);
     ASSERT_TRUE(second);
-    second->send(partitionRequest);
+    second->send(testsupport::asText(koraclient::RequestEncoder(7).partitionInfo()));
     ASSERT_TRUE(bridge().waitForOutput("listen failed socket"));
 
     // Neither the processor nor the log pays for the one who waits, and nobody else notices.

@@ -1,5 +1,7 @@
 #include "tests/e2e/faults/ShippedLogFixture.h"
 
+#include "koraclient/RequestEncoder.h"
+
 #include <algorithm>
 #include <array>
 #include <atomic>
@@ -15,6 +17,8 @@ namespace
 {
 
 using namespace std::chrono_literals;
+using koraclient::RequestEncoder;
+using testsupport::asText;
 using testsupport::TcpSocket;
 
 /// What a flood consists of.
@@ -25,40 +29,18 @@ struct FloodKind
     std::size_t answerSize = 0;
 };
 
-void appendWord(std::string& bytes, std::uint32_t word)
-{
-    for (int shift = 24; shift >= 0; shift -= 8)
-    {
-        bytes += static_cast<char>((word >> shift) & 0xff);
-    }
-}
-
-std::string messageOf(std::initializer_list<std::uint32_t> words)
-{
-    std::string result;
-    for (const std::uint32_t word : words)
-    {
-        appendWord(result, word);
-    }
-    return result;
-}
-
 /// One line in the log each.
 FloodKind unknownCommands()
 {
-    return {"unknown commands", messageOf({12, 1, 16, 0x99}), 24};
+    return {"unknown commands", asText(RequestEncoder(1).raw(0x99, {})), 24};
 }
 
 /// As many lines as a message can cause, all of them on the one thread that serves everybody: takes on no level.
 FloodKind takesOnNoLevel()
 {
     constexpr std::uint32_t entries = 509;
-    std::string request = messageOf({12, 1, 20 + 16 * entries, 0x50, entries});
-    for (std::uint32_t i = 0; i < entries; ++i)
-    {
-        request += messageOf({99, 1, 1, 1});
-    }
-    return {"takes on no level", request, (entries + 6) * 4};
+    const std::vector<koraclient::TakeEntry> takes(entries, {.level = 99, .lprId = 1, .input = 1, .output = 1});
+    return {"takes on no level", asText(RequestEncoder(1).take(takes)), (entries + 6) * 4};
 }
 
 /// A controller that sends one command after another without waiting for answers.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "koraclient/RequestEncoder.h"
 #include "koracommand/Rsp.h"
 #include "koracommand/WireLayout.h"
 #include "koracommand/WireWords.h"
@@ -50,7 +51,7 @@ inline Bytes hostRequest(std::uint32_t msgId, const Words& payload = {}, std::ui
 }
 inline Bytes networkRequest(std::uint32_t msgId, const Words& payload = {}, std::uint32_t tag = testTag)
 {
-    return networkBytes(requestWords(msgId, payload, tag));
+    return koraclient::RequestEncoder(tag).raw(msgId, payload);
 }
 
 inline Bytes bytesOf(const Rsp& rsp)
