@@ -1,13 +1,9 @@
 #include "durability/ChannelRecorder.h"
 
-#include <gtest/gtest.h>
-
 #include "tests/support/ForcedFiles.h"
-#include "tests/support/LogRecorder.h"
-#include "tests/support/TempDir.h"
-#include "tests/support/WaitUntil.h"
 #include "tests/unit/durability/OtherParticipant.h"
 #include "tests/unit/durability/OutputCodec.h"
+#include "tests/unit/durability/StoreFixture.h"
 
 using namespace com::tallowcrest::durability;
 using namespace std::chrono_literals;
@@ -17,7 +13,7 @@ namespace
 {
 
 /// What the recorder does for one channel, on the test's thread and by a time that the test says.
-class ChannelRecorderTest : public testing::Test
+class ChannelRecorderTest : public StoreFixture
 {
 protected:
     using Time = Channel::Clock::time_point;
@@ -40,16 +36,14 @@ protected:
 
     dds_entity_t participant() const { return m_participant.delegate()->handle(); }
 
-    testsupport::TempDir m_directory;
     testsupport::ForcedFiles m_disk;
-    testsupport::LogRecorder m_log;
     dds::domain::DomainParticipant m_participant{dds::domain::default_id()};
     const Time m_begin = Channel::Clock::now();
     com::tallowcrest::util::WakeEvent m_wake;
     ChannelList m_channels{m_wake};
     std::shared_ptr<Channel> m_channel = m_channels.get({"R1", "TopicTarget"}, outputCodec());
-    RecentRows m_recent{m_directory.path() / "a.db", m_channels, true};
-    StoreKeeper m_keeper{m_directory.path() / "a.db", m_channels, [] {}};
+    RecentRows m_recent{m_path, m_channels, true};
+    StoreKeeper m_keeper{m_path, m_channels, [] {}};
     ParticipantWatch m_participants{participant(), m_begin - 1h};
     ChannelRecorder m_sut{participant(), m_channel, m_keeper, m_recent, m_wake};
     std::uint64_t m_ticket = 0;

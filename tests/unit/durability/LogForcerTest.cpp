@@ -2,14 +2,10 @@
 
 #include <cerrno>
 
-#include <gtest/gtest.h>
-
 #include "durability/Store.h"
 #include "durability/StoreKeeper.h"
 #include "tests/support/ForcedFiles.h"
-#include "tests/support/LogRecorder.h"
-#include "tests/support/TempDir.h"
-#include "tests/support/WaitUntil.h"
+#include "tests/unit/durability/StoreFixture.h"
 
 using namespace com::tallowcrest::durability;
 using namespace std::chrono_literals;
@@ -19,7 +15,7 @@ namespace
 {
 
 /// Counts below the store how often its log is forced to the disk.
-class LogForcerTest : public testing::Test
+class LogForcerTest : public StoreFixture
 {
 protected:
     void start(std::chrono::milliseconds interval) { m_sut = std::make_unique<LogForcer>(m_path, interval); }
@@ -39,9 +35,6 @@ protected:
     }
     std::filesystem::path log() const { return Store::logPath(m_path); }
 
-    testsupport::TempDir m_directory;
-    std::filesystem::path m_path = m_directory.path() / "durable.db";
-    testsupport::LogRecorder m_log;
     Store m_store{m_path};
     int m_commits = 0;
     testsupport::ForcedFiles m_disk;

@@ -11,11 +11,9 @@
 
 #include "tests/support/FailingCall.h"
 #include "tests/support/ForcedFiles.h"
-#include "tests/support/LogRecorder.h"
-#include "tests/support/TempDir.h"
 #include "tests/support/TimeFactor.h"
-#include "tests/support/WaitUntil.h"
 #include "tests/unit/durability/OutputCodec.h"
+#include "tests/unit/durability/StoreFixture.h"
 
 using namespace com::tallowcrest::durability;
 using testsupport::waitUntil;
@@ -23,7 +21,7 @@ using testsupport::waitUntil;
 namespace
 {
 
-class StoreKeeperTest : public testing::Test
+class StoreKeeperTest : public StoreFixture
 {
 protected:
     void start()
@@ -88,9 +86,6 @@ protected:
         });
     }
 
-    testsupport::TempDir m_directory;
-    std::filesystem::path m_path = m_directory.path() / "durable.db";
-    testsupport::LogRecorder m_log;
     std::vector<std::string> m_warnings;
     std::vector<std::string> m_others;
     com::tallowcrest::util::WakeEvent m_recorder;
