@@ -42,6 +42,14 @@ public:
     }
     /// The same for the time since a moment.
     Clock::duration workedSince(Clock::time_point begin) { return workedBetween(begin, Clock::now()); }
+    /// The same for the time that an action takes.
+    template <typename Action>
+    Clock::duration workedDuring(Action&& action)
+    {
+        const auto begin = Clock::now();
+        action();
+        return workedSince(begin);
+    }
 
 private:
     struct Stall

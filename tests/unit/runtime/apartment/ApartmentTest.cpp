@@ -3,7 +3,6 @@
 #include "tests/fakes/FakeApartment.h"
 #include "tests/support/FailingCall.h"
 #include "tests/support/LogRecorder.h"
-#include "tests/support/TimeFactor.h"
 #include "tests/support/WaitUntil.h"
 #include "tests/unit/runtime/apartment/RecordingEvent.h"
 
@@ -199,19 +198,6 @@ TEST_F(ApartmentTest, anIdleApartmentLooksAtItsRunningFlagEveryTenSeconds)
     EXPECT_GT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(9));
 }
 
-TEST_F(ApartmentTest, stopOfAnIdleApartmentIsPrompt)
-{
-    Apartment sut("sut");
-    sut.start();
-    drain(sut);
-
-    const auto begin = std::chrono::steady_clock::now();
-    sut.stop();
-
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, testsupport::scaled(std::chrono::seconds(5)));
-    EXPECT_FALSE(sut.isRunning());
-}
-
 TEST_F(ApartmentTest, stopWaitsForTheEventThatRuns)
 {
     Apartment sut("sut");
@@ -295,18 +281,6 @@ TEST_F(ApartmentTest, theDestructorDeletesLeftoverEventsInOrderWithoutRunningThe
 
     EXPECT_THAT(m_ran.numbers(), IsEmpty());
     EXPECT_THAT(m_deleted.numbers(), ElementsAre(1, 2, 3));
-}
-
-TEST_F(ApartmentTest, theDestructorStopsARunningApartmentPromptly)
-{
-    const auto begin = std::chrono::steady_clock::now();
-    {
-        Apartment sut("sut");
-        sut.start();
-        drain(sut);
-    }
-
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, testsupport::scaled(std::chrono::seconds(5)));
 }
 
 /// Sends another event when it is deleted.

@@ -131,7 +131,7 @@ protected:
     void endReader()
     {
         com::tallowcrest::misc::requestConsoleStop();
-        EXPECT_TRUE(waitForReader(std::chrono::seconds(2)));
+        EXPECT_TRUE(waitForReader());
         m_reader.join();
         com::tallowcrest::misc::clearConsoleStop();
     }

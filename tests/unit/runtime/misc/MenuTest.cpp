@@ -392,7 +392,7 @@ TEST_F(MenuOverTelnet, whenAStopIsRequestedWhileWaitingForAClient_ends)
 
     requestConsoleStop();
 
-    EXPECT_TRUE(waitForReader(std::chrono::seconds(2)));
+    EXPECT_TRUE(waitForReader());
 }
 
 TEST_F(MenuOverTelnet, whenAStopIsRequestedWhileWaitingForInput_endsQuietly)
@@ -404,7 +404,7 @@ TEST_F(MenuOverTelnet, whenAStopIsRequestedWhileWaitingForInput_endsQuietly)
 
     requestConsoleStop();
 
-    EXPECT_TRUE(waitForReader(std::chrono::seconds(2)));
+    EXPECT_TRUE(waitForReader());
     EXPECT_EQ("", client.receive(1, std::chrono::milliseconds(50)));
 }
 

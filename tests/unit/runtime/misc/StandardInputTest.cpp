@@ -82,7 +82,7 @@ TEST_F(ConsoleWithoutTelnet, getline_whenAStopIsRequestedWhileItWaits_returns)
 
     requestConsoleStop();
 
-    EXPECT_TRUE(testsupport::waitUntil([&] { return result == consoleStopping; }, std::chrono::seconds(2)));
+    EXPECT_TRUE(testsupport::waitUntil([&] { return result == consoleStopping; }));
     m_input.end();
     reader.join();
 }

@@ -40,7 +40,7 @@ TEST_F(TelnetIOTest, stop_endsAWaitingGetline)
 
     m_sut->stop();
 
-    EXPECT_TRUE(waitForReader(std::chrono::seconds(2)));
+    EXPECT_TRUE(waitForReader());
     EXPECT_EQ(consoleStopping, result);
     EXPECT_FALSE(m_sut->isRunning());
 }
@@ -54,7 +54,7 @@ TEST_F(TelnetIOTest, stop_whileAClientIsReadFrom_closesIt)
 
     m_sut->stop();
 
-    EXPECT_TRUE(waitForReader(std::chrono::seconds(2)));
+    EXPECT_TRUE(waitForReader());
     EXPECT_EQ(consoleStopping, result);
     EXPECT_TRUE(client.waitForClose());
     EXPECT_FALSE(testsupport::isListening(port));
@@ -113,7 +113,7 @@ TEST_F(TelnetIOTest, whenASignalRequestsTheStop_getlineReturns)
 
     EXPECT_EQ(0, ::raise(SIGTERM));
 
-    EXPECT_TRUE(waitForReader(std::chrono::seconds(2)));
+    EXPECT_TRUE(waitForReader());
     EXPECT_EQ(consoleStopping, result);
     ::sigaction(SIGTERM, &previous, nullptr);
 }

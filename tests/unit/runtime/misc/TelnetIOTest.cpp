@@ -1,5 +1,4 @@
 #include "tests/support/ListeningDescriptor.h"
-#include "tests/support/TimeFactor.h"
 #include "tests/unit/runtime/misc/ConsoleFixture.h"
 
 #include <log4cxx/appenderskeleton.h>
@@ -319,7 +318,7 @@ TEST_F(TelnetIOTest, whenAskedAgainAfterTheChange_readsFromTheNewClient)
     EXPECT_EQ("to the new one\n", client.receiveUntil("\n"));
 }
 
-TEST_F(TelnetIOTest, whenTheClientNeverReads_printingNeverWaitsAndStopWorks)
+TEST_F(TelnetIOTest, whenTheClientNeverReads_printingNeverWaits)
 {
     start();
     const auto client = connectAndNotice();
@@ -336,11 +335,7 @@ TEST_F(TelnetIOTest, whenTheClientNeverReads_printingNeverWaitsAndStopWorks)
     });
     EXPECT_TRUE(waitUntil([&] { return isPrinted.load(); }, std::chrono::seconds(20)));
     printer.join();
-    EXPECT_GE(countLogged("does not read, dropping text"), 1);
-
-    const auto before = std::chrono::steady_clock::now();
-    m_sut->stop();
-    EXPECT_LT(std::chrono::steady_clock::now() - before, testsupport::scaled(std::chrono::milliseconds(2500)));
+    EXPECT_GE(countLogged("is not reading, dropping text"), 1);
 }
 
 TEST_F(TelnetIOTest, whenTheClientLagsAndCatchesUp_seesWholeLinesInOrder)
@@ -355,7 +350,7 @@ TEST_F(TelnetIOTest, whenTheClientLagsAndCatchesUp_seesWholeLinesInOrder)
         {
             m_sut->Print("%08d%s\n", printed++, filler.c_str());
         }
-        return countLogged("does not read, dropping text") > 0;
+        return countLogged("is not reading, dropping text") > 0;
     }));
 
     std::string all;
@@ -386,7 +381,7 @@ TEST_F(TelnetIOTest, whenTheSocketTakesNoMore_keptTextStillArrivesWithoutAnother
     const std::string text(2047, 'k');
     std::size_t size = 0;
     // Beyond the socket's buffers, within what the console keeps: the buffers on the way take a few megabytes at most.
-    while (countLogged("does not read, dropping text") == 0)
+    while (countLogged("is not reading, dropping text") == 0)
     {
         m_sut->Print("%s", text.c_str());
         size += text.size();
