@@ -1,21 +1,7 @@
-#include "koraserver/ConnectionImpl.h"
-
-#include "koraserver/ListeningSocket.h"
-#include "koraserver/SocketOption.h"
-#include "tests/support/LogRecorder.h"
-#include "tests/support/TcpSocket.h"
-#include "tests/support/TimeFactor.h"
-#include "tests/support/WaitUntil.h"
-#include "tests/unit/koraserver/FakeCmdHandler.h"
-#include "tests/unit/koraserver/KoraBytes.h"
-
-#include <gtest/gtest.h>
+#include "tests/unit/koraserver/ConnectionImplFixture.h"
 
 #include <pthread.h>
-#include <sys/socket.h>
 
-#include <cerrno>
-#include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
@@ -24,77 +10,15 @@
 #include <stdexcept>
 #include <system_error>
 
-using com::tallowcrest::misc::TimingSamples;
-using com::tallowcrest::util::UniqueFd;
 using korabytes::request;
 using korabytes::wordAt;
-using testsupport::TcpSocket;
 using testsupport::waitUntil;
-using Clock = std::chrono::steady_clock;
 using namespace std::chrono_literals;
 
 namespace
 {
 
-constexpr std::uint32_t answerLength = 20;
-
-/// A connection on a real socket pair of the loopback interface; the handler is a fake.
-class ConnectionImplTest : public testing::Test
-{
-protected:
-    ConnectionImplTest()
-    {
-        const auto listening = std::get<UniqueFd>(openListeningSocket(serverPort, nullptr));
-        m_client.emplace(*TcpSocket::connect(serverPort));
-        sockaddr_in address{};
-        socklen_t size = sizeof address;
-        m_socket = ::accept(listening.get(), reinterpret_cast<sockaddr*>(&address), &size);
-        EXPECT_EQ(applySocketOptions(m_socket, acceptedOptions), std::nullopt);
-        m_clientPort = ntohs(address.sin_port);
-        m_sut = std::make_unique<ConnectionImpl>(m_log.logger(), m_socket, m_clientPort, 7, address.sin_addr.s_addr,
-                                                 std::make_unique<FakeCmdHandler>(m_commands), m_samples);
-    }
-
-    std::string receiveAnswer() { return m_client->receive(answerLength); }
-    bool ends() const
-    {
-        return waitUntil([this] { return !m_sut->isRunning(); });
-    }
-
-    /// Sends requests with long answers and reads none, until the connection's thread is held up in its send and the
-    /// buffers on the way to it are full as well.
-    void floodWithoutReading()
-    {
-        const std::string bytes = request(1);
-        const auto full = Clock::now() + testsupport::scaled(20s);
-        while (Clock::now() < full)
-        {
-            if (::send(m_client->fd(), bytes.data(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT) < 0)
-            {
-                const std::size_t handled = m_commands.requests().size();
-                if (errno == EAGAIN &&
-                    !waitUntil([this, handled] { return m_commands.requests().size() > handled; }, 300ms))
-                {
-                    return;
-                }
-            }
-        }
-        FAIL() << "the connection went on receiving";
-    }
-
-    testsupport::LogRecorder m_log;
-    FakeCommands m_commands;
-    TimingSamples m_samples;
-    std::optional<TcpSocket> m_client;
-    int m_socket = -1;
-    std::uint16_t m_clientPort = 0;
-    std::unique_ptr<ConnectionImpl> m_sut;
-};
-
-std::unique_ptr<Rsp> longestAnswer(std::span<const std::uint8_t> message)
-{
-    return std::make_unique<FakeRsp>(message, 8192);
-}
+using ConnectionImplTest = ConnectionImplFixture;
 
 } // namespace
 
@@ -373,24 +297,6 @@ TEST_F(ConnectionImplTest, StopEndsAnIdleConnectionAndTheClientSeesACleanEnd)
 
     char byte = 0;
     EXPECT_EQ(::recv(m_client->fd(), &byte, 1, 0), 0) << "an orderly end, no reset";
-}
-
-TEST_F(ConnectionImplTest, ClientThatNeverReadsHoldsUpNeitherStopNorClose)
-{
-    korabytes::useSmallBuffers(m_client->fd());
-    m_commands.answer = longestAnswer;
-    m_sut->start();
-    floodWithoutReading();
-
-    const auto begin = Clock::now();
-    m_sut->stop();
-    const auto stopped = Clock::now();
-    m_sut.reset();
-    const auto closed = Clock::now();
-
-    EXPECT_LT(stopped - begin, testsupport::scaled(500ms));
-    EXPECT_LT(closed - stopped, testsupport::scaled(500ms));
-    EXPECT_EQ(m_log.countHolding("WARN"), 0U) << "the send failed because of the stop";
 }
 
 TEST_F(ConnectionImplTest, EveryByteOfLongAnswersArrivesAtASlowReader)

@@ -1,0 +1,67 @@
+// What is promised of the server within a time.
+#include "tests/unit/koraserver/ServerFixture.h"
+
+#include "tests/support/StallMeter.h"
+#include "tests/support/TimeFactor.h"
+
+#include <chrono>
+
+using testsupport::scaled;
+using testsupport::waitForClosedPort;
+using testsupport::waitForPort;
+using namespace std::chrono_literals;
+
+namespace
+{
+
+class ServerTimeTest : public ServerFixture
+{
+protected:
+    testsupport::StallMeter m_stalls;
+};
+
+} // namespace
+
+TEST_F(ServerTimeTest, StopWithAClientTakesLessThanHalfASecond)
+{
+    startConnected();
+    connectClient();
+
+    EXPECT_LT(m_stalls.workedDuring([this] { m_sut->stop(); }), scaled(500ms));
+}
+
+TEST_F(ServerTimeTest, WhateverIsAskedOfItDoesNotWaitForThePassThatRuns)
+{
+    startConnected();
+    connectClient();
+    constexpr int requests = 10;
+
+    const auto took = m_stalls.workedDuring([this] {
+        std::size_t events = m_events.all().size();
+        for (int i = 0; i < requests; ++i)
+        {
+            m_sut->requestShowConnections();
+            ASSERT_TRUE(m_events.waitForCount(++events));
+        }
+    });
+
+    EXPECT_LT(took, scaled(requests * 1s / 2)) << "a pass waits for a second";
+}
+
+TEST_F(ServerTimeTest, RouterThatComesAndGoesDoesNotWaitForThePassThatRuns)
+{
+    m_sut->start();
+    constexpr int rounds = 5;
+
+    const auto took = m_stalls.workedDuring([this] {
+        for (int i = 0; i < rounds; ++i)
+        {
+            m_sut->connectToRouter();
+            ASSERT_TRUE(waitForPort(serverPort));
+            m_sut->disconnectFromRouter();
+            ASSERT_TRUE(waitForClosedPort(serverPort));
+        }
+    });
+
+    EXPECT_LT(took, scaled(rounds * 1s / 2)) << "a pass waits for a second";
+}
