@@ -1,7 +1,9 @@
 #pragma once
 
 #include <chrono>
+#include <future>
 #include <thread>
+#include <utility>
 
 #include "tests/support/TimeFactor.h"
 
@@ -23,6 +25,15 @@ bool waitUntil(Condition&& condition, std::chrono::milliseconds deadline = std::
         std::this_thread::sleep_for(std::chrono::milliseconds(2));
     }
     return true;
+}
+
+/// True when `action`, on a thread of its own, ends before the deadline, scaled to the machine. For what would take
+/// very much longer if it were wrong; its end is awaited in any case.
+template <typename Action>
+bool endsInTime(Action&& action, std::chrono::milliseconds deadline = std::chrono::seconds(30))
+{
+    const auto end = std::async(std::launch::async, std::forward<Action>(action));
+    return end.wait_for(scaled(deadline)) == std::future_status::ready;
 }
 
 } // namespace testsupport

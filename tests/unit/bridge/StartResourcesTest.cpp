@@ -2,12 +2,16 @@
 
 #include "runtime/misc/ConsoleStop.h"
 #include "tests/support/TypeCheck.h"
+#include "tests/support/WaitUntil.h"
 
 #include <gtest/gtest.h>
+#include <log4cxx/appenderskeleton.h>
+#include <log4cxx/logger.h>
 
 #include <limits>
+#include <memory>
+#include <optional>
 #include <stdexcept>
-#include <thread>
 
 #include <sys/resource.h>
 
@@ -39,11 +43,12 @@ private:
 
 constexpr StartResources few{4, 2, 4096};
 
-std::string messageOf(const StartResources& needed, std::chrono::milliseconds patience)
+std::string messageOf(const StartResources& needed, std::chrono::milliseconds patience,
+                      const log4cxx::LoggerPtr& logger = nullptr)
 {
     try
     {
-        awaitStartResources(nullptr, needed, patience);
+        awaitStartResources(logger, needed, patience);
         return "";
     }
     catch (const std::runtime_error& error)
@@ -106,19 +111,31 @@ TEST(StartResourcesTest, WaitingReturnsWhenTheResourcesCome)
     {
         GTEST_SKIP() << testsupport::typeCheckReason;
     }
-    std::thread mender;
-    std::string message;
+    // Lifts the limit when the line comes that is logged before the waiting.
+    class Mender final : public log4cxx::AppenderSkeleton
     {
-        auto limit = std::make_unique<LoweredLimit>(RLIMIT_NOFILE, 0);
-        mender = std::thread([&] {
-            std::this_thread::sleep_for(100ms); // the waiting must have begun; how far it got decides nothing
-            limit.reset();
-        });
-        message = messageOf(few, 20s);
-        mender.join();
-    }
+    public:
+        void append(const log4cxx::spi::LoggingEventPtr& /*event*/, log4cxx::helpers::Pool& /*pool*/) override
+        {
+            m_limit.reset();
+        }
+        void close() override {}
+        bool requiresLayout() const override { return false; }
+        bool isDone() const { return !m_limit; }
 
+    private:
+        std::optional<LoweredLimit> m_limit{std::in_place, RLIMIT_NOFILE, 0};
+    };
+    const auto logger = log4cxx::Logger::getLogger("StartResourcesTest");
+    const auto mender = std::make_shared<Mender>();
+    logger->setLevel(log4cxx::Level::getWarn());
+    logger->addAppender(mender);
+
+    const std::string message = messageOf(few, 20s, logger);
+
+    logger->removeAppender(mender);
     EXPECT_EQ(message, "");
+    EXPECT_TRUE(mender->isDone());
 }
 
 TEST(StartResourcesTest, OperatorsEndIsNotHeldUp)
@@ -129,10 +146,8 @@ TEST(StartResourcesTest, OperatorsEndIsNotHeldUp)
     }
     const LoweredLimit limit(RLIMIT_NOFILE, 0);
     misc::requestConsoleStop();
-    const auto begin = std::chrono::steady_clock::now();
 
-    EXPECT_NE(messageOf(few, 60s), "");
+    EXPECT_TRUE(testsupport::endsInTime([] { EXPECT_NE(messageOf(few, 120s), ""); }));
 
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, 30s);
     misc::clearConsoleStop();
 }

@@ -1,7 +1,5 @@
-#include "tests/support/TimeFactor.h"
 #include "tests/unit/ddscxx/BusFixture.h"
 
-#include <chrono>
 #include <set>
 
 using com::tallowcrest::dds_::routing::ComponentInfo;
@@ -88,21 +86,15 @@ TEST_F(DataReaderTest, WaitForHistoricalDataReturnsAtOnce)
     auto qos = transientLocal();
     qos << dds::core::policy::Durability::Persistent();
     Reader sut = makeReader(Topic(m_participant, "TopicPersistent", qos));
-    const auto start = std::chrono::steady_clock::now();
 
-    sut.wait_for_historical_data(dds::core::Duration::from_secs(20));
-
-    EXPECT_LT(std::chrono::steady_clock::now() - start, testsupport::scaled(std::chrono::seconds(5)));
+    EXPECT_TRUE(testsupport::endsInTime([&] { sut.wait_for_historical_data(dds::core::Duration::from_secs(120)); }));
 }
 
 TEST_F(DataReaderTest, NothingIsKeptOfATopicThatIsNotPersistentSoNothingIsWaitedFor)
 {
     Reader sut = makeReader(makeTopic(m_participant));
-    const auto start = std::chrono::steady_clock::now();
 
-    sut.wait_for_historical_data(dds::core::Duration::from_secs(20));
-
-    EXPECT_LT(std::chrono::steady_clock::now() - start, testsupport::scaled(std::chrono::seconds(5)));
+    EXPECT_TRUE(testsupport::endsInTime([&] { sut.wait_for_historical_data(dds::core::Duration::from_secs(120)); }));
     EXPECT_EQ(sut.take().length(), 0U);
 }
 
