@@ -1,8 +1,5 @@
 #include "tests/e2e/support/BridgeFixture.h"
 
-#include <algorithm>
-#include <csignal>
-
 using namespace e2e;
 
 namespace
@@ -117,29 +114,6 @@ TEST_F(JoinTest, DisposedMembershipIsIgnored)
     EXPECT_TRUE(waitForInput(client, videoLevel, 1, 2));
     EXPECT_TRUE(isListening(koraPort));
     EXPECT_EQ(bridge().output().find("leaveRouterPartition"), std::string::npos);
-}
-
-TEST_F(JoinTest, ParticipantThatHangsHoldsUpNobodyDuringAJoin)
-{
-    testsupport::ChildProcess hanging(testsupport::programPath("korasim"), {"--frame", "99", "--silent"});
-    startJoined();
-    auto client = connectController();
-    ASSERT_EQ(client.take({{videoLevel, 0, 1, 1}, {audioLevel, 0, 1, 1}}), (std::vector<std::uint32_t>{0, 0}));
-    ASSERT_TRUE(hanging.waitForOutput("target video output 1"));
-    hanging.signal(SIGSTOP);
-    ASSERT_EQ(client.take({{videoLevel, 0, 2, 1}, {audioLevel, 0, 2, 1}}), (std::vector<std::uint32_t>{0, 0}));
-
-    router().reAnnounce();
-
-    // The earlier writers of both signals have something that one reader will not confirm: a second each.
-    std::chrono::steady_clock::duration longest{0};
-    ASSERT_TRUE(testsupport::waitUntil([&] {
-        const auto begin = std::chrono::steady_clock::now();
-        client.portPresent();
-        longest = std::max(longest, std::chrono::steady_clock::now() - begin);
-        return countOf(bridge().output(), "Back  waiting for historical data)") == 4;
-    }));
-    EXPECT_LT(longest, std::chrono::milliseconds(1500));
 }
 
 namespace

@@ -20,9 +20,6 @@ using testsupport::xptPrompt;
 class OperatorFixture : public BridgeFixture
 {
 protected:
-    /// For what must happen within about a second, with room for a slow machine.
-    static constexpr std::chrono::milliseconds aboutASecond{2500};
-
     /// Starts the program where /var/log is a directory of the test's own, and joins. False when the system permits no
     /// mount namespace.
     bool startJoinedWithOwnLogDirectory();

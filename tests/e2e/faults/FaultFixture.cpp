@@ -87,9 +87,10 @@ std::chrono::milliseconds FaultFixture::cpuTime() const
 
 double FaultFixture::processorShare(std::chrono::milliseconds during) const
 {
+    const auto begin = std::chrono::steady_clock::now();
     const auto before = cpuTime();
-    std::this_thread::sleep_for(during); // the time of the measurement itself
-    return static_cast<double>((cpuTime() - before).count()) / static_cast<double>(during.count());
+    std::this_thread::sleep_for(during); // the time of the measurement itself, which may take longer
+    return std::chrono::duration<double>(cpuTime() - before) / (std::chrono::steady_clock::now() - begin);
 }
 
 testing::AssertionResult FaultFixture::takesReachTheRouter(koraclient::KoraClient& controller, std::uint32_t output)
