@@ -22,8 +22,6 @@ namespace
 class BadLuckTest : public DurableFixture
 {
 protected:
-    static constexpr std::chrono::milliseconds lossBound{100};
-
     /// A small disk of the test's own, seen by it and by the programs that it starts.
     void mountDisk(const std::filesystem::path& place, const char* options)
     {
@@ -104,7 +102,7 @@ protected:
     /// The process dies 100 ms after the last take, and the next one publishes the target.
     void expectTargetAfterRestart(std::uint32_t input, std::uint32_t output)
     {
-        std::this_thread::sleep_for(lossBound);
+        waitOutLossBound(bridge());
         kill();
         record().clear();
         startJoinedOnStore();

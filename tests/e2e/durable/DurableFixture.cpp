@@ -51,6 +51,14 @@ void DurableFixture::kill()
     ASSERT_EQ(bridge().waitForExit(), 128 + SIGKILL);
 }
 
+void DurableFixture::waitOutLossBound(testsupport::ChildProcess& bridge)
+{
+    testsupport::StallMeter stalls;
+    stalls.watch(bridge.pid());
+    const auto begin = std::chrono::steady_clock::now();
+    ASSERT_TRUE(testsupport::waitUntil([&] { return stalls.workedSince(begin) > lossBound; }));
+}
+
 std::chrono::milliseconds DurableFixture::joinTime()
 {
     const std::string log = bridge().output();

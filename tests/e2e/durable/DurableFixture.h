@@ -25,6 +25,11 @@ protected:
     void startJoinedOnStore(std::map<std::string, std::string> environment = {});
     /// The bridge dies without a word.
     void kill();
+    /// What was answered this long before a death is promised to be there afterwards, on a machine that has a
+    /// processor for the bridge's recorder.
+    static constexpr std::chrono::milliseconds lossBound{100};
+    /// Waits until what a bridge has answered so far is kept whatever happens to it.
+    static void waitOutLossBound(testsupport::ChildProcess& bridge);
     /// How long the bridge that was just started waited from the first log line of the join to the open controller
     /// port, by its own log; of the time for which there was a processor.
     std::chrono::milliseconds joinTime();

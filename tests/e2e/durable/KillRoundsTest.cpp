@@ -25,9 +25,6 @@ protected:
     using Controllers = std::vector<std::unique_ptr<DurableController>>;
     static constexpr std::uint32_t numControllers = 4;
     static constexpr std::size_t outputs = 288 + 2304;
-    /// What was answered this long before a death is promised to be there afterwards, on a machine that has a
-    /// processor for the bridge's recorder.
-    static constexpr std::chrono::milliseconds lossBound{100};
 
     static Controllers makeControllers(std::uint32_t seed)
     {

@@ -51,7 +51,7 @@ protected:
 TEST_F(RestartTest, KilledBridgePublishesItsTakesAndLocksAgain)
 {
     startWithTargets();
-    std::this_thread::sleep_for(std::chrono::milliseconds(100)); // the loss bound
+    waitOutLossBound(bridge());
     kill();
     record().clear();
 

@@ -99,7 +99,7 @@ TEST_F(TwoBridgesTest, BridgeThatWasAwayComesBackWithWhatTheOtherSetMeanwhile)
         take(far, 11, 12);
         take(near, 6, 8);
     }
-    std::this_thread::sleep_for(std::chrono::milliseconds(100)); // the loss bound
+    waitOutLossBound(*m_far);
     killFar();
     auto near = connectController();
     take(near, 50, 7);
@@ -138,7 +138,7 @@ TEST_F(TwoBridgesTest, RoutesStayWhileABridgeIsRestartedUnderTakesOfTheOther)
     for (std::size_t round = 0; round < rounds && !HasFatalFailure(); ++round)
     {
         SCOPED_TRACE("round " + std::to_string(round));
-        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        waitOutLossBound(*m_far);
         killFar();
         ++input;
         for (std::uint32_t output = 1; output <= 10; ++output)

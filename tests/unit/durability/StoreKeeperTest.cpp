@@ -11,7 +11,7 @@
 
 #include "tests/support/FailingCall.h"
 #include "tests/support/ForcedFiles.h"
-#include "tests/support/TimeFactor.h"
+#include "tests/support/WaitUntil.h"
 #include "tests/unit/durability/OutputCodec.h"
 #include "tests/unit/durability/StoreFixture.h"
 
@@ -97,16 +97,14 @@ protected:
 
 } // namespace
 
-TEST_F(StoreKeeperTest, CommitsWhatIsDueSoon)
+TEST_F(StoreKeeperTest, CommitsWhatIsDue)
 {
     start();
     ASSERT_TRUE(waitUntil([this] { return m_sut->hasTried(); }));
-    const auto begin = std::chrono::steady_clock::now();
 
     take(7, 5);
 
     ASSERT_TRUE(waitForRows(1));
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, testsupport::scaled(std::chrono::seconds(2)));
     collect();
     EXPECT_TRUE(m_warnings.empty());
 }
