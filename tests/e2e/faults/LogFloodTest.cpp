@@ -226,10 +226,12 @@ void LogFloodTest::measure(const FloodKind& kind, double factor)
         else
         {
             std::size_t last = 0;
-            ASSERT_TRUE(testsupport::waitUntil([&] { // what it has sent is answered
+            const auto isAllAnswered = [&] {
                 std::this_thread::sleep_for(20ms);
-                return std::exchange(last, flooder.answers()) == flooder.answers();
-            }));
+                const std::size_t now = flooder.answers();
+                return std::exchange(last, now) == now;
+            };
+            ASSERT_TRUE(testsupport::waitUntil(isAllAnswered, 60s));
         }
         current = isFlooding ? &flooded : &quiet;
         for (std::uint32_t i = 0; i < 1000; ++i)
