@@ -16,7 +16,7 @@ TEST(StoreKeeperTimeTest, CommitsWhatIsDueSoon)
 {
     const testsupport::TempDir directory;
     const std::filesystem::path path = directory.path() / "durable.db";
-    WakeUp recorder;
+    com::tallowcrest::util::WakeEvent recorder;
     ChannelList channels{recorder};
     StoreKeeper sut(path, channels, [] {});
     ASSERT_TRUE(waitUntil([&] { return sut.hasTried(); }));
