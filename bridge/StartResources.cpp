@@ -2,6 +2,7 @@
 
 #include "runtime/misc/ConsoleStop.h"
 #include "runtime/util/Log.h"
+#include "runtime/util/LogLimit.h"
 #include "runtime/util/SystemError.h"
 #include "runtime/util/UniqueFd.h"
 
@@ -20,6 +21,7 @@
 #include <poll.h>
 
 namespace misc = com::tallowcrest::misc;
+using com::tallowcrest::util::LogLimit;
 using com::tallowcrest::util::systemErrorText;
 using com::tallowcrest::util::UniqueFd;
 
@@ -140,7 +142,7 @@ void awaitStartResources(const log4cxx::LoggerPtr& logger, const StartResources&
                          std::chrono::milliseconds patience)
 {
     const auto end = std::chrono::steady_clock::now() + patience;
-    bool isTold = false;
+    LogLimit notice = LogLimit::once();
     while (true)
     {
         const std::string missing = needed.missing();
@@ -153,10 +155,9 @@ void awaitStartResources(const log4cxx::LoggerPtr& logger, const StartResources&
         {
             throw std::runtime_error("not enough resources to start: " + missing);
         }
-        if (!isTold)
+        if (notice.allow())
         {
             LOG_WARN_F(logger, "not enough resources to start: %s; checking again every second", missing.c_str());
-            isTold = true;
         }
         waitOrStop(std::min(left, retryTime));
     }

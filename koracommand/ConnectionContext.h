@@ -1,8 +1,8 @@
 #pragma once
 
 #include "runtime/util/Log.h"
+#include "runtime/util/LogLimit.h"
 
-#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <utility>
@@ -32,7 +32,7 @@ public:
         {
             return asked;
         }
-        if (!m_limitLogged.exchange(true))
+        if (m_cutCounts.allow())
         {
             LOG_INFO_F(m_logger, "Connection %u: request 0x%08x asks for %u entries, limited to %u", m_connectionId,
                        msgId, asked, limit);
@@ -44,5 +44,5 @@ private:
     log4cxx::LoggerPtr m_logger;
     std::uint32_t m_connectionId;
     WallClock m_clock;
-    std::atomic<bool> m_limitLogged{false};
+    com::tallowcrest::util::LogLimit m_cutCounts = com::tallowcrest::util::LogLimit::once();
 };

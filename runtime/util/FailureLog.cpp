@@ -7,41 +7,50 @@
 namespace com::tallowcrest::util
 {
 
+Failure::Failure(std::string what, std::string line, std::source_location here)
+    : cause(std::move(what)), text(std::move(line)), where(here)
+{}
+
 FailureLog::FailureLog(log4cxx::LoggerPtr logger, Clock clock) : m_logger(std::move(logger)), m_clock(std::move(clock))
 {}
 
 void FailureLog::warn(const Failure& failure)
 {
-    const auto now = m_clock();
-    if (failure.cause != m_latest.cause)
+    const bool isRepeat = m_latest && m_latest->cause == failure.cause;
+    if (!isRepeat)
     {
-        logRepeats();
-        m_latest = failure;
-        m_loggedAt = now;
-        LOG_WARN_F(m_logger, "%s", failure.text.c_str());
+        succeeded(); // with what failed before
+    }
+    m_latest = failure;
+    if (!m_limit.allow(m_clock()))
+    {
         return;
     }
-    m_latest.text = failure.text;
-    ++m_repeats;
-    if (now - m_loggedAt >= interval)
+    if (isRepeat)
     {
-        m_loggedAt = now;
-        logRepeats();
+        logRepeats(m_limit.takeHeldBack() + 1);
+    }
+    else
+    {
+        LOG_WARN_AT_F(m_logger, failure.where, "%s", failure.text.c_str());
     }
 }
 
 void FailureLog::succeeded()
 {
-    logRepeats();
-    m_latest = {};
+    if (m_latest)
+    {
+        logRepeats(m_limit.takeHeldBack());
+    }
+    m_limit.clear();
+    m_latest.reset();
 }
 
-void FailureLog::logRepeats()
+void FailureLog::logRepeats(std::uint32_t count) const
 {
-    if (m_repeats > 0)
+    if (count > 0)
     {
-        LOG_WARN_F(m_logger, "repeated %u times: %s", m_repeats, m_latest.text.c_str());
-        m_repeats = 0;
+        LOG_WARN_AT_F(m_logger, m_latest->where, "repeated %u times: %s", count, m_latest->text.c_str());
     }
 }
 

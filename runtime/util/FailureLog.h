@@ -1,24 +1,33 @@
 #pragma once
 
+#include "runtime/util/LogLimit.h"
+
 #include <log4cxx/logger.h>
 
 #include <chrono>
 #include <cstdint>
 #include <functional>
+#include <optional>
+#include <source_location>
 #include <string>
 
 namespace com::tallowcrest::util
 {
 
-/// What went wrong in one step: `cause` tells one kind of failure from another, `text` is the line for the log.
+/// What went wrong in one step.
 struct Failure
 {
+    /// `what` tells one kind of failure from another, `line` is for the log, `here` is who failed.
+    Failure(std::string what, std::string line, std::source_location here = std::source_location::current());
+
     std::string cause;
     std::string text;
+    std::source_location where;
 };
 
 /// Keeps a step that is retried for ever from flooding the log: its line is logged at WARN when the cause first
-/// appears, then at most once a minute with the number of repeats. Owned and used by one thread.
+/// appears, then at most once a minute with the number of repeats. The lines bear the location of who failed. Owned and
+/// used by one thread.
 class FailureLog
 {
 public:
@@ -33,13 +42,12 @@ public:
     void succeeded();
 
 private:
-    void logRepeats();
+    void logRepeats(std::uint32_t count) const;
 
     log4cxx::LoggerPtr m_logger;
     Clock m_clock;
-    Failure m_latest;
-    std::uint32_t m_repeats = 0;
-    std::chrono::steady_clock::time_point m_loggedAt;
+    LogLimit m_limit{1, interval};
+    std::optional<Failure> m_latest;
 };
 
 } // namespace com::tallowcrest::util

@@ -1,9 +1,12 @@
 #pragma once
 
+#include <log4cxx/level.h>
 #include <log4cxx/logger.h>
+#include <log4cxx/spi/location/locationinfo.h>
 
 #include <array>
 #include <cstdio>
+#include <source_location>
 
 /// printf-style log lines. A line is formatted into a 200-byte buffer (longer text is cut), then handed to log4cxx with
 /// the source location. Nothing is formatted while the level is switched off or the logger pointer is null.
@@ -22,9 +25,15 @@ inline log4cxx::LoggerPtr bridgeLogger()
     return log4cxx::Logger::getLogger(bridgeLoggerName);
 }
 
+inline log4cxx::spi::LocationInfo logLocation(const std::source_location& where)
+{
+    return {where.file_name(), log4cxx::spi::LocationInfo::calcShortFileName(where.file_name()), where.function_name(),
+            static_cast<int>(where.line())};
+}
+
 } // namespace com::tallowcrest::util
 
-#define KORABRIDGE_LOG_AT(LOGGER, IS_ENABLED, LOG4CXX_MACRO, ...)                                                      \
+#define KORABRIDGE_LOG(LOGGER, IS_ENABLED, LOG4CXX_MACRO, ...)                                                      \
     do                                                                                                                 \
     {                                                                                                                  \
         const auto& korabridgeLogger = (LOGGER);                                                                       \
@@ -36,7 +45,21 @@ inline log4cxx::LoggerPtr bridgeLogger()
         }                                                                                                              \
     } while (false)
 
-#define LOG_DEBUG_F(LOGGER, ...) KORABRIDGE_LOG_AT(LOGGER, isDebugEnabled, LOG4CXX_DEBUG, __VA_ARGS__)
-#define LOG_INFO_F(LOGGER, ...) KORABRIDGE_LOG_AT(LOGGER, isInfoEnabled, LOG4CXX_INFO, __VA_ARGS__)
-#define LOG_WARN_F(LOGGER, ...) KORABRIDGE_LOG_AT(LOGGER, isWarnEnabled, LOG4CXX_WARN, __VA_ARGS__)
-#define LOG_ERROR_F(LOGGER, ...) KORABRIDGE_LOG_AT(LOGGER, isErrorEnabled, LOG4CXX_ERROR, __VA_ARGS__)
+#define LOG_DEBUG_F(LOGGER, ...) KORABRIDGE_LOG(LOGGER, isDebugEnabled, LOG4CXX_DEBUG, __VA_ARGS__)
+#define LOG_INFO_F(LOGGER, ...) KORABRIDGE_LOG(LOGGER, isInfoEnabled, LOG4CXX_INFO, __VA_ARGS__)
+#define LOG_WARN_F(LOGGER, ...) KORABRIDGE_LOG(LOGGER, isWarnEnabled, LOG4CXX_WARN, __VA_ARGS__)
+#define LOG_ERROR_F(LOGGER, ...) KORABRIDGE_LOG(LOGGER, isErrorEnabled, LOG4CXX_ERROR, __VA_ARGS__)
+
+/// The same with the location `WHERE`, for helpers that log what others have failed to do.
+#define LOG_WARN_AT_F(LOGGER, WHERE, ...)                                                                              \
+    do                                                                                                                 \
+    {                                                                                                                  \
+        const auto& korabridgeLogger = (LOGGER);                                                                       \
+        if (korabridgeLogger != nullptr && korabridgeLogger->isWarnEnabled())                                          \
+        {                                                                                                              \
+            std::array<char, com::tallowcrest::util::logLineSize> korabridgeLine{};                                    \
+            static_cast<void>(std::snprintf(korabridgeLine.data(), korabridgeLine.size(), __VA_ARGS__));               \
+            korabridgeLogger->forcedLog(log4cxx::Level::getWarn(), std::string(korabridgeLine.data()),                 \
+                                        com::tallowcrest::util::logLocation(WHERE));                                   \
+        }                                                                                                              \
+    } while (false)

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+using com::tallowcrest::util::Failure;
 using com::tallowcrest::util::FailureLog;
 using std::chrono::seconds;
 using Lines = std::vector<std::string>;
@@ -82,4 +83,29 @@ TEST_F(FailureLogTest, SameCauseWithAnotherTextIsARepeat)
     m_sut.succeeded();
 
     EXPECT_EQ(m_log.texts(), (Lines{"WARN socket 5", "WARN repeated 1 times: socket 6"}));
+}
+
+TEST_F(FailureLogTest, FirstFailureWithoutACauseIsLogged)
+{
+    m_sut.warn({"", "failed"});
+
+    EXPECT_EQ(m_log.texts(), Lines{"WARN failed"});
+}
+
+TEST_F(FailureLogTest, LinesBearTheLocationOfWhoFailed)
+{
+    const auto fail = [] { return Failure("bind 98", "failed"); };
+    const int line = __LINE__ - 1;
+
+    m_sut.warn(fail());
+    m_sut.warn(fail());
+    m_sut.succeeded();
+
+    const auto lines = m_log.lines();
+    ASSERT_EQ(lines.size(), 2U);
+    for (const auto& each : lines)
+    {
+        EXPECT_EQ(each.file, "FailureLogTest.cpp") << each.text;
+        EXPECT_EQ(each.line, line) << each.text;
+    }
 }

@@ -43,4 +43,23 @@ TEST(LogLimit, whenCleared_allowsAtOnceAndHasForgottenWhatWasHeldBack)
     EXPECT_EQ(0U, sut.takeHeldBack());
 }
 
+TEST(LogLimit, whenMadeForOneLine_allowsItOnceHoweverLate)
+{
+    LogLimit sut = LogLimit::once();
+
+    EXPECT_TRUE(sut.allow(begin));
+    EXPECT_FALSE(sut.allow(begin));
+    EXPECT_FALSE(sut.allow(LogLimit::Clock::time_point::max()));
+}
+
+TEST(LogLimit, whenMadeForOneLine_allowsAnotherAfterItWasCleared)
+{
+    LogLimit sut = LogLimit::once();
+    sut.allow(begin);
+
+    sut.clear();
+
+    EXPECT_TRUE(sut.allow(begin));
+}
+
 } // namespace

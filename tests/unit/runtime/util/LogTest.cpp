@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <source_location>
 #include <string>
 
 namespace
@@ -88,6 +89,23 @@ TEST(LogTest, aNullLoggerLogsNothing)
 
     EXPECT_EQ(calls, 0);
     EXPECT_TRUE(log.lines().empty());
+}
+
+TEST(LogTest, aLineOfAHelperBearsTheLocationThatItWasGiven)
+{
+    const testsupport::LogRecorder log;
+    const auto logger = log4cxx::Logger::getLogger("some logger");
+    const auto where = std::source_location::current();
+    const int line = __LINE__ - 1;
+
+    LOG_WARN_AT_F(logger, where, "client %d of %s", 7, "sixteen");
+
+    const auto lines = log.lines();
+    ASSERT_EQ(lines.size(), 1U);
+    EXPECT_EQ(lines[0].text, "client 7 of sixteen");
+    EXPECT_EQ(lines[0].level, "WARN");
+    EXPECT_EQ(lines[0].file, "LogTest.cpp");
+    EXPECT_EQ(lines[0].line, line);
 }
 
 } // namespace
