@@ -2,12 +2,12 @@
 
 #include <cerrno>
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <netinet/tcp.h>
+#include <fcntl.h>
 #include <sys/socket.h>
 #include <sys/time.h>
 
+#include "koraclient/ConnectTo.h"
+#include "koraclient/Errors.h"
 #include "runtime/util/SystemError.h"
 
 namespace korabench
@@ -23,28 +23,21 @@ constexpr std::chrono::seconds answerTimeout{10};
 } // namespace
 
 UniqueFd connectTo(const Endpoint& endpoint)
+try
 {
-    const std::string where = endpoint.address + " port " + std::to_string(endpoint.port);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(endpoint.port);
-    if (::inet_pton(AF_INET, endpoint.address.c_str(), &address.sin_addr) != 1)
-    {
-        throw std::runtime_error("'" + endpoint.address + "' is no IPv4 address");
-    }
-    UniqueFd fd(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    if (!fd.isOpen() || ::connect(fd.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
-    {
-        throw NotConnected("cannot connect to " + where + ": " + systemErrorText());
-    }
-    const int on = 1;
+    UniqueFd fd = koraclient::connectTo(endpoint.address, endpoint.port, Clock::now() + answerTimeout);
+    // It waits in the receive itself, which is one system call for an answer and not two.
     const timeval timeout{.tv_sec = answerTimeout.count(), .tv_usec = 0};
-    if (::setsockopt(fd.get(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on) != 0 ||
+    if (::fcntl(fd.get(), F_SETFL, 0) != 0 ||
         ::setsockopt(fd.get(), SOL_SOCKET, SO_RCVTIMEO, &timeout, sizeof timeout) != 0)
     {
         throw std::runtime_error("socket option refused: " + systemErrorText());
     }
     return fd;
+}
+catch (const koraclient::ConnectError& error)
+{
+    throw NotConnected(error.what());
 }
 
 Client::Client(const Endpoint& endpoint) : m_socket(connectTo(endpoint)) {}

@@ -15,7 +15,7 @@ namespace korabench
 
 using Clock = std::chrono::steady_clock;
 
-/// Where a server listens; a numeric IPv4 address.
+/// Where a server listens; a name or a numeric address.
 struct Endpoint
 {
     std::string address = "127.0.0.1";
@@ -30,7 +30,7 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-/// A connected socket without Nagle's delay whose receives give up after 10 seconds. Throws NotConnected.
+/// A connected socket that sends each request at once and whose receives wait, up to 10 seconds. Throws NotConnected.
 com::tallowcrest::util::UniqueFd connectTo(const Endpoint& endpoint);
 
 /// One connection with one request outstanding at most. Owned by one thread. Throws std::runtime_error when the server

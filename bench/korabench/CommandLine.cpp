@@ -59,7 +59,7 @@ std::optional<CommandLine> parseCommandLine(int argc, char** argv, int& status)
         "A load of controllers: each sends a request, waits for its response, checks it and sends the next. "
         "Prints requests and takes a second and the latencies. A wrong response ends the program with status 1.",
         "korabench");
-    app.add_option("--host", result.endpoint.address, "IPv4 address of the bridge")->capture_default_str();
+    app.add_option("--host", result.endpoint.address, "name or address of the bridge")->capture_default_str();
     app.add_option("--port", result.endpoint.port, "Its port")->capture_default_str();
     result.load.addTo(app);
     addRequestOptions(app, result);

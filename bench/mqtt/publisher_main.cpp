@@ -22,7 +22,7 @@ int main(int argc, char** argv)
     std::string topic = "bench";
     std::size_t payloadBytes = 20;
     CLI::App app("A load of MQTT publishers with QoS 1.", "bench_publisher");
-    app.add_option("--host", endpoint.address, "IPv4 address of the broker")->capture_default_str();
+    app.add_option("--host", endpoint.address, "name or address of the broker")->capture_default_str();
     app.add_option("--port", endpoint.port, "Its port")->capture_default_str();
     app.add_option("--topic", topic, "Topic")->capture_default_str();
     app.add_option("--payload", payloadBytes, "Bytes of a message")

@@ -141,7 +141,7 @@ int main(int argc, char** argv)
     korabench::Endpoint endpoint{.port = mqttPort};
     std::string topic = "bench";
     CLI::App app("Subscribes to a topic of an MQTT broker and counts the messages.", "bench_subscriber");
-    app.add_option("--host", endpoint.address, "IPv4 address of the broker")->capture_default_str();
+    app.add_option("--host", endpoint.address, "name or address of the broker")->capture_default_str();
     app.add_option("--port", endpoint.port, "Its port")->capture_default_str();
     app.add_option("--topic", topic, "Topic")->capture_default_str();
     CLI11_PARSE(app, argc, argv);

@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include "koraclient/RequestEncoder.h"
 #include "koracommand/WireWords.h"
+#include "tests/e2e/allocations/ThreadAllocations.h"
 
 using namespace korabench;
 
@@ -117,6 +119,31 @@ TEST(ResponseCheck, GivenAWordMissingOrTooManyFindsIt)
         longer.push_back(0);
         longer[2] = static_cast<std::uint32_t>(longer.size() * 4);
         EXPECT_NE(faultOf(right.command, longer), std::nullopt) << nameOf(right.command);
+    }
+}
+
+TEST(ResponseCheck, GivenWhatLoadTestsSendOverAndOverAsksTheHeapForNothing)
+{
+    const auto asked = [] { return threadAllocations::of(""); }; // which asks for some itself, always as much
+    for (const auto& right : rightResponses())
+    {
+        if (right.command >= Command::Partition)
+        {
+            continue; // these are rare
+        }
+        Request sent = request(right.command);
+        const auto received = bytesOf(right.words);
+        const std::size_t begin = asked();
+        const std::size_t before = asked();
+        for (int i = 0; i < 100; ++i)
+        {
+            koraclient::RequestEncoder::setTag(sent.bytes, tag);
+            (void)findFault(sent, tag, sequence, received);
+        }
+        const std::size_t after = asked();
+
+        ASSERT_GT(before, begin) << "nothing is counted";
+        EXPECT_EQ(after - before, before - begin) << nameOf(right.command);
     }
 }
 
