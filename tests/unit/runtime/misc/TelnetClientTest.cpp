@@ -12,6 +12,7 @@
 #include <future>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include <netinet/in.h>
 #include <netinet/tcp.h>
@@ -60,32 +61,35 @@ protected:
         });
         return line;
     }
+    /// Sends until `condition` holds, which a few buffers' worth of text must achieve; returns what was sent before the
+    /// last text and that text.
+    template <typename Condition>
+    std::pair<std::string, std::string> sendUntil(Condition condition)
+    {
+        std::string before;
+        for (int i = 0; i < 1000; ++i)
+        {
+            const std::string text(10'000, static_cast<char>('a' + i % 26));
+            m_sut->send(text);
+            if (condition())
+            {
+                return {before, text};
+            }
+            before += text;
+        }
+        ADD_FAILURE() << "the socket takes any amount of text";
+        return {before, {}};
+    }
     /// Sends until text is kept because the socket takes no more; returns all that was sent.
     std::string sendUntilTextIsKept()
     {
-        std::string sent;
-        while (!m_sut->hasPendingText())
-        {
-            const std::string text(10'000, static_cast<char>('a' + sent.size() / 10'000 % 26));
-            m_sut->send(text);
-            sent += text;
-        }
-        return sent;
+        const auto [before, last] = sendUntil([this] { return m_sut->hasPendingText(); });
+        return before + last;
     }
-    /// The same, until one text is dropped, which is not among what is returned.
+    /// Sends until a text is dropped, which is not among what is returned.
     std::string sendUntilTextIsDropped()
     {
-        std::string sent;
-        for (;;)
-        {
-            const std::string text(10'000, static_cast<char>('a' + sent.size() / 10'000 % 26));
-            m_sut->send(text);
-            if (m_log.countHolding("does not read") > 0)
-            {
-                return sent;
-            }
-            sent += text;
-        }
+        return sendUntil([this] { return m_log.countHolding("is not reading") > 0; }).first;
     }
     /// Reads and flushes until so much has arrived.
     std::string readAndFlush(std::size_t size)
@@ -170,7 +174,7 @@ TEST_F(TelnetClientTest, send_whenTheSocketIsFull_keepsTheRestForTheNextFlush)
 
     EXPECT_TRUE(readAndFlush(sent.size()) == sent);
     EXPECT_FALSE(m_sut->hasPendingText());
-    EXPECT_EQ(m_log.countHolding("does not read"), 0U) << "nothing was dropped";
+    EXPECT_EQ(m_log.countHolding("is not reading"), 0U) << "nothing was dropped";
 }
 
 TEST_F(TelnetClientTest, send_beyondWhatIsKept_dropsWholeTextsAndSaysSoOnce)
@@ -178,12 +182,12 @@ TEST_F(TelnetClientTest, send_beyondWhatIsKept_dropsWholeTextsAndSaysSoOnce)
     const std::string sent = sendUntilTextIsDropped();
     m_sut->send("dropped too, although there might be room");
 
-    EXPECT_EQ(m_log.count("INFO telnet clientFd " + m_descriptor + " does not read, dropping text"), 1U);
+    EXPECT_EQ(m_log.count("INFO telnet clientFd " + m_descriptor + " is not reading, dropping text"), 1U);
     EXPECT_TRUE(readAndFlush(sent.size()) == sent) << "what was kept is whole and in order";
     m_sut->send("after");
     EXPECT_EQ(m_operator->receive(5), "after") << "one gap, and no more";
     const std::size_t dropped = 10'000 + 41;
-    EXPECT_EQ(m_log.count("INFO telnet clientFd " + m_descriptor + " reads again, " + std::to_string(dropped) +
+    EXPECT_EQ(m_log.count("INFO telnet clientFd " + m_descriptor + " is reading again, " + std::to_string(dropped) +
                           " bytes of text were dropped"),
               1U);
 }
