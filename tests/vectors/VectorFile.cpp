@@ -1,9 +1,10 @@
 #include "tests/vectors/VectorFile.h"
 
-#include <algorithm>
 #include <charconv>
 #include <filesystem>
 #include <fstream>
+#include <map>
+#include <optional>
 #include <sstream>
 #include <stdexcept>
 
@@ -22,6 +23,58 @@ constexpr int decimal = 10;
 std::filesystem::path vectorFolder()
 {
     return sourceFolder() / "tests" / "vectors";
+}
+
+struct MessageText
+{
+    std::string path;
+    std::string text; ///< as many lines into the file as the message is
+};
+
+/// The name of the message that begins with this line; nothing when none does.
+std::optional<std::string> nameIn(const std::string& line)
+{
+    if (line.size() > 2 && line.front() == '[' && line.back() == ']')
+    {
+        return line.substr(1, line.size() - 2);
+    }
+    return std::nullopt;
+}
+
+void readMessages(const std::filesystem::path& path, std::map<std::string, MessageText>& messages)
+{
+    std::ifstream file(path);
+    std::string linesBefore;
+    MessageText* message = nullptr;
+    for (std::string line; std::getline(file, line); linesBefore += '\n')
+    {
+        if (const auto name = nameIn(line))
+        {
+            const auto [entry, isNew] = messages.try_emplace(*name, MessageText{path.string(), linesBefore + '\n'});
+            if (!isNew)
+            {
+                throw std::runtime_error(path.string() + ": there is a second golden message " + *name);
+            }
+            message = &entry->second;
+        }
+        else if (message != nullptr)
+        {
+            message->text += line + '\n';
+        }
+    }
+}
+
+std::map<std::string, MessageText> allMessages()
+{
+    std::map<std::string, MessageText> messages;
+    for (const auto& entry : std::filesystem::directory_iterator(vectorFolder()))
+    {
+        if (entry.path().extension() == ".txt" && entry.path().stem() != "CMakeLists")
+        {
+            readMessages(entry.path(), messages);
+        }
+    }
+    return messages;
 }
 
 [[noreturn]] void fail(const std::string& source, std::size_t line, const std::string& what)
@@ -49,29 +102,22 @@ void appendBigEndian(std::vector<std::uint8_t>& bytes, std::uint32_t word)
 
 std::vector<std::uint8_t> loadVector(const std::string& name)
 {
-    const auto path = vectorFolder() / (name + ".txt");
-    std::ifstream file(path);
-    if (!file)
+    const auto messages = allMessages();
+    const auto found = messages.find(name);
+    if (found == messages.end())
     {
-        throw std::runtime_error("cannot open " + path.string());
+        throw std::runtime_error("no golden message " + name + " in " + vectorFolder().string());
     }
-    std::ostringstream text;
-    text << file.rdbuf();
-    return parseVector(text.str(), path.string());
+    return parseVector(found->second.text, found->second.path);
 }
 
 std::vector<std::string> vectorNames()
 {
     std::vector<std::string> names;
-    for (const auto& entry : std::filesystem::directory_iterator(vectorFolder()))
+    for (const auto& [name, message] : allMessages())
     {
-        const auto name = entry.path().stem().string();
-        if (entry.path().extension() == ".txt" && name != "CMakeLists")
-        {
-            names.push_back(name);
-        }
+        names.push_back(name);
     }
-    std::sort(names.begin(), names.end());
     return names;
 }
 

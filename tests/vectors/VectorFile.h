@@ -7,8 +7,8 @@
 namespace testsupport
 {
 
-/// The bytes of the golden message tests/vectors/<name>.txt. Throws std::runtime_error that names file and line when
-/// the file is absent or malformed.
+/// The bytes of the golden message of that name. Throws std::runtime_error when there is none, or one that names file
+/// and line when it is malformed.
 std::vector<std::uint8_t> loadVector(const std::string& name);
 
 /// The names of all golden messages, sorted.

@@ -9,7 +9,6 @@ import xml.etree.ElementTree
 
 SOURCE = pathlib.Path(__file__).resolve().parents[2]
 DISSECTOR_FOLDER = SOURCE / "tools" / "wireshark"
-VECTORS = SOURCE / "tests" / "vectors"
 BRIDGE_PORT = 5194
 RAW_IP = 101  # the capture's link type: packets begin with the IP header
 ETHERNET = 1

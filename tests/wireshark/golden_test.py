@@ -2,10 +2,16 @@
 
 import pathlib
 import re
+import sys
 import tempfile
 import unittest
 
-from capture import VECTORS, Capture, Connection, dissect, words
+from capture import SOURCE, Capture, Connection, dissect, words
+
+sys.path.insert(0, str(SOURCE / "tests" / "vectors"))
+import vectors  # noqa: E402
+
+MESSAGES = vectors.load()
 
 # What the comment of a word in tests/vectors says, the field that must show it, and what the field's line must hold.
 # {0} is the text of the comment's group.
@@ -47,16 +53,6 @@ EXPECTED_IN = {
 }
 
 
-def vector_lines(path):
-    """The words of a golden message: offset, value, comment."""
-    lines = []
-    for line in path.read_text(encoding="utf-8").splitlines():
-        match = re.fullmatch(r"\s*(\d+)\s+([0-9a-f]{8})\s+# (.*)", line)
-        if match:
-            lines.append((int(match[1]), int(match[2], 16), match[3]))
-    return lines
-
-
 def expectation(name, comment):
     """The field that shows a word with this comment, and what its line holds."""
     special = [row for prefix, rows in EXPECTED_IN.items() if name.startswith(prefix) for row in rows]
@@ -70,7 +66,7 @@ def expectation(name, comment):
 class GoldenTest(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
-        cls.pairs = sorted(path.name.removesuffix("_request.txt") for path in VECTORS.glob("*_request.txt"))
+        cls.pairs = sorted(name.removesuffix("_request") for name in MESSAGES if name.endswith("_request"))
         with tempfile.TemporaryDirectory() as folder:
             capture = Capture(pathlib.Path(folder) / "golden.pcap")
             for index, pair in enumerate(cls.pairs):
@@ -84,17 +80,17 @@ class GoldenTest(unittest.TestCase):
 
     @staticmethod
     def bytes_of(name):
-        return words(*(value for _, value, _ in vector_lines(VECTORS / f"{name}.txt")))
+        return words(*(value for _, value, _ in MESSAGES[name]))
 
     def test_every_golden_message_is_one_message(self):
-        self.assertEqual(len(list(VECTORS.glob("*_re*.txt"))), 2 * len(self.pairs))
+        self.assertEqual(len(MESSAGES), 2 * len(self.pairs))
         self.assertEqual([message.frame for message in self.messages], list(range(1, 2 * len(self.pairs) + 1)))
 
     def test_every_word_is_shown_under_its_name_with_its_value(self):
         names = [f"{pair}_{side}" for pair in self.pairs for side in ("request", "response")]
         for name, message in zip(names, self.messages):
             shown = {field.position - message.start: field for field in message.fields if field.size}
-            lines = vector_lines(VECTORS / f"{name}.txt")
+            lines = MESSAGES[name]
             self.assertEqual(sorted(shown), [offset for offset, _, _ in lines], name)
             for offset, value, comment in lines:
                 with self.subTest(message=name, offset=offset):
