@@ -9,7 +9,36 @@ namespace
 
 using namespace std::chrono_literals;
 
-constexpr std::uint32_t rspId = 0x80005000;
+TEST(PartitionInfoRspTest, IsTheSame88BytesForEveryRequest)
+{
+    const Words expected = expectedRsp(0x80000059, {2, 1, 9, 1, 288, 1, 1, 288, 1, 2, 7, 1, 2304, 1, 1, 2304, 1});
+    ASSERT_EQ(expected[2], 88U);
+    for (const Words& payload : {Words{}, Words{1}, Words{0xffffffff, 7, 8, 9}})
+    {
+        const Bytes request = hostRequest(0x59, payload);
+        EXPECT_EQ(hostWordsOf(PartitionInfoRsp(WireReader(request))), expected);
+    }
+}
+
+TEST(CcPresenceRspTest, EchoesTheCardAndSaysPresent)
+{
+    const Bytes request = hostRequest(0xa2, {0xcafe});
+    EXPECT_EQ(hostWordsOf(CcPresenceRsp(WireReader(request))), expectedRsp(0x800000a2, {0xcafe, 0, 1, 0, 0}));
+}
+
+TEST(CcPresenceRspTest, CardThatAShortRequestLacksIsZero)
+{
+    const Bytes request = hostRequest(0xa2);
+    EXPECT_EQ(hostWordsOf(CcPresenceRsp(WireReader(request))), expectedRsp(0x800000a2, {0, 0, 1, 0, 0}));
+}
+
+TEST(RouterPortPresentRspTest, CarriesOneZeroWord)
+{
+    const Bytes request = hostRequest(0x4000, {1, 2, 3});
+    EXPECT_EQ(hostWordsOf(RouterPortPresentRsp(WireReader(request))), expectedRsp(0x80004000, {0}));
+}
+
+constexpr std::uint32_t statusRspId = 0x80005000;
 constexpr std::uint32_t fixedSeconds = 1700000000;
 
 /// The answer, and what it printed on the console.
@@ -27,13 +56,13 @@ Answer answer(const Words& payload, std::chrono::system_clock::time_point now = 
     return {std::move(words), ::testing::internal::GetCapturedStdout()};
 }
 
-const Words format4 =
-    expectedRsp(rspId, {4, 103, 103, 177, 1, 0, 1, 1, 0, 1, 0, 0, 0, fixedSeconds, 0, 0, 0, 0, 0, 0, 0, 1, 65535});
+const Words format4 = expectedRsp(
+    statusRspId, {4, 103, 103, 177, 1, 0, 1, 1, 0, 1, 0, 0, 0, fixedSeconds, 0, 0, 0, 0, 0, 0, 0, 1, 65535});
 
 TEST(ReadySystemStatusRspTest, Format0HasItsListOneWordShorterAtTheFrontAndNoTime)
 {
     const Answer sut = answer({0});
-    EXPECT_EQ(sut.words, expectedRsp(rspId, {0, 103, 177, 1, 0, 0, 0, 1, 0, 1, 0, 0}));
+    EXPECT_EQ(sut.words, expectedRsp(statusRspId, {0, 103, 177, 1, 0, 0, 0, 1, 0, 1, 0, 0}));
     EXPECT_EQ(sut.words[2], 68U);
     EXPECT_EQ(sut.printed, "");
 }
@@ -41,7 +70,8 @@ TEST(ReadySystemStatusRspTest, Format0HasItsListOneWordShorterAtTheFrontAndNoTim
 TEST(ReadySystemStatusRspTest, Format2HasTheTimeAt60)
 {
     const Answer sut = answer({2});
-    EXPECT_EQ(sut.words, expectedRsp(rspId, {2, 103, 103, 177, 1, 0, 1, 1, 0, 1, fixedSeconds, 0, 0, 0, 0, 0, 0}));
+    EXPECT_EQ(sut.words,
+              expectedRsp(statusRspId, {2, 103, 103, 177, 1, 0, 1, 1, 0, 1, fixedSeconds, 0, 0, 0, 0, 0, 0}));
     EXPECT_EQ(sut.words[2], 88U);
     EXPECT_EQ(sut.words[60 / 4], fixedSeconds);
 }
@@ -58,8 +88,8 @@ TEST(ReadySystemStatusRspTest, Format4HasTheTimeAt72)
 TEST(ReadySystemStatusRspTest, Format6IsOneWordLongerAndSendsZeroAt100)
 {
     const Answer sut = answer({6});
-    EXPECT_EQ(sut.words, expectedRsp(rspId, {6, 103,          103, 177, 1, 0, 1, 1, 0, 1, 0, 0,
-                                             0, fixedSeconds, 0,   0,   0, 0, 0, 0, 0, 0, 1, 65535}));
+    EXPECT_EQ(sut.words, expectedRsp(statusRspId, {6, 103,          103, 177, 1, 0, 1, 1, 0, 1, 0, 0,
+                                                   0, fixedSeconds, 0,   0,   0, 0, 0, 0, 0, 0, 1, 65535}));
     EXPECT_EQ(sut.words[2], 116U);
     EXPECT_EQ(sut.words[100 / 4], 0U);
 }
