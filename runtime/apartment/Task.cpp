@@ -1,7 +1,5 @@
 #include "runtime/apartment/Task.h"
 
-#include "runtime/misc/Console.h"
-
 #include <mutex>
 #include <unordered_map>
 
@@ -42,16 +40,13 @@ Task::~Task()
     tasks.names.erase(this);
 }
 
-void showTasks()
+void visitTasks(const TaskVisitor& visit)
 {
     TaskRegistry& tasks = registry();
     const std::lock_guard lock(tasks.mutex);
-    misc::print("Task Pointer       State  TaskId Name\n------------ -----------  ------ -----------------------\n");
     for (const auto& [task, name] : tasks.names)
     {
-        // Eight digits of the address tell tasks apart well enough on a 64-bit machine.
-        misc::print("  0x%08x %11s %6d %s\n", static_cast<unsigned int>(reinterpret_cast<std::uintptr_t>(task)),
-                    task->m_running ? "    running" : "not running", static_cast<int>(task->taskId()), name.c_str());
+        visit(*task, name, task->m_running);
     }
 }
 

@@ -2,10 +2,16 @@
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <string>
 
 namespace com::tallowcrest::apartment
 {
+
+class Task;
+
+/// Is shown a task with its name and whether it runs.
+using TaskVisitor = std::function<void(const Task& task, const std::string& name, bool isRunning)>;
 
 /// Something that owns a thread and can be started and stopped. Every task enrols in the process-wide task table under
 /// a name for as long as it lives. Creating and destroying tasks is thread-safe.
@@ -34,12 +40,16 @@ protected:
     std::atomic<bool> m_running{false};
 
 private:
-    friend void showTasks();
+    friend void visitTasks(const TaskVisitor& visit);
 
     std::uint32_t m_taskId = 0;
 };
 
-/// Prints the table of all tasks to the console: address, state, task id, name. Any thread.
+/// Shows `visit` each task in turn, in no particular order; none comes or goes meanwhile. Any thread. A task may still
+/// be in the making or already half gone: only what the base has may be asked of it.
+void visitTasks(const TaskVisitor& visit);
+
+/// Prints the table of all tasks to the console: address, state, task id, name. Any thread. Defined with the console.
 void showTasks();
 
 } // namespace com::tallowcrest::apartment

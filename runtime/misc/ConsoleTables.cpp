@@ -1,7 +1,23 @@
-// The table of memory pools lies with the console, because the pools are the leaf's, which knows no console.
+// The tables of tasks and memory pools lie with the console, because what they show lies below it and knows no console.
+#include "runtime/apartment/Task.h"
 #include "runtime/misc/Console.h"
 #include "runtime/util/MemPool.h"
 #include "runtime/util/MemPoolRegistry.h"
+
+namespace com::tallowcrest::apartment
+{
+
+void showTasks()
+{
+    misc::print("Task Pointer       State  TaskId Name\n------------ -----------  ------ -----------------------\n");
+    visitTasks([](const Task& task, const std::string& name, bool isRunning) {
+        // Eight digits of the address tell tasks apart well enough on a 64-bit machine.
+        misc::print("  0x%08x %11s %6d %s\n", static_cast<unsigned int>(reinterpret_cast<std::uintptr_t>(&task)),
+                    isRunning ? "    running" : "not running", static_cast<int>(task.taskId()), name.c_str());
+    });
+}
+
+} // namespace com::tallowcrest::apartment
 
 namespace com::tallowcrest::util
 {
