@@ -1,4 +1,5 @@
 # Helpers that give every target of this project the same language rules, warnings and sanitizers.
+include(KorabridgeDepends)
 
 set(KORABRIDGE_SANITIZE "" CACHE STRING "Sanitizers for the whole build: empty, 'address,undefined' or 'thread'")
 option(KORABRIDGE_UNITY "Compile the sources of a folder together: sooner from nothing, later after a small change" OFF)
@@ -52,10 +53,13 @@ if(KORABRIDGE_PRECOMPILE)
     <optional> <ostream> <span> <sstream> <stdexcept> <string> <thread> <unordered_map> <vector>)
 endif()
 
-# korabridge_library(NAME SOURCES a.cpp ... [LINKS lib ...] [APART]): one static library per folder. APART: its files use the
-# same short names for different things and are never compiled together.
+# korabridge_library(NAME SOURCES a.cpp ... [LINKS lib ...] [APART]): one static library per folder. The folders that its
+# DEPENDS names are linked; LINKS are the libraries of others. APART: its files use the same short names for different
+# things and are never compiled together.
 function(korabridge_library NAME)
   cmake_parse_arguments(ARG "APART" "" "SOURCES;LINKS" ${ARGN})
+  korabridge_depends_links(depends_links ${NAME} SOURCES ${ARG_SOURCES} LINKS ${ARG_LINKS})
+  list(PREPEND ARG_LINKS ${depends_links})
   if(ARG_SOURCES)
     add_library(${NAME} STATIC ${ARG_SOURCES})
     if(KORABRIDGE_UNITY AND NOT ARG_APART)
