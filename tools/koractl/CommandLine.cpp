@@ -35,11 +35,11 @@ void addGlobalOptions(CLI::App& app, CommandContext::Options& options)
     addParsed(app, "--timeout", options.timeout, &parseDuration, "DURATION",
               "how long to wait for the connection and for each answer (default 2s)");
     app.add_flag("--json", options.json, "print one JSON object instead of a table");
-    app.add_option("--names", options.namesFile, "names of levels, inputs and outputs, to be read and shown")
+    app.add_option("--names", options.namesFile, "a file of names of levels, inputs and outputs")
         ->type_name("FILE")
         ->envname("KORACTL_NAMES");
     addNumber(app, "--latency", options.latencyCount,
-              "make the command's request so often and print percentiles of the time to the answer")
+              "repeat the command's request this often and print percentiles of the answer time")
         ->type_name("COUNT");
     app.set_version_flag("--version", std::string("koractl ") + KORABRIDGE_VERSION);
     app.require_subcommand(1);

@@ -524,7 +524,7 @@ INSTANTIATE_TEST_SUITE_P(
         WrongUse{{"--timeout", "0s", "port"},
                  "--timeout: '0s' is not a duration such as 500ms, 2s or 1min (more than 0, at most a day)"},
         WrongUse{{"raw", "--latency", "5", "4000"},
-                 "--latency: this command is no single request that could be measured"},
+                 "--latency: this command is not a single request that can be measured"},
         WrongUse{{"watch", "x"}, "levels: 'x' is not a number from 0 to 4294967295"},
         WrongUse{{"raw", "--bytes", "0"}, "words: '0' is not a row of hexadecimal bytes"},
         WrongUse{{"raw", "xyz"}, "words: 'xyz' is not a hexadecimal word of up to 8 digits"},

@@ -191,8 +191,8 @@ void addRestore(CLI::App& app, CommandContext& context)
         ->take_all()
         ->allow_extra_args(false);
     addNumber(*command, "--lpr-id", arguments->rights.lprId,
-              "whose locks may be opened, beside those of the file's holders; who takes (default 0)");
-    command->add_flag("--force", arguments->rights.isForced, "open the locks of others, too");
+              "whose locks may be opened besides those of the file's holders; who takes (default 0)");
+    command->add_flag("--force", arguments->rights.isForced, "also open the locks of others");
     command->add_flag("--dry-run", arguments->isDryRun, "only show what would be set");
     command->callback([&context, arguments] {
         resolved("--level", [&] {

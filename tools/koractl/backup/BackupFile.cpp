@@ -66,7 +66,7 @@ public:
         }
         else
         {
-            throw std::invalid_argument("'" + scanner.word() + "' begins no line; level or output does");
+            throw std::invalid_argument("'" + scanner.word() + "' cannot begin a line; level or output can");
         }
         if (!scanner.isAtEnd() && !scanner.rest().starts_with('#'))
         {
@@ -91,12 +91,13 @@ private:
     {
         if (!scanner.take(signature))
         {
-            throw std::invalid_argument(std::string("this is no backup: the first line is not '") + signature + " 1'");
+            throw std::invalid_argument(std::string("this is not a backup: the first line is not '") + signature +
+                                        " 1'");
         }
         const std::uint32_t found = parseNumber(wordOf(scanner, "the version"));
         if (found != version)
         {
-            throw std::invalid_argument("version " + std::to_string(found) + " of the backup's form is not known");
+            throw std::invalid_argument("version " + std::to_string(found) + " of the backup format is unknown");
         }
     }
 
@@ -188,7 +189,7 @@ std::vector<OutputWish> readBackup(std::istream& in, const std::string& fileName
     forEachLine(in, fileName, [&](const std::string& line, std::size_t number) { lines.readLine(line, number); });
     if (lines.isEmpty())
     {
-        throw FileError(fileName + ":1: this is no backup: the file is empty");
+        throw FileError(fileName + ":1: this is not a backup: the file is empty");
     }
     return lines.takeWishes();
 }

@@ -48,8 +48,8 @@ OutputsReport changesReport(KoraClient& client, const ChangesArguments& argument
 void addChangesCommand(CLI::App& app, CommandContext& context)
 {
     const auto arguments = std::make_shared<ChangesArguments>();
-    CLI::App* const command =
-        app.add_subcommand("changes", "Show the outputs that changed since this connection began: all of them");
+    CLI::App* const command = app.add_subcommand(
+        "changes", "Show the outputs that changed for this connection: all of them, because it is new");
     command->add_option("level", arguments->levelText, "the level's number or name")->type_name("LEVEL")->required();
     addNumber(*command, "--format", arguments->format, outputFormatText);
     command->add_flag("--once", arguments->isOnce, "ask once, even if the bridge has more");

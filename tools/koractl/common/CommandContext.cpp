@@ -25,7 +25,7 @@ void CommandContext::choose(std::function<ExitStatus()> command)
 {
     if (m_options.latencyCount > 0)
     {
-        throw CLI::ValidationError("--latency", "this command is no single request that could be measured");
+        throw CLI::ValidationError("--latency", "this command is not a single request that can be measured");
     }
     m_chosen = std::move(command);
 }

@@ -90,13 +90,13 @@ void addMatrixCommand(CLI::App& app, CommandContext& context)
 {
     const auto arguments = std::make_shared<MatrixArguments>();
     CLI::App* const command = app.add_subcommand(
-        "matrix", "Show the crosspoints of a level as a picture; on a terminal live, moved with the arrow keys");
+        "matrix", "Show the crosspoints of a level as a picture; on a terminal live, scrolled with the arrow keys");
     command->add_option("level", arguments->levelText, "the level's number or name")->type_name("LEVEL")->required();
     addParsed(*command, "--outputs", arguments->outputs, &parseRange, "FIRST-LAST", "only these outputs");
     addParsed(*command, "--inputs", arguments->inputs, &parseRange, "FIRST-LAST", "only these inputs");
-    CLI::Option* const follow =
-        command->add_flag("--follow", arguments->isFollowing, "go on with each change when the output is no terminal");
-    command->add_flag("--once", arguments->isOnce, "print the picture and end, on a terminal too")->excludes(follow);
+    CLI::Option* const follow = command->add_flag("--follow", arguments->isFollowing,
+                                                  "go on with each change when the output is not a terminal");
+    command->add_flag("--once", arguments->isOnce, "print the picture and exit, even on a terminal")->excludes(follow);
     addParsed(*command, "--interval", arguments->interval, &parseDuration, "DURATION",
               "time between polls (default 500ms)");
     addNumber(*command, "--width", arguments->width, "print lines of this width (default: the terminal's)")
