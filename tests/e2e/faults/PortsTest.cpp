@@ -1,4 +1,5 @@
 #include "tests/e2e/faults/FaultFixture.h"
+#include "tests/support/Operator.h"
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
