@@ -21,8 +21,7 @@ std::string fitted(const log4cxx::LoggerPtr& logger, const char* what, const std
     std::string cut(dds_::routing::cutToBound(text, bound));
     if (cut.size() < text.size())
     {
-        LOG_WARN_F(logger, "component %s is longer than %zu bytes, truncated on the bus to '%s'", what, bound,
-                   cut.c_str());
+        LOG_WARN_F(logger, "component %s is longer than %zu bytes, truncated to '%s'", what, bound, cut.c_str());
     }
     return cut;
 }

@@ -154,7 +154,7 @@ protected:
         {
             const std::size_t before = m_count.joins();
             m_router.write("reannounce\n");
-            ASSERT_TRUE(waitUntil([&] { return m_count.joins() > before; })) << "join " << i;
+            ASSERT_TRUE(waitUntil([&] { return m_count.joins() > before; }, std::chrono::seconds(30))) << "join " << i;
         }
     }
 

@@ -134,11 +134,10 @@ TEST_F(ComponentInfoPubTest, LongTextsAreCutForTheBusWithOneWarningEach)
     const auto lines = log.lines();
     ASSERT_EQ(lines.size(), 2U);
     EXPECT_EQ(lines[0].level, "WARN");
-    EXPECT_EQ(lines[0].text,
-              "component name is longer than 32 bytes, truncated on the bus to '" + std::string(32, 'n') + "'");
+    EXPECT_EQ(lines[0].text, "component name is longer than 32 bytes, truncated to '" + std::string(32, 'n') + "'");
     EXPECT_EQ(lines[1].level, "WARN");
-    EXPECT_EQ(lines[1].text, "component description is longer than 128 bytes, truncated on the bus to '" +
-                                 std::string(128, 'd') + "'");
+    EXPECT_EQ(lines[1].text,
+              "component description is longer than 128 bytes, truncated to '" + std::string(128, 'd') + "'");
 }
 
 TEST_F(ComponentInfoPubTest, TextsOfExactlyTheirBoundsPassWithoutAWarning)

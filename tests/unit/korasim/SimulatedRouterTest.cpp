@@ -206,7 +206,7 @@ TEST(SimulatedRouterTest, ReAnnounceWithoutPartitionPublishesTheMembershipAgain)
     BusCollector<RouterMember> members(topicName(TopicName::RouterMember), "");
     BusCollector<RouterMemberMacroXpts> ranges(topicName(TopicName::RouterMemberMacroXptsDxVideo), "R1");
     sut.announce();
-    ASSERT_TRUE(testsupport::waitUntil([&] { return members.data().size() == 1; }));
+    ASSERT_TRUE(testsupport::waitUntil([&] { return members.data().size() == 1 && ranges.data().size() == 1; }));
 
     sut.reAnnounce();
 
