@@ -1,8 +1,7 @@
 #include "koraserver/Server.h"
 
-#include "koraserver/ListeningSocket.h"
+#include "koraserver/ControllerSocket.h"
 #include "koraserver/SocketClose.h"
-#include "koraserver/SocketOption.h"
 #include "runtime/misc/Console.h"
 #include "runtime/util/Ipv4Address.h"
 #include "runtime/util/Log.h"
@@ -184,7 +183,7 @@ bool Server::openServerSocketIfClosed()
         ++m_reopenCount;
         closeServerSocket();
     }
-    auto opened = openListeningSocket(serverPort, m_logger);
+    auto opened = openControllerPort(m_logger);
     if (const auto* failure = std::get_if<Failure>(&opened))
     {
         m_openFailures.warn(*failure);

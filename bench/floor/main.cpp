@@ -5,7 +5,7 @@
 #include "bench/floor/FloorApartment.h"
 #include "bench/floor/FloorConnection.h"
 #include "bustypes/TopicNames.h"
-#include "koraserver/SocketOption.h"
+#include "koraserver/ControllerSocket.h"
 #include "runtime/util/SystemError.h"
 
 #include <algorithm>
@@ -30,6 +30,7 @@ namespace
 
 using com::tallowcrest::routing::topicName;
 using com::tallowcrest::routing::TopicName;
+using com::tallowcrest::util::SocketOption;
 using com::tallowcrest::util::systemErrorText;
 using com::tallowcrest::util::UniqueFd;
 

@@ -1,7 +1,7 @@
 #include "runtime/misc/TelnetClient.h"
 
-#include "runtime/misc/SocketOptions.h"
 #include "runtime/util/Log.h"
+#include "runtime/util/SocketOption.h"
 #include "runtime/util/SystemError.h"
 
 #include <array>
@@ -19,7 +19,24 @@ using util::systemErrorText;
 namespace
 {
 constexpr std::string_view timingMarkRefusal = "\xff\xfc\x06"; // IAC WONT TIMING-MARK
-}
+
+using util::SocketOption;
+
+constexpr std::array<SocketOption, 3> clientOptions{{
+    {"SO_LINGER", SocketOption::Kind::Linger, SOL_SOCKET, SO_LINGER, 1},
+    {"TCP_NODELAY", SocketOption::Kind::Number, IPPROTO_TCP, TCP_NODELAY, 1, "client socket"},
+    // Urgent bytes stay in their place in the stream.
+    {"SO_OOBINLINE", SocketOption::Kind::Number, SOL_SOCKET, SO_OOBINLINE, 1, "client socket"},
+}};
+
+/// Lets the system find out within about two minutes that a client has gone without a word.
+constexpr std::array<SocketOption, 4> probeOptions{{
+    {"SO_KEEPALIVE", SocketOption::Kind::Number, IPPROTO_TCP, TCP_KEEPIDLE, 60, "client socket"},
+    {"SO_KEEPALIVE", SocketOption::Kind::Number, IPPROTO_TCP, TCP_KEEPINTVL, 15, "client socket"},
+    {"SO_KEEPALIVE", SocketOption::Kind::Number, IPPROTO_TCP, TCP_KEEPCNT, 4, "client socket"},
+    {"SO_KEEPALIVE", SocketOption::Kind::Number, SOL_SOCKET, SO_KEEPALIVE, 1, "client socket"},
+}};
+} // namespace
 
 TelnetClient::TelnetClient(log4cxx::LoggerPtr logger, TelnetListener::Accepted accepted, std::uint64_t session)
     : m_logger(std::move(logger)), m_address(accepted.address), m_session(session), m_socket(std::move(accepted.socket))
@@ -27,26 +44,10 @@ TelnetClient::TelnetClient(log4cxx::LoggerPtr logger, TelnetListener::Accepted a
 
 void TelnetClient::setOptions() const
 {
-    const int socket = m_socket.get();
-    if (!lingerOnClose(socket, std::chrono::seconds(1)))
+    util::tryEachSocketOption(m_socket.get(), clientOptions, m_logger);
+    if (const auto failure = util::applySocketOptions(m_socket.get(), probeOptions))
     {
-        LOG_WARN_F(m_logger, "failed setting SO_LINGER socket option on socket %d, %s", socket,
-                   systemErrorText().c_str());
-    }
-    if (!sendWithoutDelay(socket))
-    {
-        LOG_WARN_F(m_logger, "failed setting TCP_NODELAY socket option on client socket %d, %s", socket,
-                   systemErrorText().c_str());
-    }
-    if (!keepUrgentBytesInline(socket))
-    {
-        LOG_WARN_F(m_logger, "failed setting SO_OOBINLINE socket option on client socket %d, %s", socket,
-                   systemErrorText().c_str());
-    }
-    if (!probeIdlePeer(socket))
-    {
-        LOG_WARN_F(m_logger, "failed setting SO_KEEPALIVE socket option on client socket %d, %s", socket,
-                   systemErrorText().c_str());
+        LOG_WARN_F(m_logger, "%s", failure->text.c_str());
     }
 }
 
@@ -119,7 +120,7 @@ void TelnetClient::close()
         const std::lock_guard lock(m_mutex);
         if (!m_pending.empty())
         {
-            lingerOnClose(m_socket.get(), std::chrono::seconds(0));
+            static_cast<void>(util::applySocketOptions(m_socket.get(), util::resetOnClose));
             m_pending.clear();
             m_hasPendingText.store(false);
         }

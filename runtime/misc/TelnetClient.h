@@ -34,7 +34,8 @@ public:
     TelnetClient& operator=(const TelnetClient&) = delete;
 
     std::uint64_t session() const { return m_session; }
-    const Ipv4Octets& address() const { return m_address; }
+    /// IPv4, in network order.
+    std::uint32_t address() const { return m_address; }
 
     /// Sets the options of a new client's socket; failures are logged.
     void setOptions() const;
@@ -63,7 +64,7 @@ private:
     void noteFailure();
 
     const log4cxx::LoggerPtr m_logger;
-    const Ipv4Octets m_address;
+    const std::uint32_t m_address;
     const std::uint64_t m_session;
     util::UniqueFd m_socket; // closed under the mutex; the reading thread alone looks at it without
 

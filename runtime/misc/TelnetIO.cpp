@@ -1,7 +1,6 @@
 #include "runtime/misc/TelnetIO.h"
 
 #include "runtime/misc/Console.h"
-#include "runtime/misc/SocketOptions.h"
 #include "runtime/misc/StandardInput.h"
 #include "runtime/misc/TelnetClient.h"
 #include "runtime/util/Log.h"

@@ -57,7 +57,7 @@ private:
     void acceptOnce();
     void acceptClient();
     void takeClient(TelnetListener::Accepted accepted);
-    void reject(TelnetListener::Accepted newcomer, const Ipv4Octets& connected);
+    void reject(TelnetListener::Accepted newcomer, std::uint32_t connected);
     void waitAccepting(std::chrono::milliseconds timeout) const;
     void logHeldBack(util::LogLimit& limit) const;
 

@@ -1,8 +1,9 @@
 // The accepting thread of TelnetIO.
-#include "runtime/misc/SocketOptions.h"
 #include "runtime/misc/TelnetClient.h"
 #include "runtime/misc/TelnetIO.h"
+#include "runtime/util/Ipv4Address.h"
 #include "runtime/util/Log.h"
+#include "runtime/util/SocketOption.h"
 #include "runtime/util/SystemError.h"
 
 #include <array>
@@ -139,26 +140,24 @@ void TelnetIO::takeClient(TelnetListener::Accepted accepted)
         m_client = newClient;
     }
     m_readerWake.signal();
-    const Ipv4Octets& ip = newClient->address();
-    static_cast<void>(
-        std::printf("\n* Telnet Session Connected - client:  %03d.%03d.%03d.%03d *\n", ip[0], ip[1], ip[2], ip[3]));
+    const std::string address = util::paddedText(newClient->address());
+    static_cast<void>(std::printf("\n* Telnet Session Connected - client:  %s *\n", address.c_str()));
     static_cast<void>(std::fflush(stdout));
-    LOG_INFO_F(m_logger, "Telnet connected to %03d.%03d.%03d.%03d", ip[0], ip[1], ip[2], ip[3]);
+    LOG_INFO_F(m_logger, "Telnet connected to %s", address.c_str());
 }
 
-void TelnetIO::reject(TelnetListener::Accepted newcomer, const Ipv4Octets& connected)
+void TelnetIO::reject(TelnetListener::Accepted newcomer, std::uint32_t connected)
 {
     if (m_rejections.allow())
     {
-        LOG_INFO_F(m_logger, "Telnet connection rejected, already connected to %03d.%03d.%03d.%03d", connected[0],
-                   connected[1], connected[2], connected[3]);
+        LOG_INFO_F(m_logger, "Telnet connection rejected, already connected to %s",
+                   util::paddedText(connected).c_str());
         logHeldBack(m_rejections);
     }
     const int socket = newcomer.socket.get();
-    if (!lingerOnClose(socket, std::chrono::seconds(0)))
+    if (const auto failure = util::applySocketOptions(socket, util::resetOnClose))
     {
-        LOG_WARN_F(m_logger, "Rejecting connection: failed setting SO_LINGER socket option on clientsocket %d, %s",
-                   socket, systemErrorText().c_str());
+        LOG_WARN_F(m_logger, "Rejecting connection: %s", failure->text.c_str());
     }
     // A newcomer that has left already is no failure of ours.
     if (::shutdown(socket, SHUT_RDWR) != 0 && errno != ENOTCONN)

@@ -1,20 +1,28 @@
 #include "runtime/misc/TelnetListener.h"
 
-#include "runtime/misc/SocketOptions.h"
+#include "runtime/util/ListeningSocket.h"
 #include "runtime/util/Log.h"
-#include "runtime/util/SystemError.h"
 
-#include <cerrno>
-#include <cstring>
+#include <array>
 #include <utility>
+#include <variant>
 
-#include <arpa/inet.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
 
 namespace com::tallowcrest::misc
 {
-using util::systemErrorText;
+namespace
+{
+
+using util::SocketOption;
+
+constexpr std::array<SocketOption, 2> listeningOptions{{
+    {"SO_REUSEADDR", SocketOption::Kind::Number, SOL_SOCKET, SO_REUSEADDR, 1},
+    {"TCP_NODELAY", SocketOption::Kind::Number, IPPROTO_TCP, TCP_NODELAY, 1},
+}};
+
+} // namespace
 
 TelnetListener::TelnetListener(log4cxx::LoggerPtr logger, std::uint16_t port)
     : m_logger(std::move(logger)), m_port(port)
@@ -28,55 +36,17 @@ bool TelnetListener::open(bool logFailures)
         LOG_INFO_F(m_logger, "shutting down TCP server socket prior to re-opening");
         m_socket.reset();
     }
-    m_socket.reset(::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
-    if (!m_socket.isOpen())
+    auto opened = util::openListeningSocket({.port = m_port,
+                                             .options = listeningOptions,
+                                             .refusedOption = util::RefusedOption::IsLogged,
+                                             .typeFlags = SOCK_NONBLOCK},
+                                            m_logger, failures);
+    if (const auto* failure = std::get_if<util::Failure>(&opened))
     {
-        LOG_WARN_F(failures, "socket() failed, %s", systemErrorText().c_str());
+        LOG_WARN_F(failures, "%s", failure->text.c_str());
         return false;
     }
-    if (!allowAddressReuse(m_socket.get()))
-    {
-        LOG_WARN_F(failures, "failed setting SO_REUSEADDR socket option on socket %d, %s", m_socket.get(),
-                   systemErrorText().c_str());
-    }
-    if (!sendWithoutDelay(m_socket.get()))
-    {
-        LOG_WARN_F(failures, "failed setting TCP_NODELAY socket option on socket %d, %s", m_socket.get(),
-                   systemErrorText().c_str());
-    }
-    if (!bindToPort(failures))
-    {
-        m_socket.reset();
-        return false;
-    }
-    return true;
-}
-
-bool TelnetListener::bindToPort(const log4cxx::LoggerPtr& failures)
-{
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(m_port);
-    address.sin_addr.s_addr = htonl(INADDR_ANY);
-    std::array<char, INET_ADDRSTRLEN> dotted{};
-    static_cast<void>(::inet_ntop(AF_INET, &address.sin_addr, dotted.data(), dotted.size()));
-
-    if (::bind(m_socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0)
-    {
-        LOG_WARN_F(failures, "failed binding socket %d to address/port %s, %s", m_socket.get(), dotted.data(),
-                   systemErrorText().c_str());
-        return false;
-    }
-    const bool isListening = ::listen(m_socket.get(), backlog) == 0;
-    const int listenError = errno;
-    LOG_INFO_F(isListening ? m_logger : failures, "bind IP addr 0x%x (%s) Port: %u Socket %d",
-               ntohl(address.sin_addr.s_addr), dotted.data(), static_cast<unsigned int>(m_port), m_socket.get());
-    if (!isListening)
-    {
-        LOG_WARN_F(failures, "listen failed using socket %d to address/port %s, %s\n", m_socket.get(), dotted.data(),
-                   systemErrorText(listenError).c_str());
-        return false;
-    }
+    m_socket = std::get<util::UniqueFd>(std::move(opened));
     return true;
 }
 
@@ -91,7 +61,7 @@ std::optional<TelnetListener::Accepted> TelnetListener::accept() const
     {
         return std::nullopt;
     }
-    std::memcpy(accepted.address.data(), &address.sin_addr.s_addr, accepted.address.size());
+    accepted.address = address.sin_addr.s_addr;
     return accepted;
 }
 

@@ -4,15 +4,11 @@
 
 #include <log4cxx/logger.h>
 
-#include <array>
 #include <cstdint>
 #include <optional>
 
 namespace com::tallowcrest::misc
 {
-
-/// The four octets of an IPv4 address, most significant first.
-using Ipv4Octets = std::array<std::uint8_t, 4>;
 
 /// The listening socket of the telnet console. Owned by one thread. Every failure is logged and leaves it closed.
 class TelnetListener
@@ -21,7 +17,7 @@ public:
     struct Accepted
     {
         util::UniqueFd socket; ///< non-blocking
-        Ipv4Octets address{};
+        std::uint32_t address = 0; ///< IPv4, in network order
     };
 
     TelnetListener(log4cxx::LoggerPtr logger, std::uint16_t port);
@@ -36,10 +32,6 @@ public:
     std::optional<Accepted> accept() const;
 
 private:
-    static constexpr int backlog = 4;
-
-    bool bindToPort(const log4cxx::LoggerPtr& failures);
-
     const log4cxx::LoggerPtr m_logger;
     const std::uint16_t m_port;
     util::UniqueFd m_socket;

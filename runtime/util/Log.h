@@ -7,6 +7,7 @@
 #include <array>
 #include <cstdio>
 #include <source_location>
+#include <string>
 
 /// printf-style log lines. A line is formatted into a 200-byte buffer (longer text is cut), then handed to log4cxx with
 /// the source location. Nothing is formatted while the level is switched off or the logger pointer is null.
@@ -50,16 +51,19 @@ inline log4cxx::spi::LocationInfo logLocation(const std::source_location& where)
 #define LOG_WARN_F(LOGGER, ...) KORABRIDGE_LOG(LOGGER, isWarnEnabled, LOG4CXX_WARN, __VA_ARGS__)
 #define LOG_ERROR_F(LOGGER, ...) KORABRIDGE_LOG(LOGGER, isErrorEnabled, LOG4CXX_ERROR, __VA_ARGS__)
 
-/// The same with the location `WHERE`, for helpers that log what others have failed to do.
-#define LOG_WARN_AT_F(LOGGER, WHERE, ...)                                                                              \
+/// The same with a location, for helpers that log what others have done or failed to do.
+#define KORABRIDGE_LOG_AT(LOGGER, IS_ENABLED, GET_LEVEL, WHERE, ...)                                                   \
     do                                                                                                                 \
     {                                                                                                                  \
         const auto& korabridgeLogger = (LOGGER);                                                                       \
-        if (korabridgeLogger != nullptr && korabridgeLogger->isWarnEnabled())                                          \
+        if (korabridgeLogger != nullptr && korabridgeLogger->IS_ENABLED())                                             \
         {                                                                                                              \
             std::array<char, com::tallowcrest::util::logLineSize> korabridgeLine{};                                    \
             static_cast<void>(std::snprintf(korabridgeLine.data(), korabridgeLine.size(), __VA_ARGS__));               \
-            korabridgeLogger->forcedLog(log4cxx::Level::getWarn(), std::string(korabridgeLine.data()),                 \
+            korabridgeLogger->forcedLog(log4cxx::Level::GET_LEVEL(), std::string(korabridgeLine.data()),               \
                                         com::tallowcrest::util::logLocation(WHERE));                                   \
         }                                                                                                              \
     } while (false)
+
+#define LOG_INFO_AT_F(LOGGER, WHERE, ...) KORABRIDGE_LOG_AT(LOGGER, isInfoEnabled, getInfo, WHERE, __VA_ARGS__)
+#define LOG_WARN_AT_F(LOGGER, WHERE, ...) KORABRIDGE_LOG_AT(LOGGER, isWarnEnabled, getWarn, WHERE, __VA_ARGS__)

@@ -3,6 +3,7 @@
 #include "runtime/misc/Console.h"
 #include "tests/fuzz/support/Require.h"
 
+#include <netinet/in.h>
 #include <sys/socket.h>
 
 #include <algorithm>
@@ -58,7 +59,7 @@ FuzzedOperator::FuzzedOperator(std::uint8_t manner, std::span<const std::uint8_t
     }
     m_client = std::make_unique<misc::TelnetClient>(
         log4cxx::Logger::getLogger("KORABRIDGE"),
-        misc::TelnetListener::Accepted{util::UniqueFd(ends[1]), misc::Ipv4Octets{127, 0, 0, 1}}, 1);
+        misc::TelnetListener::Accepted{util::UniqueFd(ends[1]), htonl(INADDR_LOOPBACK)}, 1);
 }
 
 void FuzzedOperator::print(const char* format, std::va_list arguments)

@@ -2,8 +2,7 @@
 
 #include "koraserver/ConnectionImpl.h"
 
-#include "koraserver/ListeningSocket.h"
-#include "koraserver/SocketOption.h"
+#include "koraserver/ControllerSocket.h"
 #include "tests/support/LogRecorder.h"
 #include "tests/support/TcpSocket.h"
 #include "tests/support/TimeFactor.h"
@@ -30,7 +29,7 @@ protected:
 
     ConnectionImplFixture()
     {
-        const auto listening = std::get<com::tallowcrest::util::UniqueFd>(openListeningSocket(serverPort, nullptr));
+        const auto listening = std::get<com::tallowcrest::util::UniqueFd>(openControllerPort(nullptr));
         m_client.emplace(*testsupport::TcpSocket::connect(serverPort));
         sockaddr_in address{};
         socklen_t size = sizeof address;

@@ -2,7 +2,7 @@
 
 #include "koraserver/Server.h"
 
-#include "koraserver/ListeningSocket.h"
+#include "koraserver/ControllerSocket.h"
 #include "tests/support/FailingCall.h"
 #include "tests/support/LogRecorder.h"
 #include "tests/support/TcpSocket.h"

@@ -1,5 +1,5 @@
 #include "koraserver/ConnectionImpl.h"
-#include "koraserver/ListeningSocket.h"
+#include "koraserver/ControllerSocket.h"
 #include "koraserver/Server.h"
 #include "tests/support/LogRecorder.h"
 #include "tests/support/StallMeter.h"

@@ -333,7 +333,7 @@ TEST_F(ServerTest, AcceptThatASignalCutsShortIsTriedAgainInSilence)
 
 TEST_F(ServerTest, TakenPortIsReportedOnceAndTakenWhenItIsFree)
 {
-    auto other = std::get<UniqueFd>(openListeningSocket(serverPort, nullptr));
+    auto other = std::get<UniqueFd>(openControllerPort(nullptr));
     m_sut->connectToRouter();
     m_sut->start();
     ASSERT_TRUE(m_log.waitForHolding("to address/port 0.0.0.0, Address already in use"));

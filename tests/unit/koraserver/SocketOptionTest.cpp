@@ -1,4 +1,4 @@
-#include "koraserver/SocketOption.h"
+#include "koraserver/ControllerSocket.h"
 
 #include "runtime/util/UniqueFd.h"
 
@@ -10,6 +10,7 @@
 #include <tuple>
 #include <vector>
 
+using com::tallowcrest::util::SocketOption;
 using com::tallowcrest::util::UniqueFd;
 using Kind = SocketOption::Kind;
 
@@ -127,14 +128,3 @@ INSTANTIATE_TEST_SUITE_P(
                                 "failed setting SO_LINGER socket option on socket #, Bad file descriptor"},
                     FailingStep{acceptedOptions[2], AF_UNIX, SOCK_STREAM,
                                 "failed setting TCP_KEEPIDLE socket option on socket #, Operation not supported"}));
-
-TEST(SocketOption, StepsAfterAFailedOneAreNotTaken)
-{
-    const UniqueFd socket(::socket(AF_UNIX, SOCK_STREAM, 0));
-    const std::vector<SocketOption> options{acceptedOptions[2], acceptedOptions[1]};
-
-    const auto failure = applySocketOptions(socket.get(), options);
-
-    ASSERT_NE(failure, std::nullopt);
-    EXPECT_EQ(intOption(socket.get(), SOL_SOCKET, SO_KEEPALIVE), 0);
-}

@@ -1,4 +1,4 @@
-#include "koraserver/ListeningSocket.h"
+#include "koraserver/ControllerSocket.h"
 
 #include "tests/support/FailingCall.h"
 #include "tests/support/LogRecorder.h"
@@ -28,7 +28,7 @@ namespace
 class ListeningSocketTest : public testing::Test
 {
 protected:
-    UniqueFd open() { return std::get<UniqueFd>(openListeningSocket(serverPort, m_log.logger())); }
+    UniqueFd open() { return std::get<UniqueFd>(openControllerPort(m_log.logger())); }
 
     static int intOption(const UniqueFd& socket, int level, int name)
     {
@@ -108,7 +108,7 @@ TEST_F(ListeningSocketTest, TakenPortIsReportedAndNothingStaysOpen)
 {
     const UniqueFd other = open();
 
-    const auto failure = std::get<Failure>(openListeningSocket(serverPort, m_log.logger()));
+    const auto failure = std::get<Failure>(openControllerPort(m_log.logger()));
 
     const UniqueFd next(::socket(AF_INET, SOCK_STREAM, 0)); // gets the number that the failed socket had
     EXPECT_EQ(failure.text, "failed binding socket " + std::to_string(next.get()) +
@@ -126,7 +126,7 @@ TEST_F(ListeningSocketTest, PortOfConnectionsThatAreStillClosingCanBeTakenAgain)
     client->close();
     first.reset();
 
-    EXPECT_TRUE(std::holds_alternative<UniqueFd>(openListeningSocket(serverPort, m_log.logger())));
+    EXPECT_TRUE(std::holds_alternative<UniqueFd>(openControllerPort(m_log.logger())));
 }
 
 TEST_F(ListeningSocketTest, NoDescriptorLeftIsReported)
@@ -136,7 +136,7 @@ TEST_F(ListeningSocketTest, NoDescriptorLeftIsReported)
     const rlimit none{0, before.rlim_max};
     ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
 
-    const auto opened = openListeningSocket(serverPort, m_log.logger());
+    const auto opened = openControllerPort(m_log.logger());
 
     ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &before), 0);
     EXPECT_EQ(std::get<Failure>(opened).text, "socket() failed, Too many open files");
@@ -161,7 +161,7 @@ TEST_P(ListeningSocketFailureTest, StepThatFailsIsReportedAndNothingStaysOpen)
     std::variant<UniqueFd, Failure> opened;
 
     if (!testsupport::withFailingCalls(GetParam().calls,
-                                       [&] { opened = openListeningSocket(serverPort, m_log.logger()); }))
+                                       [&] { opened = openControllerPort(m_log.logger()); }))
     {
         GTEST_SKIP() << "system calls cannot be made to fail here";
     }

@@ -1,0 +1,48 @@
+#pragma once
+
+#include "runtime/util/FailureLog.h"
+
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sys/socket.h>
+
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <source_location>
+#include <span>
+
+namespace com::tallowcrest::util
+{
+
+/// One step of setting up a socket, as a row of a table.
+struct SocketOption
+{
+    enum class Kind : std::uint8_t
+    {
+        Number,   ///< an int option
+        Linger,   ///< a linger structure, switched on, `value` in seconds
+        Blocking, ///< ioctl FIONBIO with `value`; level and name do not count
+    };
+
+    const char* text; ///< the first of "failed setting %s socket option on %s %d, %s"
+    Kind kind;
+    int level;
+    int name;
+    int value;
+    const char* socket = "socket"; ///< the second
+};
+
+/// Lets a close reset the connection.
+inline constexpr std::array<SocketOption, 1> resetOnClose{
+    {{"SO_LINGER", SocketOption::Kind::Linger, SOL_SOCKET, SO_LINGER, 0, "clientsocket"}}};
+
+/// Runs the steps in order up to the first that fails, which is returned with the caller's location.
+std::optional<Failure> applySocketOptions(int socket, std::span<const SocketOption> options,
+                                          std::source_location where = std::source_location::current());
+
+/// Runs all the steps; each that fails is logged at WARN with the caller's location.
+void tryEachSocketOption(int socket, std::span<const SocketOption> options, const log4cxx::LoggerPtr& logger,
+                         std::source_location where = std::source_location::current());
+
+} // namespace com::tallowcrest::util
