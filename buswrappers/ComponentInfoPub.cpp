@@ -31,7 +31,7 @@ std::string fitted(const log4cxx::LoggerPtr& logger, const char* what, const std
 ComponentInfoPub::ComponentInfoPub(std::shared_ptr<apartment::SendDoItEvent> apartment, std::string topicName)
     : m_apartment(std::move(apartment)), m_logger(util::bridgeLogger()),
       m_pub(std::move(topicName), dds::core::policy::DurabilityKind::TRANSIENT_LOCAL),
-      m_self(this, [](ComponentInfoPub*) {})
+      m_presence(*this)
 {
     m_pub.joinRouterPartition("");
 }
@@ -41,7 +41,7 @@ void ComponentInfoPub::publish(FrameId frameId, ComponentId componentId, const s
 {
     ComponentInfo info{frameId, componentId, fitted(m_logger, "name", name, dds_::routing::componentNameBound),
                        fitted(m_logger, "description", description, dds_::routing::componentDescriptionBound)};
-    apartment::post(*m_apartment, std::make_unique<ComponentInfoPubDoItPublish>(m_self, std::move(info)));
+    apartment::post(*m_apartment, std::make_unique<ComponentInfoPubDoItPublish>(m_presence.weak(), std::move(info)));
 }
 
 void ComponentInfoPub::withdraw(FrameId frameId, ComponentId componentId, const std::string& name,

@@ -9,6 +9,7 @@
 #include "bustypes/RoutingTypes.h"
 #include "buswrappers/TopicPub.h"
 #include "runtime/apartment/DoItEvent.h"
+#include "runtime/apartment/Presence.h"
 #include "runtime/apartment/SendDoItEvent.h"
 #include "runtime/util/Pooled.h"
 
@@ -40,8 +41,7 @@ private:
     const std::shared_ptr<apartment::SendDoItEvent> m_apartment;
     const log4cxx::LoggerPtr m_logger;
     TopicPub<dds_::routing::ComponentInfo> m_pub;
-    /// Owns nothing: a queued event holds it weakly, and so knows when this object is gone.
-    const std::shared_ptr<ComponentInfoPub> m_self;
+    const apartment::Presence<ComponentInfoPub> m_presence; ///< for events
 };
 
 /// Writes one component record on the apartment. Owned by the apartment's queue. Does nothing when the publisher is

@@ -13,6 +13,7 @@
 #include "dds/sub/LoanedSamples.hpp"
 #include "dds/sub/Subscriber.hpp"
 #include "dds/topic/Topic.hpp"
+#include "runtime/apartment/Presence.h"
 #include "runtime/apartment/SendDoItEvent.h"
 
 namespace com::tallowcrest::routing
@@ -57,7 +58,7 @@ public:
     TopicSub(std::shared_ptr<apartment::SendDoItEvent> apartment, std::string topicName,
              dds::core::policy::DurabilityKind durability)
         : m_participant(sharedParticipant()), m_topicName(std::move(topicName)), m_durability(durability),
-          m_self(this, [](DataReaderListenerHandler*) {}), m_sender(m_self, std::move(apartment))
+          m_presence(*this), m_sender(m_presence.weak(), std::move(apartment))
     {}
 
     /// Makes topic, subscriber, reader and listener for `routerPartition` (empty: the bare prefix), also when it is the
@@ -100,8 +101,7 @@ private:
     const std::string m_topicName;
     const dds::core::policy::DurabilityKind m_durability;
     std::string m_routerPartition;
-    /// Owns nothing: events hold it weakly, and so know when this object is gone.
-    const std::shared_ptr<DataReaderListenerHandler> m_self;
+    const apartment::Presence<DataReaderListenerHandler> m_presence; ///< for the sender's events
     ListenerEventSender<T> m_sender;
     /// Holds its topic and subscriber. Last, so that it goes first and no callback finds the sender gone.
     dds::sub::DataReader<T> m_reader{dds::core::null};

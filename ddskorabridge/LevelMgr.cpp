@@ -89,7 +89,7 @@ std::shared_ptr<ILevel> LevelMgr::getLevelInstance(std::uint32_t levelNumber)
 void LevelMgr::notifyNewConnection(std::uint32_t connection)
 {
     com::tallowcrest::apartment::post(*m_apartment,
-                                      std::make_unique<LevelMgrDoItNotifyNewConnection>(weak_from_this(), connection));
+                                      std::make_unique<LevelMgrDoItNotifyNewConnection>(m_presence.weak(), connection));
 }
 
 void LevelMgr::notifyLevels(std::uint32_t connection)

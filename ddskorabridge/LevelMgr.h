@@ -10,6 +10,7 @@
 #include "koracommand/LevelInvalid.h"
 #include "koraserver/Connection.h"
 #include "runtime/apartment/DoItEvent.h"
+#include "runtime/apartment/Presence.h"
 #include "runtime/util/Pooled.h"
 
 #include <log4cxx/logger.h>
@@ -19,14 +20,12 @@
 #include <string>
 
 /// Builds the levels from the level descriptions on the bus, finds them by number, and announces new connections to
-/// them. Owned by the Director through a shared pointer, which it needs for `notifyNewConnection`. Apartment-bound,
-/// except `notifyNewConnection`, which may be called from any thread. Failures of the bus leave as the bus layer's
-/// exceptions.
+/// them. Owned by the Director, and gone only once the apartment has stopped. Apartment-bound, except
+/// `notifyNewConnection`, which may be called from any thread. Failures of the bus leave as the bus layer's exceptions.
 class LevelMgr : public com::tallowcrest::routing::MacroLevelSub,
                  public IPartitionBound,
                  public NotifyNewConnection,
-                 public ILevelAccess,
-                 public std::enable_shared_from_this<LevelMgr>
+                 public ILevelAccess
 {
 public:
     using Sample = com::tallowcrest::dds_::routing::MacroLevel;
@@ -73,6 +72,7 @@ private:
     const std::shared_ptr<LevelInvalid> m_levelInvalid;
     std::string m_routerPartition; ///< empty until joined
     log4cxx::LoggerPtr m_logger;
+    const com::tallowcrest::apartment::Presence<LevelMgr> m_presence{*this}; ///< for events
 };
 
 /// Announces a new controller connection to every level, on the level manager's apartment. Holds the level manager
