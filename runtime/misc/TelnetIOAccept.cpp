@@ -181,7 +181,7 @@ void TelnetIO::logHeldBack(util::LogLimit& limit) const
 {
     if (const auto count = limit.takeHeldBack(); count > 0)
     {
-        LOG_INFO_F(m_logger, "the same %u times more since it was last logged", count);
+        LOG_INFO_F(m_logger, "repeated %u times since it was last logged", count);
     }
 }
 
