@@ -42,7 +42,9 @@ SecuredBus::Child SecuredBus::startInside(const std::string& program, const std:
 
 void SecuredBus::startSecuredBridge()
 {
-    m_bridge = startInside("korabridge", {"17", "3", "Bridge One", "bridge under test"}, certificatesOf("frame17"));
+    // Of the test's own, so that no case finds what another has taken.
+    m_bridge = startInside("korabridge", {"17", "3", "Bridge One", "bridge under test"}, certificatesOf("frame17"),
+                           {{"KORABRIDGE_DURABLE_STORE", (m_directory.path() / "first.db").string()}});
 }
 
 SecuredBus::Child SecuredBus::startSecuredRouter(const std::string& partition) const
