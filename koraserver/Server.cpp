@@ -22,6 +22,7 @@
 #include <utility>
 
 using com::tallowcrest::misc::print;
+using com::tallowcrest::util::dottedText;
 using com::tallowcrest::util::Failure;
 using com::tallowcrest::util::formatText;
 using com::tallowcrest::util::paddedText;
