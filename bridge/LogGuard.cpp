@@ -124,8 +124,8 @@ void LogGuard::logLoss(log4cxx::helpers::Pool& pool)
 {
     log4cxx::LogString text;
     log4cxx::helpers::Transcoder::decode(std::to_string(m_lost) + " log lines were lost, " + m_reason, text);
-    m_guarded->doAppend(std::make_shared<log4cxx::spi::LoggingEvent>(bridgeLoggerName,
-                                                                     log4cxx::Level::getWarn(), text, LOG4CXX_LOCATION),
+    m_guarded->doAppend(std::make_shared<log4cxx::spi::LoggingEvent>(bridgeLoggerName, log4cxx::Level::getWarn(), text,
+                                                                     LOG4CXX_LOCATION),
                         pool);
     m_lost = 0;
 }

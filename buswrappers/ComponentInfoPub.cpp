@@ -30,8 +30,7 @@ std::string fitted(const log4cxx::LoggerPtr& logger, const char* what, const std
 
 ComponentInfoPub::ComponentInfoPub(std::shared_ptr<apartment::SendDoItEvent> apartment, std::string topicName)
     : m_apartment(std::move(apartment)), m_logger(util::bridgeLogger()),
-      m_pub(std::move(topicName), dds::core::policy::DurabilityKind::TRANSIENT_LOCAL),
-      m_presence(*this)
+      m_pub(std::move(topicName), dds::core::policy::DurabilityKind::TRANSIENT_LOCAL), m_presence(*this)
 {
     m_pub.joinRouterPartition("");
 }

@@ -25,8 +25,7 @@ public:
     /// `handler` is called on the apartment for as long as it lives.
     ListenerEventSender(std::weak_ptr<DataReaderListenerHandler> handler,
                         std::shared_ptr<apartment::SendDoItEvent> apartment)
-        : m_handler(std::move(handler)), m_apartment(std::move(apartment)),
-          m_logger(util::bridgeLogger())
+        : m_handler(std::move(handler)), m_apartment(std::move(apartment)), m_logger(util::bridgeLogger())
     {}
 
     void on_requested_deadline_missed(Reader&, const dds::core::status::RequestedDeadlineMissedStatus& status) override

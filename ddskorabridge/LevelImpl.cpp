@@ -50,8 +50,7 @@ std::uint32_t controllerState(LPRState lprState)
 LevelImpl::LevelImpl(std::shared_ptr<IXptTarget> target, std::shared_ptr<IXptStatus> status,
                      const MappingNumbers& numbers)
     : m_target(std::move(target)), m_status(std::move(status)), m_mapping(numbers),
-      m_changes(numbers.controllerOutputStart, numbers.numXptOutputs),
-      m_logger(com::tallowcrest::util::bridgeLogger())
+      m_changes(numbers.controllerOutputStart, numbers.numXptOutputs), m_logger(com::tallowcrest::util::bridgeLogger())
 {}
 
 bool LevelImpl::isSame(const ILevel& other) const

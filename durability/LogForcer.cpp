@@ -95,9 +95,8 @@ void LogForcer::report(const char* what, const char* reason)
 {
     if (!std::exchange(m_reported, true))
     {
-        LOG4CXX_WARN(util::bridgeLogger(), "Durable store "
-                                                                   << m_store.string() << ": " << what << ": " << reason
-                                                                   << "; a power cut may lose the last targets");
+        LOG4CXX_WARN(util::bridgeLogger(), "Durable store " << m_store.string() << ": " << what << ": " << reason
+                                                            << "; a power cut may lose the last targets");
     }
 }
 

@@ -197,10 +197,9 @@ void RecentRows::flush()
     }
     if (!writeAll(m_file.get(), m_text))
     {
-        LOG4CXX_WARN(util::bridgeLogger(),
-                     "Durable targets: cannot write " << m_path.string() << ": "
-                                                      << std::system_category().message(errno)
-                                                      << "; a slow disk may delay what is kept of the last moment");
+        LOG4CXX_WARN(util::bridgeLogger(), "Durable targets: cannot write "
+                                               << m_path.string() << ": " << std::system_category().message(errno)
+                                               << "; a slow disk may delay what is kept of the last moment");
         m_file.reset();
         m_text.clear();
         return;

@@ -10,8 +10,8 @@ namespace com::tallowcrest::durability
 {
 
 StoreKeeper::StoreKeeper(std::filesystem::path path, const ChannelList& channels, std::function<void()> onLoaded)
-    : m_path(std::move(path)), m_channels(channels), m_onLoaded(std::move(onLoaded)),
-      m_logger(util::bridgeLogger()), m_thread([this] { run(); })
+    : m_path(std::move(path)), m_channels(channels), m_onLoaded(std::move(onLoaded)), m_logger(util::bridgeLogger()),
+      m_thread([this] { run(); })
 {}
 
 StoreKeeper::~StoreKeeper()

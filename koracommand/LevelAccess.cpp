@@ -10,7 +10,8 @@ using com::tallowcrest::util::processSlot;
 namespace
 {
 
-/// The level that answers while the slot is empty; made on first use, so that no order of static initialisation matters.
+/// The level that answers while the slot is empty; made on first use, so that no order of static initialisation
+/// matters.
 const std::shared_ptr<ILevel>& invalidLevel()
 {
     static const std::shared_ptr<ILevel> level = std::make_shared<LevelInvalid>();

@@ -43,8 +43,7 @@ inline constexpr std::array<com::tallowcrest::util::SocketOption, 3> acceptedOpt
 
 /// Opens the port for controllers; see `openListeningSocket`.
 inline std::variant<com::tallowcrest::util::UniqueFd, com::tallowcrest::util::Failure>
-openControllerPort(const log4cxx::LoggerPtr& logger,
-                   std::source_location where = std::source_location::current())
+openControllerPort(const log4cxx::LoggerPtr& logger, std::source_location where = std::source_location::current())
 {
     return com::tallowcrest::util::openListeningSocket(
         {.port = serverPort, .options = listeningOptions, .boundOptions = boundOptions}, logger, logger, where);

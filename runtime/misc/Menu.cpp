@@ -204,8 +204,7 @@ void Menu::runHandler(const Item& chosen)
     }
     catch (const std::exception& error)
     {
-        LOG_ERROR_F(util::bridgeLogger(), "menu item '%s' failed, %s", item.title.c_str(),
-                    error.what());
+        LOG_ERROR_F(util::bridgeLogger(), "menu item '%s' failed, %s", item.title.c_str(), error.what());
         print("%s failed: %s\n", item.title.c_str(), error.what());
     }
 }

@@ -16,7 +16,7 @@ class TelnetListener
 public:
     struct Accepted
     {
-        util::UniqueFd socket; ///< non-blocking
+        util::UniqueFd socket;     ///< non-blocking
         std::uint32_t address = 0; ///< IPv4, in network order
     };
 

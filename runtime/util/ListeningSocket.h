@@ -27,7 +27,7 @@ enum class RefusedOption
 /// How a port is opened.
 struct ListeningSocketPlan
 {
-    std::uint16_t port = 0;                    ///< in host order
+    std::uint16_t port = 0;                       ///< in host order
     std::span<const SocketOption> options{};      ///< before it is bound
     std::span<const SocketOption> boundOptions{}; ///< after that
     RefusedOption refusedOption = RefusedOption::IsAFailure;

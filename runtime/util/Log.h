@@ -34,7 +34,7 @@ inline log4cxx::spi::LocationInfo logLocation(const std::source_location& where)
 
 } // namespace com::tallowcrest::util
 
-#define KORABRIDGE_LOG(LOGGER, IS_ENABLED, LOG4CXX_MACRO, ...)                                                      \
+#define KORABRIDGE_LOG(LOGGER, IS_ENABLED, LOG4CXX_MACRO, ...)                                                         \
     do                                                                                                                 \
     {                                                                                                                  \
         const auto& korabridgeLogger = (LOGGER);                                                                       \

@@ -18,7 +18,8 @@ public:
     void add(MemPool& pool);
     /// Takes `pool` out; nothing when it is not there. Called by the pool itself.
     void remove(MemPool& pool);
-    /// Prints the pool table to the console. Holds up no `Get` or `Put`. Defined in `runtime/misc`, where the console is.
+    /// Prints the pool table to the console. Holds up no `Get` or `Put`. Defined in `runtime/misc`, where the console
+    /// is.
     void show();
 
     MemPoolRegistry(const MemPoolRegistry&) = delete;

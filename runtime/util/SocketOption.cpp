@@ -43,8 +43,8 @@ std::optional<Failure> applySocketOptions(int socket, std::span<const SocketOpti
         {
             const int error = errno;
             return Failure(formatText("%s %d", option.text, error),
-                           formatText("failed setting %s socket option on %s %d, %s", option.text, option.socket, socket,
-                                      systemErrorText(error).c_str()),
+                           formatText("failed setting %s socket option on %s %d, %s", option.text, option.socket,
+                                      socket, systemErrorText(error).c_str()),
                            where);
         }
     }

@@ -160,8 +160,7 @@ TEST_P(ListeningSocketFailureTest, StepThatFailsIsReportedAndNothingStaysOpen)
 {
     std::variant<UniqueFd, Failure> opened;
 
-    if (!testsupport::withFailingCalls(GetParam().calls,
-                                       [&] { opened = openControllerPort(m_log.logger()); }))
+    if (!testsupport::withFailingCalls(GetParam().calls, [&] { opened = openControllerPort(m_log.logger()); }))
     {
         GTEST_SKIP() << "system calls cannot be made to fail here";
     }

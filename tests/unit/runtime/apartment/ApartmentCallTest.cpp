@@ -33,10 +33,7 @@ TEST(ApartmentCall, WorkThatThrowsGivesNoResultAndTheApartmentGoesOn)
 class ClosedApartment final : public SendDoItEvent
 {
 public:
-    void send(DoItEvent* event) override
-    {
-        const std::unique_ptr<DoItEvent> owned(event);
-    }
+    void send(DoItEvent* event) override { const std::unique_ptr<DoItEvent> owned(event); }
 };
 
 TEST(ApartmentCall, AnEventThatIsDeletedUnrunEndsTheWaitAtOnce)

@@ -18,8 +18,7 @@ namespace
 {
 
 constexpr std::uint16_t port = 5200;
-constexpr std::array<SocketOption, 1> unknownOptions{
-    {{"SO_UNKNOWN", SocketOption::Kind::Number, SOL_SOCKET, 9999, 1}}};
+constexpr std::array<SocketOption, 1> unknownOptions{{{"SO_UNKNOWN", SocketOption::Kind::Number, SOL_SOCKET, 9999, 1}}};
 
 class ListeningSocketTest : public testing::Test
 {
@@ -36,8 +35,8 @@ TEST_F(ListeningSocketTest, BindIsLoggedWithTheCallersLocation)
 
     const auto lines = m_log.lines();
     ASSERT_EQ(lines.size(), 1U);
-    EXPECT_EQ(lines[0].text, "bind IP addr 0x0 (0.0.0.0) Port: 5200 Socket " +
-                                 std::to_string(std::get<UniqueFd>(opened).get()));
+    EXPECT_EQ(lines[0].text,
+              "bind IP addr 0x0 (0.0.0.0) Port: 5200 Socket " + std::to_string(std::get<UniqueFd>(opened).get()));
     EXPECT_EQ(lines[0].level, "INFO");
     EXPECT_EQ(lines[0].file, "ListeningSocketTest.cpp");
     EXPECT_EQ(lines[0].line, line);
