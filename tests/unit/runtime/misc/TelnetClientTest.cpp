@@ -14,6 +14,7 @@
 #include <string>
 #include <utility>
 
+#include <arpa/inet.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <sys/socket.h>
@@ -120,7 +121,7 @@ protected:
 TEST_F(TelnetClientTest, knowsItsSessionAndWhereItComesFrom)
 {
     EXPECT_EQ(m_sut->session(), 7U);
-    EXPECT_EQ(m_sut->address(), (Ipv4Octets{127, 0, 0, 1}));
+    EXPECT_EQ(m_sut->address(), ::htonl(INADDR_LOOPBACK));
 }
 
 TEST_F(TelnetClientTest, setOptions_probesAnIdlePeerAndKeepsUrgentBytesInPlace)
