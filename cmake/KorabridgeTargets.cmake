@@ -46,7 +46,8 @@ endif()
 target_link_libraries(korabridge_flags INTERFACE Threads::Threads)
 
 if(KORABRIDGE_PRECOMPILE)
-  add_library(product_headers OBJECT ${PROJECT_SOURCE_DIR}/cmake/product_headers.cpp)
+  file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/product_headers.cpp CONTENT "// Carries the precompiled headers of the product.\n")
+  add_library(product_headers OBJECT ${PROJECT_BINARY_DIR}/product_headers.cpp)
   target_link_libraries(product_headers PRIVATE log4cxx korabridge_flags)
   target_precompile_headers(product_headers PRIVATE
     <log4cxx/logger.h> <algorithm> <array> <chrono> <condition_variable> <filesystem> <functional> <map> <memory> <mutex>

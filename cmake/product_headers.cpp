@@ -1,1 +1,0 @@
-// Carries the headers that are compiled once for all folders where KORABRIDGE_PRECOMPILE is on.
