@@ -129,13 +129,24 @@ TEST(HolderLookup, GivenARefusalAsksWhoHoldsTheOutputAndOnlyThen)
     EXPECT_EQ(bridge.requests().front().id(), statusId);
 }
 
-TEST(HolderLookup, GivenABridgeThatFailsAsksNoMore)
+TEST(HolderLookup, GivenABridgeThatDoesNotAnswerAsksNoMore)
 {
-    const FakeBridge bridge([](const Message&, std::uint32_t) { return FakeReply{.bytes = {}, .isClosing = true}; });
+    const FakeBridge bridge([](const Message& request, std::uint32_t sequence) {
+        return FakeReply{responseTo(request, sequence, 0x80000000, {8}), false};
+    });
     KoraClient client = clientOf(bridge);
     HolderLookup sut(client);
 
     EXPECT_EQ(sut.ask(1, 7, 12), std::nullopt);
     EXPECT_EQ(sut.ask(1, 8, 12), std::nullopt);
     EXPECT_EQ(bridge.requests().size(), 1U);
+}
+
+TEST(HolderLookup, GivenABridgeThatLeavesThrowsNothing)
+{
+    const FakeBridge bridge([](const Message&, std::uint32_t) { return FakeReply{.bytes = {}, .isClosing = true}; });
+    KoraClient client = clientOf(bridge);
+    HolderLookup sut(client);
+
+    EXPECT_EQ(sut.ask(1, 7, 12), std::nullopt);
 }
