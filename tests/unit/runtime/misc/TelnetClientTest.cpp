@@ -156,6 +156,7 @@ TEST_F(TelnetClientTest, receive_whenLinesHaveArrived_givesThemInOrder)
 
 TEST_F(TelnetClientTest, receive_whenTheOperatorHasLeft_isFalse)
 {
+    EXPECT_TRUE(m_sut->receive());
     m_operator->close();
 
     EXPECT_TRUE(waitUntil([this] { return !m_sut->receive(); }));
@@ -211,6 +212,9 @@ TEST_F(TelnetClientTest, timingMark_isRefusedAtOnce)
     EXPECT_EQ(readLine(), "line");
 
     EXPECT_EQ(m_operator->receive(3), timingMarkRefusal);
+    m_sut->send("a");
+    m_sut->send("b");
+    EXPECT_EQ(m_operator->receive(2), "ab") << "once";
 }
 
 TEST_F(TelnetClientTest, timingMark_whileTextIsKept_isRefusedBehindIt)
