@@ -26,9 +26,10 @@ add_custom_target(pure_tests)
 function(korabridge_test_program NAME KIND)
   cmake_parse_arguments(ARG "" "TIMEOUT;ENVIRONMENT" "SOURCES;LINKS" ${ARGN})
   add_executable(${NAME} ${ARG_SOURCES})
+  set(launcher ${PROJECT_SOURCE_DIR}/tests/support/in-namespace ${CMAKE_CROSSCOMPILING_EMULATOR})
   set_target_properties(${NAME} PROPERTIES
     RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/tests
-    CROSSCOMPILING_EMULATOR "${PROJECT_SOURCE_DIR}/tests/support/in-namespace;${CMAKE_CROSSCOMPILING_EMULATOR}")
+    CROSSCOMPILING_EMULATOR "${launcher}")
   target_link_libraries(${NAME} PRIVATE ${ARG_LINKS} GTest::gtest_main korabridge_test_flags)
   target_precompile_headers(${NAME} REUSE_FROM test_headers)
   set(properties TIMEOUT ${ARG_TIMEOUT} LABELS ${KIND})
