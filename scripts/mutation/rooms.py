@@ -35,7 +35,7 @@ def _bridge(cases):
 ROOMS = {
     "runtime": _room("unit_runtime unit_runtime_misc",
                      "unit_runtime_waits unit_runtime_misc_waits unit_runtime_timing unit_runtime_misc_timing",
-                     Program("e2e_console"), _bridge("StartStop*")),
+                     Program("e2e_console"), Program("e2e_console_timing"), _bridge("StartStop*")),
     "bustypes": _room("unit_bustypes", "unit_buswrappers", _bridge("Join*:Changes*")),
     # The bound of what is left out of the unit tests is one for optimised code.
     "durability": Room((Program("unit_durability", waits=False),),
@@ -45,7 +45,8 @@ ROOMS = {
     "buswrappers": _room("unit_ddskorabridge", "unit_buswrappers unit_ddskorabridge_waits", _bridge("Join*:Changes*")),
     "koracommand": _room("unit_koracommand", "unit_koracommand_waits", _bridge("Command*:Changes*")),
     "koraserver": _room("unit_koraserver", "unit_koraserver_waits unit_koraserver_timing", _bridge("Connections*:StartStop*")),
-    "ddskorabridge": _room("unit_ddskorabridge", "unit_ddskorabridge_waits", _bridge("Join*:Command*:Changes*")),
+    "ddskorabridge": _room("unit_ddskorabridge", "unit_ddskorabridge_waits", _bridge("Join*:Command*:Changes*"),
+                           Program("e2e_bridge_timing")),
     "bridge": _room("", "unit_bridge", _bridge("StartStop*:Join*"), Program("e2e_console"),
                     Program("e2e_faults", "Ports*:SharedMemory*")),
     "koraclient": _room("unit_koraclient", "unit_koraclient_waits unit_koractl_waits", Program("e2e_koractl")),
