@@ -22,7 +22,7 @@ class Bridge:
         self.socket.sendall(struct.pack(f">{4 + len(words)}I", 12, self.tag, 16 + 4 * len(words), message_id, *words))
         protocol, sequence, length, answer_id = struct.unpack(">4I", self.receive(16))
         if protocol != 12 or sequence != self.answered or length % 4 or not 20 <= length <= 8192:
-            raise ConnectionError("that is no answer of a bridge")
+            raise ConnectionError("not a bridge's answer")
         tag, *answer = struct.unpack(f">{length // 4 - 4}I", self.receive(length - 16))
         if tag != self.tag or answer_id == 0x80000000:
             raise ConnectionError("the request was not answered")

@@ -454,7 +454,7 @@ TEST_F(CommandLine, GivenBadNamesSaysWhereAndSendsNothing)
     const auto outcome = runAt(m_bridge, {"--names", file, "take", "1:2:3"});
 
     EXPECT_EQ(outcome.status, 2);
-    EXPECT_EQ(outcome.err, "koractl: " + file + ":2: 'imput' begins no line; level, input or output does\n");
+    EXPECT_EQ(outcome.err, "koractl: " + file + ":2: 'imput' cannot begin a line; level, input or output can\n");
     EXPECT_TRUE(m_bridge.requests().empty());
 }
 

@@ -90,7 +90,7 @@ void Names::readLine(const std::string& line, std::optional<std::uint32_t>& leve
     const std::string kind = scanner.word();
     if (kind != "level" && kind != "input" && kind != "output")
     {
-        throw std::invalid_argument("'" + kind + "' begins no line; level, input or output does");
+        throw std::invalid_argument("'" + kind + "' cannot begin a line; level, input or output can");
     }
     const std::uint32_t number = parseNumber(scanner.word());
     const std::string name = scanner.rest();

@@ -97,7 +97,7 @@ TEST(Names, GivenSeveralBadLinesComplainsAboutEach)
     catch (const FileError& problem)
     {
         EXPECT_STREQ(problem.what(), "studio.names:1: the name is missing\n"
-                                     "studio.names:3: 'foo' begins no line; level, input or output does");
+                                     "studio.names:3: 'foo' cannot begin a line; level, input or output can");
     }
 }
 
