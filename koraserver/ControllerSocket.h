@@ -2,13 +2,13 @@
 
 #include "runtime/util/ListeningSocket.h"
 #include "runtime/util/SocketOption.h"
+#include "runtime/util/SourceLocation.h"
 #include "runtime/util/UniqueFd.h"
 
 #include <log4cxx/logger.h>
 
 #include <array>
 #include <cstdint>
-#include <source_location>
 #include <variant>
 
 /// The port on which controllers reach the bridge.
@@ -43,7 +43,8 @@ inline constexpr std::array<com::tallowcrest::util::SocketOption, 3> acceptedOpt
 
 /// Opens the port for controllers; see `openListeningSocket`.
 inline std::variant<com::tallowcrest::util::UniqueFd, com::tallowcrest::util::Failure>
-openControllerPort(const log4cxx::LoggerPtr& logger, std::source_location where = std::source_location::current())
+openControllerPort(const log4cxx::LoggerPtr& logger,
+                   com::tallowcrest::util::SourceLocation where = com::tallowcrest::util::SourceLocation::current())
 {
     return com::tallowcrest::util::openListeningSocket(
         {.port = serverPort, .options = listeningOptions, .boundOptions = boundOptions}, logger, logger, where);

@@ -7,7 +7,7 @@
 namespace com::tallowcrest::util
 {
 
-Failure::Failure(std::string what, std::string line, std::source_location here)
+Failure::Failure(std::string what, std::string line, SourceLocation here)
     : cause(std::move(what)), text(std::move(line)), where(here)
 {}
 

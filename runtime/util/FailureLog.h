@@ -1,6 +1,7 @@
 #pragma once
 
 #include "runtime/util/LogLimit.h"
+#include "runtime/util/SourceLocation.h"
 
 #include <log4cxx/logger.h>
 
@@ -8,7 +9,6 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
-#include <source_location>
 #include <string>
 
 namespace com::tallowcrest::util
@@ -18,11 +18,11 @@ namespace com::tallowcrest::util
 struct Failure
 {
     /// `what` tells one kind of failure from another, `line` is for the log, `here` is who failed.
-    Failure(std::string what, std::string line, std::source_location here = std::source_location::current());
+    Failure(std::string what, std::string line, SourceLocation here = SourceLocation::current());
 
     std::string cause;
     std::string text;
-    std::source_location where;
+    SourceLocation where;
 };
 
 /// Keeps a step that is retried for ever from flooding the log: its line is logged at WARN when the cause first

@@ -20,7 +20,7 @@ namespace
 {
 
 std::optional<Failure> setOptions(int socket, const ListeningSocketPlan& plan, std::span<const SocketOption> options,
-                                  const log4cxx::LoggerPtr& failures, std::source_location where)
+                                  const log4cxx::LoggerPtr& failures, SourceLocation where)
 {
     if (plan.refusedOption == RefusedOption::IsAFailure)
     {
@@ -33,7 +33,7 @@ std::optional<Failure> setOptions(int socket, const ListeningSocketPlan& plan, s
 } // namespace
 
 std::variant<UniqueFd, Failure> openListeningSocket(const ListeningSocketPlan& plan, const log4cxx::LoggerPtr& logger,
-                                                    const log4cxx::LoggerPtr& failures, std::source_location where)
+                                                    const log4cxx::LoggerPtr& failures, SourceLocation where)
 {
     sockaddr_in address{};
     address.sin_family = AF_INET;

@@ -2,12 +2,12 @@
 
 #include "runtime/util/FailureLog.h"
 #include "runtime/util/SocketOption.h"
+#include "runtime/util/SourceLocation.h"
 #include "runtime/util/UniqueFd.h"
 
 #include <log4cxx/logger.h>
 
 #include <cstdint>
-#include <source_location>
 #include <span>
 #include <variant>
 
@@ -40,6 +40,6 @@ struct ListeningSocketPlan
 /// caller's location.
 std::variant<UniqueFd, Failure> openListeningSocket(const ListeningSocketPlan& plan, const log4cxx::LoggerPtr& logger,
                                                     const log4cxx::LoggerPtr& failures,
-                                                    std::source_location where = std::source_location::current());
+                                                    SourceLocation where = SourceLocation::current());
 
 } // namespace com::tallowcrest::util

@@ -1,12 +1,13 @@
 #pragma once
 
+#include "runtime/util/SourceLocation.h"
+
 #include <log4cxx/level.h>
 #include <log4cxx/logger.h>
 #include <log4cxx/spi/location/locationinfo.h>
 
 #include <array>
 #include <cstdio>
-#include <source_location>
 #include <string>
 
 /// printf-style log lines. A line is formatted into a 200-byte buffer (longer text is cut), then handed to log4cxx with
@@ -26,10 +27,10 @@ inline log4cxx::LoggerPtr bridgeLogger()
     return log4cxx::Logger::getLogger(bridgeLoggerName);
 }
 
-inline log4cxx::spi::LocationInfo logLocation(const std::source_location& where)
+inline log4cxx::spi::LocationInfo logLocation(const SourceLocation& where)
 {
-    return {where.file_name(), log4cxx::spi::LocationInfo::calcShortFileName(where.file_name()), where.function_name(),
-            static_cast<int>(where.line())};
+    return {where.file, log4cxx::spi::LocationInfo::calcShortFileName(where.file), where.function,
+            static_cast<int>(where.line)};
 }
 
 } // namespace com::tallowcrest::util

@@ -35,7 +35,7 @@ int apply(int socket, const SocketOption& option)
 
 } // namespace
 
-std::optional<Failure> applySocketOptions(int socket, std::span<const SocketOption> options, std::source_location where)
+std::optional<Failure> applySocketOptions(int socket, std::span<const SocketOption> options, SourceLocation where)
 {
     for (const SocketOption& option : options)
     {
@@ -52,7 +52,7 @@ std::optional<Failure> applySocketOptions(int socket, std::span<const SocketOpti
 }
 
 void tryEachSocketOption(int socket, std::span<const SocketOption> options, const log4cxx::LoggerPtr& logger,
-                         std::source_location where)
+                         SourceLocation where)
 {
     for (const SocketOption& option : options)
     {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "runtime/util/FailureLog.h"
+#include "runtime/util/SourceLocation.h"
 
 #include <netinet/in.h>
 #include <netinet/tcp.h>
@@ -9,7 +10,6 @@
 #include <array>
 #include <cstdint>
 #include <optional>
-#include <source_location>
 #include <span>
 
 namespace com::tallowcrest::util
@@ -39,10 +39,10 @@ inline constexpr std::array<SocketOption, 1> resetOnClose{
 
 /// Runs the steps in order up to the first that fails, which is returned with the caller's location.
 std::optional<Failure> applySocketOptions(int socket, std::span<const SocketOption> options,
-                                          std::source_location where = std::source_location::current());
+                                          SourceLocation where = SourceLocation::current());
 
 /// Runs all the steps; each that fails is logged at WARN with the caller's location.
 void tryEachSocketOption(int socket, std::span<const SocketOption> options, const log4cxx::LoggerPtr& logger,
-                         std::source_location where = std::source_location::current());
+                         SourceLocation where = SourceLocation::current());
 
 } // namespace com::tallowcrest::util

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "koraclient/OutputRow.h"
+#include "tools/koractl/common/Names.h"
 #include "tools/koractl/common/Report.h"
 
 namespace koractl

@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <source_location>
 #include <string>
 
 namespace
@@ -95,7 +94,7 @@ TEST(LogTest, aLineOfAHelperBearsTheLocationThatItWasGiven)
 {
     const testsupport::LogRecorder log;
     const auto logger = log4cxx::Logger::getLogger("some logger");
-    const auto where = std::source_location::current();
+    const auto where = com::tallowcrest::util::SourceLocation::current();
     const int line = __LINE__ - 1;
 
     LOG_WARN_AT_F(logger, where, "client %d of %s", 7, "sixteen");

@@ -44,8 +44,8 @@ TEST_F(SocketOptionTest, RefusedOptionIsReturnedWithTheSocketsNameAndTheCallersL
     ASSERT_NE(failure, std::nullopt);
     EXPECT_EQ(failure->text,
               "failed setting SO_UNKNOWN socket option on client socket " + m_number + ", Protocol not available");
-    EXPECT_TRUE(std::string(failure->where.file_name()).ends_with("SocketOptionTest.cpp"));
-    EXPECT_EQ(failure->where.line(), line);
+    EXPECT_TRUE(std::string(failure->where.file).ends_with("SocketOptionTest.cpp"));
+    EXPECT_EQ(failure->where.line, line);
 }
 
 TEST_F(SocketOptionTest, StepsBehindARefusedOneAreNotTaken)
