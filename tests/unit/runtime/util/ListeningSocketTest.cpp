@@ -51,7 +51,7 @@ TEST_F(ListeningSocketTest, WhatFailedHasTheCallersLocation)
 
     ASSERT_TRUE(std::holds_alternative<Failure>(opened));
     EXPECT_TRUE(std::get<Failure>(opened).text.ends_with(" to address/port 0.0.0.0, Address already in use"));
-    EXPECT_EQ(std::get<Failure>(opened).where.line(), line);
+    EXPECT_EQ(std::get<Failure>(opened).where.line, line);
 }
 
 TEST_F(ListeningSocketTest, RefusedOptionIsAFailureWhereItIsToBe)
