@@ -58,9 +58,9 @@ template <typename Callback, typename Native>
 struct Row
 {
     StatusMask mask;
-    std::uint32_t nativeBit;
-    void (*attach)(dds_listener_t*, Callback);
-    dds_return_t (*ask)(dds_entity_t, Native*);
+    std::uint32_t nativeBit = 0;
+    void (*attach)(dds_listener_t*, Callback) = nullptr;
+    dds_return_t (*ask)(dds_entity_t, Native*) = nullptr;
 
     void attachTo(dds_listener_t* listener) const
     {
