@@ -25,11 +25,11 @@ struct SocketOption
         Blocking, ///< ioctl FIONBIO with `value`; level and name do not count
     };
 
-    const char* text; ///< the first of "failed setting %s socket option on %s %d, %s"
-    Kind kind;
-    int level;
-    int name;
-    int value;
+    const char* text = ""; ///< the first of "failed setting %s socket option on %s %d, %s"
+    Kind kind = Kind::Number;
+    int level = 0;
+    int name = 0;
+    int value = 0;
     const char* socket = "socket"; ///< the second
 };
 
