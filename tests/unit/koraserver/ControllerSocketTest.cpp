@@ -131,12 +131,13 @@ TEST_F(ListeningSocketTest, PortOfConnectionsThatAreStillClosingCanBeTakenAgain)
 
 TEST_F(ListeningSocketTest, NoDescriptorLeftIsReported)
 {
+    const auto logger = m_log.logger(); // the sanitizer needs a descriptor to look at its type for the first time
     rlimit before{};
     ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
     const rlimit none{0, before.rlim_max};
     ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
 
-    const auto opened = openControllerPort(m_log.logger());
+    const auto opened = openControllerPort(logger);
 
     ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &before), 0);
     EXPECT_EQ(std::get<Failure>(opened).text, "socket() failed, Too many open files");
