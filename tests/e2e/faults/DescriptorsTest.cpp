@@ -1,6 +1,5 @@
 #include "koraclient/RequestEncoder.h"
 #include "tests/e2e/faults/FaultFixture.h"
-#include "tests/support/TypeCheck.h"
 
 #include <csignal>
 
@@ -25,10 +24,6 @@ protected:
 
 TEST_F(DescriptorsTest, StartWithoutEnoughEndsWithStatusOneAndSaysWhatIsMissing)
 {
-    if constexpr (testsupport::typeCheckNeedsDescriptors)
-    {
-        GTEST_SKIP() << testsupport::typeCheckReason;
-    }
     std::vector<std::unique_ptr<ChildProcess>> bridges;
     for (const char* limit : {"5", "7", "9", "10", "11", "12", "14", "18", "22"})
     {
@@ -103,10 +98,6 @@ TEST_F(DescriptorsTest, OperatorThatCannotBeAcceptedIsServedLater)
 
 TEST_F(DescriptorsTest, RouterCanBeJoinedAgainWithoutADescriptorToSpare)
 {
-    if constexpr (testsupport::typeCheckNeedsDescriptors)
-    {
-        GTEST_SKIP() << testsupport::typeCheckReason;
-    }
     startJoined();
     takeAwayDescriptors();
 
@@ -125,10 +116,6 @@ TEST_F(DescriptorsTest, RouterCanBeJoinedAgainWithoutADescriptorToSpare)
 
 TEST_F(DescriptorsTest, StopWithoutADescriptorToSpareIsClean)
 {
-    if constexpr (testsupport::typeCheckNeedsDescriptors)
-    {
-        GTEST_SKIP() << testsupport::typeCheckReason;
-    }
     startJoined();
     auto controller = connectController();
     takeAwayDescriptors();

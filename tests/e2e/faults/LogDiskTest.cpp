@@ -1,5 +1,4 @@
 #include "tests/e2e/faults/ShippedLogFixture.h"
-#include "tests/support/TypeCheck.h"
 
 #include <fstream>
 
@@ -45,10 +44,6 @@ TEST_F(LogDiskTest, FullDiskCostsLinesAndNothingElse)
 
 TEST_F(LogDiskTest, TurningToANewFileWithoutADescriptorCostsLinesUntilThereIsOne)
 {
-    if constexpr (testsupport::typeCheckNeedsDescriptors)
-    {
-        GTEST_SKIP() << testsupport::typeCheckReason;
-    }
     startWithShippedLog("32m");
     auto controller = connectController();
     ASSERT_EQ(controller.request(0x99, {}).id(), 0x80000000U); // let in, so it has its descriptor

@@ -1,7 +1,6 @@
 #include "bridge/StartResources.h"
 
 #include "runtime/misc/ConsoleStop.h"
-#include "tests/support/TypeCheck.h"
 #include "tests/support/WaitUntil.h"
 
 #include <gtest/gtest.h>
@@ -95,10 +94,6 @@ TEST(StartResourcesTest, WaitingReturnsAtOnceWhenAllIsThere)
 
 TEST(StartResourcesTest, WaitingEndsWithWhatIsMissing)
 {
-    if constexpr (testsupport::typeCheckNeedsDescriptors)
-    {
-        GTEST_SKIP() << testsupport::typeCheckReason;
-    }
     const LoweredLimit limit(RLIMIT_NOFILE, 0);
 
     EXPECT_EQ(messageOf(few, 50ms),
@@ -107,10 +102,6 @@ TEST(StartResourcesTest, WaitingEndsWithWhatIsMissing)
 
 TEST(StartResourcesTest, WaitingReturnsWhenTheResourcesCome)
 {
-    if constexpr (testsupport::typeCheckNeedsDescriptors)
-    {
-        GTEST_SKIP() << testsupport::typeCheckReason;
-    }
     // Lifts the limit when the line comes that is logged before the waiting.
     class Mender final : public log4cxx::AppenderSkeleton
     {
@@ -140,10 +131,6 @@ TEST(StartResourcesTest, WaitingReturnsWhenTheResourcesCome)
 
 TEST(StartResourcesTest, OperatorsEndIsNotHeldUp)
 {
-    if constexpr (testsupport::typeCheckNeedsDescriptors)
-    {
-        GTEST_SKIP() << testsupport::typeCheckReason;
-    }
     const LoweredLimit limit(RLIMIT_NOFILE, 0);
     misc::requestConsoleStop();
 
