@@ -62,7 +62,7 @@ void getAndPut(benchmark::State& state)
     com::tallowcrest::util::MemPool pool("bench", 64);
     for ([[maybe_unused]] auto _ : state)
     {
-        void* const buffer = pool.Get();
+        void* buffer = pool.Get();
         benchmark::DoNotOptimize(buffer);
         pool.Put(buffer);
     }
