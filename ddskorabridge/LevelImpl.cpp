@@ -45,6 +45,22 @@ std::uint32_t controllerState(LPRState lprState)
     }
 }
 
+/// What a crosspoint's status means for the controller; the one rule of every query. Member by member into its place:
+/// a whole value that is returned and copied costs as much as all the rest.
+void setControllerStatus(OutputStatus& status, const Mapping& mapping, const XptStatus& xpt)
+{
+    status.result = xpt.result;
+    status.controllerInput = 0;
+    status.lprState = controllerState(xpt.lprState);
+    status.lprId = xpt.lprId;
+    if (xpt.result == resultCode::done)
+    {
+        const auto input = mapping.xptInputToController(xpt.input);
+        status.result = input ? resultCode::done : resultCode::esfInvalidSrc;
+        status.controllerInput = input.value_or(0);
+    }
+}
+
 } // namespace
 
 LevelImpl::LevelImpl(std::shared_ptr<IXptTarget> target, std::shared_ptr<IXptStatus> status,
@@ -134,7 +150,7 @@ std::uint32_t LevelImpl::getOutputStatus(std::uint32_t controllerOutput, std::ui
     {
         XptStatus xpt;
         xpt.result = m_status->getStatus(*xptOutput, xpt.input, xpt.lprState, xpt.lprId);
-        status = controllerStatus(xpt);
+        setControllerStatus(status, m_mapping, xpt);
         if (status.result == resultCode::done)
         {
             status.result = checkGroup(*xptOutput, xpt.input);
@@ -144,18 +160,6 @@ std::uint32_t LevelImpl::getOutputStatus(std::uint32_t controllerOutput, std::ui
     lprState = status.lprState;
     lprId = status.lprId;
     return status.result;
-}
-
-OutputStatus LevelImpl::controllerStatus(const XptStatus& xpt) const
-{
-    OutputStatus status{.result = xpt.result, .lprState = controllerState(xpt.lprState), .lprId = xpt.lprId};
-    if (status.result == resultCode::done)
-    {
-        const auto input = m_mapping.xptInputToController(xpt.input);
-        status.result = input ? resultCode::done : resultCode::esfInvalidSrc;
-        status.controllerInput = input.value_or(0);
-    }
-    return status;
 }
 
 std::uint32_t LevelImpl::checkGroup(std::uint32_t xptOutput, std::uint32_t xptInput) const
@@ -212,8 +216,10 @@ void LevelImpl::readStatuses(std::uint32_t xptOutput, std::span<OutputStatus> st
     {
         const auto count = std::min(xpts.size(), statuses.size());
         m_status->getStatuses(xptOutput, std::span(xpts).first(count));
-        std::transform(xpts.begin(), xpts.begin() + count, statuses.begin(),
-                       [this](const XptStatus& xpt) { return controllerStatus(xpt); });
+        for (std::size_t i = 0; i < count; ++i)
+        {
+            setControllerStatus(statuses[i], m_mapping, xpts[i]);
+        }
         xptOutput += static_cast<std::uint32_t>(count);
         statuses = statuses.subspan(count);
     }

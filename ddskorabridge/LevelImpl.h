@@ -38,8 +38,6 @@ public:
     void show() const override;
 
 private:
-    /// What a crosspoint's status means for the controller; the one rule of every query.
-    OutputStatus controllerStatus(const XptStatus& xpt) const;
     /// `done` when all crosspoints of an output show consecutive sources, the first of which is known.
     std::uint32_t checkGroup(std::uint32_t xptOutput, std::uint32_t xptInput) const;
     /// The status of consecutive outputs that all are in the block, one crosspoint each, from that crosspoint on.

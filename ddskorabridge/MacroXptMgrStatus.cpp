@@ -7,6 +7,22 @@
 
 #include <utility>
 
+namespace
+{
+
+/// What the table says of one output; both queries answer with it.
+XptStatus statusOf(const MacroXptTable& table, std::uint32_t output)
+{
+    if (!table.contains(output))
+    {
+        return {.result = resultCode::esfInvalidDst};
+    }
+    const MacroXptTable::Record& record = table.record(output);
+    return {resultCode::done, record.macroXptInput, record.lprState, record.lprId};
+}
+
+} // namespace
+
 MacroXptMgrStatus::MacroXptMgrStatus(std::shared_ptr<com::tallowcrest::apartment::SendDoItEvent> apartment,
                                      std::uint32_t maxOutput, const std::string& statusTopic,
                                      std::shared_ptr<LevelContainer> levels)
@@ -33,7 +49,7 @@ void MacroXptMgrStatus::leaveRouterPartition()
 std::uint32_t MacroXptMgrStatus::getStatus(std::uint32_t output, std::uint32_t& input, LPRState& lprState,
                                            std::uint32_t& lprId) const
 {
-    const XptStatus status = statusOf(output);
+    const XptStatus status = statusOf(m_status, output);
     if (status.result == resultCode::done)
     {
         input = status.input;
@@ -47,18 +63,8 @@ void MacroXptMgrStatus::getStatuses(std::uint32_t firstOutput, std::span<XptStat
 {
     for (XptStatus& status : statuses)
     {
-        status = statusOf(firstOutput++);
+        status = statusOf(m_status, firstOutput++);
     }
-}
-
-XptStatus MacroXptMgrStatus::statusOf(std::uint32_t output) const
-{
-    if (!m_status.contains(output))
-    {
-        return {.result = resultCode::esfInvalidDst};
-    }
-    const Sample& record = m_status.record(output);
-    return {resultCode::done, record.macroXptInput, record.lprState, record.lprId};
 }
 
 void MacroXptMgrStatus::onDataAvailable()

@@ -49,8 +49,6 @@ public:
     void onDataAvailable() override;
 
 private:
-    /// What the table says of one output; both queries answer with it.
-    XptStatus statusOf(std::uint32_t output) const;
     void onStatus(const Sample& sample);
     void onStatusLost(const Sample& sample);
     void printInvalid(const Sample& sample) const;
