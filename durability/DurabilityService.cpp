@@ -13,7 +13,7 @@ namespace
 bool isMissing(const std::filesystem::path& store)
 {
     std::error_code error;
-    return !std::filesystem::exists(store, error);
+    return !std::filesystem::exists(store, error) && !error; // what cannot be looked at may be there
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "durability/RecentRows.h"
 #include "runtime/util/Log.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <charconv>
@@ -22,13 +23,14 @@ namespace com::tallowcrest::durability
 namespace
 {
 
-/// Opens a file of ours; nothing when it is somebody else's or cannot be had.
+/// Opens a file of ours; nothing when it is somebody else's, no file at all, or cannot be had. Waits for nobody.
 util::UniqueFd openOwn(const std::filesystem::path& path, int flags)
 {
-    util::UniqueFd file(::open(path.c_str(), flags | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
+    util::UniqueFd file(::open(path.c_str(), flags | O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0600));
     struct stat status
     {};
-    if (file.isOpen() && (::fstat(file.get(), &status) != 0 || status.st_uid != ::geteuid()))
+    if (file.isOpen() &&
+        (::fstat(file.get(), &status) != 0 || status.st_uid != ::geteuid() || !S_ISREG(status.st_mode)))
     {
         errno = EPERM;
         return {};
@@ -127,17 +129,22 @@ std::filesystem::path RecentRows::fileOf(const std::filesystem::path& store)
     std::array<char, 64> name{};
     static_cast<void>(
         std::snprintf(name.data(), name.size(), "korabridge-%016llx.recent", static_cast<unsigned long long>(hash)));
+    return directory() / name.data();
+}
+
+std::filesystem::path RecentRows::directory()
+{
     // NOLINTNEXTLINE(concurrency-mt-unsafe): nobody changes the environment after the start
     const char* const directory = std::getenv("KORABRIDGE_DURABLE_MEMORY");
-    return std::filesystem::path(directory != nullptr && *directory != '\0' ? directory : "/dev/shm") / name.data();
+    return directory != nullptr && *directory != '\0' ? directory : "/dev/shm";
 }
 
 void RecentRows::open(bool isForgotten)
 {
-    m_lock = openOwn(m_path.string() + ".lock", O_RDWR);
+    m_lock = openOwn(m_path.string() + ".lock", 0);
     if (m_lock.isOpen() && ::flock(m_lock.get(), LOCK_EX | LOCK_NB) == 0)
     {
-        m_file = openOwn(m_path, O_WRONLY | O_APPEND | (isForgotten ? O_TRUNC : 0));
+        m_file = openOwn(m_path, O_APPEND | (isForgotten ? O_TRUNC : 0));
     }
     if (!m_file.isOpen())
     {
@@ -206,7 +213,7 @@ void RecentRows::flush()
     }
     m_size += m_text.size();
     m_text.clear();
-    if (m_size > longestFile)
+    if (m_size > m_rewriteAt)
     {
         rewrite();
     }
@@ -229,7 +236,7 @@ void RecentRows::rewrite()
         addLine(text, row);
     }
     const std::filesystem::path next = m_path.string() + ".next";
-    util::UniqueFd file = openOwn(next, O_WRONLY | O_APPEND | O_TRUNC);
+    util::UniqueFd file = openOwn(next, O_APPEND | O_TRUNC);
     std::error_code error;
     if (file.isOpen() && writeAll(file.get(), text))
     {
@@ -241,6 +248,7 @@ void RecentRows::rewrite()
     }
     // Also when it failed: then the file goes on growing for a while before it is tried again.
     m_size = text.size();
+    m_rewriteAt = std::max(longestFile, 2 * m_size);
 }
 
 } // namespace com::tallowcrest::durability

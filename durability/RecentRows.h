@@ -20,7 +20,8 @@ namespace com::tallowcrest::durability
 class RecentRows
 {
 public:
-    /// Rewritten from this size on, with the newest row of each instance.
+    /// Rewritten from this size on, with the newest row of each instance; when those are nearly as long, from double
+    /// their length on.
     static constexpr std::size_t longestFile = 4U << 20U;
 
     /// For the store at `store`. What an earlier life left is forgotten when `isForgotten`: the store has been removed.
@@ -30,7 +31,9 @@ public:
     RecentRows(const RecentRows&) = delete;
     RecentRows& operator=(const RecentRows&) = delete;
 
-    /// In the directory that KORABRIDGE_DURABLE_MEMORY names, else in /dev/shm; named after the store.
+    /// The one that KORABRIDGE_DURABLE_MEMORY names, else /dev/shm.
+    static std::filesystem::path directory();
+    /// In that directory; named after the store.
     static std::filesystem::path fileOf(const std::filesystem::path& store);
 
     /// The rows of a channel that an earlier life left; once.
@@ -51,6 +54,7 @@ private:
     util::UniqueFd m_lock;
     util::UniqueFd m_file; ///< closed when there is none to be had
     std::size_t m_size = 0;
+    std::size_t m_rewriteAt = longestFile;
     std::string m_text;
     std::map<ChannelName, std::vector<StoredRow>> m_loaded;
 };

@@ -1,6 +1,7 @@
 #include "durability/Store.h"
 
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <ctime>
 #include <system_error>
@@ -90,6 +91,35 @@ bool isMemoryAvailable()
     }
 }
 
+/// More than this is no store of ours: it is not copied into memory.
+constexpr std::uintmax_t largestCopy = std::uintmax_t{64} * 1024 * 1024;
+
+/// A directory of our own that goes with everything in it.
+class PrivateDirectory
+{
+public:
+    explicit PrivateDirectory(const std::filesystem::path& parent) : m_path((parent / "korabridge-XXXXXX").string())
+    {
+        if (::mkdtemp(m_path.data()) == nullptr)
+        {
+            throw StoreError(StoreFailure::Unusable,
+                             "cannot make a directory in " + parent.string() + ": " + systemText(errno));
+        }
+    }
+    ~PrivateDirectory()
+    {
+        std::error_code error;
+        std::filesystem::remove_all(m_path, error);
+    }
+    PrivateDirectory(const PrivateDirectory&) = delete;
+    PrivateDirectory& operator=(const PrivateDirectory&) = delete;
+
+    std::filesystem::path path() const { return m_path; }
+
+private:
+    std::string m_path;
+};
+
 /// A new directory entry survives a power cut only when the directory itself has been written.
 void syncDirectory(const std::filesystem::path& directory)
 {
@@ -114,7 +144,7 @@ Store::Store(std::filesystem::path path) : m_path(std::move(path))
                          "cannot make directory " + directory.string() + ": " + error.message());
     }
     m_lock = lockFile(m_path);
-    const bool isNew = !std::filesystem::exists(m_path);
+    const bool isNew = !std::filesystem::exists(m_path, error);
     guarded([this] { open(); });
     if (isNew)
     {
@@ -252,6 +282,30 @@ void Store::truncateLog()
     guarded([this] { m_database->execute("PRAGMA wal_checkpoint(TRUNCATE)"); });
 }
 
+std::vector<StoredRow> Store::readOnly(const std::filesystem::path& path, const std::filesystem::path& memory)
+{
+    std::error_code error;
+    const std::uintmax_t size = std::filesystem::file_size(path, error);
+    const std::uintmax_t log = error ? 0 : std::filesystem::file_size(logPath(path), error);
+    if (size > largestCopy || (!error && log > largestCopy))
+    {
+        throw StoreError(StoreFailure::Unusable, "it is too large to be copied");
+    }
+    const PrivateDirectory directory(memory);
+    const std::filesystem::path copy = directory.path() / "copy.db";
+    if (!std::filesystem::copy_file(path, copy, error) || error)
+    {
+        throw StoreError(StoreFailure::Unusable, "cannot copy it: " + error.message());
+    }
+    // What the log of a process that ended suddenly holds is read with it.
+    if (std::filesystem::exists(logPath(path), error) &&
+        !std::filesystem::copy_file(logPath(path), logPath(copy), error))
+    {
+        throw StoreError(StoreFailure::Unusable, "cannot copy its log: " + error.message());
+    }
+    return Store(copy).load();
+}
+
 std::filesystem::path Store::setAside(const std::filesystem::path& path)
 {
     const std::time_t now = std::time(nullptr);
@@ -261,11 +315,11 @@ std::filesystem::path Store::setAside(const std::filesystem::path& path)
     static_cast<void>(std::strftime(stamp, sizeof(stamp), "%Y%m%dT%H%M%SZ", &utc));
     const std::string base = path.string() + ".corrupt-" + stamp;
     std::filesystem::path target = base;
-    for (int i = 2; std::filesystem::exists(target); ++i)
+    std::error_code error;
+    for (int i = 2; std::filesystem::exists(target, error); ++i)
     {
         target = base + "-" + std::to_string(i);
     }
-    std::error_code error;
     std::filesystem::rename(path, target, error);
     if (error)
     {
@@ -275,7 +329,7 @@ std::filesystem::path Store::setAside(const std::filesystem::path& path)
     for (const char* suffix : {"-wal", "-shm"})
     {
         std::filesystem::rename(path.string() + suffix, target.string() + suffix, error);
-        if (error && std::filesystem::exists(path.string() + suffix))
+        if (error && error != std::errc::no_such_file_or_directory)
         {
             throw StoreError(StoreFailure::Unusable,
                              "cannot rename " + path.string() + suffix + ": " + error.message());

@@ -61,6 +61,10 @@ public:
     /// Moves the log's contents into the main file and cuts the log to nothing, unless a reader is in the way.
     void truncateLog();
 
+    /// The rows of a store that cannot be opened because it cannot be written: on a full or read-only disk, say. They
+    /// are read from a copy in `memory`, a directory, so that nothing is written where the store lies.
+    static std::vector<StoredRow> readOnly(const std::filesystem::path& path, const std::filesystem::path& memory);
+
     /// Renames the files of a corrupt store, which must not be open, and returns the new name of the main file.
     static std::filesystem::path setAside(const std::filesystem::path& path);
     static std::filesystem::path logPath(const std::filesystem::path& path) { return path.string() + "-wal"; }

@@ -3,6 +3,7 @@
 #include <exception>
 #include <utility>
 
+#include "durability/RecentRows.h"
 #include "durability/ThreadKind.h"
 #include "runtime/util/Log.h"
 
@@ -86,18 +87,7 @@ void StoreKeeper::openStore()
     try
     {
         m_store = std::make_unique<Store>(m_path);
-        std::map<ChannelName, std::vector<StoredRow>> loaded;
-        for (StoredRow& row : m_store->load())
-        {
-            std::vector<StoredRow>& rows = loaded[row.channel];
-            rows.push_back(std::move(row));
-        }
-        {
-            const std::lock_guard lock(m_mutex);
-            m_loaded = std::move(loaded);
-        }
-        m_hasTried = true;
-        m_onLoaded();
+        takeOver(m_store->load());
         m_forcer = std::make_unique<LogForcer>(m_path);
         if (std::exchange(m_isWarned, false))
         {
@@ -106,12 +96,57 @@ void StoreKeeper::openStore()
     }
     catch (const StoreError& error)
     {
-        onFailure(error, "cannot be opened");
+        onFailure(error, error.failure(), "cannot be opened");
+        if (error.failure() == StoreFailure::Unusable)
+        {
+            readAllTheSame();
+        }
+    }
+    catch (const std::exception& error) // no thread, no memory
+    {
+        onFailure(error, StoreFailure::Unusable, "cannot be opened");
+        readAllTheSame();
     }
     if (!m_hasTried.exchange(true))
     {
         m_onLoaded();
     }
+}
+
+void StoreKeeper::readAllTheSame()
+{
+    if (m_isRead)
+    {
+        return;
+    }
+    try
+    {
+        std::vector<StoredRow> rows = Store::readOnly(m_path, RecentRows::directory());
+        LOG4CXX_INFO(m_logger,
+                     "Durable store " << m_path.string() << ": " << rows.size() << " targets were read all the same");
+        takeOver(std::move(rows));
+    }
+    catch (const std::exception& error)
+    {
+        LOG4CXX_DEBUG(m_logger, "Durable store " << m_path.string() << " cannot be read: " << error.what());
+    }
+}
+
+void StoreKeeper::takeOver(std::vector<StoredRow> rows)
+{
+    std::map<ChannelName, std::vector<StoredRow>> loaded;
+    for (StoredRow& row : rows)
+    {
+        std::vector<StoredRow>& ofChannel = loaded[row.channel];
+        ofChannel.push_back(std::move(row));
+    }
+    {
+        const std::lock_guard lock(m_mutex);
+        m_loaded = std::move(loaded);
+    }
+    m_isRead = true;
+    m_hasTried = true;
+    m_onLoaded();
 }
 
 void StoreKeeper::commitDue()
@@ -121,30 +156,26 @@ void StoreKeeper::commitDue()
         return;
     }
     std::vector<StoredRow> rows;
-    for (const auto& channel : m_channels.all())
-    {
-        channel->collectDue(rows);
-    }
-    if (rows.empty())
-    {
-        return;
-    }
-    try
-    {
-        m_store->commit(rows);
-        m_forcer->committed();
-    }
-    catch (const StoreError& error)
-    {
+    const auto giveBack = [&](const std::exception& error, StoreFailure failure) {
         for (const auto& channel : m_channels.all())
         {
             channel->giveBack(rows);
         }
-        onFailure(error, "cannot be written");
-        return;
-    }
+        onFailure(error, failure, "cannot be written");
+    };
     try
     {
+        for (const auto& channel : m_channels.all())
+        {
+            channel->collectDue(rows);
+        }
+        if (rows.empty())
+        {
+            return;
+        }
+        m_store->commit(rows);
+        m_forcer->committed();
+        rows.clear();
         if (m_store->logSize() > longestLog)
         {
             m_store->truncateLog();
@@ -152,15 +183,19 @@ void StoreKeeper::commitDue()
     }
     catch (const StoreError& error)
     {
-        onFailure(error, "cannot be written");
+        giveBack(error, error.failure());
+    }
+    catch (const std::exception& error)
+    {
+        giveBack(error, StoreFailure::Unusable);
     }
 }
 
-void StoreKeeper::onFailure(const StoreError& error, const char* what)
+void StoreKeeper::onFailure(const std::exception& error, StoreFailure failure, const char* what)
 {
     m_forcer.reset();
     m_store.reset();
-    switch (error.failure())
+    switch (failure)
     {
     case StoreFailure::Corrupt:
         startOver();
@@ -193,7 +228,7 @@ void StoreKeeper::startOver()
         m_store = std::make_unique<Store>(m_path);
         m_forcer = std::make_unique<LogForcer>(m_path);
     }
-    catch (const StoreError& error)
+    catch (const std::exception& error)
     {
         m_store.reset();
         if (!std::exchange(m_isWarned, true))

@@ -3,6 +3,7 @@
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
+#include <exception>
 #include <filesystem>
 #include <functional>
 #include <map>
@@ -25,8 +26,8 @@ namespace com::tallowcrest::durability
 
 /// The only thread that touches the store: opens it, reads its rows once, and commits what the channels have due, at
 /// most every `commitInterval`. Trouble is reported in one WARN that says what and where; what can pass is tried again
-/// every `retryInterval`, and nothing is lost meanwhile but the safety of the store. A corrupt store is set aside and a
-/// fresh one begun. Owned by the service.
+/// every `retryInterval`, and nothing is lost meanwhile but the safety of the store. A store that cannot be written is
+/// read all the same. A corrupt store is set aside and a fresh one begun. Owned by the service.
 class StoreKeeper
 {
 public:
@@ -52,8 +53,10 @@ public:
 private:
     void run();
     void openStore();
+    void readAllTheSame();
+    void takeOver(std::vector<StoredRow> rows);
     void commitDue();
-    void onFailure(const StoreError& error, const char* what);
+    void onFailure(const std::exception& error, StoreFailure failure, const char* what);
     void startOver();
     void warn(const std::string& text) const;
 
@@ -65,6 +68,7 @@ private:
     // The keeper's thread only.
     std::unique_ptr<Store> m_store;
     std::unique_ptr<LogForcer> m_forcer; ///< goes before the store
+    bool m_isRead = false;
     bool m_isWarned = false;
     bool m_isGivenUp = false;
 

@@ -107,8 +107,8 @@ TEST_F(AllocationsTest, ChangesThatArePendingAreReportedWithoutMemoryFromTheHeap
         const std::uint32_t input = 100 + round;
         const std::uint32_t format = round % 2; // the short one and the one with the lock state
         m_router.write("burst audio 1 2304 " + std::to_string(input) + "\n");
-        // The apartment takes memory for each event of the bus, and the events behind the one that brought the last output
-        // are still to come: all are done when every output has the input and asking for them all took nothing.
+        // The apartment takes memory for each event of the bus, and the events behind the one that brought the last
+        // output are still to come: all are done when every output has the input and asking for them took nothing.
         ASSERT_TRUE(waitUntil([&] {
             const std::size_t before = taken();
             std::uint32_t seen = 0;

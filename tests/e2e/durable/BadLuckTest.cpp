@@ -47,6 +47,11 @@ protected:
         take(5, 7);
     }
     const std::filesystem::path& disk() const { return m_disk; }
+    void fillDisk() const
+    {
+        std::ofstream ballast(disk() / "ballast", std::ios::binary);
+        ballast << std::string(1U << 20U, 'x') << std::flush;
+    }
     void TearDown() override
     {
         m_bridge.reset();
@@ -152,9 +157,7 @@ TEST_F(BadLuckTest, DiskThatFillsUpIsOneComplaintAndWhatWasTakenMeanwhileIsStore
         return;
     }
     ASSERT_TRUE(storeHolds(5, 7));
-    std::ofstream ballast(disk() / "ballast", std::ios::binary);
-    ballast << std::string(1U << 20U, 'x') << std::flush;
-    ballast.close();
+    fillDisk();
 
     auto client = connectController();
     for (std::uint32_t output = 1; output <= 200; ++output)
@@ -171,6 +174,28 @@ TEST_F(BadLuckTest, DiskThatFillsUpIsOneComplaintAndWhatWasTakenMeanwhileIsStore
     EXPECT_TRUE(storeHolds(8, 201));
     expectOneComplaint("full");
     expectTargetAfterRestart(9, 7);
+}
+
+TEST_F(BadLuckTest, LockHoldsOverAStartOnAFullDisk)
+{
+    ASSERT_NO_FATAL_FAILURE(takeOnSmallDisk("size=400k"));
+    if (IsSkipped())
+    {
+        return;
+    }
+    ASSERT_EQ(
+        connectController()
+            .setOutputLpr({{.level = videoLevel, .output = 7, .command = koraclient::LprCommand::lock, .lprId = 42}})
+            .results,
+        std::vector<std::uint32_t>{0});
+    ASSERT_EQ(stopBridge(), 0);
+    fillDisk();
+
+    startJoinedOnStore();
+
+    auto stranger = connectController();
+    EXPECT_EQ(stranger.take({{videoLevel, 43, 6, 7}}), std::vector<std::uint32_t>{12});
+    EXPECT_TRUE(bridge().waitForOutput("were read all the same"));
 }
 
 TEST_F(BadLuckTest, CorruptStoreIsSetAsideWithOneComplaintAndKeepingGoesOn)

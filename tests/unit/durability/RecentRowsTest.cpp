@@ -8,6 +8,7 @@
 #include <sstream>
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "tests/support/FailingCall.h"
@@ -200,6 +201,43 @@ TEST_F(RecentRowsTest, FileThatGrewIsRewrittenWithTheNewestOfEachInstance)
     channel->collectAll(all);
     ASSERT_FALSE(rows.empty());
     EXPECT_EQ(rows.back(), all.front());
+}
+
+TEST_F(RecentRowsTest, FileThatCannotBecomeShorterIsNotRewrittenWithEachRow)
+{
+    const auto channel = m_channels.get(name, outputCodec());
+    const auto sut = life();
+    constexpr std::uint32_t many = 60000; // more than the file holds before it is rewritten
+    for (std::uint32_t number = 0; number < many; ++number)
+    {
+        const BusOutput sample = busOutput(number, 1);
+        ASSERT_TRUE(channel->apply(std::to_string(number), &sample, 1, Channel::Origin::Writer));
+        sut->append(channel->rowOf(std::to_string(number), &sample, 1));
+    }
+    sut->flush();
+    ASSERT_GT(std::filesystem::file_size(file()), RecentRows::longestFile);
+    const auto fileNumber = [this] {
+        struct stat status
+        {};
+        return ::stat(file().c_str(), &status) == 0 ? status.st_ino : 0;
+    };
+    const auto before = fileNumber();
+
+    sut->append(row("7", 2));
+    sut->flush();
+
+    EXPECT_EQ(fileNumber(), before); // a rewritten one is a new file under the old name
+}
+
+TEST_F(RecentRowsTest, PipeInItsPlaceIsNotWaitedFor)
+{
+    ASSERT_EQ(::mkfifo(file().c_str(), 0600), 0);
+    const auto sut = life();
+
+    sut->append(row("7", 1));
+    sut->flush();
+
+    EXPECT_TRUE(sut->takeLoaded(name).empty());
 }
 
 TEST_F(RecentRowsTest, SymbolicLinkInItsPlaceIsNotFollowed)

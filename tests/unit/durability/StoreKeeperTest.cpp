@@ -1,7 +1,9 @@
 #include "durability/StoreKeeper.h"
 
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <string>
 
@@ -24,6 +26,33 @@ namespace
 class StoreKeeperTest : public StoreFixture
 {
 protected:
+    StoreKeeperTest()
+    {
+        std::filesystem::create_directory(m_directory.path() / "memory");
+        ::setenv("KORABRIDGE_DURABLE_MEMORY", (m_directory.path() / "memory").c_str(), 1);
+    }
+    void TearDown() override
+    {
+        m_sut.reset();
+        ::umount2(disk().c_str(), MNT_DETACH);
+    }
+    /// A small disk for the store, of this process's own.
+    void mountDisk()
+    {
+        std::filesystem::create_directories(disk());
+        if (::unshare(CLONE_NEWNS) != 0 || ::mount("none", "/", "none", MS_REC | MS_PRIVATE, nullptr) != 0 ||
+            ::mount("tmpfs", disk().c_str(), "tmpfs", 0, "size=400k") != 0)
+        {
+            GTEST_SKIP() << "no small disk to be had: " << std::strerror(errno);
+        }
+        m_path = disk() / "durable.db";
+    }
+    std::filesystem::path disk() const { return m_directory.path() / "disk"; }
+    void fillDisk() const
+    {
+        std::ofstream ballast(disk() / "ballast", std::ios::binary);
+        ballast << std::string(1U << 20U, 'x') << std::flush;
+    }
     void start()
     {
         m_sut = std::make_unique<StoreKeeper>(m_path, m_channels, [this] { ++m_loaded; });
@@ -268,20 +297,15 @@ TEST_F(StoreKeeperTest, StoreThatIsDamagedWhileInUseIsSetAsideAndNothingKnownIsL
 
 TEST_F(StoreKeeperTest, FullDiskIsOneWarningAndIsWrittenWhenThereIsRoom)
 {
-    const std::filesystem::path disk = m_directory.path() / "disk";
-    std::filesystem::create_directories(disk);
-    if (::unshare(CLONE_NEWNS) != 0 || ::mount("none", "/", "none", MS_REC | MS_PRIVATE, nullptr) != 0 ||
-        ::mount("tmpfs", disk.c_str(), "tmpfs", 0, "size=400k") != 0)
+    ASSERT_NO_FATAL_FAILURE(mountDisk());
+    if (IsSkipped())
     {
-        GTEST_SKIP() << "no small disk to be had: " << std::strerror(errno);
+        return;
     }
-    m_path = disk / "durable.db";
     start();
     take(7, 5);
     ASSERT_TRUE(waitForRows(1));
-    std::ofstream ballast(disk / "ballast", std::ios::binary);
-    ballast << std::string(1U << 20U, 'x') << std::flush;
-    ballast.close();
+    fillDisk();
 
     for (std::uint32_t i = 0; i < 200; ++i)
     {
@@ -289,13 +313,67 @@ TEST_F(StoreKeeperTest, FullDiskIsOneWarningAndIsWrittenWhenThereIsRoom)
     }
     ASSERT_EQ(warnings().size(), 1U);
     EXPECT_NE(warnings()[0].find("full"), std::string::npos) << warnings()[0];
-    std::filesystem::remove(disk / "ballast");
+    std::filesystem::remove(disk() / "ballast");
 
     EXPECT_TRUE(waitForOther("in use again"));
     EXPECT_TRUE(waitForRows(200));
     EXPECT_EQ(storedRows(), 200U);
     EXPECT_EQ(m_warnings.size(), 1U);
-    ::umount(disk.c_str());
+}
+
+TEST_F(StoreKeeperTest, StoreOnAFullDiskIsRead)
+{
+    ASSERT_NO_FATAL_FAILURE(mountDisk());
+    if (IsSkipped())
+    {
+        return;
+    }
+    const StoredRow row{{"R1", "Topic"}, "7", "T", 1, "{}"};
+    Store(m_path).commit({row});
+    fillDisk();
+
+    start();
+
+    ASSERT_TRUE(waitUntil([this] { return m_loaded > 0; }));
+    EXPECT_EQ(m_sut->takeLoaded({"R1", "Topic"}), std::vector<StoredRow>{row});
+}
+
+TEST_F(StoreKeeperTest, StoreOnAReadOnlyDiskIsReadWithTheLogOfAProcessThatWasKilled)
+{
+    ASSERT_NO_FATAL_FAILURE(mountDisk());
+    if (IsSkipped())
+    {
+        return;
+    }
+    const StoredRow row{{"R1", "Topic"}, "7", "T", 1, "{}"};
+    const std::filesystem::path other = m_directory.path() / "other.db";
+    {
+        Store killed(other);
+        killed.commit({row});
+        std::filesystem::copy_file(other, m_path);
+        std::filesystem::copy_file(Store::logPath(other), Store::logPath(m_path));
+    }
+    ASSERT_EQ(::mount("none", disk().c_str(), "tmpfs", MS_REMOUNT | MS_RDONLY, ""), 0) << std::strerror(errno);
+
+    start();
+
+    ASSERT_TRUE(waitUntil([this] { return m_loaded > 0; }));
+    EXPECT_EQ(m_sut->takeLoaded({"R1", "Topic"}), std::vector<StoredRow>{row});
+    EXPECT_TRUE(waitForOther("1 targets were read all the same"));
+    ASSERT_EQ(warnings().size(), 1U);
+    EXPECT_NE(warnings()[0].find("Read-only file system"), std::string::npos) << warnings()[0];
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(m_directory.path() / "memory"), {}), 0);
+}
+
+TEST_F(StoreKeeperTest, PathThatLeadsNowhereIsOneWarning)
+{
+    std::filesystem::create_symlink(m_path, m_path); // not even whether it exists can be told
+    start();
+    take(7, 5);
+
+    ASSERT_EQ(warnings().size(), 1U);
+    EXPECT_NE(warnings()[0].find("cannot be opened"), std::string::npos) << warnings()[0];
+    EXPECT_EQ(m_loaded, 1);
 }
 
 TEST_F(StoreKeeperTest, CorruptStoreThatCannotBeSetAsideIsOneWarningAndLeftAsItIs)
