@@ -1,8 +1,8 @@
 #include "bridge/StartResources.h"
 
 #include "runtime/misc/ConsoleStop.h"
+#include "runtime/util/FailureLog.h"
 #include "runtime/util/Log.h"
-#include "runtime/util/LogLimit.h"
 #include "runtime/util/SystemError.h"
 #include "runtime/util/UniqueFd.h"
 

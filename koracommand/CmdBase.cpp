@@ -6,7 +6,7 @@
 #include "koracommand/RspQueue.h"
 #include "koracommand/WireLayout.h"
 #include "runtime/apartment/Round.h"
-#include "runtime/util/ReportError.h"
+#include "runtime/util/Log.h"
 
 #include <algorithm>
 #include <exception>

@@ -7,7 +7,7 @@
 #include "runtime/apartment/Apartment.h"
 #include "runtime/apartment/BridgeApartment.h"
 #include "runtime/misc/Console.h"
-#include "runtime/util/ReportError.h"
+#include "runtime/util/Log.h"
 
 #include <chrono>
 #include <exception>

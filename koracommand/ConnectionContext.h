@@ -1,7 +1,7 @@
 #pragma once
 
+#include "runtime/util/FailureLog.h"
 #include "runtime/util/Log.h"
-#include "runtime/util/LogLimit.h"
 
 #include <chrono>
 #include <cstdint>

@@ -1,6 +1,6 @@
 #include "koracommand/RspQueue.h"
 
-#include "runtime/util/ReportError.h"
+#include "runtime/util/Log.h"
 
 #include <exception>
 

@@ -4,11 +4,9 @@
 #include "koracommand/WireWords.h"
 #include "koraserver/MessageCutter.h"
 #include "koraserver/SocketClose.h"
-#include "runtime/util/Ipv4Address.h"
 #include "runtime/util/Log.h"
-#include "runtime/util/ReportError.h"
+#include "runtime/util/Sockets.h"
 #include "runtime/util/SystemError.h"
-#include "runtime/util/TextFormat.h"
 #include "runtime/util/ThreadName.h"
 
 #include <sys/socket.h>

@@ -1,8 +1,7 @@
 #pragma once
 
-#include "runtime/util/ListeningSocket.h"
-#include "runtime/util/SocketOption.h"
-#include "runtime/util/SourceLocation.h"
+#include "runtime/util/Log.h"
+#include "runtime/util/Sockets.h"
 #include "runtime/util/UniqueFd.h"
 
 #include <log4cxx/logger.h>

@@ -3,11 +3,9 @@
 #include "koraserver/ControllerSocket.h"
 #include "koraserver/SocketClose.h"
 #include "runtime/misc/Console.h"
-#include "runtime/util/Ipv4Address.h"
 #include "runtime/util/Log.h"
-#include "runtime/util/ReportError.h"
+#include "runtime/util/Sockets.h"
 #include "runtime/util/SystemError.h"
-#include "runtime/util/TextFormat.h"
 #include "runtime/util/ThreadName.h"
 
 #include <arpa/inet.h>

@@ -1,6 +1,6 @@
 #include "runtime/apartment/RunEvent.h"
 
-#include "runtime/util/ReportError.h"
+#include "runtime/util/Log.h"
 
 #include <exception>
 

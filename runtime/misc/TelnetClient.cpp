@@ -1,7 +1,7 @@
 #include "runtime/misc/TelnetClient.h"
 
 #include "runtime/util/Log.h"
-#include "runtime/util/SocketOption.h"
+#include "runtime/util/Sockets.h"
 #include "runtime/util/SystemError.h"
 
 #include <array>

@@ -2,7 +2,7 @@
 
 #include "runtime/apartment/Task.h"
 #include "runtime/misc/TelnetListener.h"
-#include "runtime/util/LogLimit.h"
+#include "runtime/util/FailureLog.h"
 #include "runtime/util/WakeEvent.h"
 
 #include <log4cxx/logger.h>

@@ -1,9 +1,8 @@
 // The accepting thread of TelnetIO.
 #include "runtime/misc/TelnetClient.h"
 #include "runtime/misc/TelnetIO.h"
-#include "runtime/util/Ipv4Address.h"
 #include "runtime/util/Log.h"
-#include "runtime/util/SocketOption.h"
+#include "runtime/util/Sockets.h"
 #include "runtime/util/SystemError.h"
 
 #include <array>

@@ -1,7 +1,7 @@
 #include "runtime/misc/TelnetListener.h"
 
-#include "runtime/util/ListeningSocket.h"
 #include "runtime/util/Log.h"
+#include "runtime/util/Sockets.h"
 
 #include <array>
 #include <utility>

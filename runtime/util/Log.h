@@ -1,13 +1,13 @@
 #pragma once
 
-#include "runtime/util/SourceLocation.h"
-
 #include <log4cxx/level.h>
 #include <log4cxx/logger.h>
 #include <log4cxx/spi/location/locationinfo.h>
 
 #include <array>
+#include <cstdint>
 #include <cstdio>
+#include <exception>
 #include <string>
 
 /// printf-style log lines. A line is formatted into a 200-byte buffer (longer text is cut), then handed to log4cxx with
@@ -17,6 +17,22 @@ namespace com::tallowcrest::util
 {
 
 inline constexpr std::size_t logLineSize = 200;
+
+/// Where a call stands in the source, as a default argument of the function that is called. What std::source_location
+/// is; Debian 12's clang, which lints and fuzzes, does not have that.
+struct SourceLocation
+{
+    const char* file;
+    const char* function;
+    std::uint_least32_t line;
+
+    static constexpr SourceLocation current(const char* file = __builtin_FILE(),
+                                            const char* function = __builtin_FUNCTION(),
+                                            std::uint_least32_t line = __builtin_LINE())
+    {
+        return {file, function, line};
+    }
+};
 
 /// As the log's configuration calls it.
 inline constexpr const char* bridgeLoggerName = "KORABRIDGE";
@@ -32,6 +48,12 @@ inline log4cxx::spi::LocationInfo logLocation(const SourceLocation& where)
     return {where.file, log4cxx::spi::LocationInfo::calcShortFileName(where.file), where.function,
             static_cast<int>(where.line)};
 }
+
+/// printf-style text of at most 199 characters, the size of a log line; longer text is cut.
+[[gnu::format(printf, 1, 2)]] std::string formatText(const char* format, ...);
+
+/// Writes a log line that could not be logged, and why, to standard error. Needs no memory.
+__attribute__((format(printf, 2, 3))) void printUnlogged(const char* reason, const char* format, ...) noexcept;
 
 } // namespace com::tallowcrest::util
 
@@ -68,3 +90,18 @@ inline log4cxx::spi::LocationInfo logLocation(const SourceLocation& where)
 
 #define LOG_INFO_AT_F(LOGGER, WHERE, ...) KORABRIDGE_LOG_AT(LOGGER, isInfoEnabled, getInfo, WHERE, __VA_ARGS__)
 #define LOG_WARN_AT_F(LOGGER, WHERE, ...) KORABRIDGE_LOG_AT(LOGGER, isWarnEnabled, getWarn, WHERE, __VA_ARGS__)
+
+/// LOG_ERROR_F for places that must not throw: when even the log line cannot be made (no memory), it goes to standard
+/// error. A macro, because the source location must be the caller's and the logger may be looked up inside.
+#define REPORT_ERROR_F(LOGGER, ...)                                                                                    \
+    do                                                                                                                 \
+    {                                                                                                                  \
+        try                                                                                                            \
+        {                                                                                                              \
+            LOG_ERROR_F(LOGGER, __VA_ARGS__);                                                                          \
+        }                                                                                                              \
+        catch (const std::exception& korabridgeError)                                                                  \
+        {                                                                                                              \
+            com::tallowcrest::util::printUnlogged(korabridgeError.what(), __VA_ARGS__);                                \
+        }                                                                                                              \
+    } while (false)

@@ -1,14 +1,24 @@
 #pragma once
 
+#include <array>
+#include <cerrno>
+#include <cstring>
 #include <string>
 
 namespace com::tallowcrest::util
 {
 
 /// The system's text for an error number (as `strerror`, but thread-safe).
-std::string systemErrorText(int errorNumber);
+inline std::string systemErrorText(int errorNumber)
+{
+    std::array<char, 128> buffer{};
+    return strerror_r(errorNumber, buffer.data(), buffer.size());
+}
 
 /// The same for the calling thread's current `errno`.
-std::string systemErrorText();
+inline std::string systemErrorText()
+{
+    return systemErrorText(errno);
+}
 
 } // namespace com::tallowcrest::util

@@ -1,4 +1,4 @@
-#include "runtime/util/ListeningSocket.h"
+#include "runtime/util/Sockets.h"
 
 #include "tests/support/LogRecorder.h"
 #include "tests/support/TcpSocket.h"

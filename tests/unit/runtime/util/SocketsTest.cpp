@@ -1,9 +1,10 @@
-#include "runtime/util/SocketOption.h"
-
+#include "runtime/util/Sockets.h"
 #include "runtime/util/UniqueFd.h"
 #include "tests/support/LogRecorder.h"
 
 #include <gtest/gtest.h>
+
+#include <arpa/inet.h>
 
 #include <string>
 #include <vector>
@@ -44,7 +45,7 @@ TEST_F(SocketOptionTest, RefusedOptionIsReturnedWithTheSocketsNameAndTheCallersL
     ASSERT_NE(failure, std::nullopt);
     EXPECT_EQ(failure->text,
               "failed setting SO_UNKNOWN socket option on client socket " + m_number + ", Protocol not available");
-    EXPECT_TRUE(std::string(failure->where.file).ends_with("SocketOptionTest.cpp"));
+    EXPECT_TRUE(std::string(failure->where.file).ends_with("SocketsTest.cpp"));
     EXPECT_EQ(failure->where.line, line);
 }
 
@@ -71,7 +72,7 @@ TEST_F(SocketOptionTest, StepsThatAreTriedEachAreAllTakenAndTheRefusedLoggedWith
     EXPECT_EQ(log.texts(), (std::vector<std::string>{refusal, refusal}));
     for (const auto& each : log.lines())
     {
-        EXPECT_EQ(each.file, "SocketOptionTest.cpp");
+        EXPECT_EQ(each.file, "SocketsTest.cpp");
         EXPECT_EQ(each.line, line);
     }
 }
@@ -85,4 +86,15 @@ TEST_F(SocketOptionTest, CloseOfASocketThatIsResetDoesNotLinger)
     ASSERT_EQ(::getsockopt(m_socket.get(), SOL_SOCKET, SO_LINGER, &value, &size), 0);
     EXPECT_EQ(value.l_onoff, 1);
     EXPECT_EQ(value.l_linger, 0);
+}
+
+TEST(Ipv4AddressTest, DottedTextHasNoZerosInFront)
+{
+    EXPECT_EQ(dottedText(htonl(0x7f000001)), "127.0.0.1");
+}
+
+TEST(Ipv4AddressTest, PaddedTextHasThreeDigitsForEachPart)
+{
+    EXPECT_EQ(paddedText(htonl(0x7f000001)), "127.000.000.001");
+    EXPECT_EQ(paddedText(htonl(0x0aff6409)), "010.255.100.009");
 }

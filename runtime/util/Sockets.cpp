@@ -1,20 +1,73 @@
-#include "runtime/util/ListeningSocket.h"
+#include "runtime/util/Sockets.h"
 
-#include "runtime/util/Ipv4Address.h"
 #include "runtime/util/Log.h"
 #include "runtime/util/SystemError.h"
-#include "runtime/util/TextFormat.h"
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 
+#include <array>
+#include <bit>
 #include <cerrno>
 #include <optional>
 #include <utility>
 
 namespace com::tallowcrest::util
 {
+
+namespace
+{
+
+int apply(int socket, const SocketOption& option)
+{
+    switch (option.kind)
+    {
+    case SocketOption::Kind::Number:
+        return ::setsockopt(socket, option.level, option.name, &option.value, sizeof option.value);
+    case SocketOption::Kind::Linger: {
+        const linger value{1, option.value};
+        return ::setsockopt(socket, option.level, option.name, &value, sizeof value);
+    }
+    case SocketOption::Kind::Blocking: {
+        int value = option.value;
+        return ::ioctl(socket, FIONBIO, &value);
+    }
+    }
+    errno = EINVAL;
+    return -1;
+}
+
+} // namespace
+
+std::optional<Failure> applySocketOptions(int socket, std::span<const SocketOption> options, SourceLocation where)
+{
+    for (const SocketOption& option : options)
+    {
+        if (apply(socket, option) != 0)
+        {
+            const int error = errno;
+            return Failure(formatText("%s %d", option.text, error),
+                           formatText("failed setting %s socket option on %s %d, %s", option.text, option.socket,
+                                      socket, systemErrorText(error).c_str()),
+                           where);
+        }
+    }
+    return std::nullopt;
+}
+
+void tryEachSocketOption(int socket, std::span<const SocketOption> options, const log4cxx::LoggerPtr& logger,
+                         SourceLocation where)
+{
+    for (const SocketOption& option : options)
+    {
+        if (const auto failure = applySocketOptions(socket, {&option, 1}, where))
+        {
+            LOG_WARN_AT_F(logger, failure->where, "%s", failure->text.c_str());
+        }
+    }
+}
 
 namespace
 {
@@ -76,6 +129,20 @@ std::variant<UniqueFd, Failure> openListeningSocket(const ListeningSocketPlan& p
         return *std::move(failure);
     }
     return listening;
+}
+
+std::string dottedText(std::uint32_t networkOrderAddress)
+{
+    std::array<char, INET_ADDRSTRLEN> text{};
+    in_addr address{};
+    address.s_addr = networkOrderAddress;
+    return ::inet_ntop(AF_INET, &address, text.data(), text.size()) != nullptr ? text.data() : "";
+}
+
+std::string paddedText(std::uint32_t networkOrderAddress)
+{
+    const auto bytes = std::bit_cast<std::array<std::uint8_t, 4>>(networkOrderAddress);
+    return formatText("%03d.%03d.%03d.%03d", bytes[0], bytes[1], bytes[2], bytes[3]);
 }
 
 } // namespace com::tallowcrest::util
