@@ -3,7 +3,7 @@
 #include <optional>
 
 #include "dds/pub/WriteBatch.hpp"
-#include "runtime/apartment/RoundBracket.h"
+#include "runtime/apartment/Round.h"
 
 namespace com::tallowcrest::routing
 {

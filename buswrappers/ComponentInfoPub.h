@@ -10,7 +10,6 @@
 #include "buswrappers/TopicPub.h"
 #include "runtime/apartment/DoItEvent.h"
 #include "runtime/apartment/Presence.h"
-#include "runtime/apartment/SendDoItEvent.h"
 #include "runtime/util/Pooled.h"
 
 namespace com::tallowcrest::routing

@@ -7,7 +7,7 @@
 #include "buswrappers/ListenerEvents.h"
 #include "dds/sub/DataReader.hpp"
 #include "dds/sub/DataReaderListener.hpp"
-#include "runtime/apartment/SendDoItEvent.h"
+#include "runtime/apartment/DoItEvent.h"
 #include "runtime/util/Log.h"
 
 namespace com::tallowcrest::routing

@@ -13,8 +13,8 @@
 #include "dds/sub/LoanedSamples.hpp"
 #include "dds/sub/Subscriber.hpp"
 #include "dds/topic/Topic.hpp"
+#include "runtime/apartment/DoItEvent.h"
 #include "runtime/apartment/Presence.h"
-#include "runtime/apartment/SendDoItEvent.h"
 
 namespace com::tallowcrest::routing
 {

@@ -2,7 +2,7 @@
 
 #include "ddskorabridge/LevelContainer.h"
 #include "ddskorabridge/MacroXptTable.h"
-#include "runtime/apartment/SendDoItEvent.h"
+#include "runtime/apartment/DoItEvent.h"
 
 #include <chrono>
 #include <cstdint>

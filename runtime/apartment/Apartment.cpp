@@ -1,7 +1,6 @@
 #include "runtime/apartment/Apartment.h"
 
-#include "runtime/apartment/EmptyDoItEvent.h"
-#include "runtime/apartment/RunEvent.h"
+#include "runtime/apartment/DoItEvent.h"
 #include "runtime/util/Log.h"
 #include "runtime/util/ThreadName.h"
 

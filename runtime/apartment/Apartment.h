@@ -1,7 +1,7 @@
 #pragma once
 
+#include "runtime/apartment/DoItEvent.h"
 #include "runtime/apartment/Round.h"
-#include "runtime/apartment/SendDoItEvent.h"
 #include "runtime/apartment/Task.h"
 #include "runtime/util/RingQueue.h"
 

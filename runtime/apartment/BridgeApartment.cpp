@@ -1,7 +1,7 @@
 #include "runtime/apartment/BridgeApartment.h"
 
 #include "runtime/apartment/Apartment.h"
-#include "runtime/apartment/PreferThread.h"
+#include "runtime/apartment/ThreadPriority.h"
 #include "runtime/util/Slot.h"
 
 #include <utility>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "runtime/apartment/RoundBracket.h"
+#include "runtime/apartment/Round.h"
 
 #include <memory>
 

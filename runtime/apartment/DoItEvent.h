@@ -1,5 +1,7 @@
 #pragma once
 
+#include <memory>
+
 namespace com::tallowcrest::apartment
 {
 
@@ -26,5 +28,36 @@ protected:
 private:
     bool m_isBrief = false;
 };
+
+/// Does nothing; sent to wake an apartment's thread.
+class EmptyDoItEvent final : public DoItEvent
+{
+public:
+    void doIt() override {}
+};
+
+/// Runs the event and deletes it. An exception is logged at ERROR to "KORABRIDGE" and goes no further.
+void runEvent(std::unique_ptr<DoItEvent> event) noexcept;
+
+/// Accepts events for later execution. Senders hold an apartment through this interface.
+class SendDoItEvent
+{
+public:
+    SendDoItEvent() = default;
+    virtual ~SendDoItEvent() = default;
+    SendDoItEvent(const SendDoItEvent&) = delete;
+    SendDoItEvent& operator=(const SendDoItEvent&) = delete;
+
+    /// Queues `event` behind all earlier ones. Any thread; never waits for the event to run. Takes ownership when it
+    /// returns; when it throws (no memory, mutex failure) the caller still owns the event.
+    virtual void send(DoItEvent* event) = 0;
+};
+
+/// Sends an event that is owned by a smart pointer; when sending throws, the event is destroyed.
+inline void post(SendDoItEvent& sender, std::unique_ptr<DoItEvent> event)
+{
+    sender.send(event.get());
+    static_cast<void>(event.release());
+}
 
 } // namespace com::tallowcrest::apartment

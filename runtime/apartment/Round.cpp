@@ -1,6 +1,6 @@
 #include "runtime/apartment/Round.h"
 
-#include "runtime/apartment/RunEvent.h"
+#include "runtime/apartment/DoItEvent.h"
 
 #include <utility>
 

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "runtime/apartment/DoItEvent.h"
-#include "runtime/apartment/RoundBracket.h"
 
 #include <array>
 #include <cstddef>
@@ -10,6 +9,21 @@
 
 namespace com::tallowcrest::apartment
 {
+
+/// What is to be done around each round of an apartment's events. Called on the apartment's thread, always in pairs.
+class RoundBracket
+{
+public:
+    RoundBracket() = default;
+    virtual ~RoundBracket() = default;
+    RoundBracket(const RoundBracket&) = delete;
+    RoundBracket& operator=(const RoundBracket&) = delete;
+
+    /// Before the first event of a round.
+    virtual void begin() noexcept = 0;
+    /// After its last event, before what the events have put off is done.
+    virtual void end() noexcept = 0;
+};
 
 /// Events that an apartment runs one directly after the other: a single one, or brief ones that were waiting together.
 /// What they send off, they send off once for all of them when the round ends: first the bracket ends, then what they

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "runtime/apartment/DoItEvent.h"
+
 namespace com::tallowcrest::apartment
 {
 
@@ -16,6 +18,13 @@ public:
     ~OrdinaryPriority();
     OrdinaryPriority(const OrdinaryPriority&) = delete;
     OrdinaryPriority& operator=(const OrdinaryPriority&) = delete;
+};
+
+/// Gives the apartment that runs it preference over ordinary threads. Sent once, first.
+class PreferThread final : public DoItEvent
+{
+public:
+    void doIt() override { preferThisThread(); }
 };
 
 } // namespace com::tallowcrest::apartment

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "runtime/apartment/SendDoItEvent.h"
+#include "runtime/apartment/DoItEvent.h"
 
 #include <chrono>
 #include <condition_variable>

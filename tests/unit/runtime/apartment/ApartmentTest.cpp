@@ -1,5 +1,5 @@
 #include "runtime/apartment/Apartment.h"
-#include "runtime/apartment/EmptyDoItEvent.h"
+#include "runtime/apartment/DoItEvent.h"
 #include "tests/fakes/FakeApartment.h"
 #include "tests/support/FailingCall.h"
 #include "tests/support/LogRecorder.h"
@@ -338,7 +338,7 @@ TEST_F(ApartmentTest, aThrowingEventIsLoggedAndDeletedAndTheNextOneRuns)
     EXPECT_EQ(lines[0].logger, "KORABRIDGE");
     EXPECT_EQ(lines[0].level, "ERROR");
     EXPECT_THAT(lines[0].text, testing::HasSubstr("output 7 is on fire"));
-    EXPECT_EQ(lines[0].file, "RunEvent.cpp");
+    EXPECT_EQ(lines[0].file, "DoItEvent.cpp");
     EXPECT_GT(lines[0].line, 0);
 }
 

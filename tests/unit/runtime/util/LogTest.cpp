@@ -1,5 +1,5 @@
 #include "runtime/util/Log.h"
-#include "runtime/apartment/RunEvent.h"
+#include "runtime/apartment/DoItEvent.h"
 #include "tests/support/LogRecorder.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "runtime/apartment/RunEvent.h"
+#include "runtime/apartment/DoItEvent.h"
 
 #include "runtime/util/Log.h"
 
