@@ -1,6 +1,5 @@
 #include "runtime/hwobjs/CurrentTimecodeReader.h"
 
-#include "runtime/hwobjs/DefaultTimecode.h"
 #include "runtime/util/Slot.h"
 
 #include <utility>

@@ -1,11 +1,30 @@
 #pragma once
 
-#include "runtime/hwobjs/ITimecodeReader.h"
+#include "runtime/util/Timecode.h"
 
 #include <memory>
 
 namespace com::tallowcrest::hwobjs
 {
+
+/// Reads the station's current timecode.
+class ITimecodeReader
+{
+public:
+    ITimecodeReader() = default;
+    virtual ~ITimecodeReader() = default;
+    ITimecodeReader(const ITimecodeReader&) = delete;
+    ITimecodeReader& operator=(const ITimecodeReader&) = delete;
+
+    /// The current timecode, always a defined one. Any thread.
+    virtual util::Timecode getTimecode() const = 0;
+};
+
+/// The timecode of a station without one: midnight in drop-frame.
+inline util::Timecode defaultTimecode()
+{
+    return util::Timecode::parse("00:00:00:00.0", util::Timecode::Code::Fps2997Drop);
+}
 
 /// The process-wide slot of the timecode reader in use. Thread-safe: guarded by a mutex of its own.
 std::shared_ptr<ITimecodeReader> currentTimecodeReader();

@@ -1,6 +1,6 @@
 #include "runtime/hwobjs/TimecodeSharedMem.h"
 
-#include "runtime/hwobjs/DefaultTimecode.h"
+#include "runtime/hwobjs/CurrentTimecodeReader.h"
 
 #include <sys/ipc.h>
 #include <sys/shm.h>

@@ -1,7 +1,9 @@
 #pragma once
 
-#include "runtime/hwobjs/ITimecodeReader.h"
-#include "runtime/hwobjs/ITimecodeWriter.h"
+#include "runtime/hwobjs/CurrentTimecodeReader.h"
+#include "runtime/util/Timecode.h"
+
+#include <sys/types.h>
 
 #include <atomic>
 #include <chrono>
@@ -9,10 +11,20 @@
 #include <cstdint>
 #include <mutex>
 
-#include <sys/types.h>
-
 namespace com::tallowcrest::hwobjs
 {
+
+/// Sets the station's current timecode.
+class ITimecodeWriter
+{
+public:
+    ITimecodeWriter() = default;
+    virtual ~ITimecodeWriter() = default;
+    ITimecodeWriter(const ITimecodeWriter&) = delete;
+    ITimecodeWriter& operator=(const ITimecodeWriter&) = delete;
+
+    virtual void setTimecode(const util::Timecode& timecode) = 0;
+};
 
 /// The station's timecode in a System V shared-memory segment, which another process on the machine keeps up to date.
 /// The first 4 bytes hold the timecode's word in native byte order; they are read and written as one, so any thread and
