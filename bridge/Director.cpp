@@ -21,7 +21,7 @@
 #include "runtime/apartment/BridgeApartment.h"
 #include "runtime/hwobjs/CurrentTimecodeReader.h"
 #include "runtime/hwobjs/TimecodeSharedMem.h"
-#include "runtime/misc/ConsoleSlot.h"
+#include "runtime/misc/Console.h"
 #include "runtime/misc/TelnetIO.h"
 #include "runtime/util/Log.h"
 

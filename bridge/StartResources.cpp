@@ -1,6 +1,6 @@
 #include "bridge/StartResources.h"
 
-#include "runtime/misc/ConsoleStop.h"
+#include "runtime/misc/Console.h"
 #include "runtime/util/FailureLog.h"
 #include "runtime/util/Log.h"
 #include "runtime/util/SystemError.h"

@@ -2,7 +2,6 @@
 
 #include "koracommand/ResultCode.h"
 #include "runtime/misc/Console.h"
-#include "runtime/misc/PrintLines.h"
 #include "runtime/util/Log.h"
 
 #include <utility>

@@ -8,7 +8,7 @@
 #include "dds/topic/Topic.hpp"
 #include "koracommand/ResultCode.h"
 #include "runtime/hwobjs/CurrentTimecodeReader.h"
-#include "runtime/misc/PrintLines.h"
+#include "runtime/misc/Console.h"
 #include "runtime/util/Log.h"
 
 #include <chrono>

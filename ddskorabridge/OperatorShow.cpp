@@ -1,7 +1,7 @@
 #include "ddskorabridge/OperatorShow.h"
 
 #include "runtime/apartment/ApartmentCall.h"
-#include "runtime/misc/PrintLines.h"
+#include "runtime/misc/Console.h"
 
 #include <functional>
 #include <vector>

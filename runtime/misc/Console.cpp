@@ -1,6 +1,5 @@
 #include "runtime/misc/Console.h"
 
-#include "runtime/misc/ConsoleSlot.h"
 #include "runtime/misc/StandardInput.h"
 #include "runtime/misc/TelnetIO.h"
 

@@ -1,7 +1,6 @@
 #include "runtime/misc/StandardInput.h"
 
 #include "runtime/misc/Console.h"
-#include "runtime/misc/ConsoleStop.h"
 
 #include <algorithm>
 #include <array>

@@ -10,7 +10,7 @@
 #include "runtime/apartment/Apartment.h"
 #include "runtime/apartment/BridgeApartment.h"
 #include "runtime/hwobjs/CurrentTimecodeReader.h"
-#include "runtime/misc/ConsoleSlot.h"
+#include "runtime/misc/Console.h"
 #include "runtime/misc/TelnetIO.h"
 #include "tests/support/WaitUntil.h"
 

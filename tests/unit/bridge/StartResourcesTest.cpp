@@ -1,6 +1,6 @@
 #include "bridge/StartResources.h"
 
-#include "runtime/misc/ConsoleStop.h"
+#include "runtime/misc/Console.h"
 #include "tests/support/WaitUntil.h"
 
 #include <gtest/gtest.h>

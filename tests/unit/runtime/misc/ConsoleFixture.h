@@ -1,7 +1,6 @@
 #pragma once
 
 #include "runtime/misc/Console.h"
-#include "runtime/misc/ConsoleSlot.h"
 #include "runtime/misc/TelnetIO.h"
 #include "tests/support/LogRecorder.h"
 #include "tests/support/Ports.h"

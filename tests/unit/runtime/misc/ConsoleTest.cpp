@@ -1,4 +1,4 @@
-#include "runtime/misc/PrintLines.h"
+#include "runtime/misc/Console.h"
 
 #include <gtest/gtest.h>
 
@@ -9,7 +9,7 @@ using com::tallowcrest::misc::printLines;
 namespace
 {
 
-TEST(PrintLines, ATextOfAnyLengthIsPrintedWhole)
+TEST(ConsoleTest, ATextOfAnyLengthIsPrintedWhole)
 {
     std::string text;
     for (int line = 0; line < 200; ++line)
