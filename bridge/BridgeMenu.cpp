@@ -6,11 +6,10 @@
 #include "ddskorabridge/OperatorShow.h"
 #include "koraserver/Server.h"
 #include "runtime/apartment/Apartment.h"
-#include "runtime/apartment/BridgeApartment.h"
 #include "runtime/misc/Console.h"
 #include "runtime/misc/Menu.h"
 #include "runtime/misc/TimingSamples.h"
-#include "runtime/util/MemPoolRegistry.h"
+#include "runtime/util/MemPool.h"
 
 #include <array>
 #include <cstdlib>

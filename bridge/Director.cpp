@@ -18,7 +18,6 @@
 #include "koraserver/ConnectionImpl.h"
 #include "koraserver/Server.h"
 #include "runtime/apartment/Apartment.h"
-#include "runtime/apartment/BridgeApartment.h"
 #include "runtime/hwobjs/CurrentTimecodeReader.h"
 #include "runtime/hwobjs/TimecodeSharedMem.h"
 #include "runtime/misc/Console.h"

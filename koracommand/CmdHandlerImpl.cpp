@@ -5,7 +5,6 @@
 #include "koracommand/WireLayout.h"
 #include "koracommand/WireWords.h"
 #include "runtime/apartment/Apartment.h"
-#include "runtime/apartment/BridgeApartment.h"
 #include "runtime/misc/Console.h"
 #include "runtime/util/Log.h"
 

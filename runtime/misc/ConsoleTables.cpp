@@ -2,7 +2,6 @@
 #include "runtime/apartment/Task.h"
 #include "runtime/misc/Console.h"
 #include "runtime/util/MemPool.h"
-#include "runtime/util/MemPoolRegistry.h"
 
 namespace com::tallowcrest::misc
 {

@@ -1,7 +1,5 @@
 #include "runtime/util/MemPool.h"
 
-#include "runtime/util/MemPoolRegistry.h"
-
 #include <sanitizer/asan_interface.h>
 
 #include <cstdio>
@@ -207,6 +205,33 @@ void MemPool::freeAll()
 void MemPool::reportPut(const char* text) const
 {
     std::printf("MemPool::Put()%s %s\n", m_name.c_str(), text);
+}
+
+MemPoolRegistry& MemPoolRegistry::instance()
+{
+    static MemPoolRegistry& registry = *new MemPoolRegistry;
+    return registry;
+}
+
+void MemPoolRegistry::add(MemPool& pool)
+{
+    const std::lock_guard lock(m_mutex);
+    m_head = new MemPoolListElement(m_head, pool);
+}
+
+void MemPoolRegistry::remove(MemPool& pool)
+{
+    const std::lock_guard lock(m_mutex);
+    MemPoolListElement** link = &m_head;
+    while (*link != nullptr && &(*link)->pool() != &pool)
+    {
+        link = &(*link)->next();
+    }
+    if (*link != nullptr)
+    {
+        const std::unique_ptr<MemPoolListElement> removed(*link);
+        *link = removed->next();
+    }
 }
 
 } // namespace com::tallowcrest::util

@@ -9,7 +9,7 @@
 #include "runtime/apartment/Task.h"
 #include "runtime/misc/Console.h"
 #include "runtime/misc/Menu.h"
-#include "runtime/util/MemPoolRegistry.h"
+#include "runtime/util/MemPool.h"
 #include "tests/fakes/FakeApartment.h"
 #include "tests/fuzz/console/FuzzedOperator.h"
 #include "tests/fuzz/support/QuietLog.h"

@@ -5,7 +5,7 @@
 #include "koracommand/LevelAccess.h"
 #include "koracommand/WireLayout.h"
 #include "koracommand/WireWords.h"
-#include "runtime/apartment/BridgeApartment.h"
+#include "runtime/apartment/Apartment.h"
 #include "runtime/hwobjs/CurrentTimecodeReader.h"
 #include "tests/fakes/FakeApartment.h"
 #include "tests/fuzz/support/QuietLog.h"

@@ -8,7 +8,6 @@
 #include "koracommand/LevelInvalid.h"
 #include "koraserver/Server.h"
 #include "runtime/apartment/Apartment.h"
-#include "runtime/apartment/BridgeApartment.h"
 #include "runtime/hwobjs/CurrentTimecodeReader.h"
 #include "runtime/misc/Console.h"
 #include "runtime/misc/TelnetIO.h"

@@ -2,7 +2,6 @@
 
 #include "koracommand/CmdHandlerImpl.h"
 #include "runtime/apartment/Apartment.h"
-#include "runtime/apartment/BridgeApartment.h"
 #include "tests/unit/koracommand/LevelFixture.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 #include "koracommand/CmdTable.h"
 
-#include "runtime/util/MemPoolRegistry.h"
+#include "runtime/util/MemPool.h"
 #include "tests/unit/koracommand/LevelFixture.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,3 @@
-#include "runtime/apartment/BridgeApartment.h"
 #include "runtime/apartment/Apartment.h"
 
 #include <gtest/gtest.h>

@@ -1,7 +1,6 @@
 #include "runtime/apartment/ThreadPriority.h"
 
 #include "runtime/apartment/Apartment.h"
-#include "runtime/apartment/BridgeApartment.h"
 #include "runtime/apartment/DoItEvent.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,3 @@
-#include "runtime/util/MemPoolRegistry.h"
 #include "runtime/util/MemPool.h"
 
 #include <gmock/gmock.h>

@@ -1,5 +1,5 @@
 #include "runtime/util/Pooled.h"
-#include "runtime/util/MemPoolRegistry.h"
+#include "runtime/util/MemPool.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
