@@ -2,8 +2,8 @@
 
 #include "koracommand/WireLayout.h"
 #include "koracommand/WireWords.h"
+#include "koraserver/ControllerSocket.h"
 #include "koraserver/MessageCutter.h"
-#include "koraserver/SocketClose.h"
 #include "runtime/util/Log.h"
 #include "runtime/util/Sockets.h"
 #include "runtime/util/SystemError.h"

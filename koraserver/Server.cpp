@@ -1,7 +1,6 @@
 #include "koraserver/Server.h"
 
 #include "koraserver/ControllerSocket.h"
-#include "koraserver/SocketClose.h"
 #include "runtime/misc/Console.h"
 #include "runtime/util/Log.h"
 #include "runtime/util/Sockets.h"

@@ -1,4 +1,4 @@
-#include "koraserver/SocketClose.h"
+#include "koraserver/ControllerSocket.h"
 
 #include <linux/sockios.h>
 #include <sys/ioctl.h>
