@@ -7,7 +7,6 @@
 #include "ddskorabridge/LevelContainer.h"
 #include "ddskorabridge/RouterMembers.h"
 #include "koracommand/LevelAccess.h"
-#include "koracommand/LevelInvalid.h"
 #include "koraserver/Connection.h"
 #include "runtime/apartment/DoItEvent.h"
 #include "runtime/apartment/Presence.h"

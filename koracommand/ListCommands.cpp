@@ -1,7 +1,6 @@
 #include "koracommand/ListCommands.h"
 
 #include "koracommand/LevelAccess.h"
-#include "koracommand/LevelInvalid.h"
 #include "koracommand/ResultCode.h"
 #include "koracommand/WireLayout.h"
 #include "runtime/hwobjs/CurrentTimecodeReader.h"

@@ -5,7 +5,6 @@
 #include "ddskorabridge/MacroXptMgrStatus.h"
 #include "ddskorabridge/MacroXptMgrTarget.h"
 #include "koracommand/LevelAccess.h"
-#include "koracommand/LevelInvalid.h"
 #include "koraserver/Server.h"
 #include "runtime/apartment/Apartment.h"
 #include "runtime/hwobjs/CurrentTimecodeReader.h"

@@ -2,7 +2,7 @@
 
 #include "FakeXptStatus.h"
 #include "RecordingXptTarget.h"
-#include "koracommand/LevelInvalid.h"
+#include "koracommand/LevelAccess.h"
 #include "tests/support/LogRecorder.h"
 
 #include <gtest/gtest.h>

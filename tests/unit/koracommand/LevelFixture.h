@@ -2,7 +2,6 @@
 
 #include "koracommand/ConnectionContext.h"
 #include "koracommand/LevelAccess.h"
-#include "koracommand/LevelInvalid.h"
 #include "runtime/hwobjs/CurrentTimecodeReader.h"
 #include "runtime/util/Timecode.h"
 #include "tests/fakes/FakeLevel.h"
