@@ -1,6 +1,5 @@
-#include "bridge/BridgeMenu.h"
-
 #include "bridge/Director.h"
+
 #include "ddskorabridge/MacroXptMgrStatus.h"
 #include "ddskorabridge/MacroXptMgrTarget.h"
 #include "ddskorabridge/OperatorShow.h"

@@ -1,6 +1,5 @@
 #include "bridge/Director.h"
 
-#include "bridge/LogGuard.h"
 #include "bridge/Logging.h"
 #include "bridge/StartResources.h"
 #include "bustypes/TopicNames.h"

@@ -85,3 +85,7 @@ private:
     static const com::tallowcrest::dds_::routing::MacroLevel m_audioLevelDescriptor;
     static const com::tallowcrest::dds_::routing::MacroLevel m_videoLevelDescriptor;
 };
+
+/// The operator's menu "KORA". Runs on the main thread between the Director's start and stop; returns when the operator
+/// quits or the process is asked to end (SIGTERM, SIGINT).
+void runBridgeMenu();

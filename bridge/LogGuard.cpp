@@ -1,4 +1,4 @@
-#include "bridge/LogGuard.h"
+#include "bridge/Logging.h"
 
 #include "runtime/util/Log.h"
 #include "runtime/util/SystemError.h"

@@ -1,4 +1,3 @@
-#include "bridge/BridgeMenu.h"
 #include "bridge/Director.h"
 #include "runtime/misc/Console.h"
 #include "runtime/util/Log.h"

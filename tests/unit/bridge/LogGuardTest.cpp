@@ -1,4 +1,4 @@
-#include "bridge/LogGuard.h"
+#include "bridge/Logging.h"
 
 #include "tests/support/TempDir.h"
 #include "tests/support/WaitUntil.h"
