@@ -2,11 +2,32 @@
 
 #include <algorithm>
 
+#include "koraclient/Errors.h"
+#include "koraclient/ResultText.h"
 #include "koracommand/ResultCode.h"
 #include "koracommand/WireLayout.h"
 
 namespace koraclient
 {
+
+std::string OutputLpr::text() const
+{
+    return lprStateText(state) + (isHeld() ? " by " + std::to_string(lprId) : "");
+}
+
+std::string OutputRow::inputText() const
+{
+    return result == 0 ? std::to_string(input) : "-";
+}
+
+std::string OutputRow::stateText() const
+{
+    if (!lpr)
+    {
+        return "";
+    }
+    return lpr->text();
+}
 
 ChangeRows askChanges(KoraClient& client, std::uint32_t format, std::uint32_t level)
 {
@@ -61,6 +82,30 @@ std::optional<LevelSnapshot> askSnapshot(KoraClient& client, std::uint32_t level
         return std::nullopt;
     }
     return snapshot;
+}
+
+std::optional<std::uint32_t> HolderLookup::ask(std::uint32_t level, std::uint32_t output, std::uint32_t result)
+{
+    if (m_hasFailed || (result != resultCode::outputLocked && result != resultCode::outputProtected))
+    {
+        return std::nullopt;
+    }
+    const LprState wanted = result == resultCode::outputLocked ? LprState::locked : LprState::isProtected;
+    try
+    {
+        constexpr std::uint32_t longFormat = 2;
+        const OutputStatusBlock block = m_client.outputStatus(longFormat, level, output, 1);
+        if (block.entries.empty() || block.entries.front().lprState != static_cast<std::uint32_t>(wanted))
+        {
+            return std::nullopt;
+        }
+        return block.entries.front().lprId;
+    }
+    catch (const KoraError&)
+    {
+        m_hasFailed = true; // the next question would only wait in vain, too
+        return std::nullopt;
+    }
 }
 
 } // namespace koraclient

@@ -3,13 +3,42 @@
 #include <cstdint>
 #include <map>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "koraclient/KoraClient.h"
-#include "koraclient/OutputRow.h"
+#include "koraclient/KoraTypes.h"
 
 namespace koraclient
 {
+
+/// Lock state of an output and the lprId stored with it.
+struct OutputLpr
+{
+    std::uint32_t state = 0; ///< see `LprState`
+    std::uint32_t lprId = 0;
+
+    bool isHeld() const { return state != static_cast<std::uint32_t>(LprState::released); }
+    /// "released", "locked by 5", "protected by 12".
+    std::string text() const;
+    bool operator==(const OutputLpr&) const = default;
+};
+
+/// One output with what it shows and who holds it. Plain value.
+struct OutputRow
+{
+    std::uint32_t output = 0;
+    std::uint32_t result = 0;     ///< result code of the query; 3: none of the level's inputs is routed
+    std::uint32_t input = 0;      ///< meaningful only when `result` is 0
+    std::optional<OutputLpr> lpr; ///< absent where the message does not carry it
+
+    bool operator==(const OutputRow&) const = default;
+
+    /// The input's number, "-" when no input of the level is routed.
+    std::string inputText() const;
+    /// "released", "locked by 5", "protected by 12"; empty without lpr.
+    std::string stateText() const;
+};
 
 /// One answer to an output changes request as rows; `more` says that another request may bring more.
 struct ChangeRows
@@ -31,5 +60,22 @@ using LevelSnapshot = std::map<std::uint32_t, OutputRow>;
 /// Asks a fresh connection for all outputs of a level: to it every output is changed. What changes meanwhile is in it.
 /// Nothing when the level does not exist. The connection's changes of the level are used up.
 std::optional<LevelSnapshot> askSnapshot(KoraClient& client, std::uint32_t level);
+
+/// Finds out who holds the outputs that one command was refused. The command's own answer is there already and must
+/// reach the user: when the bridge does not answer any more, the holders stay unknown and nothing is thrown. Owned by
+/// one thread.
+class HolderLookup
+{
+public:
+    explicit HolderLookup(KoraClient& client) : m_client(client) {}
+
+    /// Asks the status of an output that was refused as locked or protected. Empty for other results, when the status
+    /// does not (or not yet) show the state that the refusal named, and once the bridge failed to answer.
+    std::optional<std::uint32_t> ask(std::uint32_t level, std::uint32_t output, std::uint32_t result);
+
+private:
+    KoraClient& m_client;
+    bool m_hasFailed = false;
+};
 
 } // namespace koraclient

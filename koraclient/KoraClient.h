@@ -13,7 +13,6 @@
 #include "koraclient/Decoded.h"
 #include "koraclient/KoraTypes.h"
 #include "koraclient/Message.h"
-#include "koraclient/MessageCutter.h"
 #include "koraclient/ResponseDecoder.h"
 
 namespace koraclient

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "koraclient/HexText.h"
+#include "koraclient/Message.h"
 #include "koracommand/WireLayout.h"
 
 namespace koraclient

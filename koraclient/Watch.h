@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "koraclient/AskOutputs.h"
 #include "koraclient/KoraClient.h"
-#include "koraclient/OutputRow.h"
 
 namespace koraclient
 {

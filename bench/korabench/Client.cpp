@@ -6,7 +6,7 @@
 #include <sys/socket.h>
 #include <sys/time.h>
 
-#include "koraclient/ConnectTo.h"
+#include "koraclient/ClientSocket.h"
 #include "koraclient/Errors.h"
 #include "runtime/util/SystemError.h"
 

@@ -3,7 +3,7 @@
 #include <stdexcept>
 #include <utility>
 
-#include "koraclient/HexText.h"
+#include "koraclient/Message.h"
 #include "koraclient/RequestEncoder.h"
 #include "koracommand/WireWords.h"
 

@@ -2,7 +2,7 @@
 
 #include <array>
 
-#include "koraclient/HexText.h"
+#include "koraclient/Message.h"
 #include "koraclient/ResponseDecoder.h"
 #include "koracommand/ResultCode.h"
 #include "koracommand/WireLayout.h"

@@ -1,7 +1,7 @@
 // Fuzzes what a bridge, or whoever holds its port, can send to koractl: any bytes. What decodes must be exactly what
 // was received: each decoded response is encoded again and compared byte by byte.
 
-#include "koraclient/MessageCutter.h"
+#include "koraclient/Message.h"
 #include "koraclient/ResponseDecoder.h"
 #include "koracommand/WireLayout.h"
 #include "koracommand/WireWords.h"

@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include "koraclient/HolderLookup.h"
 #include "tests/fakes/FakeBridge.h"
 
 using namespace koraclient;

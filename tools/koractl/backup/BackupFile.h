@@ -7,7 +7,6 @@
 #include <vector>
 
 #include "koraclient/AskOutputs.h"
-#include "koraclient/OutputRow.h"
 #include "tools/koractl/common/AddressReader.h"
 
 namespace koractl

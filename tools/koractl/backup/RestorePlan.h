@@ -4,8 +4,8 @@
 #include <optional>
 #include <string>
 
+#include "koraclient/AskOutputs.h"
 #include "koraclient/KoraTypes.h"
-#include "koraclient/OutputRow.h"
 #include "koraclient/SendInParts.h"
 #include "tools/koractl/backup/BackupFile.h"
 

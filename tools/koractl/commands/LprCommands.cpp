@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "koraclient/HolderLookup.h"
+#include "koraclient/AskOutputs.h"
 #include "koraclient/SendInParts.h"
 #include "tools/koractl/commands/LprReport.h"
 #include "tools/koractl/common/Arguments.h"

@@ -4,7 +4,7 @@
 #include <ostream>
 #include <utility>
 
-#include "koraclient/HexText.h"
+#include "koraclient/Message.h"
 #include "tools/koractl/commands/WordsReport.h"
 
 namespace koractl

@@ -3,7 +3,7 @@
 #include <ostream>
 #include <utility>
 
-#include "koraclient/HexText.h"
+#include "koraclient/Message.h"
 #include "koracommand/WireLayout.h"
 #include "tools/koractl/common/Table.h"
 

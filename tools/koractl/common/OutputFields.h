@@ -5,7 +5,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "koraclient/OutputRow.h"
+#include "koraclient/AskOutputs.h"
 #include "koraclient/SendInParts.h"
 #include "tools/koractl/common/Names.h"
 

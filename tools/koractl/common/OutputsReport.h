@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "koraclient/OutputRow.h"
+#include "koraclient/AskOutputs.h"
 #include "tools/koractl/common/Names.h"
 #include "tools/koractl/common/Report.h"
 

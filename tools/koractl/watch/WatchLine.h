@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string>
 
-#include "koraclient/OutputRow.h"
+#include "koraclient/AskOutputs.h"
 #include "tools/koractl/common/Names.h"
 
 namespace koractl

@@ -1,4 +1,4 @@
-#include "koraclient/MessageCutter.h"
+#include "koraclient/Message.h"
 
 namespace koraclient
 {

@@ -1,4 +1,4 @@
-#include "koraclient/MessageCutter.h"
+#include "koraclient/Message.h"
 
 #include <gtest/gtest.h>
 
