@@ -5,13 +5,10 @@
 
 #include <CLI/CLI.hpp>
 
-#include "tools/koractl/backup/BackupCommands.h"
-#include "tools/koractl/commands/Commands.h"
 #include "tools/koractl/common/Arguments.h"
 #include "tools/koractl/common/CommandContext.h"
+#include "tools/koractl/common/Commands.h"
 #include "tools/koractl/common/FileError.h"
-#include "tools/koractl/matrix/MatrixCommand.h"
-#include "tools/koractl/watch/WatchCommand.h"
 
 namespace koractl
 {

@@ -1,4 +1,4 @@
-#include "tools/koractl/backup/BackupCommands.h"
+#include "tools/koractl/common/Commands.h"
 
 #include <ctime>
 #include <fstream>

@@ -1,4 +1,4 @@
-#include "tools/koractl/commands/Commands.h"
+#include "tools/koractl/common/Commands.h"
 
 #include <memory>
 

@@ -1,4 +1,4 @@
-#include "tools/koractl/matrix/MatrixCommand.h"
+#include "tools/koractl/common/Commands.h"
 
 #include <memory>
 

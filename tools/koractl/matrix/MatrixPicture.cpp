@@ -15,7 +15,7 @@ using koraclient::LevelSnapshot;
 using koraclient::LprState;
 using koraclient::OutputRow;
 
-constexpr std::size_t longestName = 16;
+constexpr std::size_t widestName = 16;
 constexpr std::size_t longestState = 23; ///< "protected by 4294967295"
 constexpr std::size_t leastColumns = 20; ///< with fewer the words give way to the picture
 
@@ -52,8 +52,8 @@ MatrixPicture::MatrixPicture(const MatrixModel& model, std::size_t width, bool h
     m_inputDigits = std::max<std::size_t>(std::to_string(m_inputs.last).size(), 4);
     const std::size_t outputNames = model.names().outputWidth(model.level());
     const std::size_t inputNames = model.names().inputWidth(model.level());
-    m_outputNameWidth = std::min(outputNames, longestName);
-    m_inputNameWidth = std::min(inputNames, longestName);
+    m_outputNameWidth = std::min(outputNames, widestName);
+    m_inputNameWidth = std::min(inputNames, widestName);
     m_left = 1 + m_outputDigits + (m_outputNameWidth > 0 ? 1 + m_outputNameWidth : 0) + 2;
     std::size_t stateWidth = 0;
     for (const auto& [output, row] : outputs)

@@ -1,4 +1,4 @@
-#include "tools/koractl/watch/WatchCommand.h"
+#include "tools/koractl/common/Commands.h"
 
 #include <memory>
 
