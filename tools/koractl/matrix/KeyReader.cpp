@@ -1,10 +1,15 @@
 #include "tools/koractl/matrix/KeyReader.h"
 
+#include <unistd.h>
+
 #include <array>
 #include <cctype>
+#include <cerrno>
+#include <system_error>
 
 namespace koractl
 {
+
 namespace
 {
 
@@ -80,6 +85,28 @@ std::optional<Key> KeyReader::next()
         }
     }
     return Key::unknown;
+}
+
+RawTerminal::RawTerminal()
+{
+    if (::tcgetattr(STDIN_FILENO, &m_former) != 0)
+    {
+        throw std::system_error(errno, std::generic_category(), "tcgetattr");
+    }
+    termios raw = m_former;
+    raw.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO);
+    raw.c_cc[VMIN] = 0;
+    raw.c_cc[VTIME] = 0;
+    raw.c_cc[VSUSP] = _POSIX_VDISABLE; // a stopped program would leave the terminal as it is now
+    if (::tcsetattr(STDIN_FILENO, TCSANOW, &raw) != 0)
+    {
+        throw std::system_error(errno, std::generic_category(), "tcsetattr");
+    }
+}
+
+RawTerminal::~RawTerminal()
+{
+    (void)::tcsetattr(STDIN_FILENO, TCSANOW, &m_former);
 }
 
 } // namespace koractl

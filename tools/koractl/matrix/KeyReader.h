@@ -4,6 +4,8 @@
 #include <string>
 #include <string_view>
 
+#include <termios.h>
+
 namespace koractl
 {
 
@@ -35,6 +37,20 @@ public:
 
 private:
     std::string m_held;
+};
+
+/// While it lives, standard input hands on each key at once, unseen; Ctrl-C still ends, Ctrl-Z does nothing. Puts back
+/// what was set before. Throws std::system_error when standard input is no terminal.
+class RawTerminal
+{
+public:
+    RawTerminal();
+    ~RawTerminal();
+    RawTerminal(const RawTerminal&) = delete;
+    RawTerminal& operator=(const RawTerminal&) = delete;
+
+private:
+    termios m_former{};
 };
 
 } // namespace koractl

@@ -7,7 +7,6 @@
 #include "koracommand/ResultCode.h"
 #include "tools/koractl/common/Arguments.h"
 #include "tools/koractl/common/OutputsReport.h"
-#include "tools/koractl/matrix/MatrixPrinter.h"
 #include "tools/koractl/matrix/MatrixReport.h"
 #include "tools/koractl/matrix/MatrixScreen.h"
 #include "tools/koractl/watch/StopSignal.h"

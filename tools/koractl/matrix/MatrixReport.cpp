@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <ostream>
+#include <utility>
 
 #include "koraclient/ResultText.h"
 #include "tools/koractl/common/NameColumns.h"
@@ -12,6 +13,7 @@ namespace koractl
 {
 
 using koraclient::isStatusAnswered;
+using koraclient::OutputRow;
 
 void MatrixReport::printText(std::ostream& out) const
 {
@@ -40,6 +42,31 @@ bool MatrixReport::isAllDone() const
 {
     return std::all_of(m_model.outputs().begin(), m_model.outputs().end(),
                        [](const auto& each) { return isStatusAnswered(each.second.result); });
+}
+
+MatrixPrinter::MatrixPrinter(CommandContext& context, MatrixModel model, std::size_t width, bool hasColor)
+    : WatchPrinter(context), m_context(context), m_model(std::move(model)), m_width(width), m_hasColor(hasColor)
+{}
+
+void MatrixPrinter::changed(std::uint32_t level, const OutputRow& row)
+{
+    if (!m_isPrinted)
+    {
+        m_model.apply(row);
+    }
+    else
+    {
+        WatchPrinter::changed(level, row);
+    }
+}
+
+void MatrixPrinter::roundEnded()
+{
+    if (!m_isPrinted)
+    {
+        m_isPrinted = true;
+        (void)m_context.finish(MatrixReport(m_model, m_width, m_hasColor));
+    }
 }
 
 } // namespace koractl

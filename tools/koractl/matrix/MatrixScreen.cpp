@@ -11,7 +11,7 @@
 
 #include "tools/koractl/common/TextWidth.h"
 #include "tools/koractl/matrix/MatrixPicture.h"
-#include "tools/koractl/watch/WatchLine.h"
+#include "tools/koractl/watch/WatchPrinter.h"
 
 namespace koractl
 {

@@ -10,7 +10,6 @@
 #include "tools/koractl/common/CommandContext.h"
 #include "tools/koractl/matrix/KeyReader.h"
 #include "tools/koractl/matrix/MatrixModel.h"
-#include "tools/koractl/matrix/RawTerminal.h"
 #include "tools/koractl/watch/StopSignal.h"
 
 namespace koractl

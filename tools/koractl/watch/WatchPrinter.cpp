@@ -1,13 +1,55 @@
 #include "tools/koractl/watch/WatchPrinter.h"
 
+#include <algorithm>
 #include <cstdio>
 
-#include "tools/koractl/watch/WatchLine.h"
+#include "koraclient/ResultText.h"
+#include "tools/koractl/common/OutputFields.h"
+#include "tools/koractl/common/TextWidth.h"
 
 namespace koractl
 {
 
+namespace
+{
+
 using koraclient::OutputRow;
+using koraclient::statusResultText;
+
+/// A number, and behind it the name in a column of its own when the level has names.
+std::string numbered(const std::string& number, std::size_t width, const std::string& name, std::size_t nameWidth)
+{
+    return padLeft(number, width) + (nameWidth == 0 ? "" : " " + padRight(name, nameWidth));
+}
+
+} // namespace
+
+std::string watchLine(std::uint32_t level, const OutputRow& row, const Names& names)
+{
+    std::string line = "level " + padLeft(std::to_string(level), 3);
+    line += "  output " +
+            numbered(std::to_string(row.output), 5, names.output(level, row.output), names.outputWidth(level));
+    line += "  input " + numbered(row.inputText(), 5, inputNameOf(row, level, names), names.inputWidth(level));
+    const std::string remark = row.result == 0 ? "" : statusResultText(row.result, level, row.output);
+    std::string state = row.stateText();
+    if (!state.empty())
+    {
+        line += "  " + (remark.empty() ? state : padRight(state, 18));
+    }
+    if (!remark.empty())
+    {
+        line += "  " + remark;
+    }
+    line.erase(line.find_last_not_of(' ') + 1);
+    return line;
+}
+
+std::string watchJson(std::uint32_t level, const OutputRow& row, const Names& names)
+{
+    nlohmann::ordered_json json{{"level", level}};
+    json.update(fieldsOf(row, level, names));
+    return json.dump();
+}
 
 void WatchPrinter::changed(std::uint32_t level, const OutputRow& row)
 {

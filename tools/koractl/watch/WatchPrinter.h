@@ -1,10 +1,20 @@
 #pragma once
 
+#include <cstdint>
+#include <string>
+
+#include "koraclient/AskOutputs.h"
 #include "koraclient/Watch.h"
 #include "tools/koractl/common/CommandContext.h"
+#include "tools/koractl/common/Names.h"
 
 namespace koractl
 {
+
+/// One line of fixed columns for a change.
+std::string watchLine(std::uint32_t level, const koraclient::OutputRow& row, const Names& names = Names::none());
+/// The same as one JSON object.
+std::string watchJson(std::uint32_t level, const koraclient::OutputRow& row, const Names& names = Names::none());
 
 /// Prints changes as lines (or JSON objects) and says on the error stream what the watch went through. Refers to the
 /// context and its names.

@@ -10,7 +10,7 @@
 
 #include "tests/support/FailingCall.h"
 #include "tools/koractl/common/Terminal.h"
-#include "tools/koractl/matrix/RawTerminal.h"
+#include "tools/koractl/matrix/KeyReader.h"
 
 using namespace koractl;
 using namespace std::chrono_literals;

@@ -1,4 +1,4 @@
-#include "tools/koractl/watch/WatchLine.h"
+#include "tools/koractl/watch/WatchPrinter.h"
 
 #include <sstream>
 
