@@ -8,7 +8,7 @@
 #include "tools/koractl/common/Arguments.h"
 #include "tools/koractl/common/CommandContext.h"
 #include "tools/koractl/common/Commands.h"
-#include "tools/koractl/common/FileError.h"
+#include "tools/koractl/common/FileLines.h"
 
 namespace koractl
 {

@@ -15,7 +15,7 @@
 #include "tools/koractl/backup/RestoreReport.h"
 #include "tools/koractl/backup/WholeFile.h"
 #include "tools/koractl/common/Arguments.h"
-#include "tools/koractl/common/FileError.h"
+#include "tools/koractl/common/FileLines.h"
 
 namespace koractl
 {

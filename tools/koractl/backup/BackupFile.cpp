@@ -7,12 +7,10 @@
 
 #include "koraclient/ResultText.h"
 #include "koracommand/ResultCode.h"
-#include "tools/koractl/common/FileError.h"
 #include "tools/koractl/common/FileLines.h"
-#include "tools/koractl/common/LineScanner.h"
 #include "tools/koractl/common/OutputFields.h"
 #include "tools/koractl/common/ParseText.h"
-#include "tools/koractl/common/TextWidth.h"
+#include "tools/koractl/common/Table.h"
 
 namespace koractl
 {

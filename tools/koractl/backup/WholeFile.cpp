@@ -9,7 +9,7 @@
 
 #include "runtime/util/SystemError.h"
 #include "runtime/util/UniqueFd.h"
-#include "tools/koractl/common/FileError.h"
+#include "tools/koractl/common/FileLines.h"
 
 namespace koractl
 {

@@ -4,7 +4,6 @@
 #include <utility>
 
 #include "koraclient/ResultText.h"
-#include "tools/koractl/common/NameColumns.h"
 #include "tools/koractl/common/OutputFields.h"
 #include "tools/koractl/common/Table.h"
 

@@ -5,11 +5,9 @@
 #include <stdexcept>
 
 #include "runtime/util/SystemError.h"
-#include "tools/koractl/common/FileError.h"
 #include "tools/koractl/common/FileLines.h"
-#include "tools/koractl/common/LineScanner.h"
 #include "tools/koractl/common/ParseText.h"
-#include "tools/koractl/common/TextWidth.h"
+#include "tools/koractl/common/Table.h"
 
 namespace koractl
 {

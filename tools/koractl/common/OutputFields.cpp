@@ -1,7 +1,6 @@
 #include "tools/koractl/common/OutputFields.h"
 
 #include "koraclient/ResultText.h"
-#include "tools/koractl/common/NameColumns.h"
 
 namespace koractl
 {

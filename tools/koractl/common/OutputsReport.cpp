@@ -6,7 +6,6 @@
 
 #include "koraclient/ResultText.h"
 #include "koracommand/ResultCode.h"
-#include "tools/koractl/common/NameColumns.h"
 #include "tools/koractl/common/OutputFields.h"
 #include "tools/koractl/common/Table.h"
 

@@ -4,8 +4,6 @@
 #include <ostream>
 #include <utility>
 
-#include "tools/koractl/common/TextWidth.h"
-
 namespace koractl
 {
 

@@ -4,7 +4,7 @@
 
 #include "koracommand/ResultCode.h"
 #include "tools/koractl/common/OutputFields.h"
-#include "tools/koractl/common/TextWidth.h"
+#include "tools/koractl/common/Table.h"
 
 namespace koractl
 {

@@ -5,7 +5,6 @@
 #include <utility>
 
 #include "koraclient/ResultText.h"
-#include "tools/koractl/common/NameColumns.h"
 #include "tools/koractl/common/OutputFields.h"
 #include "tools/koractl/matrix/MatrixPicture.h"
 

@@ -9,7 +9,7 @@
 #include <poll.h>
 #include <unistd.h>
 
-#include "tools/koractl/common/TextWidth.h"
+#include "tools/koractl/common/Table.h"
 #include "tools/koractl/matrix/MatrixPicture.h"
 #include "tools/koractl/watch/WatchPrinter.h"
 

@@ -5,7 +5,7 @@
 
 #include "koraclient/ResultText.h"
 #include "tools/koractl/common/OutputFields.h"
-#include "tools/koractl/common/TextWidth.h"
+#include "tools/koractl/common/Table.h"
 
 namespace koractl
 {

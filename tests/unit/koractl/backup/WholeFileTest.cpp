@@ -10,7 +10,7 @@
 
 #include "tests/support/FailingCall.h"
 #include "tests/support/TempDir.h"
-#include "tools/koractl/common/FileError.h"
+#include "tools/koractl/common/FileLines.h"
 
 using namespace koractl;
 

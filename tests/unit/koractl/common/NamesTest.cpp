@@ -5,7 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/support/TempDir.h"
-#include "tools/koractl/common/FileError.h"
+#include "tools/koractl/common/FileLines.h"
 
 using namespace koractl;
 
