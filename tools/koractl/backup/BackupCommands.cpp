@@ -11,9 +11,8 @@
 #include "runtime/util/SystemError.h"
 #include "tools/koractl/backup/BackupFile.h"
 #include "tools/koractl/backup/BackupReport.h"
-#include "tools/koractl/backup/Restore.h"
+#include "tools/koractl/backup/RestorePlan.h"
 #include "tools/koractl/backup/RestoreReport.h"
-#include "tools/koractl/backup/WholeFile.h"
 #include "tools/koractl/common/Arguments.h"
 #include "tools/koractl/common/FileLines.h"
 

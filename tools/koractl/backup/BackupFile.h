@@ -37,4 +37,8 @@ void writeBackupLevel(std::ostream& out, std::uint32_t level, const koraclient::
 /// Throws FileError, which names each bad line.
 std::vector<OutputWish> readBackup(std::istream& in, const std::string& fileName, const AddressReader& reader);
 
+/// Writes a file so that its name stands for the old content or for the whole new one, never for a part. Throws
+/// FileError.
+void writeWholeFile(const std::string& fileName, const std::string& content);
+
 } // namespace koractl

@@ -1,10 +1,13 @@
 #pragma once
 
 #include <cstdint>
+#include <exception>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "koraclient/AskOutputs.h"
+#include "koraclient/KoraClient.h"
 #include "koraclient/KoraTypes.h"
 #include "koraclient/SendInParts.h"
 #include "tools/koractl/backup/BackupFile.h"
@@ -45,5 +48,10 @@ struct RestoreStep
 /// bridge's: a lock stops every take, also its holder's, so it is opened for a take and set again.
 std::optional<RestoreStep> planRestore(const OutputWish& wish, const koraclient::OutputRow& before,
                                        const RestoreRights& rights);
+
+/// Sends what the steps hold and notes each outcome in them: in groups that fit a message, each group's releases before
+/// its takes and these before its locks, so that an end in between leaves at most one group half done. Returns what
+/// stopped it, if anything did.
+std::exception_ptr sendRestore(koraclient::KoraClient& client, std::vector<RestoreStep>& steps);
 
 } // namespace koractl

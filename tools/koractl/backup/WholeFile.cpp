@@ -1,4 +1,4 @@
-#include "tools/koractl/backup/WholeFile.h"
+#include "tools/koractl/backup/BackupFile.h"
 
 #include <cerrno>
 #include <cstdio>
