@@ -5,7 +5,7 @@
 #include "koraclient/RequestEncoder.h"
 #include "koracommand/WireLayout.h"
 #include "koracommand/WireWords.h"
-#include "tools/koractl/commands/RawReport.h"
+#include "tools/koractl/commands/WordReports.h"
 #include "tools/koractl/common/Arguments.h"
 
 namespace koractl

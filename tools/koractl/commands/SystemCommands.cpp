@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "tools/koractl/commands/SystemReports.h"
+#include "tools/koractl/commands/WordReports.h"
 #include "tools/koractl/common/Arguments.h"
 
 namespace koractl

@@ -3,10 +3,8 @@
 #include <gtest/gtest.h>
 
 #include "tests/fakes/FakeBridge.h"
-#include "tools/koractl/commands/LprReport.h"
-#include "tools/koractl/commands/RawReport.h"
-#include "tools/koractl/commands/SystemReports.h"
-#include "tools/koractl/commands/TakeReport.h"
+#include "tools/koractl/commands/EntryReports.h"
+#include "tools/koractl/commands/WordReports.h"
 #include "tools/koractl/common/LatencyReport.h"
 #include "tools/koractl/common/OutputsReport.h"
 

@@ -1,23 +1,91 @@
-#include "tools/koractl/common/Commands.h"
-
 #include <memory>
 
 #include "koraclient/AskOutputs.h"
 #include "koraclient/SendInParts.h"
-#include "tools/koractl/commands/LprReport.h"
+#include "tools/koractl/commands/EntryReports.h"
 #include "tools/koractl/common/Arguments.h"
+#include "tools/koractl/common/Commands.h"
 
 namespace koractl
 {
+
 namespace
 {
 
+using koraclient::EntryOutcome;
 using koraclient::HolderLookup;
 using koraclient::KoraClient;
 using koraclient::LprCommand;
 using koraclient::LprEntry;
 using koraclient::PartsOutcome;
 using koraclient::sendInParts;
+using koraclient::TakeEntry;
+
+struct TakeArguments
+{
+    std::uint32_t lprId = 0;
+    std::vector<std::string> texts;
+    std::vector<TakeEntry> entries;
+};
+
+TakeReport takeReport(KoraClient& client, const std::string& name, const std::vector<TakeEntry>& entries,
+                      bool isCoherent, const Names& names)
+{
+    const PartsOutcome parts =
+        isCoherent ? PartsOutcome{.outcomes = {}, .trouble = nullptr}
+                   : sendInParts(entries, [&](const std::vector<TakeEntry>& part) { return client.take(part); });
+    const auto coherent = isCoherent ? client.coherentTake(entries) : std::vector<std::uint32_t>();
+    HolderLookup holders(client);
+    std::vector<TakeRow> rows;
+    for (std::size_t i = 0; i < entries.size(); ++i)
+    {
+        rows.push_back(TakeRow{.entry = entries[i],
+                               .outcome = isCoherent ? EntryOutcome(coherent[i]) : parts.outcomes[i],
+                               .holder = std::nullopt});
+        if (!parts.trouble)
+        {
+            rows.back().holder = holders.ask(entries[i].level, entries[i].output, rows.back().outcome.result);
+        }
+    }
+    TakeReport report(name, std::move(rows), names);
+    report.setTrouble(parts.trouble);
+    return report;
+}
+
+void addTake(CLI::App& app, CommandContext& context, const std::string& name, const std::string& description,
+             bool isCoherent)
+{
+    const auto arguments = std::make_shared<TakeArguments>();
+    CLI::App* const command = app.add_subcommand(name, description);
+    addNumber(*command, "--lpr-id", arguments->lprId,
+              "the controller's lprId (default 0, which passes every protection)");
+    command->add_option("entries", arguments->texts, "the crosspoints to take, in this order")
+        ->type_name("LEVEL:INPUT:OUTPUT")
+        ->required();
+    command->callback([&context, arguments, name, isCoherent] {
+        resolved("entries", [&] {
+            for (const std::string& text : arguments->texts)
+            {
+                arguments->entries.push_back(context.reader().takeEntry(text, arguments->lprId));
+            }
+        });
+        context.chooseRequest(name, [&context, arguments, name, isCoherent](KoraClient& client) {
+            return std::make_unique<TakeReport>(
+                takeReport(client, name, arguments->entries, isCoherent, context.names()));
+        });
+    });
+}
+
+} // namespace
+
+void addTakeCommands(CLI::App& app, CommandContext& context)
+{
+    addTake(app, context, "take", "Route inputs to outputs", false);
+    addTake(app, context, "coherent-take", "Route inputs to outputs in one coherent message", true);
+}
+
+namespace
+{
 
 struct LprArguments
 {

@@ -38,4 +38,29 @@ private:
     const Names& m_names;
 };
 
+/// Outcome of one lock, protect or release entry; `holder` as in `TakeRow`.
+struct LprRow
+{
+    koraclient::LprEntry entry;
+    koraclient::EntryOutcome outcome;
+    std::optional<std::uint32_t> holder;
+};
+
+/// Outcome of a lock, protect or release. Plain value; refers to the names.
+class LprReport : public Report
+{
+public:
+    /// `command` is the command's name as the user types it.
+    LprReport(std::string command, std::vector<LprRow> rows, const Names& names = Names::none());
+
+    void printText(std::ostream& out) const override;
+    nlohmann::ordered_json toJson() const override;
+    bool isAllDone() const override;
+
+private:
+    std::string m_command;
+    std::vector<LprRow> m_rows;
+    const Names& m_names;
+};
+
 } // namespace koractl

@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "koraclient/KoraTypes.h"
+#include "koraclient/Message.h"
 #include "tools/koractl/common/Report.h"
 
 namespace koractl
@@ -33,6 +35,28 @@ private:
     std::vector<std::uint32_t> m_words;
     std::map<std::size_t, std::string> m_remarks;
     bool m_isDone;
+};
+
+/// Reports of the commands that answer with plain words. Pure functions.
+
+WordsReport partitionReport(const koraclient::PartitionInfo& info);
+WordsReport portReport(std::uint32_t value);
+WordsReport systemReport(const koraclient::SystemStatus& status);
+WordsReport cardReport(const koraclient::CardPresence& presence);
+
+/// Messages as they came. Plain value.
+class RawReport : public Report
+{
+public:
+    explicit RawReport(std::vector<koraclient::Message> responses);
+
+    void printText(std::ostream& out) const override;
+    nlohmann::ordered_json toJson() const override;
+    /// False when one of them is the error response.
+    bool isAllDone() const override;
+
+private:
+    std::vector<koraclient::Message> m_responses;
 };
 
 } // namespace koractl

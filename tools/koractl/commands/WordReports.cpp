@@ -1,21 +1,69 @@
-#include "tools/koractl/commands/SystemReports.h"
+#include "tools/koractl/commands/WordReports.h"
 
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <cstdio>
 #include <optional>
+#include <ostream>
 #include <string>
+#include <utility>
 
+#include "koraclient/Message.h"
 #include "koracommand/WireLayout.h"
+#include "tools/koractl/common/Table.h"
 
 namespace koractl
 {
-namespace
-{
 
 using koraclient::CardPresence;
+using koraclient::hexText;
+using koraclient::Message;
 using koraclient::PartitionInfo;
 using koraclient::SystemStatus;
+
+WordsReport::WordsReport(std::string heading, nlohmann::ordered_json json, std::size_t firstOffset,
+                         std::vector<std::uint32_t> words, bool isDone)
+    : m_heading(std::move(heading)), m_json(std::move(json)), m_firstOffset(firstOffset), m_words(std::move(words)),
+      m_isDone(isDone)
+{}
+
+void WordsReport::addRemark(std::size_t offset, std::string remark)
+{
+    m_remarks[offset] = std::move(remark);
+}
+
+void WordsReport::printText(std::ostream& out) const
+{
+    if (!m_heading.empty())
+    {
+        out << m_heading << '\n';
+    }
+    if (m_words.empty())
+    {
+        return;
+    }
+    Table table({{"OFFSET"}, {"HEX"}, {"DECIMAL"}, {"", Table::Align::left}});
+    std::size_t offset = m_firstOffset;
+    for (const std::uint32_t word : m_words)
+    {
+        const auto remark = m_remarks.find(offset);
+        table.addRow({std::to_string(offset), hexText(word), std::to_string(word),
+                      remark == m_remarks.end() ? "" : remark->second});
+        offset += wireLayout::wordBytes;
+    }
+    table.print(out);
+}
+
+nlohmann::ordered_json WordsReport::toJson() const
+{
+    nlohmann::ordered_json json = m_json;
+    json["words"] = m_words;
+    return json;
+}
+
+namespace
+{
 
 namespace wire = wireLayout;
 
@@ -92,6 +140,43 @@ WordsReport cardReport(const CardPresence& presence)
                            (isPresent ? " is present" : " is not present"),
                        {{"command", "card"}, {"done", true}, {"card", presence.word}, {"present", isPresent}}, first,
                        {presence.words.begin(), presence.words.end()});
+}
+
+RawReport::RawReport(std::vector<Message> responses) : m_responses(std::move(responses)) {}
+
+void RawReport::printText(std::ostream& out) const
+{
+    if (m_responses.empty())
+    {
+        out << "sent\n";
+    }
+    for (const Message& message : m_responses)
+    {
+        WordsReport words("message " + hexText(message.id()) + ", " + std::to_string(message.size()) + " bytes", {}, 0,
+                          message.words());
+        words.addRemark(wireLayout::header::protocolType, "protocol type");
+        words.addRemark(wireLayout::header::sequence, "sequence");
+        words.addRemark(wireLayout::header::length, "length");
+        words.addRemark(wireLayout::header::msgId, "message id");
+        words.addRemark(wireLayout::rsp::tag, "tag");
+        words.printText(out);
+    }
+}
+
+nlohmann::ordered_json RawReport::toJson() const
+{
+    auto responses = nlohmann::ordered_json::array();
+    for (const Message& message : m_responses)
+    {
+        responses.push_back({{"id", message.id()}, {"length", message.size()}, {"words", message.words()}});
+    }
+    return {{"command", "raw"}, {"done", isAllDone()}, {"responses", std::move(responses)}};
+}
+
+bool RawReport::isAllDone() const
+{
+    return std::none_of(m_responses.begin(), m_responses.end(),
+                        [](const Message& message) { return message.id() == wireLayout::rspId::error; });
 }
 
 } // namespace koractl
