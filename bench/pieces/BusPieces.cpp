@@ -7,7 +7,7 @@
 #include "ddskorabridge/MacroXptMgrStatus.h"
 #include "ddskorabridge/MacroXptMgrTarget.h"
 #include "tests/fakes/FakeApartment.h"
-#include "tools/korasim/RouterWriters.h"
+#include "tools/korasim/RouterEnds.h"
 
 #include <array>
 #include <cstdint>

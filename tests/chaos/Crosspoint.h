@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tools/korasim/Signal.h"
+#include "tools/korasim/RouterObserver.h"
 
 #include <chrono>
 #include <compare>

@@ -1,9 +1,19 @@
 #include "tools/korasim/DelayedSender.h"
 
+#include <future>
+#include <memory>
 #include <utility>
 
 namespace korasim
 {
+
+void runOn(com::tallowcrest::apartment::SendDoItEvent& apartment, const std::function<void()>& function)
+{
+    std::packaged_task<void()> task(function);
+    auto done = task.get_future();
+    post(apartment, std::make_unique<FunctionEvent>([&task] { task(); }));
+    done.get();
+}
 
 DelayedSender::DelayedSender(std::shared_ptr<com::tallowcrest::apartment::SendDoItEvent> apartment)
     : m_apartment(std::move(apartment)), m_thread([this] { run(); })

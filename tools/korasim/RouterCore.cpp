@@ -1,7 +1,7 @@
 #include "tools/korasim/RouterCore.h"
 
 #include "bustypes/TopicNames.h"
-#include "tools/korasim/FunctionEvent.h"
+#include "tools/korasim/DelayedSender.h"
 
 #include <utility>
 

@@ -1,10 +1,9 @@
 #pragma once
 
 #include "tools/korasim/DelayedSender.h"
+#include "tools/korasim/RouterEnds.h"
 #include "tools/korasim/RouterObserver.h"
 #include "tools/korasim/RouterOptions.h"
-#include "tools/korasim/RouterWriters.h"
-#include "tools/korasim/SampleSub.h"
 
 #include <map>
 #include <memory>

@@ -1,11 +1,43 @@
 #pragma once
 
 #include "bustypes/RoutingTypes.h"
-#include "tools/korasim/Liveness.h"
-#include "tools/korasim/Signal.h"
 
 namespace korasim
 {
+
+/// The two kinds of crosspoint; each has topics of its own on the bus.
+enum class Signal
+{
+    Video,
+    Audio
+};
+
+constexpr const char* toString(Signal signal)
+{
+    return signal == Signal::Video ? "video" : "audio";
+}
+
+/// What the bus says of an instance: somebody writes it, its writers went without a word, or it was disposed of.
+enum class Liveness
+{
+    Alive,
+    NoWriters,
+    Disposed
+};
+
+constexpr const char* toString(Liveness liveness)
+{
+    switch (liveness)
+    {
+    case Liveness::Alive:
+        return "alive";
+    case Liveness::NoWriters:
+        return "no writers";
+    case Liveness::Disposed:
+        return "disposed";
+    }
+    return "";
+}
 
 /// Is told what a simulated router sees and does, always on the router's own thread. Must not call back into the
 /// router.

@@ -2,7 +2,6 @@
 
 #include "runtime/apartment/Apartment.h"
 #include "tools/korasim/DelayedSender.h"
-#include "tools/korasim/FunctionEvent.h"
 #include "tools/korasim/RouterCore.h"
 
 #include <utility>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "bustypes/RoutingTypes.h"
-#include "tools/korasim/Signal.h"
+#include "tools/korasim/RouterObserver.h"
 
 #include <cstdint>
 #include <limits>

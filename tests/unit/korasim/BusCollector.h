@@ -2,7 +2,7 @@
 
 #include "runtime/apartment/Apartment.h"
 #include "tests/support/WaitUntil.h"
-#include "tools/korasim/SampleSub.h"
+#include "tools/korasim/RouterEnds.h"
 
 #include <functional>
 #include <memory>

@@ -2,7 +2,6 @@
 
 #include "tests/fakes/FakeApartment.h"
 #include "tests/support/WaitUntil.h"
-#include "tools/korasim/FunctionEvent.h"
 
 #include <gtest/gtest.h>
 

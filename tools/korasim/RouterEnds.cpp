@@ -1,4 +1,4 @@
-#include "tools/korasim/RouterWriters.h"
+#include "tools/korasim/RouterEnds.h"
 
 #include "bustypes/TopicNames.h"
 
