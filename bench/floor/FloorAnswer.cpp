@@ -1,4 +1,4 @@
-#include "bench/floor/FloorAnswer.h"
+#include "bench/floor/Floor.h"
 
 #include <algorithm>
 

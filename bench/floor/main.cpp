@@ -2,8 +2,7 @@
 // apartment, a mutex and a condition variable each way), the same socket options and the same bus entities, one write
 // for each entry; no tables, no checks, no log. What the bridge costs beyond this is its own doing.
 
-#include "bench/floor/FloorApartment.h"
-#include "bench/floor/FloorConnection.h"
+#include "bench/floor/Floor.h"
 #include "bustypes/TopicNames.h"
 #include "koraserver/ControllerSocket.h"
 #include "runtime/util/SystemError.h"

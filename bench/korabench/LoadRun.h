@@ -6,7 +6,6 @@
 
 #include "bench/korabench/Client.h"
 #include "bench/korabench/CommandLine.h"
-#include "bench/korabench/LoadOptions.h"
 #include "bench/korabench/Report.h"
 
 namespace korabench

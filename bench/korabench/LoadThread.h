@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "bench/korabench/Client.h"
-#include "bench/korabench/LatencyStats.h"
+#include "bench/korabench/Report.h"
 #include "runtime/util/UniqueFd.h"
 
 namespace korabench

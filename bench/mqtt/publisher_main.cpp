@@ -2,7 +2,7 @@
 // for its acknowledgement and publishes the next.
 
 #include "bench/korabench/LoadRun.h"
-#include "bench/mqtt/MqttPublisher.h"
+#include "bench/mqtt/Mqtt.h"
 
 #include <cstdlib>
 #include <exception>

@@ -2,7 +2,7 @@
 // subscribed, and on SIGUSR1 and at its end (SIGTERM, SIGINT) "samples N".
 
 #include "bench/korabench/Client.h"
-#include "bench/mqtt/MqttPackets.h"
+#include "bench/mqtt/Mqtt.h"
 #include "bench/support/CountOnSignal.h"
 #include "runtime/util/SystemError.h"
 

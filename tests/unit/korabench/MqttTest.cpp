@@ -1,4 +1,4 @@
-#include "bench/mqtt/MqttPackets.h"
+#include "bench/mqtt/Mqtt.h"
 
 #include <gtest/gtest.h>
 

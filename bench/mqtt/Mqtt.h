@@ -1,9 +1,12 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <span>
 #include <string>
 #include <vector>
+
+#include "bench/korabench/Client.h"
 
 /// The few MQTT 3.1.1 packets that a publisher and a subscriber with QoS 1 need; none over 127 bytes of remaining
 /// length.
@@ -36,5 +39,26 @@ std::span<const std::uint8_t> firstPacket(std::span<const std::uint8_t> bytes);
 std::uint16_t packetIdOf(std::span<const std::uint8_t> publishPacket);
 /// The packet id of a PUBACK.
 std::uint16_t acknowledgedId(std::span<const std::uint8_t> publishAckPacket);
+
+/// Publishes one message with QoS 1 after another to an MQTT broker; the broker's acknowledgement is the response.
+class MqttPublisher final : public korabench::Client
+{
+public:
+    /// Connects. Throws NotConnected.
+    MqttPublisher(const korabench::Endpoint& endpoint, const std::string& clientId, const std::string& topic,
+                  std::size_t payloadBytes);
+
+    void send() override;
+    bool receive() override;
+    korabench::Command lastCommand() const override { return korabench::Command::Publish; }
+    std::uint32_t lastEntries() const override { return 1; }
+
+private:
+    const std::size_t m_payloadBytes;
+    Bytes m_packet;
+    std::uint16_t m_id = 0;
+    std::size_t m_held = 0;
+    std::array<std::uint8_t, ackBytes> m_buffer{};
+};
 
 } // namespace mqtt

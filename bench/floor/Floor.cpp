@@ -1,4 +1,4 @@
-#include "bench/floor/FloorConnection.h"
+#include "bench/floor/Floor.h"
 
 #include <cerrno>
 #include <utility>
@@ -11,6 +11,47 @@
 
 namespace bench
 {
+
+FloorApartment::FloorApartment(Writer<Output> targets) : m_targets(targets), m_thread([this] { run(); }) {}
+
+FloorApartment::~FloorApartment()
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        m_isRunning = false;
+    }
+    m_queued.notify_one();
+    m_thread.join();
+}
+
+void FloorApartment::send(FloorExchange& exchange)
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        m_queue.push_back(&exchange);
+    }
+    m_queued.notify_one();
+}
+
+void FloorApartment::run()
+{
+    for (;;)
+    {
+        FloorExchange* exchange = nullptr;
+        {
+            std::unique_lock lock(m_mutex);
+            m_queued.wait(lock, [this] { return !m_queue.empty() || !m_isRunning; });
+            if (m_queue.empty())
+            {
+                return;
+            }
+            exchange = m_queue.front();
+            m_queue.pop_front();
+        }
+        exchange->responseBytes = answer(exchange->request, exchange->response, m_targets);
+        exchange->push();
+    }
+}
 
 FloorConnection::FloorConnection(com::tallowcrest::util::UniqueFd socket, FloorApartment& apartment, Receive receive)
     : m_socket(std::move(socket)), m_apartment(apartment), m_receive(receive), m_thread([this] {
