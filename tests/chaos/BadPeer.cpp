@@ -4,7 +4,7 @@
 #include "koracommand/WireLayout.h"
 #include "koracommand/WireWords.h"
 #include "tests/chaos/Controller.h"
-#include "tests/chaos/Stopper.h"
+#include "tests/chaos/World.h"
 
 #include <algorithm>
 #include <cerrno>

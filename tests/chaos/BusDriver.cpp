@@ -1,7 +1,6 @@
 #include "tests/chaos/BusDriver.h"
 
 #include "tests/chaos/BusWatch.h"
-#include "tests/chaos/Stopper.h"
 #include "tests/chaos/World.h"
 
 namespace chaos

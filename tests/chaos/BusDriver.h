@@ -2,7 +2,7 @@
 
 #include "tests/chaos/Dice.h"
 #include "tests/chaos/Plan.h"
-#include "tests/chaos/RouterProcess.h"
+#include "tests/chaos/Processes.h"
 
 #include <map>
 #include <string>

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "koraclient/KoraClient.h"
-#include "tests/chaos/Stopper.h"
 #include "tests/chaos/World.h"
 #include "tests/support/Ports.h"
 

@@ -1,11 +1,11 @@
 #include "tests/chaos/Run.h"
 
 #include "tests/chaos/BadPeer.h"
-#include "tests/chaos/BridgeProcess.h"
 #include "tests/chaos/BusDriver.h"
 #include "tests/chaos/BusWatch.h"
 #include "tests/chaos/ConsolePeer.h"
 #include "tests/chaos/GoodControllers.h"
+#include "tests/chaos/Processes.h"
 #include "tests/support/TcpSocket.h"
 #include "tests/support/WaitUntil.h"
 

@@ -8,8 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/chaos/BridgeProcess.h"
-#include "tests/chaos/RouterProcess.h"
+#include "tests/chaos/Processes.h"
 
 namespace flatness
 {

@@ -9,13 +9,11 @@
 #include <thread>
 #include <vector>
 
-#include "tests/chaos/BridgeProcess.h"
 #include "tests/chaos/Controller.h"
-#include "tests/chaos/RouterProcess.h"
+#include "tests/chaos/Processes.h"
 #include "tests/flatness/EndpointWatch.h"
+#include "tests/flatness/Figures.h"
 #include "tests/flatness/Load.h"
-#include "tests/flatness/PoolTable.h"
-#include "tests/flatness/ProcessFigures.h"
 #include "tests/support/MeaningfulMemory.h"
 #include "tests/support/TcpSocket.h"
 #include "tests/support/WaitUntil.h"

@@ -4,6 +4,8 @@
 #include <map>
 #include <string>
 
+#include <sys/types.h>
+
 namespace flatness
 {
 
@@ -21,5 +23,19 @@ PoolTable parsePoolTable(const std::string& text);
 
 std::size_t inUse(const PoolTable& table);
 std::size_t blocks(const PoolTable& table);
+
+/// What the system says of a process. Plain value.
+struct ProcessFigures
+{
+    std::size_t residentKiB = 0; ///< of an emulated program without its emulator (KORABRIDGE_EMULATED_BASE)
+    std::size_t descriptors = 0;
+    std::size_t threads = 0;
+
+    /// All 0 when there is no such process.
+    static ProcessFigures of(pid_t process);
+};
+
+/// What the descriptors of a process refer to, for people.
+std::string describeDescriptors(pid_t process);
 
 } // namespace flatness
