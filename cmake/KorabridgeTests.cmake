@@ -13,8 +13,9 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     -Wno-array-bounds -Wno-restrict -Wno-stringop-overflow -Wno-stringop-overread)
 endif()
 
-# The headers that every test reads, compiled once for all test programs.
-add_executable(test_headers ${PROJECT_SOURCE_DIR}/tests/support/test_headers.cpp)
+# The headers that every test reads, compiled once for all test programs. The program is never run.
+file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/test_headers.cpp CONTENT "int main()\n{\n    return 0;\n}\n")
+add_executable(test_headers ${PROJECT_BINARY_DIR}/test_headers.cpp)
 target_link_libraries(test_headers PRIVATE korabridge_test_flags)
 target_precompile_headers(test_headers PRIVATE
   <gtest/gtest.h> <gmock/gmock.h> <algorithm> <chrono> <condition_variable> <filesystem> <fstream> <functional> <map> <memory>

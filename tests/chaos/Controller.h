@@ -2,7 +2,7 @@
 
 #include "koraclient/KoraClient.h"
 #include "tests/chaos/World.h"
-#include "tests/support/Ports.h"
+#include "tests/support/Places.h"
 
 #include <cstdint>
 #include <functional>

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "tests/interop/EventLines.h"
 #include "tests/interop/FastLibrary.h"
 
 #include <fastdds/dds/subscriber/DataReader.hpp>
@@ -9,9 +8,19 @@
 
 #include <cstdint>
 #include <functional>
+#include <iostream>
 #include <map>
+#include <mutex>
 #include <string>
 #include <vector>
+
+/// Writes whole lines to standard output, each flushed at once, so that a test can wait for them. Thread-safe.
+inline void printEventLine(const std::string& line)
+{
+    static std::mutex mutex;
+    const std::lock_guard lock(mutex);
+    std::cout << line << std::endl;
+}
 
 /// The texts of one sample.
 struct SampleText

@@ -2,7 +2,7 @@
 // Commands come on standard input (see PeerCommands), each answered by "ok" or "error <text>"; what the bus brings is
 // printed as it comes. The end of standard input or "quit" ends it.
 
-#include "tests/interop/EventLines.h"
+#include "tests/interop/FastReader.h"
 #include "tests/interop/FastRouter.h"
 #include "tests/interop/PeerCommands.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tests/support/Ports.h"
+#include "tests/support/Places.h"
 #include "tests/support/TcpSocket.h"
 
 #include <chrono>

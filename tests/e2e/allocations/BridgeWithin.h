@@ -2,7 +2,7 @@
 
 #include "bridge/Director.h"
 #include "tests/support/ChildProcess.h"
-#include "tests/support/Ports.h"
+#include "tests/support/Places.h"
 #include "tests/support/TcpSocket.h"
 
 #include <gtest/gtest.h>

@@ -2,7 +2,7 @@
 
 #include "koraclient/KoraClient.h"
 #include "tests/support/ChildProcess.h"
-#include "tests/support/Ports.h"
+#include "tests/support/Places.h"
 #include "tests/support/TcpSocket.h"
 #include "tests/support/WaitUntil.h"
 #include "tools/korasim/SimulatedRouter.h"

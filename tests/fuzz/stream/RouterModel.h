@@ -1,8 +1,7 @@
 #pragma once
 
 #include "tests/fuzz/stream/FuzzBus.h"
-#include "tests/fuzz/stream/ModelLevel.h"
-#include "tests/fuzz/stream/ModelSignal.h"
+#include "tests/fuzz/stream/ModelState.h"
 
 #include <cstdint>
 #include <map>

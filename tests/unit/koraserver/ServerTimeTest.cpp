@@ -1,8 +1,8 @@
-// What is promised of the server within a time.
-#include "tests/unit/koraserver/ServerFixture.h"
-
+// What is promised of the server and of a connection within a time.
 #include "tests/support/StallMeter.h"
 #include "tests/support/TimeFactor.h"
+#include "tests/unit/koraserver/ConnectionImplFixture.h"
+#include "tests/unit/koraserver/ServerFixture.h"
 
 #include <chrono>
 
@@ -64,4 +64,30 @@ TEST_F(ServerTimeTest, RouterThatComesAndGoesDoesNotWaitForThePassThatRuns)
     });
 
     EXPECT_LT(took, scaled(rounds * 1s / 2)) << "a pass waits for a second";
+}
+
+namespace
+{
+
+class ConnectionImplTimeTest : public ConnectionImplFixture
+{
+protected:
+    testsupport::StallMeter m_stalls;
+};
+
+} // namespace
+
+TEST_F(ConnectionImplTimeTest, ClientThatNeverReadsHoldsUpNeitherStopNorClose)
+{
+    korabytes::useSmallBuffers(m_client->fd());
+    m_commands.answer = longestAnswer;
+    m_sut->start();
+    floodWithoutReading();
+
+    const auto stopping = m_stalls.workedDuring([this] { m_sut->stop(); });
+    const auto closing = m_stalls.workedDuring([this] { m_sut.reset(); });
+
+    EXPECT_LT(stopping, scaled(500ms));
+    EXPECT_LT(closing, scaled(500ms));
+    EXPECT_EQ(m_log.countHolding("WARN"), 0U) << "the send failed because of the stop";
 }

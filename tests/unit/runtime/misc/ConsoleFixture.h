@@ -3,7 +3,7 @@
 #include "runtime/misc/Console.h"
 #include "runtime/misc/TelnetIO.h"
 #include "tests/support/LogRecorder.h"
-#include "tests/support/Ports.h"
+#include "tests/support/Places.h"
 #include "tests/support/TcpSocket.h"
 #include "tests/support/WaitUntil.h"
 

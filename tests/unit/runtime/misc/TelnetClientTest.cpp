@@ -1,7 +1,7 @@
 #include "runtime/misc/TelnetClient.h"
 
 #include "tests/support/LogRecorder.h"
-#include "tests/support/Ports.h"
+#include "tests/support/Places.h"
 #include "tests/support/TcpSocket.h"
 #include "tests/support/TimeFactor.h"
 #include "tests/support/WaitUntil.h"

@@ -2,7 +2,7 @@
 
 #include "tests/support/FailingCall.h"
 #include "tests/support/LogRecorder.h"
-#include "tests/support/Ports.h"
+#include "tests/support/Places.h"
 #include "tests/support/TcpSocket.h"
 
 #include <gtest/gtest.h>
