@@ -69,7 +69,7 @@ std::map<std::string, MessageText> allMessages()
     std::map<std::string, MessageText> messages;
     for (const auto& entry : std::filesystem::directory_iterator(vectorFolder()))
     {
-        if (entry.path().extension() == ".txt" && entry.path().stem() != "CMakeLists")
+        if (entry.path().extension() == ".txt")
         {
             readMessages(entry.path(), messages);
         }

@@ -8,8 +8,6 @@ def load():
     """Each message by its name: a list of its words, each as offset, value, comment."""
     messages = {}
     for path in sorted(pathlib.Path(__file__).parent.glob("*.txt")):
-        if path.name == "CMakeLists.txt":
-            continue
         for line in path.read_text(encoding="utf-8").splitlines():
             if heading := re.fullmatch(r"\[(\w+)\]", line):
                 words = messages.setdefault(heading[1], [])

@@ -1,5 +1,5 @@
 #include "koraserver/ControllerSocket.h"
-
+#include "runtime/util/UniqueFd.h"
 #include "tests/support/FailingCall.h"
 #include "tests/support/LogRecorder.h"
 #include "tests/support/TcpSocket.h"
@@ -15,28 +15,31 @@
 
 #include <cerrno>
 #include <string>
+#include <tuple>
 #include <variant>
 #include <vector>
 
 using com::tallowcrest::util::Failure;
+using com::tallowcrest::util::SocketOption;
 using com::tallowcrest::util::UniqueFd;
 using testsupport::TcpSocket;
+using Kind = SocketOption::Kind;
 
 namespace
 {
+
+int intOption(int socket, int level, int name)
+{
+    int value = -1;
+    socklen_t size = sizeof value;
+    EXPECT_EQ(::getsockopt(socket, level, name, &value, &size), 0);
+    return value;
+}
 
 class ListeningSocketTest : public testing::Test
 {
 protected:
     UniqueFd open() { return std::get<UniqueFd>(openControllerPort(m_log.logger())); }
-
-    static int intOption(const UniqueFd& socket, int level, int name)
-    {
-        int value = -1;
-        socklen_t size = sizeof value;
-        EXPECT_EQ(::getsockopt(socket.get(), level, name, &value, &size), 0);
-        return value;
-    }
 
     /// A client whose connection the system has taken, or not within some time.
     static bool connects(const UniqueFd& client)
@@ -71,9 +74,9 @@ TEST_F(ListeningSocketTest, CarriesItsOptionsWithTcpNodelayCleared)
 {
     const UniqueFd sut = open();
 
-    EXPECT_EQ(intOption(sut, IPPROTO_TCP, TCP_NODELAY), 0);
-    EXPECT_EQ(intOption(sut, SOL_SOCKET, SO_KEEPALIVE), 1);
-    EXPECT_EQ(intOption(sut, SOL_SOCKET, SO_REUSEADDR), 1);
+    EXPECT_EQ(intOption(sut.get(), IPPROTO_TCP, TCP_NODELAY), 0);
+    EXPECT_EQ(intOption(sut.get(), SOL_SOCKET, SO_KEEPALIVE), 1);
+    EXPECT_EQ(intOption(sut.get(), SOL_SOCKET, SO_REUSEADDR), 1);
     linger value{};
     socklen_t size = sizeof value;
     ASSERT_EQ(::getsockopt(sut.get(), SOL_SOCKET, SO_LINGER, &value, &size), 0);
@@ -182,3 +185,110 @@ INSTANTIATE_TEST_SUITE_P(
                                 "failed setting SO_LINGER socket option on socket #, No buffer space available"},
                     FailingStep{{{SYS_listen, EADDRINUSE}},
                                 "listen failed using socket # to address/port 0.0.0.0, Address already in use\n"}));
+
+namespace
+{
+
+using Row = std::tuple<std::string, Kind, int, int, int>;
+
+template <typename Table>
+std::vector<Row> rows(const Table& table)
+{
+    std::vector<Row> all;
+    for (const SocketOption& option : table)
+    {
+        all.emplace_back(option.text, option.kind, option.level, option.name, option.value);
+    }
+    return all;
+}
+
+} // namespace
+
+TEST(SocketOption, ListeningSocketIsSetUpInTheOrderThatEndsWithoutTcpNodelay)
+{
+    // Option 1 of the TCP level is TCP_NODELAY, although the last row speaks of SO_DEBUG.
+    EXPECT_EQ(rows(listeningOptions), (std::vector<Row>{{"SO_KEEPALIVE", Kind::Number, SOL_SOCKET, SO_KEEPALIVE, 1},
+                                                        {"SO_REUSEADDR", Kind::Number, SOL_SOCKET, SO_REUSEADDR, 1},
+                                                        {"FIONBIO blocking", Kind::Blocking, 0, 0, 0},
+                                                        {"TCP_NODELAY", Kind::Number, IPPROTO_TCP, 1, 1},
+                                                        {"SO_DEBUG", Kind::Number, IPPROTO_TCP, 1, 0}}));
+    EXPECT_EQ(rows(boundOptions), (std::vector<Row>{{"SO_LINGER", Kind::Linger, SOL_SOCKET, SO_LINGER, 1}}));
+}
+
+TEST(SocketOption, AcceptedSocketIsSetUpInOrder)
+{
+    EXPECT_EQ(rows(acceptedOptions),
+              (std::vector<Row>{{"SO_LINGER", Kind::Linger, SOL_SOCKET, SO_LINGER, 1},
+                                {"SO_KEEPALIVE", Kind::Number, SOL_SOCKET, SO_KEEPALIVE, 1},
+                                {"TCP_KEEPIDLE", Kind::Number, IPPROTO_TCP, TCP_KEEPIDLE, 300}}));
+}
+
+TEST(SocketOption, ListeningOptionsLeaveTcpNodelayCleared)
+{
+    const UniqueFd socket(::socket(AF_INET, SOCK_STREAM, 0));
+
+    ASSERT_EQ(applySocketOptions(socket.get(), std::span(listeningOptions).first(4)), std::nullopt);
+    EXPECT_EQ(intOption(socket.get(), IPPROTO_TCP, TCP_NODELAY), 1);
+    ASSERT_EQ(applySocketOptions(socket.get(), std::span(listeningOptions).last(1)), std::nullopt);
+    EXPECT_EQ(intOption(socket.get(), IPPROTO_TCP, TCP_NODELAY), 0);
+}
+
+TEST(SocketOption, AcceptedOptionsTakeEffect)
+{
+    const UniqueFd socket(::socket(AF_INET, SOCK_STREAM, 0));
+
+    ASSERT_EQ(applySocketOptions(socket.get(), acceptedOptions), std::nullopt);
+
+    linger value{};
+    socklen_t size = sizeof value;
+    ASSERT_EQ(::getsockopt(socket.get(), SOL_SOCKET, SO_LINGER, &value, &size), 0);
+    EXPECT_EQ(value.l_onoff, 1);
+    EXPECT_EQ(value.l_linger, 1);
+    EXPECT_EQ(intOption(socket.get(), SOL_SOCKET, SO_KEEPALIVE), 1);
+    EXPECT_EQ(intOption(socket.get(), IPPROTO_TCP, TCP_KEEPIDLE), 300);
+}
+
+namespace
+{
+
+struct RefusedStep
+{
+    SocketOption option;
+    int domain;
+    int type;
+    std::string text; ///< with # for the descriptor
+};
+
+class SocketOptionFailure : public testing::TestWithParam<RefusedStep>
+{};
+
+} // namespace
+
+TEST_P(SocketOptionFailure, IsReportedWithTheTextOfItsStep)
+{
+    const UniqueFd socket(GetParam().domain < 0 ? -1 : ::socket(GetParam().domain, GetParam().type, 0));
+
+    const auto failure = applySocketOptions(socket.get(), std::span(&GetParam().option, 1));
+
+    ASSERT_NE(failure, std::nullopt);
+    std::string expected = GetParam().text;
+    expected.replace(expected.find('#'), 1, std::to_string(socket.get()));
+    EXPECT_EQ(failure->text, expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Steps, SocketOptionFailure,
+    testing::Values(RefusedStep{listeningOptions[0], -1, 0,
+                                "failed setting SO_KEEPALIVE socket option on socket #, Bad file descriptor"},
+                    RefusedStep{listeningOptions[1], -1, 0,
+                                "failed setting SO_REUSEADDR socket option on socket #, Bad file descriptor"},
+                    RefusedStep{listeningOptions[2], -1, 0,
+                                "failed setting FIONBIO blocking socket option on socket #, Bad file descriptor"},
+                    RefusedStep{listeningOptions[3], AF_UNIX, SOCK_STREAM,
+                                "failed setting TCP_NODELAY socket option on socket #, Operation not supported"},
+                    RefusedStep{listeningOptions[4], AF_UNIX, SOCK_STREAM,
+                                "failed setting SO_DEBUG socket option on socket #, Operation not supported"},
+                    RefusedStep{boundOptions[0], -1, 0,
+                                "failed setting SO_LINGER socket option on socket #, Bad file descriptor"},
+                    RefusedStep{acceptedOptions[2], AF_UNIX, SOCK_STREAM,
+                                "failed setting TCP_KEEPIDLE socket option on socket #, Operation not supported"}));

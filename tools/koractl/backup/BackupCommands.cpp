@@ -10,9 +10,8 @@
 #include "koracommand/ResultCode.h"
 #include "runtime/util/SystemError.h"
 #include "tools/koractl/backup/BackupFile.h"
-#include "tools/koractl/backup/BackupReport.h"
+#include "tools/koractl/backup/BackupReports.h"
 #include "tools/koractl/backup/RestorePlan.h"
-#include "tools/koractl/backup/RestoreReport.h"
 #include "tools/koractl/common/Arguments.h"
 #include "tools/koractl/common/FileLines.h"
 
