@@ -1,6 +1,6 @@
 #include "bustypes/TopicNames.h"
 #include "tests/interop/PeerProcess.h"
-#include "tests/unit/korasim/BusCollector.h"
+#include "tests/unit/tools/korasim/BusCollector.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "tests/unit/koractl/FakeLevel.h"
+#include "tests/unit/tools/koractl/FakeLevel.h"
 
 #include <algorithm>
 

@@ -14,8 +14,8 @@
 #include "tests/support/ChildProcess.h"
 #include "tests/support/TimeFactor.h"
 #include "tests/support/WaitUntil.h"
-#include "tests/unit/koractl/FakeLevel.h"
-#include "tests/unit/koractl/FakeRouter.h"
+#include "tests/unit/tools/koractl/FakeLevel.h"
+#include "tests/unit/tools/koractl/FakeRouter.h"
 
 using com::tallowcrest::util::UniqueFd;
 

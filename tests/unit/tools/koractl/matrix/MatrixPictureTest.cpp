@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/unit/koractl/Golden.h"
+#include "tests/unit/tools/koractl/Golden.h"
 
 using namespace koraclient;
 using namespace koractl;

@@ -1,4 +1,4 @@
-#include "tests/unit/koractl/FakeRouter.h"
+#include "tests/unit/tools/koractl/FakeRouter.h"
 
 #include <algorithm>
 

@@ -14,7 +14,7 @@
 /// test fails, so that nobody leaves it set.
 inline void expectGolden(const std::string& name, const std::string& text)
 {
-    const std::string path = testsupport::sourceFolder() / "tests/unit/koractl/golden" / name;
+    const std::string path = testsupport::sourceFolder() / "tests/unit/tools/koractl/golden" / name;
     if (std::getenv("KORACTL_WRITE_GOLDEN") != nullptr)
     {
         std::ofstream(path) << text;

@@ -16,7 +16,7 @@
 #include "runtime/util/UniqueFd.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/TimeFactor.h"
-#include "tests/unit/koractl/FakeLevel.h"
+#include "tests/unit/tools/koractl/FakeLevel.h"
 
 using com::tallowcrest::util::UniqueFd;
 using namespace std::chrono_literals;

@@ -10,8 +10,8 @@
 #include <nlohmann/json.hpp>
 
 #include "tests/support/TempDir.h"
-#include "tests/unit/koractl/FakeLevel.h"
-#include "tests/unit/koractl/Golden.h"
+#include "tests/unit/tools/koractl/FakeLevel.h"
+#include "tests/unit/tools/koractl/Golden.h"
 
 namespace
 {

@@ -9,7 +9,7 @@
 #include <nlohmann/json.hpp>
 
 #include "tests/support/TempDir.h"
-#include "tests/unit/koractl/FakeRouter.h"
+#include "tests/unit/tools/koractl/FakeRouter.h"
 
 namespace
 {

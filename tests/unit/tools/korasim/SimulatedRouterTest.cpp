@@ -2,7 +2,7 @@
 
 #include "bustypes/TopicNames.h"
 #include "buswrappers/TopicPub.h"
-#include "tests/unit/korasim/BusCollector.h"
+#include "tests/unit/tools/korasim/BusCollector.h"
 
 #include <gtest/gtest.h>
 
