@@ -57,39 +57,27 @@ __attribute__((format(printf, 2, 3))) void printUnlogged(const char* reason, con
 
 } // namespace com::tallowcrest::util
 
-#define KORABRIDGE_LOG(LOGGER, IS_ENABLED, LOG4CXX_MACRO, ...)                                                         \
+#define KORABRIDGE_LOG(LOGGER, LEVEL, LOCATION, ...)                                                                   \
     do                                                                                                                 \
     {                                                                                                                  \
         const auto& korabridgeLogger = (LOGGER);                                                                       \
-        if (korabridgeLogger != nullptr && korabridgeLogger->IS_ENABLED())                                             \
+        if (korabridgeLogger != nullptr && korabridgeLogger->is##LEVEL##Enabled())                                     \
         {                                                                                                              \
             std::array<char, com::tallowcrest::util::logLineSize> korabridgeLine{};                                    \
             static_cast<void>(std::snprintf(korabridgeLine.data(), korabridgeLine.size(), __VA_ARGS__));               \
-            LOG4CXX_MACRO(korabridgeLogger, korabridgeLine.data());                                                    \
+            korabridgeLogger->forcedLog(log4cxx::Level::get##LEVEL(), std::string(korabridgeLine.data()), LOCATION);   \
         }                                                                                                              \
     } while (false)
 
-#define LOG_DEBUG_F(LOGGER, ...) KORABRIDGE_LOG(LOGGER, isDebugEnabled, LOG4CXX_DEBUG, __VA_ARGS__)
-#define LOG_INFO_F(LOGGER, ...) KORABRIDGE_LOG(LOGGER, isInfoEnabled, LOG4CXX_INFO, __VA_ARGS__)
-#define LOG_WARN_F(LOGGER, ...) KORABRIDGE_LOG(LOGGER, isWarnEnabled, LOG4CXX_WARN, __VA_ARGS__)
-#define LOG_ERROR_F(LOGGER, ...) KORABRIDGE_LOG(LOGGER, isErrorEnabled, LOG4CXX_ERROR, __VA_ARGS__)
+#define LOG_INFO_F(LOGGER, ...) KORABRIDGE_LOG(LOGGER, Info, LOG4CXX_LOCATION, __VA_ARGS__)
+#define LOG_WARN_F(LOGGER, ...) KORABRIDGE_LOG(LOGGER, Warn, LOG4CXX_LOCATION, __VA_ARGS__)
+#define LOG_ERROR_F(LOGGER, ...) KORABRIDGE_LOG(LOGGER, Error, LOG4CXX_LOCATION, __VA_ARGS__)
 
 /// The same with a location, for helpers that log what others have done or failed to do.
-#define KORABRIDGE_LOG_AT(LOGGER, IS_ENABLED, GET_LEVEL, WHERE, ...)                                                   \
-    do                                                                                                                 \
-    {                                                                                                                  \
-        const auto& korabridgeLogger = (LOGGER);                                                                       \
-        if (korabridgeLogger != nullptr && korabridgeLogger->IS_ENABLED())                                             \
-        {                                                                                                              \
-            std::array<char, com::tallowcrest::util::logLineSize> korabridgeLine{};                                    \
-            static_cast<void>(std::snprintf(korabridgeLine.data(), korabridgeLine.size(), __VA_ARGS__));               \
-            korabridgeLogger->forcedLog(log4cxx::Level::GET_LEVEL(), std::string(korabridgeLine.data()),               \
-                                        com::tallowcrest::util::logLocation(WHERE));                                   \
-        }                                                                                                              \
-    } while (false)
-
-#define LOG_INFO_AT_F(LOGGER, WHERE, ...) KORABRIDGE_LOG_AT(LOGGER, isInfoEnabled, getInfo, WHERE, __VA_ARGS__)
-#define LOG_WARN_AT_F(LOGGER, WHERE, ...) KORABRIDGE_LOG_AT(LOGGER, isWarnEnabled, getWarn, WHERE, __VA_ARGS__)
+#define LOG_INFO_AT_F(LOGGER, WHERE, ...)                                                                              \
+    KORABRIDGE_LOG(LOGGER, Info, com::tallowcrest::util::logLocation(WHERE), __VA_ARGS__)
+#define LOG_WARN_AT_F(LOGGER, WHERE, ...)                                                                              \
+    KORABRIDGE_LOG(LOGGER, Warn, com::tallowcrest::util::logLocation(WHERE), __VA_ARGS__)
 
 /// LOG_ERROR_F for places that must not throw: when even the log line cannot be made (no memory), it goes to standard
 /// error. A macro, because the source location must be the caller's and the logger may be looked up inside.

@@ -39,18 +39,21 @@ TEST(LogTest, eachMacroHasItsLevel)
 {
     const testsupport::LogRecorder log;
     const auto logger = log4cxx::Logger::getLogger("some logger");
+    const auto here = com::tallowcrest::util::SourceLocation::current();
 
-    LOG_DEBUG_F(logger, "a");
-    LOG_INFO_F(logger, "b");
-    LOG_WARN_F(logger, "c");
-    LOG_ERROR_F(logger, "d");
+    LOG_INFO_F(logger, "a");
+    LOG_WARN_F(logger, "b");
+    LOG_ERROR_F(logger, "c");
+    LOG_INFO_AT_F(logger, here, "d");
+    LOG_WARN_AT_F(logger, here, "e");
 
     const auto lines = log.lines();
-    ASSERT_EQ(lines.size(), 4U);
-    EXPECT_EQ(lines[0].level, "DEBUG");
-    EXPECT_EQ(lines[1].level, "INFO");
-    EXPECT_EQ(lines[2].level, "WARN");
-    EXPECT_EQ(lines[3].level, "ERROR");
+    ASSERT_EQ(lines.size(), 5U);
+    EXPECT_EQ(lines[0].level, "INFO");
+    EXPECT_EQ(lines[1].level, "WARN");
+    EXPECT_EQ(lines[2].level, "ERROR");
+    EXPECT_EQ(lines[3].level, "INFO");
+    EXPECT_EQ(lines[4].level, "WARN");
 }
 
 TEST(LogTest, aLineOfTwoHundredBytesIsCutByOne)
