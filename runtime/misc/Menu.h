@@ -35,7 +35,6 @@ public:
     void addItem(std::string title, Handler handler);
     /// Removes the first item of that title, if any.
     void removeItem(const std::string& title);
-    std::int32_t itemCount() const { return m_itemCount; }
 
     /// Prints the title, the items column by column within 80 characters, and the prompt.
     void display() const;
