@@ -45,8 +45,6 @@ public:
 
     /// "Kora Connection:192.168.0.7:40112-9": address, port and descriptor of the client.
     const std::string& threadName() const { return m_threadName; }
-    /// The name under which the system lists the thread, as far as it has room for it: "Kora:40112-9".
-    const std::string& shortThreadName() const { return m_shortThreadName; }
 
 private:
     void run();
@@ -62,7 +60,7 @@ private:
     const std::uint32_t m_connectionId;
     const std::uint32_t m_clientAddress;
     const std::string m_threadName;
-    const std::string m_shortThreadName;
+    const std::string m_shortThreadName; ///< as the system lists the thread: "Kora:40112-9"
     std::unique_ptr<CmdHandler> m_cmdHandler;
     std::uint32_t m_responseSequence = 0;
     UnexpectedProtocols m_unexpectedProtocols;
