@@ -194,7 +194,7 @@ void LevelImpl::getOutputStatuses(std::uint32_t firstOutput, std::span<OutputSta
         if (xptOutput)
         {
             while (count < statuses.size() &&
-                   m_mapping.controllerOutputToXpt(firstOutput + static_cast<std::uint32_t>(count)))
+                   m_mapping.isValidControllerOutput(firstOutput + static_cast<std::uint32_t>(count)))
             {
                 ++count;
             }
