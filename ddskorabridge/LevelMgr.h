@@ -57,7 +57,7 @@ public:
     /// Marks every output of every level changed for the connection.
     void notifyLevels(std::uint32_t connection);
 
-    /// Prints a level description under a title to the console, for diagnosis.
+    /// Prints a level description under a title to the console. For whoever looks for a fault: no menu item calls it.
     void printSample(const std::string& title, const Sample& sample) const;
 
 private:
