@@ -36,24 +36,11 @@ protected:
         return std::to_string(static_cast<int>(year_month_day(floor<days>(now)).year()));
     }
 
-    void take(std::uint32_t input, std::uint32_t output)
-    {
-        auto client = connectController();
-        ASSERT_EQ(client.take({{videoLevel, 42, input, output}}), std::vector<std::uint32_t>{0});
-        ASSERT_TRUE(hasTarget(input, output));
-    }
-    bool hasTarget(std::uint32_t input, std::uint32_t output)
-    {
-        return record()
-            .waitForTarget(Signal::Video, output, [&](const auto& target) { return target.macroXptInput == input; })
-            .has_value();
-    }
     /// Waits until a store holds an input for an output; when that was written, in microseconds since 1970.
     static durability::SourceTime writtenFor(const std::filesystem::path& store, std::uint32_t input,
                                              std::uint32_t output)
     {
-        const std::string sql = "SELECT written FROM durable_sample WHERE instance = '" + std::to_string(output) +
-                                "' AND json_extract(payload, '$.macroXptInput') = " + std::to_string(input);
+        const std::string sql = "SELECT written " + stored(input, output);
         durability::SourceTime written = 0;
         std::string said;
         EXPECT_TRUE(waitUntil([&] {

@@ -61,18 +61,6 @@ protected:
         }
     }
 
-    void take(std::uint32_t input, std::uint32_t output)
-    {
-        auto client = connectController();
-        ASSERT_EQ(client.take({{videoLevel, 42, input, output}}), std::vector<std::uint32_t>{0});
-        ASSERT_TRUE(hasTarget(input, output));
-    }
-    bool hasTarget(std::uint32_t input, std::uint32_t output)
-    {
-        return record()
-            .waitForTarget(Signal::Video, output, [&](const auto& target) { return target.macroXptInput == input; })
-            .has_value();
-    }
     /// The lines of the program's log at WARN or above that are about the durable store; a slow machine has others.
     std::vector<std::string> complaints()
     {
@@ -100,8 +88,7 @@ protected:
     /// The store holds an output's input now; looked at with a connection of the test's own.
     bool storeHolds(std::uint32_t input, std::uint32_t output) const
     {
-        const std::string sql = "SELECT count(*) FROM durable_sample WHERE instance = '" + std::to_string(output) +
-                                "' AND json_extract(payload, '$.macroXptInput') = " + std::to_string(input);
+        const std::string sql = "SELECT count(*) " + stored(input, output);
         return testsupport::waitUntil([&] { return storeText(sql.c_str()) == "1"; });
     }
     /// The process dies 100 ms after the last take, and the next one publishes the target.

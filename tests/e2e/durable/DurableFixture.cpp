@@ -59,6 +59,20 @@ void DurableFixture::waitOutLossBound(testsupport::ChildProcess& bridge)
     ASSERT_TRUE(testsupport::waitUntil([&] { return stalls.workedSince(begin) > lossBound; }));
 }
 
+void DurableFixture::take(std::uint32_t input, std::uint32_t output)
+{
+    auto client = connectController();
+    ASSERT_EQ(client.take({{videoLevel, 42, input, output}}), std::vector<std::uint32_t>{0});
+    ASSERT_TRUE(hasTarget(input, output));
+}
+
+bool DurableFixture::hasTarget(std::uint32_t input, std::uint32_t output)
+{
+    return record()
+        .waitForTarget(Signal::Video, output, [&](const auto& target) { return target.macroXptInput == input; })
+        .has_value();
+}
+
 std::chrono::milliseconds DurableFixture::joinTime()
 {
     const std::string log = bridge().output();
@@ -75,6 +89,12 @@ std::chrono::milliseconds DurableFixture::joinTime()
 std::string DurableFixture::storeText(const char* sql) const
 {
     return com::tallowcrest::durability::SqliteConnection(m_store.string()).text(sql);
+}
+
+std::string DurableFixture::stored(std::uint32_t input, std::uint32_t output)
+{
+    return "FROM durable_sample WHERE instance = '" + std::to_string(output) +
+           "' AND json_extract(payload, '$.macroXptInput') = " + std::to_string(input);
 }
 
 std::size_t numberFromEnvironment(const char* name, std::size_t otherwise)

@@ -30,11 +30,17 @@ protected:
     static constexpr std::chrono::milliseconds lossBound{100};
     /// Waits until what a bridge has answered so far is kept whatever happens to it.
     static void waitOutLossBound(testsupport::ChildProcess& bridge);
+    /// A controller takes a video input to an output, and the router hears of it.
+    void take(std::uint32_t input, std::uint32_t output);
+    /// The router has heard of that target, or does so in time.
+    bool hasTarget(std::uint32_t input, std::uint32_t output);
     /// How long the bridge that was just started waited from the first log line of the join to the open controller
     /// port, by its own log; of the time for which there was a processor.
     std::chrono::milliseconds joinTime();
     /// What the sqlite3 library says of the store, and one number out of it.
     std::string storeText(const char* sql) const;
+    /// From which row of a store a query is to read: the one of an output that has this input.
+    static std::string stored(std::uint32_t input, std::uint32_t output);
 
     const std::filesystem::path& store() const { return m_store; }
     void setStore(std::filesystem::path store) { m_store = std::move(store); }
