@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <system_error>
 #include <utility>
 #include <vector>
@@ -30,6 +31,9 @@ std::vector<FailingCall> failingThreadStart();
 /// process is not touched. False, and `body` has not run, where the system permits no such thing (an emulator).
 [[nodiscard]] bool withFailingCalls(const std::vector<FailingCall>& calls, const std::function<void()>& body);
 
+/// Why a case is skipped for which that is false.
+inline constexpr const char* noFailingCalls = "system calls cannot be made to fail here";
+
 /// The system's error in what `call` throws; 0 when it throws nothing.
 template <typename Call>
 int errorOf(Call&& call)
@@ -43,6 +47,15 @@ int errorOf(Call&& call)
         return error.code().value();
     }
     return 0;
+}
+
+/// The system's error in what a start throws that finds no thread to be had; empty where calls cannot be made to fail.
+template <typename Start>
+std::optional<int> errorWithoutAThread(Start&& start)
+{
+    int error = 0;
+    const bool isTried = withFailingCalls(failingThreadStart(), [&] { error = errorOf(start); });
+    return isTried ? std::optional(error) : std::nullopt;
 }
 
 } // namespace testsupport

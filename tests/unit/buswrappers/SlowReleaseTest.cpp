@@ -78,7 +78,7 @@ TEST(SlowReleaseTest, WithoutAThreadTheObjectGoesAtOnce)
 
     if (!isTried)
     {
-        GTEST_SKIP() << "system calls cannot be made to fail here";
+        GTEST_SKIP() << testsupport::noFailingCalls;
     }
     EXPECT_EQ(goneAtOnce, 1);
 }

@@ -244,7 +244,7 @@ TEST(KoraClient, GivenConnectionThatTheSystemRefusesSaysWhy)
 
     if (!noDescriptor || !noRoute)
     {
-        GTEST_SKIP() << "system calls cannot be made to fail here";
+        GTEST_SKIP() << testsupport::noFailingCalls;
     }
     EXPECT_EQ(*noDescriptor, where + "Too many open files");
     EXPECT_EQ(*noRoute, where + "Network is unreachable");

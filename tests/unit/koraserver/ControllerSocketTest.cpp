@@ -166,7 +166,7 @@ TEST_P(ListeningSocketFailureTest, StepThatFailsIsReportedAndNothingStaysOpen)
 
     if (!testsupport::withFailingCalls(GetParam().calls, [&] { opened = openControllerPort(m_log.logger()); }))
     {
-        GTEST_SKIP() << "system calls cannot be made to fail here";
+        GTEST_SKIP() << testsupport::noFailingCalls;
     }
 
     const UniqueFd next(::socket(AF_INET, SOCK_STREAM, 0)); // gets the number that the failed socket had

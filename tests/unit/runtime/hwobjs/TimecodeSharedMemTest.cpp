@@ -219,7 +219,7 @@ TEST_F(TimecodeSharedMemTest, segmentThatCannotBeDetachedIsToldAndTheEndGoesOn)
     const std::string errors = testing::internal::GetCapturedStderr();
     if (!isTried)
     {
-        GTEST_SKIP() << "system calls cannot be made to fail here";
+        GTEST_SKIP() << testsupport::noFailingCalls;
     }
     EXPECT_EQ(errors, "shmdt: Invalid argument\n");
 }

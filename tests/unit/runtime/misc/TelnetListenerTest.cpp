@@ -17,7 +17,6 @@ namespace
 {
 
 constexpr std::uint16_t port = testsupport::telnetPort;
-constexpr const char* noFailingCalls = "system calls cannot be made to fail here";
 
 class TelnetListenerTest : public testing::Test
 {
@@ -57,7 +56,7 @@ TEST_F(TelnetListenerTest, open_withoutADescriptor_saysSoAndStaysClosed)
 
     if (!testsupport::withFailingCalls({{SYS_socket, EMFILE}}, [&] { isOpen = m_sut.open(true); }))
     {
-        GTEST_SKIP() << noFailingCalls;
+        GTEST_SKIP() << testsupport::noFailingCalls;
     }
 
     EXPECT_FALSE(isOpen);
@@ -71,7 +70,7 @@ TEST_F(TelnetListenerTest, open_whenItCannotListen_saysSoAndStaysClosed)
 
     if (!testsupport::withFailingCalls({{SYS_listen, EADDRINUSE}}, [&] { isOpen = m_sut.open(true); }))
     {
-        GTEST_SKIP() << noFailingCalls;
+        GTEST_SKIP() << testsupport::noFailingCalls;
     }
 
     EXPECT_FALSE(isOpen);
@@ -88,7 +87,7 @@ TEST_F(TelnetListenerTest, open_whenOptionsCannotBeSet_saysSoAndListens)
 
     if (!testsupport::withFailingCalls({{SYS_setsockopt, ENOBUFS}}, [&] { sut.open(true); }))
     {
-        GTEST_SKIP() << noFailingCalls;
+        GTEST_SKIP() << testsupport::noFailingCalls;
     }
 
     EXPECT_TRUE(testsupport::TcpSocket::connect(port + 1));
@@ -103,7 +102,7 @@ TEST_F(TelnetListenerTest, open_whenFailuresAreNotWanted_isSilent)
 {
     if (!testsupport::withFailingCalls({{SYS_listen, EADDRINUSE}}, [&] { m_sut.open(false); }))
     {
-        GTEST_SKIP() << noFailingCalls;
+        GTEST_SKIP() << testsupport::noFailingCalls;
     }
 
     EXPECT_TRUE(m_log.lines().empty());

@@ -8,13 +8,6 @@
 
 using korasim::ScriptInput;
 
-namespace
-{
-
-constexpr const char* noFailingCalls = "system calls cannot be made to fail here";
-
-} // namespace
-
 TEST(ScriptInputTest, WithoutADescriptorForItsSignalsThrows)
 {
     int error = 0;
@@ -22,7 +15,7 @@ TEST(ScriptInputTest, WithoutADescriptorForItsSignalsThrows)
     if (!testsupport::withFailingCalls({{SYS_signalfd4, EMFILE}},
                                        [&] { error = testsupport::errorOf([] { ScriptInput(); }); }))
     {
-        GTEST_SKIP() << noFailingCalls;
+        GTEST_SKIP() << testsupport::noFailingCalls;
     }
 
     EXPECT_EQ(error, EMFILE);
@@ -37,7 +30,7 @@ TEST(ScriptInputTest, WaitThatFailsThrowsInsteadOfSpinning)
             error = testsupport::errorOf([&] { sut.pause(std::chrono::hours(1)); });
         }))
     {
-        GTEST_SKIP() << noFailingCalls;
+        GTEST_SKIP() << testsupport::noFailingCalls;
     }
 
     EXPECT_EQ(error, ENOMEM);

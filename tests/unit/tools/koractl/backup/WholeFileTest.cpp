@@ -89,7 +89,7 @@ TEST_P(WholeFileFailureTest, OldFileStaysAndNothingIsLeftBehind)
 
     if (!testsupport::withFailingCalls(GetParam().calls, [&] { problem = problemOf(m_file, "new"); }))
     {
-        GTEST_SKIP() << "system calls cannot be made to fail here";
+        GTEST_SKIP() << testsupport::noFailingCalls;
     }
 
     EXPECT_EQ(problem, m_file + ": " + GetParam().text);

@@ -63,13 +63,6 @@ TEST(StopSignal, GivenPendingSignalAtItsEndLetsTheProcessLiveAndRestoresTheMask)
     EXPECT_FALSE(isBlocked(SIGINT));
 }
 
-namespace
-{
-
-constexpr const char* noFailingCalls = "system calls cannot be made to fail here";
-
-} // namespace
-
 TEST(StopSignal, GivenNoDescriptorThrows)
 {
     int error = 0;
@@ -77,7 +70,7 @@ TEST(StopSignal, GivenNoDescriptorThrows)
     if (!testsupport::withFailingCalls({{SYS_signalfd4, EMFILE}},
                                        [&] { error = testsupport::errorOf([] { StopSignal(); }); }))
     {
-        GTEST_SKIP() << noFailingCalls;
+        GTEST_SKIP() << testsupport::noFailingCalls;
     }
 
     EXPECT_EQ(error, EMFILE);
@@ -92,7 +85,7 @@ TEST(StopSignal, GivenWaitThatFailsThrowsInsteadOfSpinning)
             error = testsupport::errorOf([&] { (void)sut.waitFor(1h); });
         }))
     {
-        GTEST_SKIP() << noFailingCalls;
+        GTEST_SKIP() << testsupport::noFailingCalls;
     }
 
     EXPECT_EQ(error, ENOMEM);
