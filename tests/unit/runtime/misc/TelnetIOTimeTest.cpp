@@ -2,6 +2,7 @@
 #include "tests/support/StallMeter.h"
 #include "tests/support/TimeFactor.h"
 #include "tests/unit/runtime/misc/ConsoleFixture.h"
+#include "tests/unit/runtime/misc/TelnetClientFixture.h"
 
 #include <string>
 
@@ -41,6 +42,16 @@ TEST_F(TelnetIOTimeTest, stop_whenTheClientNeverReads_isNotHeldUp)
     }));
 
     EXPECT_LT(m_stalls.workedDuring([this] { m_sut->stop(); }), scaled(1500ms));
+}
+
+using TelnetClientTimeTest = TelnetClientFixture;
+
+TEST_F(TelnetClientTimeTest, close_whenTheOperatorDoesNotRead_takesLessThanASecond)
+{
+    sendUntilTextIsKept();
+    testsupport::StallMeter stalls;
+
+    EXPECT_LT(stalls.workedDuring([this] { m_sut->close(); }), scaled(1s));
 }
 
 } // namespace
