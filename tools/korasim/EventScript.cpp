@@ -150,7 +150,7 @@ void EventScript::addScriptCommands()
                                      const Signal signal = words.signal();
                                      const std::uint32_t output = words.number("output");
                                      const std::uint32_t input = words.number("input");
-                                     std::chrono::milliseconds timeout = RouterRecord::defaultTimeout;
+                                     std::chrono::milliseconds timeout = std::chrono::seconds(10);
                                      if (!words.isAtEnd())
                                      {
                                          timeout = std::chrono::milliseconds(words.number("milliseconds"));
@@ -175,12 +175,14 @@ void EventScript::addScriptCommands()
 void EventScript::waitForTarget(Signal signal, std::uint32_t output, std::uint32_t input,
                                 std::chrono::milliseconds timeout)
 {
-    const auto isReached = [input](const auto& target) { return target.macroXptInput == input; };
+    const auto isReached = [&] {
+        const auto target = m_router.lastTarget(signal, output);
+        return target && target->macroXptInput == input;
+    };
     const auto end = std::chrono::steady_clock::now() + timeout;
-    constexpr std::chrono::milliseconds slice(20); // short, so that a signal ends the wait
-    while (!m_router.record().waitForTarget(signal, output, isReached, slice))
+    while (!isReached())
     {
-        if (!m_pause(std::chrono::milliseconds::zero()))
+        if (!m_pause(std::chrono::milliseconds(5)))
         {
             m_isQuitting = true;
             return;

@@ -154,6 +154,13 @@ std::vector<RouterCore::MacroXptOutput> RouterCore::currentStatus(Signal signal)
     return all;
 }
 
+std::optional<RouterCore::MacroXptOutput> RouterCore::lastTarget(Signal signal, std::uint32_t output) const
+{
+    const auto& targets = of(signal).targets;
+    const auto found = targets.find(output);
+    return found == targets.end() ? std::nullopt : std::optional(found->second);
+}
+
 RouterWriters& RouterCore::writers()
 {
     if (m_writers == nullptr)
@@ -196,6 +203,7 @@ void RouterCore::joinSubs()
 
 void RouterCore::onTarget(Signal signal, const MacroXptOutput& target)
 {
+    of(signal).targets[target.macroXptOutput] = target;
     const bool isRefused = m_options.refused.contains({signal, target.macroXptOutput});
     for (const auto& observer : m_observers)
     {

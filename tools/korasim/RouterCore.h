@@ -46,18 +46,20 @@ public:
     void setStatusDelay(std::chrono::milliseconds delay) { m_options.statusDelay = delay; }
     void setRefused(Signal signal, std::uint32_t output, bool isRefused);
     std::vector<MacroXptOutput> currentStatus(Signal signal) const;
+    std::optional<MacroXptOutput> lastTarget(Signal signal, std::uint32_t output) const;
 
 private:
-    /// What the router says about one signal type.
-    struct Published
+    /// What the router says and hears about one signal type.
+    struct Known
     {
         std::map<std::uint16_t, RouterMemberMacroXpts> ranges;
         std::map<std::uint32_t, MacroXptOutput> status;
+        std::map<std::uint32_t, MacroXptOutput> targets;     ///< the last of each output
         std::map<std::uint32_t, MacroXptOutput> unconfirmed; ///< targets that came while there were no writers
     };
 
-    Published& of(Signal signal) { return signal == Signal::Video ? m_video : m_audio; }
-    const Published& of(Signal signal) const { return signal == Signal::Video ? m_video : m_audio; }
+    Known& of(Signal signal) { return signal == Signal::Video ? m_video : m_audio; }
+    const Known& of(Signal signal) const { return signal == Signal::Video ? m_video : m_audio; }
     RouterWriters& writers();
     void writeMember();
     void writeEverything();
@@ -71,8 +73,8 @@ private:
     Observers m_observers;
     DelayedSender& m_delayed;
     bool m_isFollowing = true;
-    Published m_video;
-    Published m_audio;
+    Known m_video;
+    Known m_audio;
     std::map<std::uint16_t, MacroLevel> m_levels;
     SampleSub<MacroXptOutput> m_videoTargets;
     SampleSub<MacroXptOutput> m_audioTargets;

@@ -9,16 +9,10 @@
 namespace korasim
 {
 
-SimulatedRouter::SimulatedRouter(RouterOptions options, std::shared_ptr<RouterObserver> observer)
-    : m_record(std::make_shared<RouterRecord>()),
-      m_apartment(std::make_shared<com::tallowcrest::apartment::Apartment>("Korasim Apartment")),
+SimulatedRouter::SimulatedRouter(RouterOptions options, std::vector<std::shared_ptr<RouterObserver>> observers)
+    : m_apartment(std::make_shared<com::tallowcrest::apartment::Apartment>("Korasim Apartment")),
       m_delayed(std::make_unique<DelayedSender>(m_apartment))
 {
-    RouterCore::Observers observers{m_record};
-    if (observer != nullptr)
-    {
-        observers.push_back(std::move(observer));
-    }
     m_apartment->start();
     run([&] {
         m_core = std::make_unique<RouterCore>(std::move(options), std::move(observers), m_apartment, *m_delayed);
@@ -123,6 +117,13 @@ std::vector<SimulatedRouter::MacroXptOutput> SimulatedRouter::currentStatus(Sign
     std::vector<MacroXptOutput> all;
     run([&] { all = m_core->currentStatus(signal); });
     return all;
+}
+
+std::optional<SimulatedRouter::MacroXptOutput> SimulatedRouter::lastTarget(Signal signal, std::uint32_t output) const
+{
+    std::optional<MacroXptOutput> last;
+    run([&] { last = m_core->lastTarget(signal, output); });
+    return last;
 }
 
 } // namespace korasim

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "tools/korasim/RouterObserver.h"
 #include "tools/korasim/RouterOptions.h"
-#include "tools/korasim/RouterRecord.h"
 
 #include <functional>
 #include <memory>
@@ -34,14 +34,11 @@ public:
     using RouterMember = com::tallowcrest::dds_::routing::RouterMember;
     using RouterMemberMacroXpts = com::tallowcrest::dds_::routing::RouterMemberMacroXpts;
 
-    /// `observer` (may be empty) is told everything that the record is told, after it.
-    explicit SimulatedRouter(RouterOptions options, std::shared_ptr<RouterObserver> observer = nullptr);
+    /// The observers are told one after another.
+    explicit SimulatedRouter(RouterOptions options, std::vector<std::shared_ptr<RouterObserver>> observers = {});
     ~SimulatedRouter();
     SimulatedRouter(const SimulatedRouter&) = delete;
     SimulatedRouter& operator=(const SimulatedRouter&) = delete;
-
-    const RouterRecord& record() const { return *m_record; }
-    RouterRecord& record() { return *m_record; }
 
     /// Publishes the ranges, the levels and every known status, then the membership. Also brings a vanished router
     /// back.
@@ -70,12 +67,13 @@ public:
     void setRefused(Signal signal, std::uint32_t output, bool isRefused);
     /// The status of every output that has one, by output number.
     std::vector<MacroXptOutput> currentStatus(Signal signal) const;
+    /// The last target of an output, if any came.
+    std::optional<MacroXptOutput> lastTarget(Signal signal, std::uint32_t output) const;
 
 private:
     /// Runs a function on the apartment and waits for it.
     void run(const std::function<void()>& function) const;
 
-    std::shared_ptr<RouterRecord> m_record;
     std::shared_ptr<com::tallowcrest::apartment::Apartment> m_apartment;
     std::unique_ptr<DelayedSender> m_delayed;
     std::unique_ptr<RouterCore> m_core;

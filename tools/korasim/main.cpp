@@ -18,7 +18,7 @@ int main(int argc, char** argv)
             return status;
         }
         korasim::ScriptInput input;
-        korasim::SimulatedRouter router(commandLine->router, std::make_shared<korasim::EventPrinter>(std::cout));
+        korasim::SimulatedRouter router(commandLine->router, {std::make_shared<korasim::EventPrinter>(std::cout)});
         if (!commandLine->isSilentStart)
         {
             router.announce();

@@ -168,7 +168,7 @@ bool DurableController::isAllowed(const MacroXptOutput& target, const std::vecto
     return isAllowed;
 }
 
-DurableController::Figures DurableController::expectNothingLost(const korasim::RouterRecord& record,
+DurableController::Figures DurableController::expectNothingLost(const testsupport::RouterRecord& record,
                                                                 Clock::time_point kept, std::string& lost)
 {
     Figures published;
@@ -203,7 +203,7 @@ DurableController::Figures DurableController::expectNothingLost(const korasim::R
     return published;
 }
 
-std::string DurableController::describe(const korasim::RouterRecord& record, const Output& output,
+std::string DurableController::describe(const testsupport::RouterRecord& record, const Output& output,
                                         const std::vector<Request>& requests, Clock::time_point kept)
 {
     std::string text = std::string(toString(output.first)) + " " + std::to_string(output.second) + ": ";

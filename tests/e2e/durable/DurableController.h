@@ -49,7 +49,7 @@ public:
 
     /// Waits until the bridge that lives now has published all that was answered up to a moment, or something later.
     /// Counts what came of the last load; `lost` says what did not come.
-    Figures expectNothingLost(const korasim::RouterRecord& record, Clock::time_point kept, std::string& lost);
+    Figures expectNothingLost(const testsupport::RouterRecord& record, Clock::time_point kept, std::string& lost);
     /// What was answered after that moment may be gone, as if it had not been answered.
     void releaseAfter(Clock::time_point kept);
 
@@ -79,7 +79,7 @@ private:
     Request& request(const Output& output, const std::optional<std::uint32_t>& input, LprState state);
     void answered(const std::vector<Output>& outputs, const std::vector<std::uint32_t>& results);
     static bool isAllowed(const MacroXptOutput& target, const std::vector<Request>& requests, Clock::time_point kept);
-    static std::string describe(const korasim::RouterRecord& record, const Output& output,
+    static std::string describe(const testsupport::RouterRecord& record, const Output& output,
                                 const std::vector<Request>& requests, Clock::time_point kept);
 
     static std::atomic<std::uint32_t> s_nextNumber;

@@ -3,9 +3,9 @@
 #include "koraclient/KoraClient.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/Places.h"
+#include "tests/support/RouterRecord.h"
 #include "tests/support/TcpSocket.h"
 #include "tests/support/WaitUntil.h"
-#include "tools/korasim/SimulatedRouter.h"
 
 #include <gtest/gtest.h>
 
@@ -65,12 +65,12 @@ protected:
 
     testsupport::ChildProcess& bridge() { return *m_bridge; }
     korasim::SimulatedRouter& router() { return m_router; }
-    korasim::RouterRecord& record() { return m_router.record(); }
+    testsupport::RouterRecord& record() { return m_router.record(); }
 
     std::unique_ptr<testsupport::ChildProcess> m_bridge;
 
 private:
-    korasim::SimulatedRouter m_router;
+    testsupport::RecordedRouter m_router;
 };
 
 } // namespace e2e

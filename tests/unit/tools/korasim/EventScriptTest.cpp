@@ -2,6 +2,7 @@
 
 #include "bustypes/TopicNames.h"
 #include "buswrappers/TopicPub.h"
+#include "tests/support/RouterRecord.h"
 #include "tools/korasim/EventPrinter.h"
 
 #include <gtest/gtest.h>
@@ -16,7 +17,7 @@ namespace
 class EventScriptTest : public testing::Test
 {
 protected:
-    SimulatedRouter m_router{RouterOptions{}};
+    testsupport::RecordedRouter m_router{RouterOptions{}};
     std::ostringstream m_out;
     std::ostringstream m_errors;
     std::vector<std::chrono::milliseconds> m_pauses;

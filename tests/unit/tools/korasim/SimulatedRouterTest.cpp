@@ -2,6 +2,7 @@
 
 #include "bustypes/TopicNames.h"
 #include "buswrappers/TopicPub.h"
+#include "tests/support/RouterRecord.h"
 #include "tests/unit/tools/korasim/BusCollector.h"
 
 #include <gtest/gtest.h>
@@ -16,7 +17,7 @@ using com::tallowcrest::routing::TopicPub;
 using korasim::Liveness;
 using korasim::RouterOptions;
 using korasim::Signal;
-using korasim::SimulatedRouter;
+using testsupport::RecordedRouter;
 
 namespace
 {
@@ -55,7 +56,7 @@ TEST(SimulatedRouterTest, AnnounceReachesAReaderThatComesLater)
 {
     RouterOptions options;
     options.levels.push_back({.levelId = 3, .levelSignalType = LST_Audio, .numMacroXptInputs = 16});
-    SimulatedRouter sut(options);
+    RecordedRouter sut(options);
     sut.announce();
 
     BusCollector<RouterMember> members(topicName(TopicName::RouterMember), "");
@@ -87,7 +88,7 @@ TEST(SimulatedRouterTest, PublishesNothingBeforeAnnounce)
     BusCollector<RouterMember> members(topicName(TopicName::RouterMember), "");
     StatusReader status(TopicName::MacroXptOutputVideoStatus);
     TargetWriter targets(TopicName::MacroXptOutputVideoTarget);
-    SimulatedRouter sut(RouterOptions{});
+    RecordedRouter sut(RouterOptions{});
 
     targets.write({.macroXptOutput = 3, .macroXptInput = 7});
     ASSERT_TRUE(sut.record().waitForTarget(Signal::Video, 3));
@@ -101,7 +102,7 @@ TEST(SimulatedRouterTest, PublishesNothingBeforeAnnounce)
 
 TEST(SimulatedRouterTest, TargetBecomesStatusOfTheSameSignal)
 {
-    SimulatedRouter sut(RouterOptions{});
+    RecordedRouter sut(RouterOptions{});
     sut.announce();
     StatusReader video(TopicName::MacroXptOutputVideoStatus);
     StatusReader audio(TopicName::MacroXptOutputAudioStatus);
@@ -130,7 +131,7 @@ TEST(SimulatedRouterTest, RefusedOutputGetsNoStatusUntilAcceptedAgain)
 {
     RouterOptions options;
     options.refused.emplace(Signal::Video, 5U);
-    SimulatedRouter sut(options);
+    RecordedRouter sut(options);
     sut.announce();
     StatusReader status(TopicName::MacroXptOutputVideoStatus);
     TargetWriter targets(TopicName::MacroXptOutputVideoTarget);
@@ -152,7 +153,7 @@ TEST(SimulatedRouterTest, StatusComesAfterTheDelay)
 {
     RouterOptions options;
     options.statusDelay = std::chrono::milliseconds(150);
-    SimulatedRouter sut(options);
+    RecordedRouter sut(options);
     sut.announce();
     StatusReader status(TopicName::MacroXptOutputVideoStatus);
     TargetWriter targets(TopicName::MacroXptOutputVideoTarget);
@@ -166,7 +167,7 @@ TEST(SimulatedRouterTest, StatusComesAfterTheDelay)
 
 TEST(SimulatedRouterTest, TargetsAreOnlyRecordedWhileNotFollowing)
 {
-    SimulatedRouter sut(RouterOptions{});
+    RecordedRouter sut(RouterOptions{});
     sut.announce();
     sut.setFollowing(false);
     TargetWriter targets(TopicName::MacroXptOutputVideoTarget);
@@ -181,7 +182,7 @@ TEST(SimulatedRouterTest, ReAnnounceInAnotherPartitionMovesEverythingThere)
 {
     RouterOptions options;
     options.levels.push_back({.levelId = 3});
-    SimulatedRouter sut(options);
+    RecordedRouter sut(options);
     sut.announce();
     sut.setStatus(Signal::Video, {.macroXptOutput = 4, .macroXptInput = 8});
     BusCollector<RouterMember> members(topicName(TopicName::RouterMember), "");
@@ -202,7 +203,7 @@ TEST(SimulatedRouterTest, ReAnnounceInAnotherPartitionMovesEverythingThere)
 
 TEST(SimulatedRouterTest, ReAnnounceWithoutPartitionPublishesTheMembershipAgain)
 {
-    SimulatedRouter sut(RouterOptions{});
+    RecordedRouter sut(RouterOptions{});
     BusCollector<RouterMember> members(topicName(TopicName::RouterMember), "");
     BusCollector<RouterMemberMacroXpts> ranges(topicName(TopicName::RouterMemberMacroXptsDxVideo), "R1");
     sut.announce();
@@ -218,7 +219,7 @@ TEST(SimulatedRouterTest, DisposedInstancesAreSeenAsDisposed)
 {
     RouterOptions options;
     options.levels.push_back({.levelId = 3});
-    SimulatedRouter sut(options);
+    RecordedRouter sut(options);
     sut.announce();
     sut.setStatus(Signal::Audio, {.macroXptOutput = 4, .macroXptInput = 8});
     BusCollector<RouterMember> members(topicName(TopicName::RouterMember), "");
@@ -240,7 +241,7 @@ TEST(SimulatedRouterTest, DisposedInstancesAreSeenAsDisposed)
 
 TEST(SimulatedRouterTest, VanishedRouterLeavesInstancesWithoutWritersAndComesBack)
 {
-    SimulatedRouter sut(RouterOptions{});
+    RecordedRouter sut(RouterOptions{});
     sut.announce();
     BusCollector<RouterMember> members(topicName(TopicName::RouterMember), "");
     StatusReader status(TopicName::MacroXptOutputVideoStatus);
@@ -260,7 +261,7 @@ TEST(SimulatedRouterTest, VanishedRouterLeavesInstancesWithoutWritersAndComesBac
 
 TEST(SimulatedRouterTest, BurstPublishesEveryStatus)
 {
-    SimulatedRouter sut(RouterOptions{});
+    RecordedRouter sut(RouterOptions{});
     sut.announce();
     StatusReader status(TopicName::MacroXptOutputAudioStatus);
     std::vector<MacroXptOutput> statuses;
@@ -278,7 +279,7 @@ TEST(SimulatedRouterTest, BurstPublishesEveryStatus)
 
 TEST(SimulatedRouterTest, LocalTargetsReachTheirTopics)
 {
-    SimulatedRouter sut(RouterOptions{});
+    RecordedRouter sut(RouterOptions{});
     sut.announce();
     StatusReader video(TopicName::MacroXptOutputVideoLocalTarget);
     StatusReader audio(TopicName::MacroXptOutputAudioLocalTarget);
@@ -292,7 +293,7 @@ TEST(SimulatedRouterTest, LocalTargetsReachTheirTopics)
 
 TEST(SimulatedRouterTest, RecordsComponentsAndTheLossOfTheirWriter)
 {
-    SimulatedRouter sut(RouterOptions{});
+    RecordedRouter sut(RouterOptions{});
     TopicPub<ComponentInfo> components(topicName(TopicName::ComponentInfoKoraBridge), durability);
     components.joinRouterPartition("");
     const ComponentInfo info{.frameId = 17, .componentId = 2, .name = "a", .description = "b"};
@@ -308,7 +309,7 @@ TEST(SimulatedRouterTest, RecordsComponentsAndTheLossOfTheirWriter)
 
 TEST(SimulatedRouterTest, RecordsTargetsThatAreDisposedOf)
 {
-    SimulatedRouter sut(RouterOptions{});
+    RecordedRouter sut(RouterOptions{});
     TargetWriter targets(TopicName::MacroXptOutputVideoTarget);
     targets.write({.macroXptOutput = 5, .macroXptInput = 1});
     ASSERT_TRUE(sut.record().waitForTarget(Signal::Video, 5));
@@ -324,12 +325,12 @@ TEST(SimulatedRouterTest, EndsWhileTargetsAwaitTheirStatus)
     options.statusDelay = std::chrono::hours(1);
     TargetWriter targets(TopicName::MacroXptOutputVideoTarget);
     {
-        SimulatedRouter sut(options);
+        RecordedRouter sut(options);
         sut.announce();
         targets.write({.macroXptOutput = 5, .macroXptInput = 1});
         ASSERT_TRUE(sut.record().waitForTarget(Signal::Video, 5));
     }
-    SimulatedRouter next(RouterOptions{});
+    RecordedRouter next(RouterOptions{});
     EXPECT_TRUE(next.record().waitForTarget(Signal::Video, 5)) << "the writer still hands over its last sample";
 }
 

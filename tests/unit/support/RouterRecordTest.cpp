@@ -1,10 +1,12 @@
-#include "tools/korasim/RouterRecord.h"
+#include "tests/support/RouterRecord.h"
 
 #include <gtest/gtest.h>
 
 #include <thread>
 
-using namespace korasim;
+using korasim::Liveness;
+using korasim::Signal;
+using testsupport::RouterRecord;
 using namespace std::chrono_literals;
 
 TEST(RouterRecordTest, WaitEndsWithoutResultWhenTheTargetNeverComes)

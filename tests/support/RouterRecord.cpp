@@ -1,7 +1,10 @@
-#include "tools/korasim/RouterRecord.h"
+#include "tests/support/RouterRecord.h"
 
-namespace korasim
+namespace testsupport
 {
+
+using korasim::Liveness;
+using korasim::Signal;
 
 void RouterRecord::onTarget(Signal signal, const MacroXptOutput& target, bool)
 {
@@ -143,4 +146,4 @@ bool RouterRecord::waitFor(std::chrono::milliseconds timeout, const std::functio
     return m_changed.wait_for(lock, timeout * m_patience, isReached);
 }
 
-} // namespace korasim
+} // namespace testsupport
