@@ -21,23 +21,23 @@ constexpr std::uint32_t mostConnections = 1000;
 
 void LoadOptions::addTo(CLI::App& app)
 {
-    app.add_option("--connections", connections, "Clients")
+    app.add_option("--connections", connections, "number of controllers")
         ->capture_default_str()
         ->check(CLI::Range(1U, mostConnections));
-    app.add_option("--threads", threads, "Threads that drive them")
+    app.add_option("--threads", threads, "number of threads that drive them")
         ->capture_default_str()
         ->check(CLI::Range(1U, mostThreads));
-    app.add_option("--warm-up", warmUpSeconds, "Seconds before the measurement")
+    app.add_option("--warm-up", warmUpSeconds, "seconds before the measurement")
         ->capture_default_str()
         ->check(CLI::Range(0.0, mostSeconds));
-    app.add_option("--duration", seconds, "Seconds of measurement")
+    app.add_option("--duration", seconds, "seconds of measurement")
         ->capture_default_str()
         ->check(CLI::Range(0.0, mostSeconds));
     app.add_option("--interval", intervalMilliseconds,
-                   "Milliseconds from one request of a client to its next; 0: at once")
+                   "milliseconds from one request of a controller to its next; 0 waits for the response alone")
         ->capture_default_str()
         ->check(CLI::Range(0.0, 1000 * mostSeconds));
-    app.add_flag("--json", isJson, "Print one JSON object");
+    app.add_flag("--json", isJson, "print one JSON object instead of text");
 }
 
 namespace
@@ -58,27 +58,28 @@ void addRequestOptions(CLI::App& app, CommandLine& result)
                    throw CLI::ValidationError("--mix", error.what());
                }
            },
-           "Commands and their shares, e.g. take:8,changes:2 [take]; known: take, coherent-take, protect, release, "
-           "tally, "
-           "status, changes, partition, port, system, card, unknown")
+           "commands and their shares, for example take:8,changes:2 [take]. Commands: take, coherent-take, protect, "
+           "release, tally, status, changes, partition, port, system, card, unknown")
         ->type_name("COMMAND[:SHARE],...");
-    app.add_option("--level", shape.level, "Level")->capture_default_str();
-    app.add_option("--first-output", shape.firstOutput, "First output of the level")->capture_default_str();
-    app.add_option("--outputs", shape.outputs, "Outputs of the level")
+    app.add_option("--level", shape.level, "level of all requests")->capture_default_str();
+    app.add_option("--first-output", shape.firstOutput, "first output of the level")->capture_default_str();
+    app.add_option("--outputs", shape.outputs, "number of outputs, from the first on")
         ->capture_default_str()
         ->check(CLI::PositiveNumber);
-    app.add_option("--first-input", shape.firstInput, "First input of the level")->capture_default_str();
-    app.add_option("--inputs", shape.inputs, "Inputs of the level")->capture_default_str()->check(CLI::PositiveNumber);
-    app.add_option("--entries", shape.entries, "Entries in a take, protect or release")
+    app.add_option("--first-input", shape.firstInput, "first input of the level")->capture_default_str();
+    app.add_option("--inputs", shape.inputs, "number of inputs, from the first on")
+        ->capture_default_str()
+        ->check(CLI::PositiveNumber);
+    app.add_option("--entries", shape.entries, "entries in each take, protect or release")
         ->capture_default_str()
         ->check(CLI::Range(0U, wireLayout::entryListReq::maxEntries));
-    app.add_option("--count", shape.count, "Outputs in a tally or status")
+    app.add_option("--count", shape.count, "outputs in each tally or status")
         ->capture_default_str()
         ->check(CLI::Range(0U, wireLayout::tallyRsp::maxEntries));
-    app.add_option("--format", shape.format, "Format of a status, of changes and of a system status")
+    app.add_option("--format", shape.format, "format of the status, of changes and of the system status")
         ->capture_default_str();
-    app.add_option("--lpr-id", shape.lprId, "Holder")->capture_default_str();
-    app.add_flag("--identity", shape.isIdentity, "Every output shows the input of its number: check that too");
+    app.add_option("--lpr-id", shape.lprId, "id of the holder in takes, protects and releases")->capture_default_str();
+    app.add_flag("--identity", shape.isIdentity, "expect the input of its own number on every output, and check it");
 }
 
 } // namespace
@@ -87,16 +88,17 @@ std::optional<CommandLine> parseCommandLine(int argc, char** argv, int& status)
 {
     CommandLine result;
     CLI::App app(
-        "A load of controllers: each sends a request, waits for its response, checks it and sends the next. "
-        "Prints requests and takes a second and the latencies. A wrong response ends the program with status 1.",
+        "Puts a bridge under the load of controllers. Each controller sends a request, waits for the response, checks "
+        "it and sends the next. Prints requests and takes per second, and latencies. Ends with status 1 at the first "
+        "wrong response.",
         "korabench");
-    app.add_option("--host", result.endpoint.address, "name or address of the bridge")->capture_default_str();
-    app.add_option("--port", result.endpoint.port, "Its port")->capture_default_str();
+    app.add_option("--host", result.endpoint.address, "the bridge's name or address")->capture_default_str();
+    app.add_option("--port", result.endpoint.port, "the bridge's controller port")->capture_default_str();
     result.load.addTo(app);
     addRequestOptions(app, result);
     app.add_option("--await-changes", result.load.awaitedChanges,
-                   "End as soon as every controller has seen so many changes, with status 1 after the duration without "
-                   "them; prints \"ready\" when all have polled until nothing was left")
+                   "end when every controller has seen this many changes, or with status 1 when the duration is over. "
+                   "Prints \"ready\" when all have polled until nothing is left")
         ->capture_default_str();
     try
     {

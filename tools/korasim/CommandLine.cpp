@@ -62,43 +62,43 @@ std::optional<CommandLine> parseCommandLine(int argc, char** argv, int& status)
 {
     CommandLine result;
     auto& router = result.router;
-    CLI::App app("A simulated router on the routing bus: announces itself, follows the crosspoint targets and reports "
-                 "their status. Reads an event script from standard input; its command \"help\" lists what it can do.",
+    CLI::App app("Plays a router on the routing bus: announces itself, follows the crosspoint targets and reports "
+                 "their status. Reads commands from standard input, one per line; \"help\" lists them.",
                  "korasim");
     app.set_version_flag("--version", "korasim " KORABRIDGE_VERSION);
-    app.add_option("--frame", router.frameId, "Frame that is a member of the router")->capture_default_str();
-    app.add_option("--partition", router.partition, "Router partition, at most 16 characters")
+    app.add_option("--frame", router.frameId, "frame that is a member of the router")->capture_default_str();
+    app.add_option("--partition", router.partition, "router partition, at most 16 characters")
         ->capture_default_str()
         ->check([](const std::string& text) {
             return text.size() <= 16 ? std::string() : std::string("longer than 16 characters");
         });
-    app.add_option("--member-index", router.memberIndex, "Index of the frame within the router")->capture_default_str();
+    app.add_option("--member-index", router.memberIndex, "index of the frame within the router")->capture_default_str();
     app.add_option_function<std::string>(
            "--video-size", option("--video-size", [&](const std::string& text) { router.video = parseSize(text); }),
-           "Video inputs x outputs, numbered from 1 [288x288]")
+           "number of video inputs and outputs [288x288]")
         ->type_name("INPUTSxOUTPUTS");
     app.add_option_function<std::string>(
            "--audio-size", option("--audio-size", [&](const std::string& text) { router.audio = parseSize(text); }),
-           "Audio inputs x outputs, numbered from 1 [2304x2304]")
+           "number of audio inputs and outputs [2304x2304]")
         ->type_name("INPUTSxOUTPUTS");
     // A function option is called once for each time it is given.
     app.add_option_function<std::string>(
            "--level", option("--level", [&](const std::string& text) { router.levels.push_back(parseLevel(text)); }),
-           "An extra level, e.g. 3,video,1,16,1,1,16,1; may be given again")
+           "add a level, for example 3,video,1,16,1,1,16,1; may be repeated")
         ->type_name("ID,video|audio,FIRST_INPUT,INPUTS,CONTROLLER_INPUT,FIRST_OUTPUT,OUTPUTS,CONTROLLER_OUTPUT")
         ->trigger_on_parse();
     app.add_option_function<std::string>(
            "--refuse", option("--refuse", [&](const std::string& text) { router.refused.insert(parseRefused(text)); }),
-           "An output whose targets never become status, e.g. video:7; may be given again")
+           "ignore the targets of an output, for example video:7; may be repeated")
         ->type_name("video|audio:OUTPUT")
         ->trigger_on_parse();
     app.add_option_function<std::uint32_t>(
            "--status-delay", [&](const std::uint32_t& delay) { router.statusDelay = std::chrono::milliseconds(delay); },
-           "Milliseconds from a target to its status [0]")
+           "milliseconds from a target to its status [0]")
         ->type_name("MS");
     app.add_flag("--exit-at-eof", result.isExitingAtEof,
-                 "End when the script ends, instead of at a signal; with status 1 when a line of it failed");
-    app.add_flag("--silent", result.isSilentStart, "Publish nothing until the script says \"announce\"");
+                 "end with the input instead of at a signal, with status 1 if a line of it failed");
+    app.add_flag("--silent", result.isSilentStart, "publish nothing until the command \"announce\"");
     try
     {
         app.parse(argc, argv);

@@ -40,7 +40,7 @@ void EventScript::addMembershipCommands()
                                         words.end();
                                         m_router.disposeMember();
                                     }};
-    m_commands["vanish"] = {"", "let every writer go; announce brings them back", [this](WordReader& words) {
+    m_commands["vanish"] = {"", "delete every writer; announce brings them back", [this](WordReader& words) {
                                 words.end();
                                 m_router.vanish();
                             }};
@@ -80,21 +80,22 @@ void EventScript::addCrosspointCommands()
                                 words.end();
                                 m_router.setStatus(signal, status);
                             }};
-    m_commands["burst"] = {
-        "video|audio FIRST_OUTPUT COUNT INPUT [LPR_ID]", "one status each for many outputs", [this](WordReader& words) {
-            const Signal signal = words.signal();
-            const std::uint32_t first = words.number("first output");
-            const std::uint32_t count = words.number("count", 100000);
-            const std::uint32_t input = words.number("input");
-            const std::uint32_t lprId = words.isAtEnd() ? 0 : words.number("LPR id");
-            words.end();
-            std::vector<SimulatedRouter::MacroXptOutput> statuses;
-            for (std::uint32_t i = 0; i < count; ++i)
-            {
-                statuses.push_back({.macroXptOutput = first + i, .macroXptInput = input, .lprId = lprId});
-            }
-            m_router.setStatuses(signal, statuses);
-        }};
+    m_commands["burst"] = {"video|audio FIRST_OUTPUT COUNT INPUT [LPR_ID]", "publish the status of many outputs",
+                           [this](WordReader& words) {
+                               const Signal signal = words.signal();
+                               const std::uint32_t first = words.number("first output");
+                               const std::uint32_t count = words.number("count", 100000);
+                               const std::uint32_t input = words.number("input");
+                               const std::uint32_t lprId = words.isAtEnd() ? 0 : words.number("LPR id");
+                               words.end();
+                               std::vector<SimulatedRouter::MacroXptOutput> statuses;
+                               for (std::uint32_t i = 0; i < count; ++i)
+                               {
+                                   statuses.push_back(
+                                       {.macroXptOutput = first + i, .macroXptInput = input, .lprId = lprId});
+                               }
+                               m_router.setStatuses(signal, statuses);
+                           }};
     m_commands["dispose-status"] = {"video|audio OUTPUT", "dispose of the status of an output",
                                     [this](WordReader& words) {
                                         const Signal signal = words.signal();
@@ -121,7 +122,7 @@ void EventScript::addCrosspointCommands()
                                                            m_router.setRefused(signal, output, isRefused);
                                                        }};
     }
-    m_commands["follow"] = {"on|off", "whether targets become status at all", [this](WordReader& words) {
+    m_commands["follow"] = {"on|off", "turn targets into status, or only print them", [this](WordReader& words) {
                                 const std::string text = words.word("on or off");
                                 words.end();
                                 if (text != "on" && text != "off")
@@ -130,7 +131,7 @@ void EventScript::addCrosspointCommands()
                                 }
                                 m_router.setFollowing(text == "on");
                             }};
-    m_commands["delay"] = {"MILLISECONDS", "from a target to its status", [this](WordReader& words) {
+    m_commands["delay"] = {"MILLISECONDS", "set the time from a target to its status", [this](WordReader& words) {
                                const std::uint32_t delay = words.number("milliseconds");
                                words.end();
                                m_router.setStatusDelay(std::chrono::milliseconds(delay));
@@ -145,7 +146,7 @@ void EventScript::addScriptCommands()
                               m_isQuitting = !m_pause(std::chrono::milliseconds(delay));
                           }};
     m_commands["wait-target"] = {"video|audio OUTPUT INPUT [MILLISECONDS]",
-                                 "wait until the target of an output is an input (10 seconds)",
+                                 "wait until the target of an output is this input (10 seconds)",
                                  [this](WordReader& words) {
                                      const Signal signal = words.signal();
                                      const std::uint32_t output = words.number("output");
