@@ -43,9 +43,6 @@ public:
     void showUnexpectedProtocols() override;
     void showCommands() override;
 
-    /// "Kora Connection:192.168.0.7:40112-9": address, port and descriptor of the client.
-    const std::string& threadName() const { return m_threadName; }
-
 private:
     void run();
     void processStream();
@@ -59,7 +56,8 @@ private:
     com::tallowcrest::util::UniqueFd m_ownedSocket; ///< the same descriptor, once owned
     const std::uint32_t m_connectionId;
     const std::uint32_t m_clientAddress;
-    const std::string m_threadName;
+    // Port and descriptor of the client stand in both.
+    const std::string m_threadName;      ///< in the log: "Kora Connection:192.168.0.7:40112-9"
     const std::string m_shortThreadName; ///< as the system lists the thread: "Kora:40112-9"
     std::unique_ptr<CmdHandler> m_cmdHandler;
     std::uint32_t m_responseSequence = 0;

@@ -40,6 +40,9 @@ protected:
                                                  std::make_unique<FakeCmdHandler>(m_commands), m_samples);
     }
 
+    /// As the names of its thread end: port and descriptor of the client.
+    std::string clientName() const { return std::to_string(m_clientPort) + "-" + std::to_string(m_socket); }
+
     std::string receiveAnswer() { return m_client->receive(answerLength); }
     static std::unique_ptr<Rsp> longestAnswer(std::span<const std::uint8_t> message)
     {

@@ -22,28 +22,24 @@ using ConnectionImplTest = ConnectionImplFixture;
 
 } // namespace
 
-TEST_F(ConnectionImplTest, KnowsItsSlotSocketAddressAndNames)
+TEST_F(ConnectionImplTest, KnowsItsSlotSocketAndAddress)
 {
     EXPECT_EQ(m_sut->connectionId(), 7U);
     EXPECT_EQ(m_sut->socket(), m_socket);
     EXPECT_EQ(m_sut->clientAddress(), htonl(INADDR_LOOPBACK));
-    EXPECT_EQ(m_sut->threadName(),
-              "Kora Connection:127.0.0.1:" + std::to_string(m_clientPort) + "-" + std::to_string(m_socket));
     m_sut->start();
 }
 
 TEST_F(ConnectionImplTest, SystemListsItsThreadUnderTheShortName)
 {
-    const std::string shortName = "Kora:" + std::to_string(m_clientPort) + "-" + std::to_string(m_socket);
-
     m_sut->start();
 
-    const auto isListed = [&shortName] {
+    const auto isListed = [this] {
         for (const auto& task : std::filesystem::directory_iterator("/proc/self/task"))
         {
             std::string name;
             std::getline(std::ifstream(task.path() / "comm"), name);
-            if (name == shortName)
+            if (name == "Kora:" + clientName())
             {
                 return true;
             }
@@ -251,7 +247,8 @@ TEST_F(ConnectionImplTest, ExceptionIsLoggedAndEndsThisConnectionAlone)
     m_client->send(request(1));
 
     EXPECT_TRUE(ends());
-    EXPECT_EQ(m_log.texts(), std::vector{"ERROR " + m_sut->threadName() + " ended by an exception: no such thing"});
+    EXPECT_EQ(m_log.texts(),
+              std::vector{"ERROR Kora Connection:127.0.0.1:" + clientName() + " ended by an exception: no such thing"});
 }
 
 TEST_F(ConnectionImplTest, ForeignExceptionIsLoggedToo)
@@ -262,7 +259,8 @@ TEST_F(ConnectionImplTest, ForeignExceptionIsLoggedToo)
     m_client->send(request(1));
 
     EXPECT_TRUE(ends());
-    EXPECT_EQ(m_log.texts(), std::vector{"ERROR " + m_sut->threadName() + " ended by an exception: unknown exception"});
+    EXPECT_EQ(m_log.texts(), std::vector{"ERROR Kora Connection:127.0.0.1:" + clientName() +
+                                         " ended by an exception: unknown exception"});
 }
 
 TEST_F(ConnectionImplTest, RequestAndResponseAreSampledWithTagAndSequence)
