@@ -74,6 +74,17 @@ protected:
         const auto [before, last] = sendUntil([this] { return m_sut->hasPendingText(); });
         return before + last;
     }
+    /// Sends until more text is kept than the system takes later, when it has moved what it could to the operator's
+    /// side, and less than is dropped.
+    void sendUntilTextStaysKept()
+    {
+        sendUntilTextIsKept();
+        for (int i = 0; i < 20; ++i)
+        {
+            m_sut->send(std::string(10'000, 'z'));
+        }
+        EXPECT_EQ(m_log.countHolding("is not reading"), 0U);
+    }
     /// Sends until a text is dropped, which is not among what is returned.
     std::string sendUntilTextIsDropped()
     {

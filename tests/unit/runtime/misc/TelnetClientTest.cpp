@@ -152,7 +152,7 @@ TEST_F(TelnetClientTest, close_whileTheOperatorReads_deliversWhatIsKept)
 
 TEST_F(TelnetClientTest, close_whenTheOperatorDoesNotRead_resetsThem)
 {
-    sendUntilTextIsKept();
+    sendUntilTextStaysKept();
 
     m_sut->close();
 

@@ -48,7 +48,7 @@ using TelnetClientTimeTest = TelnetClientFixture;
 
 TEST_F(TelnetClientTimeTest, close_whenTheOperatorDoesNotRead_takesLessThanASecond)
 {
-    sendUntilTextIsKept();
+    sendUntilTextStaysKept();
     testsupport::StallMeter stalls;
 
     EXPECT_LT(stalls.workedDuring([this] { m_sut->close(); }), scaled(1s));
