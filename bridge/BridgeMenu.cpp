@@ -1,5 +1,4 @@
 #include "bridge/Director.h"
-
 #include "ddskorabridge/MacroXptMgrStatus.h"
 #include "ddskorabridge/MacroXptMgrTarget.h"
 #include "ddskorabridge/OperatorShow.h"

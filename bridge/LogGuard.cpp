@@ -1,9 +1,9 @@
 #include "bridge/Logging.h"
-
 #include "runtime/util/Log.h"
 #include "runtime/util/SystemError.h"
 #include "runtime/util/UniqueFd.h"
 
+#include <fcntl.h>
 #include <log4cxx/fileappender.h>
 #include <log4cxx/helpers/transcoder.h>
 #include <log4cxx/logger.h>
@@ -16,8 +16,6 @@
 #include <filesystem>
 #include <map>
 #include <utility>
-
-#include <fcntl.h>
 
 using com::tallowcrest::util::bridgeLoggerName;
 using com::tallowcrest::util::systemErrorText;

@@ -6,12 +6,11 @@
 #include <log4cxx/patternlayout.h>
 #include <log4cxx/propertyconfigurator.h>
 #include <log4cxx/xml/domconfigurator.h>
+#include <sys/stat.h>
 
 #include <cerrno>
 #include <cstdio>
 #include <iostream>
-
-#include <sys/stat.h>
 
 namespace
 {

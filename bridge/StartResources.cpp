@@ -6,6 +6,9 @@
 #include "runtime/util/SystemError.h"
 #include "runtime/util/UniqueFd.h"
 
+#include <fcntl.h>
+#include <poll.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <latch>
@@ -16,9 +19,6 @@
 #include <system_error>
 #include <thread>
 #include <vector>
-
-#include <fcntl.h>
-#include <poll.h>
 
 namespace misc = com::tallowcrest::misc;
 using com::tallowcrest::util::LogLimit;

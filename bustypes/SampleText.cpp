@@ -1,9 +1,9 @@
 #include "bustypes/SampleText.h"
 
+#include <nlohmann/json.hpp>
+
 #include <array>
 #include <charconv>
-
-#include <nlohmann/json.hpp>
 
 namespace com::tallowcrest::dds_::routing
 {

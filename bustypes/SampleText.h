@@ -1,14 +1,14 @@
 #pragma once
 
+#include "bustypes/TypeSupport.h"
+
+#include <nlohmann/json_fwd.hpp>
+
 #include <cstdint>
 #include <limits>
 #include <memory>
 #include <string>
 #include <type_traits>
-
-#include <nlohmann/json_fwd.hpp>
-
-#include "bustypes/TypeSupport.h"
 
 /// Bus values as text that people can read and that is the same on every machine.
 namespace com::tallowcrest::dds_::routing

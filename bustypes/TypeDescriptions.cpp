@@ -1,8 +1,8 @@
 #include "bustypes/TypeDescriptions.h"
 
-#include <cstdint>
-
 #include "bustypes/BoundedString.h"
+
+#include <cstdint>
 
 // What the C++ values and the IDL both say must be the same; the members are compared where they are converted.
 namespace com::tallowcrest::dds_::routing

@@ -1,12 +1,11 @@
 #pragma once
 
-#include <tuple>
+#include "bustypes/RoutingTypes.h"
 
 #include <dds/ddsc/dds_public_impl.h>
-
 #include <routing.h>
 
-#include "bustypes/RoutingTypes.h"
+#include <tuple>
 
 /// What the bus needs to know of its types, said once for each: conversion (TypeSupport.h) and texts (SampleText.h) are
 /// made from it.

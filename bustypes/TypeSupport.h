@@ -1,13 +1,13 @@
 #pragma once
 
+#include "bustypes/BoundedString.h"
+#include "bustypes/TypeDescriptions.h"
+
 #include <cstddef>
 #include <cstring>
 #include <string>
 #include <tuple>
 #include <type_traits>
-
-#include "bustypes/BoundedString.h"
-#include "bustypes/TypeDescriptions.h"
 
 namespace com::tallowcrest::dds_::routing
 {

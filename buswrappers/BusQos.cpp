@@ -1,8 +1,8 @@
 #include "buswrappers/BusQos.h"
 
-#include <chrono>
-
 #include "bustypes/TopicNames.h"
+
+#include <chrono>
 
 namespace com::tallowcrest::routing
 {

@@ -1,13 +1,13 @@
 #pragma once
 
-#include <string>
-
 #include "dds/core/policy/CorePolicy.hpp"
 #include "dds/domain/DomainParticipant.hpp"
 #include "dds/pub/qos/DataWriterQos.hpp"
 #include "dds/pub/qos/PublisherQos.hpp"
 #include "dds/sub/qos/SubscriberQos.hpp"
 #include "dds/topic/qos/TopicQos.hpp"
+
+#include <string>
 
 /// The QoS that every process of the router agrees on; all else is the participant's default.
 namespace com::tallowcrest::routing

@@ -1,9 +1,9 @@
 #pragma once
 
-#include <optional>
-
 #include "dds/pub/WriteBatch.hpp"
 #include "runtime/apartment/Round.h"
+
+#include <optional>
 
 namespace com::tallowcrest::routing
 {

@@ -1,9 +1,9 @@
 #include "buswrappers/ComponentInfoPub.h"
 
-#include <utility>
-
 #include "bustypes/BoundedString.h"
 #include "runtime/util/Log.h"
+
+#include <utility>
 
 namespace com::tallowcrest::routing
 {

@@ -1,16 +1,16 @@
 #pragma once
 
-#include <log4cxx/logger.h>
-
-#include <memory>
-#include <string>
-#include <utility>
-
 #include "bustypes/RoutingTypes.h"
 #include "buswrappers/TopicPub.h"
 #include "runtime/apartment/DoItEvent.h"
 #include "runtime/apartment/Presence.h"
 #include "runtime/util/Pooled.h"
+
+#include <log4cxx/logger.h>
+
+#include <memory>
+#include <string>
+#include <utility>
 
 namespace com::tallowcrest::routing
 {

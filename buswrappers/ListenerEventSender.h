@@ -1,14 +1,14 @@
 #pragma once
 
-#include <exception>
-#include <memory>
-#include <utility>
-
 #include "buswrappers/ListenerEvents.h"
 #include "dds/sub/DataReader.hpp"
 #include "dds/sub/DataReaderListener.hpp"
 #include "runtime/apartment/DoItEvent.h"
 #include "runtime/util/Log.h"
+
+#include <exception>
+#include <memory>
+#include <utility>
 
 namespace com::tallowcrest::routing
 {

@@ -1,11 +1,11 @@
 #pragma once
 
-#include <memory>
-#include <utility>
-
 #include "dds/core/Status.hpp"
 #include "runtime/apartment/DoItEvent.h"
 #include "runtime/util/Pooled.h"
+
+#include <memory>
+#include <utility>
 
 // A callback of the bus comes on a DDS thread. `ListenerEventSender` turns it into one of these events, and the event
 // calls the handler on the apartment.

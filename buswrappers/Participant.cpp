@@ -1,8 +1,8 @@
 #include "buswrappers/Participant.h"
 
-#include <mutex>
-
 #include "dds/core/WeakReference.hpp"
+
+#include <mutex>
 
 namespace com::tallowcrest::routing
 {

@@ -1,8 +1,8 @@
 #include "buswrappers/RouterMemberMgr.h"
 
-#include <utility>
-
 #include "runtime/misc/Console.h"
+
+#include <utility>
 
 namespace com::tallowcrest::routing
 {

@@ -1,9 +1,9 @@
 #pragma once
 
+#include "buswrappers/TypedTopics.h"
+
 #include <memory>
 #include <string>
-
-#include "buswrappers/TypedTopics.h"
 
 namespace com::tallowcrest::routing
 {

@@ -1,9 +1,5 @@
 #pragma once
 
-#include <memory>
-#include <string>
-#include <utility>
-
 #include "buswrappers/BusQos.h"
 #include "buswrappers/Participant.h"
 #include "buswrappers/SlowRelease.h"
@@ -11,6 +7,10 @@
 #include "dds/pub/DataWriter.hpp"
 #include "dds/pub/Publisher.hpp"
 #include "dds/topic/Topic.hpp"
+
+#include <memory>
+#include <string>
+#include <utility>
 
 namespace com::tallowcrest::routing
 {

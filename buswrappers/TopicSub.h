@@ -1,11 +1,5 @@
 #pragma once
 
-#include <algorithm>
-#include <memory>
-#include <string>
-#include <utility>
-#include <vector>
-
 #include "buswrappers/BusQos.h"
 #include "buswrappers/ListenerEventSender.h"
 #include "buswrappers/Participant.h"
@@ -15,6 +9,12 @@
 #include "dds/topic/Topic.hpp"
 #include "runtime/apartment/DoItEvent.h"
 #include "runtime/apartment/Presence.h"
+
+#include <algorithm>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
 
 namespace com::tallowcrest::routing
 {

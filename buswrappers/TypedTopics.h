@@ -1,12 +1,12 @@
 #pragma once
 
-#include <memory>
-#include <string>
-#include <utility>
-
 #include "bustypes/RoutingTypes.h"
 #include "buswrappers/TopicPub.h"
 #include "buswrappers/TopicSub.h"
+
+#include <memory>
+#include <string>
+#include <utility>
 
 // The readers and writers that the bridge has, one for each type and direction. The topic's name is given by whoever
 // makes one.

@@ -1,5 +1,11 @@
 #pragma once
 
+#include "durability/HandOver.h"
+#include "durability/SampleTable.h"
+#include "durability/StoredRow.h"
+#include "durability/TypeCodec.h"
+#include "runtime/util/WakeEvent.h"
+
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
@@ -11,12 +17,6 @@
 #include <unordered_set>
 #include <utility>
 #include <vector>
-
-#include "durability/HandOver.h"
-#include "durability/SampleTable.h"
-#include "durability/StoredRow.h"
-#include "durability/TypeCodec.h"
-#include "runtime/util/WakeEvent.h"
 
 namespace com::tallowcrest::durability
 {

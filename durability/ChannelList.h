@@ -1,11 +1,11 @@
 #pragma once
 
+#include "durability/Channel.h"
+
 #include <map>
 #include <memory>
 #include <mutex>
 #include <vector>
-
-#include "durability/Channel.h"
 
 namespace com::tallowcrest::durability
 {

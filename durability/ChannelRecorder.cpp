@@ -1,4 +1,5 @@
 #include "durability/ChannelRecorder.h"
+
 #include "runtime/util/Log.h"
 
 #include <algorithm>

@@ -1,6 +1,15 @@
 #pragma once
 
+#include "durability/Channel.h"
+#include "durability/CompanionPort.h"
+#include "durability/DueInstances.h"
+#include "durability/NewestSamples.h"
+#include "durability/ParticipantWatch.h"
+#include "durability/RecentRows.h"
+#include "durability/StoreKeeper.h"
+
 #include <dds/dds.h>
+#include <log4cxx/logger.h>
 
 #include <chrono>
 #include <cstddef>
@@ -10,16 +19,6 @@
 #include <unordered_map>
 #include <unordered_set>
 #include <vector>
-
-#include <log4cxx/logger.h>
-
-#include "durability/Channel.h"
-#include "durability/CompanionPort.h"
-#include "durability/DueInstances.h"
-#include "durability/NewestSamples.h"
-#include "durability/ParticipantWatch.h"
-#include "durability/RecentRows.h"
-#include "durability/StoreKeeper.h"
 
 namespace com::tallowcrest::durability
 {

@@ -1,12 +1,12 @@
 #include "durability/CompanionPort.h"
 
+#include "durability/GatheredWrites.h"
+
 #include <algorithm>
 #include <array>
 #include <charconv>
 #include <string_view>
 #include <utility>
-
-#include "durability/GatheredWrites.h"
 
 namespace com::tallowcrest::durability
 {

@@ -1,5 +1,10 @@
 #pragma once
 
+#include "durability/BusEntity.h"
+#include "durability/StoredRow.h"
+#include "durability/TypeCodec.h"
+#include "runtime/util/WakeEvent.h"
+
 #include <dds/dds.h>
 
 #include <cstddef>
@@ -7,11 +12,6 @@
 #include <functional>
 #include <string>
 #include <vector>
-
-#include "durability/BusEntity.h"
-#include "durability/StoredRow.h"
-#include "durability/TypeCodec.h"
-#include "runtime/util/WakeEvent.h"
 
 namespace com::tallowcrest::durability
 {

@@ -1,12 +1,5 @@
 #pragma once
 
-#include <dds/dds.h>
-
-#include <chrono>
-#include <filesystem>
-#include <memory>
-#include <string>
-
 #include "durability/Channel.h"
 #include "durability/ChannelList.h"
 #include "durability/RecentRows.h"
@@ -14,6 +7,13 @@
 #include "durability/StoreKeeper.h"
 #include "durability/TypeCodec.h"
 #include "runtime/util/WakeEvent.h"
+
+#include <dds/dds.h>
+
+#include <chrono>
+#include <filesystem>
+#include <memory>
+#include <string>
 
 namespace com::tallowcrest::durability
 {

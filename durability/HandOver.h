@@ -1,12 +1,12 @@
 #pragma once
 
+#include "durability/SourceTime.h"
+
 #include <cstddef>
 #include <cstring>
 #include <mutex>
 #include <utility>
 #include <vector>
-
-#include "durability/SourceTime.h"
 
 namespace com::tallowcrest::durability
 {

@@ -1,18 +1,18 @@
 #include "durability/LogForcer.h"
 
-#include <cerrno>
-#include <cstring>
-#include <system_error>
-#include <utility>
-
-#include <fcntl.h>
-#include <log4cxx/logger.h>
-
 #include "durability/Sqlite.h"
 #include "durability/Store.h"
 #include "durability/ThreadKind.h"
 #include "runtime/util/Log.h"
 #include "runtime/util/UniqueFd.h"
+
+#include <fcntl.h>
+#include <log4cxx/logger.h>
+
+#include <cerrno>
+#include <cstring>
+#include <system_error>
+#include <utility>
 
 namespace com::tallowcrest::durability
 {

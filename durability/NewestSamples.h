@@ -1,12 +1,12 @@
 #pragma once
 
+#include "durability/HandOver.h"
+#include "durability/TypeCodec.h"
+
 #include <cstddef>
 #include <string>
 #include <unordered_map>
 #include <vector>
-
-#include "durability/HandOver.h"
-#include "durability/TypeCodec.h"
 
 namespace com::tallowcrest::durability
 {

@@ -1,10 +1,10 @@
 #pragma once
 
+#include "durability/BusEntity.h"
+
 #include <dds/dds.h>
 
 #include <chrono>
-
-#include "durability/BusEntity.h"
 
 namespace com::tallowcrest::durability
 {

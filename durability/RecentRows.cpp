@@ -1,5 +1,11 @@
 #include "durability/RecentRows.h"
+
 #include "runtime/util/Log.h"
+
+#include <fcntl.h>
+#include <log4cxx/logger.h>
+#include <sys/file.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <array>
@@ -11,11 +17,6 @@
 #include <cstring>
 #include <fstream>
 #include <system_error>
-
-#include <fcntl.h>
-#include <log4cxx/logger.h>
-#include <sys/file.h>
-#include <sys/stat.h>
 
 namespace com::tallowcrest::durability
 {

@@ -1,14 +1,14 @@
 #pragma once
 
+#include "durability/ChannelList.h"
+#include "durability/StoredRow.h"
+#include "runtime/util/UniqueFd.h"
+
 #include <cstddef>
 #include <filesystem>
 #include <map>
 #include <string>
 #include <vector>
-
-#include "durability/ChannelList.h"
-#include "durability/StoredRow.h"
-#include "runtime/util/UniqueFd.h"
 
 namespace com::tallowcrest::durability
 {

@@ -1,13 +1,12 @@
 #include "durability/Recorder.h"
-#include "runtime/util/Log.h"
 
+#include "runtime/util/Log.h"
+#include "runtime/util/ThreadName.h"
+
+#include <log4cxx/logger.h>
 #include <malloc.h>
 
 #include <exception>
-
-#include <log4cxx/logger.h>
-
-#include "runtime/util/ThreadName.h"
 
 namespace com::tallowcrest::durability
 {

@@ -1,5 +1,11 @@
 #pragma once
 
+#include "durability/ChannelList.h"
+#include "durability/ChannelRecorder.h"
+#include "durability/ParticipantWatch.h"
+#include "durability/StoreKeeper.h"
+#include "runtime/util/WakeEvent.h"
+
 #include <dds/dds.h>
 
 #include <atomic>
@@ -8,12 +14,6 @@
 #include <memory>
 #include <optional>
 #include <thread>
-
-#include "durability/ChannelList.h"
-#include "durability/ChannelRecorder.h"
-#include "durability/ParticipantWatch.h"
-#include "durability/StoreKeeper.h"
-#include "runtime/util/WakeEvent.h"
 
 namespace com::tallowcrest::durability
 {

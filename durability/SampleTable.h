@@ -1,12 +1,12 @@
 #pragma once
 
+#include "durability/SourceTime.h"
+#include "durability/TypeCodec.h"
+
 #include <cstddef>
 #include <string>
 #include <unordered_map>
 #include <vector>
-
-#include "durability/SourceTime.h"
-#include "durability/TypeCodec.h"
 
 namespace com::tallowcrest::durability
 {

@@ -1,11 +1,11 @@
 #pragma once
 
+#include <sqlite3.h>
+
 #include <cstdint>
 #include <memory>
 #include <stdexcept>
 #include <string>
-
-#include <sqlite3.h>
 
 namespace com::tallowcrest::durability
 {

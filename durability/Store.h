@@ -1,15 +1,15 @@
 #pragma once
 
+#include "durability/Sqlite.h"
+#include "durability/StoredRow.h"
+#include "runtime/util/UniqueFd.h"
+
 #include <filesystem>
 #include <functional>
 #include <memory>
 #include <stdexcept>
 #include <string>
 #include <vector>
-
-#include "durability/Sqlite.h"
-#include "durability/StoredRow.h"
-#include "runtime/util/UniqueFd.h"
 
 namespace com::tallowcrest::durability
 {

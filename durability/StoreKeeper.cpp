@@ -1,11 +1,11 @@
 #include "durability/StoreKeeper.h"
 
-#include <exception>
-#include <utility>
-
 #include "durability/RecentRows.h"
 #include "durability/ThreadKind.h"
 #include "runtime/util/Log.h"
+
+#include <exception>
+#include <utility>
 
 namespace com::tallowcrest::durability
 {

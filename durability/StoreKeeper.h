@@ -1,5 +1,12 @@
 #pragma once
 
+#include "durability/ChannelList.h"
+#include "durability/LogForcer.h"
+#include "durability/Store.h"
+#include "durability/StoredRow.h"
+
+#include <log4cxx/logger.h>
+
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
@@ -13,13 +20,6 @@
 #include <string>
 #include <thread>
 #include <vector>
-
-#include <log4cxx/logger.h>
-
-#include "durability/ChannelList.h"
-#include "durability/LogForcer.h"
-#include "durability/Store.h"
-#include "durability/StoredRow.h"
 
 namespace com::tallowcrest::durability
 {

@@ -1,9 +1,9 @@
 #pragma once
 
+#include "durability/SourceTime.h"
+
 #include <string>
 #include <utility>
-
-#include "durability/SourceTime.h"
 
 namespace com::tallowcrest::durability
 {

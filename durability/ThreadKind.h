@@ -1,9 +1,9 @@
 #pragma once
 
+#include "runtime/util/ThreadName.h"
+
 #include <sys/resource.h>
 #include <unistd.h>
-
-#include "runtime/util/ThreadName.h"
 
 namespace com::tallowcrest::durability
 {

@@ -1,11 +1,11 @@
 #include "koraclient/AskOutputs.h"
 
-#include <algorithm>
-
 #include "koraclient/Errors.h"
 #include "koraclient/ResultText.h"
 #include "koracommand/ResultCode.h"
 #include "koracommand/WireLayout.h"
+
+#include <algorithm>
 
 namespace koraclient
 {

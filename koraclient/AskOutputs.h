@@ -1,13 +1,13 @@
 #pragma once
 
+#include "koraclient/KoraClient.h"
+#include "koraclient/KoraTypes.h"
+
 #include <cstdint>
 #include <map>
 #include <optional>
 #include <string>
 #include <vector>
-
-#include "koraclient/KoraClient.h"
-#include "koraclient/KoraTypes.h"
 
 namespace koraclient
 {

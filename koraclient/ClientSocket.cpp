@@ -1,8 +1,7 @@
 #include "koraclient/ClientSocket.h"
 
-#include <algorithm>
-#include <cerrno>
-#include <memory>
+#include "koraclient/Errors.h"
+#include "runtime/util/SystemError.h"
 
 #include <netdb.h>
 #include <netinet/in.h>
@@ -10,8 +9,9 @@
 #include <poll.h>
 #include <sys/socket.h>
 
-#include "koraclient/Errors.h"
-#include "runtime/util/SystemError.h"
+#include <algorithm>
+#include <cerrno>
+#include <memory>
 
 namespace koraclient
 {

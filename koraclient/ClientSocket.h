@@ -1,11 +1,11 @@
 #pragma once
 
+#include "runtime/util/UniqueFd.h"
+
 #include <chrono>
 #include <cstdint>
 #include <span>
 #include <string>
-
-#include "runtime/util/UniqueFd.h"
 
 namespace koraclient
 {

@@ -1,11 +1,11 @@
 #include "koraclient/KoraClient.h"
 
-#include <array>
-#include <utility>
-
 #include "koraclient/Errors.h"
 #include "koraclient/RequestEncoder.h"
 #include "koracommand/WireLayout.h"
+
+#include <array>
+#include <utility>
 
 namespace koraclient
 {

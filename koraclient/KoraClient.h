@@ -1,5 +1,11 @@
 #pragma once
 
+#include "koraclient/ClientSocket.h"
+#include "koraclient/Decoded.h"
+#include "koraclient/KoraTypes.h"
+#include "koraclient/Message.h"
+#include "koraclient/ResponseDecoder.h"
+
 #include <chrono>
 #include <cstdint>
 #include <functional>
@@ -8,12 +14,6 @@
 #include <string>
 #include <utility>
 #include <vector>
-
-#include "koraclient/ClientSocket.h"
-#include "koraclient/Decoded.h"
-#include "koraclient/KoraTypes.h"
-#include "koraclient/Message.h"
-#include "koraclient/ResponseDecoder.h"
 
 namespace koraclient
 {

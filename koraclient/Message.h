@@ -1,5 +1,9 @@
 #pragma once
 
+#include "koraclient/Decoded.h"
+#include "koracommand/WireLayout.h"
+#include "koracommand/WireWords.h"
+
 #include <cstdint>
 #include <cstdio>
 #include <optional>
@@ -7,10 +11,6 @@
 #include <string>
 #include <utility>
 #include <vector>
-
-#include "koraclient/Decoded.h"
-#include "koracommand/WireLayout.h"
-#include "koracommand/WireWords.h"
 
 namespace koraclient
 {

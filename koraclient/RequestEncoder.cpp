@@ -1,10 +1,10 @@
 #include "koraclient/RequestEncoder.h"
 
-#include <stdexcept>
-#include <string>
-
 #include "koracommand/WireLayout.h"
 #include "koracommand/WireWords.h"
+
+#include <stdexcept>
+#include <string>
 
 namespace koraclient
 {

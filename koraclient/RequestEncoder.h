@@ -1,10 +1,10 @@
 #pragma once
 
+#include "koraclient/KoraTypes.h"
+
 #include <cstdint>
 #include <span>
 #include <vector>
-
-#include "koraclient/KoraTypes.h"
 
 namespace koraclient
 {

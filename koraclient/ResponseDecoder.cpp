@@ -1,9 +1,9 @@
 #include "koraclient/ResponseDecoder.h"
 
-#include <algorithm>
-
 #include "koraclient/Message.h"
 #include "koracommand/WireLayout.h"
+
+#include <algorithm>
 
 namespace koraclient
 {

@@ -1,15 +1,15 @@
 #pragma once
 
+#include "koraclient/Decoded.h"
+#include "koraclient/KoraTypes.h"
+#include "koraclient/Message.h"
+
 #include <cstdint>
 #include <initializer_list>
 #include <optional>
 #include <span>
 #include <string>
 #include <vector>
-
-#include "koraclient/Decoded.h"
-#include "koraclient/KoraTypes.h"
-#include "koraclient/Message.h"
 
 namespace koraclient
 {

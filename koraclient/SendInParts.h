@@ -1,12 +1,12 @@
 #pragma once
 
+#include "koraclient/Errors.h"
+#include "koracommand/WireLayout.h"
+
 #include <algorithm>
 #include <cstdint>
 #include <exception>
 #include <vector>
-
-#include "koraclient/Errors.h"
-#include "koracommand/WireLayout.h"
 
 namespace koraclient
 {

@@ -1,10 +1,10 @@
 #include "koraclient/Watch.h"
 
-#include <algorithm>
-#include <utility>
-
 #include "koraclient/AskOutputs.h"
 #include "koraclient/Errors.h"
+
+#include <algorithm>
+#include <utility>
 
 namespace koraclient
 {

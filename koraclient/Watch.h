@@ -1,5 +1,8 @@
 #pragma once
 
+#include "koraclient/AskOutputs.h"
+#include "koraclient/KoraClient.h"
+
 #include <chrono>
 #include <cstdint>
 #include <functional>
@@ -7,9 +10,6 @@
 #include <optional>
 #include <string>
 #include <vector>
-
-#include "koraclient/AskOutputs.h"
-#include "koraclient/KoraClient.h"
 
 namespace koraclient
 {

@@ -7,7 +7,6 @@
 #include "runtime/util/WakeEvent.h"
 
 #include <log4cxx/logger.h>
-
 #include <netinet/in.h>
 
 #include <atomic>

@@ -1,12 +1,12 @@
 // A disk that takes its time, for a program that this library is loaded into before all others: each write to a place
 // in a file, as databases do it, takes 5 ms longer, and each forcing of data to the disk 300 ms.
 
+#include <sys/syscall.h>
+#include <unistd.h>
+
 #include <chrono>
 #include <cstddef>
 #include <thread>
-
-#include <sys/syscall.h>
-#include <unistd.h>
 
 namespace
 {

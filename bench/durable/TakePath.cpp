@@ -4,6 +4,13 @@
 // build on a machine with nothing else to do:
 //     build/release/bin/bench_take_path [ROUNDS]
 
+#include "koraclient/KoraClient.h"
+#include "tests/support/ChildProcess.h"
+#include "tests/support/TcpSocket.h"
+#include "tests/support/TempDir.h"
+#include "tests/support/WaitUntil.h"
+#include "tools/korasim/SimulatedRouter.h"
+
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
@@ -15,13 +22,6 @@
 #include <thread>
 #include <utility>
 #include <vector>
-
-#include "koraclient/KoraClient.h"
-#include "tests/support/ChildProcess.h"
-#include "tests/support/TcpSocket.h"
-#include "tests/support/TempDir.h"
-#include "tests/support/WaitUntil.h"
-#include "tools/korasim/SimulatedRouter.h"
 
 namespace
 {

@@ -3,6 +3,13 @@
 // in turns, so that all of them see the same machine. Run by hand from an optimised build, in a namespace of its own:
 //     tests/support/in-namespace build/release/bin/bench_target_write
 
+#include "dds/dds.hpp"
+#include "tests/support/TempDir.h"
+#include "tests/unit/durability/OutputCodec.h"
+
+#include <sys/syscall.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <array>
 #include <atomic>
@@ -13,13 +20,6 @@
 #include <string>
 #include <thread>
 #include <vector>
-
-#include <sys/syscall.h>
-#include <unistd.h>
-
-#include "dds/dds.hpp"
-#include "tests/support/TempDir.h"
-#include "tests/unit/durability/OutputCodec.h"
 
 namespace
 {

@@ -1,13 +1,13 @@
 #include "bench/floor/Floor.h"
 
-#include <cerrno>
-#include <utility>
+#include "koracommand/WireLayout.h"
+#include "koracommand/WireWords.h"
 
 #include <poll.h>
 #include <sys/socket.h>
 
-#include "koracommand/WireLayout.h"
-#include "koracommand/WireWords.h"
+#include <cerrno>
+#include <utility>
 
 namespace bench
 {

@@ -1,5 +1,10 @@
 #pragma once
 
+#include "bench/support/BusEndpoint.h"
+#include "koracommand/WireLayout.h"
+#include "koraserver/MessageCutter.h"
+#include "runtime/util/UniqueFd.h"
+
 #include <array>
 #include <atomic>
 #include <condition_variable>
@@ -9,11 +14,6 @@
 #include <mutex>
 #include <span>
 #include <thread>
-
-#include "bench/support/BusEndpoint.h"
-#include "koracommand/WireLayout.h"
-#include "koraserver/MessageCutter.h"
-#include "runtime/util/UniqueFd.h"
 
 namespace bench
 {

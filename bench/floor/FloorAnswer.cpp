@@ -1,10 +1,9 @@
 #include "bench/floor/Floor.h"
-
-#include <algorithm>
-
 #include "koracommand/ResultCode.h"
 #include "koracommand/WireLayout.h"
 #include "koracommand/WireWords.h"
+
+#include <algorithm>
 
 namespace bench
 {

@@ -7,6 +7,11 @@
 #include "koraserver/ControllerSocket.h"
 #include "runtime/util/SystemError.h"
 
+#include <CLI/CLI.hpp>
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+
 #include <algorithm>
 #include <atomic>
 #include <csignal>
@@ -18,11 +23,6 @@
 #include <string>
 #include <thread>
 #include <vector>
-
-#include <CLI/CLI.hpp>
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
 
 namespace
 {

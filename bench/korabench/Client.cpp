@@ -1,14 +1,14 @@
 #include "bench/korabench/Client.h"
 
-#include <cerrno>
+#include "koraclient/ClientSocket.h"
+#include "koraclient/Errors.h"
+#include "runtime/util/SystemError.h"
 
 #include <fcntl.h>
 #include <sys/socket.h>
 #include <sys/time.h>
 
-#include "koraclient/ClientSocket.h"
-#include "koraclient/Errors.h"
-#include "runtime/util/SystemError.h"
+#include <cerrno>
 
 namespace korabench
 {

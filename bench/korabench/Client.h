@@ -1,14 +1,14 @@
 #pragma once
 
+#include "bench/korabench/CommandMix.h"
+#include "runtime/util/UniqueFd.h"
+
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <span>
 #include <stdexcept>
 #include <string>
-
-#include "bench/korabench/CommandMix.h"
-#include "runtime/util/UniqueFd.h"
 
 namespace korabench
 {

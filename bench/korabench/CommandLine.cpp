@@ -1,11 +1,11 @@
 #include "bench/korabench/CommandLine.h"
 
-#include <stdexcept>
-#include <string>
+#include "koracommand/WireLayout.h"
 
 #include <CLI/CLI.hpp>
 
-#include "koracommand/WireLayout.h"
+#include <stdexcept>
+#include <string>
 
 namespace korabench
 {

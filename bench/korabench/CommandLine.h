@@ -1,13 +1,13 @@
 #pragma once
 
+#include "bench/korabench/Client.h"
+#include "bench/korabench/CommandMix.h"
+#include "bench/korabench/Request.h"
+
 #include <chrono>
 #include <cstdint>
 #include <optional>
 #include <vector>
-
-#include "bench/korabench/Client.h"
-#include "bench/korabench/CommandMix.h"
-#include "bench/korabench/Request.h"
 
 namespace CLI
 {

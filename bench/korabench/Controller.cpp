@@ -1,11 +1,11 @@
 #include "bench/korabench/Controller.h"
 
-#include <stdexcept>
-#include <utility>
-
 #include "koraclient/Message.h"
 #include "koraclient/RequestEncoder.h"
 #include "koracommand/WireWords.h"
+
+#include <stdexcept>
+#include <utility>
 
 namespace korabench
 {

@@ -1,15 +1,15 @@
 #pragma once
 
+#include "bench/korabench/Client.h"
+#include "bench/korabench/Request.h"
+#include "bench/korabench/ResponseCheck.h"
+#include "koracommand/WireLayout.h"
+
 #include <array>
 #include <cstdint>
 #include <span>
 #include <string>
 #include <vector>
-
-#include "bench/korabench/Client.h"
-#include "bench/korabench/Request.h"
-#include "bench/korabench/ResponseCheck.h"
-#include "koracommand/WireLayout.h"
 
 namespace korabench
 {

@@ -1,5 +1,8 @@
 #include "bench/korabench/LoadRun.h"
 
+#include "bench/korabench/Controller.h"
+#include "bench/korabench/LoadThread.h"
+
 #include <algorithm>
 #include <atomic>
 #include <exception>
@@ -8,9 +11,6 @@
 #include <stdexcept>
 #include <thread>
 #include <vector>
-
-#include "bench/korabench/Controller.h"
-#include "bench/korabench/LoadThread.h"
 
 namespace korabench
 {

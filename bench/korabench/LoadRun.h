@@ -1,12 +1,12 @@
 #pragma once
 
-#include <cstdint>
-#include <functional>
-#include <memory>
-
 #include "bench/korabench/Client.h"
 #include "bench/korabench/CommandLine.h"
 #include "bench/korabench/Report.h"
+
+#include <cstdint>
+#include <functional>
+#include <memory>
 
 namespace korabench
 {

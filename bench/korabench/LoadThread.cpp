@@ -1,5 +1,10 @@
 #include "bench/korabench/LoadThread.h"
 
+#include "runtime/util/SystemError.h"
+
+#include <sys/epoll.h>
+#include <time.h>
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -8,11 +13,6 @@
 #include <span>
 #include <stdexcept>
 #include <utility>
-
-#include <sys/epoll.h>
-#include <time.h>
-
-#include "runtime/util/SystemError.h"
 
 namespace korabench
 {

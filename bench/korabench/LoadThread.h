@@ -1,15 +1,15 @@
 #pragma once
 
+#include "bench/korabench/Client.h"
+#include "bench/korabench/Report.h"
+#include "runtime/util/UniqueFd.h"
+
 #include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <map>
 #include <memory>
 #include <vector>
-
-#include "bench/korabench/Client.h"
-#include "bench/korabench/Report.h"
-#include "runtime/util/UniqueFd.h"
 
 namespace korabench
 {

@@ -1,13 +1,13 @@
 #include "bench/korabench/Report.h"
 
+#include <nlohmann/json.hpp>
+
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdio>
 #include <limits>
 #include <numeric>
-
-#include <nlohmann/json.hpp>
 
 namespace korabench
 {

@@ -1,14 +1,14 @@
 #pragma once
 
+#include "bench/korabench/Client.h"
+#include "bench/korabench/CommandMix.h"
+
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <map>
 #include <string>
 #include <vector>
-
-#include "bench/korabench/Client.h"
-#include "bench/korabench/CommandMix.h"
 
 namespace korabench
 {

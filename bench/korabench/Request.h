@@ -1,9 +1,9 @@
 #pragma once
 
+#include "bench/korabench/CommandMix.h"
+
 #include <cstdint>
 #include <vector>
-
-#include "bench/korabench/CommandMix.h"
 
 namespace korabench
 {

@@ -1,12 +1,12 @@
 #include "bench/korabench/ResponseCheck.h"
 
-#include <array>
-
 #include "koraclient/Message.h"
 #include "koraclient/ResponseDecoder.h"
 #include "koracommand/ResultCode.h"
 #include "koracommand/WireLayout.h"
 #include "koracommand/WireWords.h"
+
+#include <array>
 
 namespace korabench
 {

@@ -1,11 +1,11 @@
 #pragma once
 
+#include "bench/korabench/Request.h"
+
 #include <cstdint>
 #include <optional>
 #include <span>
 #include <string>
-
-#include "bench/korabench/Request.h"
 
 namespace korabench
 {

@@ -1,12 +1,12 @@
 #pragma once
 
+#include "bench/korabench/Client.h"
+
 #include <array>
 #include <cstdint>
 #include <span>
 #include <string>
 #include <vector>
-
-#include "bench/korabench/Client.h"
 
 /// The few MQTT 3.1.1 packets that a publisher and a subscriber with QoS 1 need; none over 127 bytes of remaining
 /// length.

@@ -4,14 +4,14 @@
 #include "bench/korabench/LoadRun.h"
 #include "bench/mqtt/Mqtt.h"
 
+#include <CLI/CLI.hpp>
+#include <unistd.h>
+
 #include <cstdlib>
 #include <exception>
 #include <iostream>
 #include <memory>
 #include <string>
-
-#include <CLI/CLI.hpp>
-#include <unistd.h>
 
 int main(int argc, char** argv)
 {

@@ -6,6 +6,9 @@
 #include "bench/support/CountOnSignal.h"
 #include "runtime/util/SystemError.h"
 
+#include <CLI/CLI.hpp>
+#include <sys/socket.h>
+
 #include <array>
 #include <atomic>
 #include <cerrno>
@@ -15,9 +18,6 @@
 #include <stdexcept>
 #include <string>
 #include <thread>
-
-#include <CLI/CLI.hpp>
-#include <sys/socket.h>
 
 namespace
 {

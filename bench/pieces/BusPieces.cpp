@@ -9,11 +9,11 @@
 #include "tests/fakes/FakeApartment.h"
 #include "tools/korasim/RouterEnds.h"
 
+#include <benchmark/benchmark.h>
+
 #include <array>
 #include <cstdint>
 #include <memory>
-
-#include <benchmark/benchmark.h>
 
 namespace
 {

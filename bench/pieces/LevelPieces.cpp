@@ -3,9 +3,9 @@
 #include "ddskorabridge/LevelOutputChanges.h"
 #include "ddskorabridge/Mapping.h"
 
-#include <cstdint>
-
 #include <benchmark/benchmark.h>
+
+#include <cstdint>
 
 namespace
 {

@@ -10,6 +10,8 @@
 #include "runtime/apartment/Apartment.h"
 #include "runtime/util/MemPool.h"
 
+#include <benchmark/benchmark.h>
+
 #include <algorithm>
 #include <chrono>
 #include <cstdint>
@@ -17,8 +19,6 @@
 #include <mutex>
 #include <thread>
 #include <vector>
-
-#include <benchmark/benchmark.h>
 
 namespace
 {

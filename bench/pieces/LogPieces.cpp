@@ -2,13 +2,12 @@
 
 #include "runtime/util/Log.h"
 
+#include <benchmark/benchmark.h>
 #include <log4cxx/fileappender.h>
 #include <log4cxx/level.h>
 #include <log4cxx/patternlayout.h>
 
 #include <memory>
-
-#include <benchmark/benchmark.h>
 
 namespace
 {

@@ -6,6 +6,8 @@
 #include "bench/support/CountOnSignal.h"
 #include "bustypes/TopicNames.h"
 
+#include <CLI/CLI.hpp>
+
 #include <array>
 #include <atomic>
 #include <csignal>
@@ -13,8 +15,6 @@
 #include <exception>
 #include <iostream>
 #include <string>
-
-#include <CLI/CLI.hpp>
 
 namespace
 {

@@ -1,8 +1,8 @@
 #include "bench/support/BusEndpoint.h"
 
-#include <memory>
-
 #include "bustypes/TopicNames.h"
+
+#include <memory>
 
 namespace bench
 {

@@ -1,12 +1,12 @@
 #pragma once
 
-#include <cstdint>
-#include <string>
+#include "bustypes/TypeSupport.h"
+#include "dds/detail/Check.hpp"
 
 #include <dds/dds.h>
 
-#include "bustypes/TypeSupport.h"
-#include "dds/detail/Check.hpp"
+#include <cstdint>
+#include <string>
 
 /// Bare entities of the bus for programs that measure: the DDS library's own calls with the bus's QoS, and nothing in
 /// between. Everything belongs to its participant and goes with it. Failures are thrown as dds::core::Error.

@@ -1,11 +1,11 @@
 #pragma once
 
+#include <pthread.h>
+
 #include <atomic>
 #include <csignal>
 #include <cstdint>
 #include <iostream>
-
-#include <pthread.h>
 
 namespace bench
 {

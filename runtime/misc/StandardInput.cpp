@@ -2,14 +2,14 @@
 
 #include "runtime/misc/Console.h"
 
+#include <poll.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
 #include <utility>
-
-#include <poll.h>
-#include <unistd.h>
 
 namespace com::tallowcrest::misc
 {

@@ -4,13 +4,13 @@
 #include "runtime/util/Sockets.h"
 #include "runtime/util/SystemError.h"
 
+#include <poll.h>
+#include <sys/socket.h>
+
 #include <array>
 #include <cerrno>
 #include <cinttypes>
 #include <utility>
-
-#include <poll.h>
-#include <sys/socket.h>
 
 namespace com::tallowcrest::misc
 {

@@ -5,12 +5,12 @@
 #include "runtime/misc/TelnetClient.h"
 #include "runtime/util/Log.h"
 
+#include <poll.h>
+
 #include <algorithm>
 #include <array>
 #include <cstdio>
 #include <utility>
-
-#include <poll.h>
 
 namespace com::tallowcrest::misc
 {

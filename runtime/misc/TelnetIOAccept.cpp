@@ -5,15 +5,15 @@
 #include "runtime/util/Sockets.h"
 #include "runtime/util/SystemError.h"
 
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
 #include <array>
 #include <cerrno>
 #include <cstdio>
 #include <exception>
 #include <utility>
-
-#include <poll.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 namespace com::tallowcrest::misc
 {

@@ -3,12 +3,12 @@
 #include "runtime/util/Log.h"
 #include "runtime/util/Sockets.h"
 
+#include <netinet/in.h>
+#include <sys/socket.h>
+
 #include <array>
 #include <utility>
 #include <variant>
-
-#include <netinet/in.h>
-#include <sys/socket.h>
 
 namespace com::tallowcrest::misc
 {

@@ -5,7 +5,6 @@
 #include "runtime/util/UniqueFd.h"
 
 #include <log4cxx/logger.h>
-
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <sys/socket.h>

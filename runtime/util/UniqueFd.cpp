@@ -1,7 +1,8 @@
 #include "runtime/util/UniqueFd.h"
 
-#include <cerrno>
 #include <unistd.h>
+
+#include <cerrno>
 #include <utility>
 
 namespace com::tallowcrest::util

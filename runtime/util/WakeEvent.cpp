@@ -1,14 +1,14 @@
 #include "runtime/util/WakeEvent.h"
 
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <cstdint>
 #include <limits>
 #include <thread>
-
-#include <poll.h>
-#include <sys/eventfd.h>
-#include <unistd.h>
 
 namespace com::tallowcrest::util
 {

@@ -6,10 +6,10 @@
 #include "tests/chaos/Controller.h"
 #include "tests/chaos/World.h"
 
+#include <sys/socket.h>
+
 #include <algorithm>
 #include <cerrno>
-
-#include <sys/socket.h>
 
 using namespace std::chrono_literals;
 

@@ -2,6 +2,7 @@
 
 #include "bustypes/RoutingTypes.h"
 #include "bustypes/TopicNames.h"
+#include "dds/sub/SampleInfo.hpp"
 #include "tests/chaos/Crosspoint.h"
 
 #include <atomic>
@@ -9,8 +10,6 @@
 #include <optional>
 #include <string>
 #include <vector>
-
-#include "dds/sub/SampleInfo.hpp"
 
 namespace com::tallowcrest::apartment
 {

@@ -4,11 +4,11 @@
 #include "tests/chaos/Controller.h"
 #include "tests/support/Operator.h"
 
+#include <sys/socket.h>
+
 #include <algorithm>
 #include <optional>
 #include <stdexcept>
-
-#include <sys/socket.h>
 
 using namespace std::chrono_literals;
 

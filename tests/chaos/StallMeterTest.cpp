@@ -1,13 +1,12 @@
 #include "tests/support/StallMeter.h"
 
 #include <gtest/gtest.h>
-
-#include <csignal>
-#include <ctime>
-
 #include <sched.h>
 #include <sys/wait.h>
 #include <unistd.h>
+
+#include <csignal>
+#include <ctime>
 
 using testsupport::StallMeter;
 using namespace std::chrono_literals;

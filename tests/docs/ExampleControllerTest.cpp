@@ -1,9 +1,9 @@
-#include <fstream>
-#include <sstream>
-
 #include "tests/e2e/support/BridgeFixture.h"
 #include "tests/support/Places.h"
 #include "tests/support/TimeFactor.h"
+
+#include <fstream>
+#include <sstream>
 
 using namespace std::chrono_literals;
 

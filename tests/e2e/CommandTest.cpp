@@ -1,6 +1,5 @@
-#include "tests/e2e/support/BridgeFixture.h"
-
 #include "koraclient/Errors.h"
+#include "tests/e2e/support/BridgeFixture.h"
 
 #include <ctime>
 

@@ -1,12 +1,11 @@
-#include "tests/e2e/support/BridgeFixture.h"
-
 #include "koraclient/Errors.h"
 #include "koraclient/RequestEncoder.h"
-
-#include <cerrno>
+#include "tests/e2e/support/BridgeFixture.h"
 
 #include <poll.h>
 #include <sys/socket.h>
+
+#include <cerrno>
 
 using namespace e2e;
 using koraclient::RequestEncoder;

@@ -1,6 +1,5 @@
 // What is promised of a join within a time.
 #include "tests/e2e/support/BridgeFixture.h"
-
 #include "tests/support/StallMeter.h"
 #include "tests/support/TimeFactor.h"
 

@@ -2,12 +2,12 @@
 #include "tests/support/Operator.h"
 #include "tests/support/TempDir.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <chrono>
 #include <optional>
 #include <sstream>
-
-#include <fcntl.h>
-#include <unistd.h>
 
 using namespace e2e;
 using testsupport::waitUntil;

@@ -1,14 +1,14 @@
 #include "tests/e2e/support/BridgeFixture.h"
 
+#include <sys/resource.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <filesystem>
 #include <fstream>
 #include <future>
 #include <map>
-
-#include <sys/resource.h>
-#include <unistd.h>
 
 using namespace e2e;
 

@@ -1,14 +1,13 @@
-#include "tests/e2e/support/BridgeFixture.h"
-
 #include "koraclient/Errors.h"
-
-#include <csignal>
+#include "tests/e2e/support/BridgeFixture.h"
 
 #include <netinet/in.h>
 #include <sys/ipc.h>
 #include <sys/shm.h>
 #include <sys/socket.h>
 #include <unistd.h>
+
+#include <csignal>
 
 using namespace e2e;
 using testsupport::ChildProcess;

@@ -1,8 +1,6 @@
 #include "tests/fakes/FakeBridge.h"
 
-#include <algorithm>
-#include <array>
-#include <stdexcept>
+#include "runtime/util/SystemError.h"
 
 #include <netinet/in.h>
 #include <poll.h>
@@ -10,7 +8,9 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include "runtime/util/SystemError.h"
+#include <algorithm>
+#include <array>
+#include <stdexcept>
 
 using com::tallowcrest::util::systemErrorText;
 using com::tallowcrest::util::UniqueFd;

@@ -1,13 +1,13 @@
 #pragma once
 
+#include "koraclient/Message.h"
+#include "runtime/util/UniqueFd.h"
+
 #include <cstdint>
 #include <functional>
 #include <mutex>
 #include <thread>
 #include <vector>
-
-#include "koraclient/Message.h"
-#include "runtime/util/UniqueFd.h"
 
 /// What the fake bridge does about one request: sends bytes (none: stays silent), then perhaps closes the connection.
 struct FakeReply

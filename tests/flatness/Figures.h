@@ -1,10 +1,10 @@
 #pragma once
 
+#include <sys/types.h>
+
 #include <cstddef>
 #include <map>
 #include <string>
-
-#include <sys/types.h>
 
 namespace flatness
 {

@@ -1,14 +1,13 @@
+#include "tests/flatness/Figures.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
 #include <cstring>
 #include <future>
 #include <thread>
 #include <vector>
-
-#include <fcntl.h>
-#include <unistd.h>
-
-#include <gtest/gtest.h>
-
-#include "tests/flatness/Figures.h"
 
 using namespace flatness;
 

@@ -1,8 +1,5 @@
 #include "tests/flatness/Load.h"
 
-#include <algorithm>
-#include <thread>
-
 #include "koraclient/Errors.h"
 #include "koraclient/KoraClient.h"
 #include "koraclient/RequestEncoder.h"
@@ -12,6 +9,9 @@
 #include "tests/support/Operator.h"
 #include "tests/support/TcpSocket.h"
 #include "tests/support/WaitUntil.h"
+
+#include <algorithm>
+#include <thread>
 
 using namespace std::chrono_literals;
 using testsupport::TcpSocket;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "tests/chaos/Processes.h"
+
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
@@ -7,8 +9,6 @@
 #include <stdexcept>
 #include <string>
 #include <vector>
-
-#include "tests/chaos/Processes.h"
 
 namespace flatness
 {

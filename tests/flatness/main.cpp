@@ -1,3 +1,12 @@
+#include "tests/chaos/Controller.h"
+#include "tests/chaos/Processes.h"
+#include "tests/flatness/EndpointWatch.h"
+#include "tests/flatness/Figures.h"
+#include "tests/flatness/Load.h"
+#include "tests/support/MeaningfulMemory.h"
+#include "tests/support/TcpSocket.h"
+#include "tests/support/WaitUntil.h"
+
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
@@ -8,15 +17,6 @@
 #include <string>
 #include <thread>
 #include <vector>
-
-#include "tests/chaos/Controller.h"
-#include "tests/chaos/Processes.h"
-#include "tests/flatness/EndpointWatch.h"
-#include "tests/flatness/Figures.h"
-#include "tests/flatness/Load.h"
-#include "tests/support/MeaningfulMemory.h"
-#include "tests/support/TcpSocket.h"
-#include "tests/support/WaitUntil.h"
 
 using namespace std::chrono_literals;
 using namespace flatness;

@@ -2,11 +2,10 @@
 // Commands come on standard input (see PeerCommands), each answered by "ok" or "error <text>"; what the bus brings is
 // printed as it comes. The end of standard input or "quit" ends it.
 
+#include "tests/interop/FastLibrary.h"
 #include "tests/interop/FastReader.h"
 #include "tests/interop/FastRouter.h"
 #include "tests/interop/PeerCommands.h"
-
-#include "tests/interop/FastLibrary.h"
 
 #include <exception>
 #include <iostream>

@@ -1,10 +1,10 @@
 #include "tests/support/BusCalls.h"
 
+#include <dlfcn.h>
+
 #include <array>
 #include <mutex>
 #include <utility>
-
-#include <dlfcn.h>
 
 namespace
 {

@@ -4,17 +4,17 @@
 #include "tests/support/TempDir.h"
 #include "tests/support/WaitUntil.h"
 
+#include <fcntl.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <csignal>
 #include <cstdlib>
 #include <iterator>
 #include <sstream>
 #include <stdexcept>
-
-#include <fcntl.h>
-#include <sys/prctl.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace testsupport
 {

@@ -1,12 +1,12 @@
 #include "tests/support/FailingCall.h"
 
-#include <cerrno>
-#include <cstddef>
-#include <thread>
-
 #include <linux/filter.h>
 #include <linux/seccomp.h>
 #include <sys/prctl.h>
+
+#include <cerrno>
+#include <cstddef>
+#include <thread>
 
 namespace testsupport
 {

@@ -1,13 +1,13 @@
 #pragma once
 
+#include <sys/syscall.h>
+
 #include <cstdint>
 #include <functional>
 #include <optional>
 #include <system_error>
 #include <utility>
 #include <vector>
-
-#include <sys/syscall.h>
 
 namespace testsupport
 {

@@ -1,13 +1,13 @@
 #include "tests/support/ForcedFiles.h"
 
+#include <sys/syscall.h>
+#include <unistd.h>
+
 #include <cerrno>
 #include <condition_variable>
 #include <mutex>
 #include <string>
 #include <utility>
-
-#include <sys/syscall.h>
-#include <unistd.h>
 
 namespace
 {

@@ -3,13 +3,13 @@
 #include "tests/support/TimeFactor.h"
 #include "tests/support/WaitUntil.h"
 
+#include <poll.h>
+#include <sys/socket.h>
+
 #include <array>
 #include <optional>
 #include <stdexcept>
 #include <utility>
-
-#include <poll.h>
-#include <sys/socket.h>
 
 namespace testsupport
 {

@@ -3,12 +3,11 @@
 #include "runtime/misc/StandardInput.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <array>
 #include <string>
 #include <utility>
-
-#include <unistd.h>
 
 namespace testsupport
 {

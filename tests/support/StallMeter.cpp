@@ -1,10 +1,10 @@
 #include "tests/support/StallMeter.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
-
-#include <unistd.h>
 
 using namespace std::chrono_literals;
 

@@ -3,6 +3,12 @@
 #include "tests/support/TimeFactor.h"
 #include "tests/support/WaitUntil.h"
 
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
 #include <array>
 #include <cerrno>
 #include <cstdio>
@@ -10,12 +16,6 @@
 #include <sstream>
 #include <stdexcept>
 #include <utility>
-
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <poll.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 namespace testsupport
 {

@@ -1,11 +1,11 @@
 #pragma once
 
+#include "tests/support/TimeFactor.h"
+
 #include <chrono>
 #include <future>
 #include <thread>
 #include <utility>
-
-#include "tests/support/TimeFactor.h"
 
 namespace testsupport
 {

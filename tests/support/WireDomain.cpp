@@ -1,10 +1,10 @@
 #include "tests/support/WireDomain.h"
 
-#include <array>
-#include <stdexcept>
-
 #include "dds/core/Exception.hpp"
 #include "tests/support/WaitUntil.h"
+
+#include <array>
+#include <stdexcept>
 
 namespace testsupport
 {

@@ -1,12 +1,12 @@
 #pragma once
 
+#include "dds/domain/DomainParticipant.hpp"
+
 #include <dds/dds.h>
 
 #include <memory>
 #include <optional>
 #include <string>
-
-#include "dds/domain/DomainParticipant.hpp"
 
 namespace testsupport
 {

@@ -1,5 +1,7 @@
 #include "tests/vectors/VectorFile.h"
 
+#include "tests/support/Places.h"
+
 #include <charconv>
 #include <filesystem>
 #include <fstream>
@@ -7,8 +9,6 @@
 #include <optional>
 #include <sstream>
 #include <stdexcept>
-
-#include "tests/support/Places.h"
 
 namespace testsupport
 {

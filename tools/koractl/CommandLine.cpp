@@ -1,14 +1,14 @@
 #include "tools/koractl/CommandLine.h"
 
-#include <algorithm>
-#include <ostream>
-
-#include <CLI/CLI.hpp>
-
 #include "tools/koractl/common/Arguments.h"
 #include "tools/koractl/common/CommandContext.h"
 #include "tools/koractl/common/Commands.h"
 #include "tools/koractl/common/FileLines.h"
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <ostream>
 
 namespace koractl
 {

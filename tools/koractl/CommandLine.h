@@ -1,9 +1,9 @@
 #pragma once
 
+#include "tools/koractl/common/CommandContext.h"
+
 #include <string>
 #include <vector>
-
-#include "tools/koractl/common/CommandContext.h"
 
 namespace koractl
 {

@@ -1,6 +1,6 @@
-#include <iostream>
-
 #include "tools/koractl/CommandLine.h"
+
+#include <iostream>
 
 int main(int argc, char** argv)
 {

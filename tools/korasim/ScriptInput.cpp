@@ -1,15 +1,15 @@
 #include "tools/korasim/ScriptInput.h"
 
+#include <poll.h>
+#include <sys/signalfd.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
 #include <system_error>
 #include <utility>
-
-#include <poll.h>
-#include <sys/signalfd.h>
-#include <unistd.h>
 
 namespace korasim
 {

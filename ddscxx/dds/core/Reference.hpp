@@ -1,9 +1,9 @@
 #pragma once
 
+#include "dds/core/Exception.hpp"
+
 #include <memory>
 #include <utility>
-
-#include "dds/core/Exception.hpp"
 
 namespace dds::core
 {

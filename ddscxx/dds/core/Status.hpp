@@ -1,9 +1,9 @@
 #pragma once
 
+#include "dds/core/InstanceHandle.hpp"
+
 #include <cstdint>
 #include <variant>
-
-#include "dds/core/InstanceHandle.hpp"
 
 namespace dds::core::status
 {

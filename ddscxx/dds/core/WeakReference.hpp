@@ -1,8 +1,8 @@
 #pragma once
 
-#include <memory>
-
 #include "dds/core/Reference.hpp"
+
+#include <memory>
 
 namespace dds::core
 {

@@ -1,11 +1,11 @@
 #pragma once
 
-#include <memory>
-
 #include "dds/core/policy/CorePolicy.hpp"
 #include "dds/detail/ParticipantDelegate.hpp"
 #include "dds/detail/TopicDelegate.hpp"
 #include "durability/DurabilityService.h"
+
+#include <memory>
 
 namespace dds::detail
 {

@@ -1,13 +1,13 @@
 #include "dds/detail/NativeListener.hpp"
 
+#include "dds/detail/Check.hpp"
+#include "dds/detail/NativeStatus.hpp"
+#include "dds/detail/Report.hpp"
+
 #include <exception>
 #include <new>
 #include <tuple>
 #include <type_traits>
-
-#include "dds/detail/Check.hpp"
-#include "dds/detail/NativeStatus.hpp"
-#include "dds/detail/Report.hpp"
 
 namespace dds::detail
 {

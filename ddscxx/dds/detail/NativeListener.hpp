@@ -1,11 +1,11 @@
 #pragma once
 
+#include "dds/core/Status.hpp"
+
 #include <dds/dds.h>
 
 #include <functional>
 #include <memory>
-
-#include "dds/core/Status.hpp"
 
 namespace dds::detail
 {

@@ -1,11 +1,11 @@
 #pragma once
 
+#include "dds/core/policy/CorePolicy.hpp"
+
 #include <dds/dds.h>
 
 #include <memory>
 #include <tuple>
-
-#include "dds/core/policy/CorePolicy.hpp"
 
 namespace dds::detail
 {

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <dds/dds.h>
-
 #include "dds/core/Status.hpp"
+
+#include <dds/dds.h>
 
 /// Copies of the DDS library's statuses as values of this interface.
 namespace dds::detail

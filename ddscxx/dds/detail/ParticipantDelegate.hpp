@@ -1,12 +1,12 @@
 #pragma once
 
+#include "dds/detail/Entity.hpp"
+#include "durability/DurabilityService.h"
+
 #include <chrono>
 #include <cstdint>
 #include <memory>
 #include <mutex>
-
-#include "dds/detail/Entity.hpp"
-#include "durability/DurabilityService.h"
 
 namespace dds::detail
 {

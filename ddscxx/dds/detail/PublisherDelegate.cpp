@@ -1,9 +1,9 @@
 #include "dds/detail/PublisherDelegate.hpp"
 
-#include <utility>
-
 #include "dds/detail/Check.hpp"
 #include "dds/detail/NativeQos.hpp"
+
+#include <utility>
 
 namespace dds::detail
 {

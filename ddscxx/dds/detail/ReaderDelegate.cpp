@@ -1,12 +1,5 @@
 #include "dds/detail/ReaderDelegate.hpp"
 
-#include <algorithm>
-#include <cstddef>
-#include <iterator>
-#include <map>
-#include <utility>
-#include <vector>
-
 #include "dds/core/Exception.hpp"
 #include "dds/detail/Check.hpp"
 #include "dds/detail/KeptData.hpp"
@@ -14,6 +7,13 @@
 #include "dds/detail/NativeStatus.hpp"
 #include "dds/detail/Report.hpp"
 #include "dds/pub/WriteBatch.hpp"
+
+#include <algorithm>
+#include <cstddef>
+#include <iterator>
+#include <map>
+#include <utility>
+#include <vector>
 
 namespace dds::detail
 {

@@ -1,13 +1,5 @@
 #pragma once
 
-#include <dds/dds.h>
-
-#include <functional>
-#include <memory>
-#include <mutex>
-#include <string>
-#include <vector>
-
 #include "dds/core/Duration.hpp"
 #include "dds/core/Status.hpp"
 #include "dds/detail/Entity.hpp"
@@ -16,6 +8,14 @@
 #include "dds/detail/TopicDelegate.hpp"
 #include "dds/sub/qos/DataReaderQos.hpp"
 #include "durability/DurabilityService.h"
+
+#include <dds/dds.h>
+
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
 
 namespace dds::detail
 {

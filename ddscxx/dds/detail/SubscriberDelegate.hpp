@@ -1,10 +1,10 @@
 #pragma once
 
-#include <memory>
-
 #include "dds/detail/Entity.hpp"
 #include "dds/detail/ParticipantDelegate.hpp"
 #include "dds/sub/qos/SubscriberQos.hpp"
+
+#include <memory>
 
 namespace dds::detail
 {

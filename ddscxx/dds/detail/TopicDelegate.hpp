@@ -1,13 +1,13 @@
 #pragma once
 
-#include <cstddef>
-#include <memory>
-#include <string>
-
 #include "dds/detail/Entity.hpp"
 #include "dds/detail/ParticipantDelegate.hpp"
 #include "dds/topic/qos/TopicQos.hpp"
 #include "durability/TypeCodec.h"
+
+#include <cstddef>
+#include <memory>
+#include <string>
 
 namespace dds::detail
 {

@@ -1,13 +1,13 @@
 #include "dds/detail/WriterDelegate.hpp"
 
-#include <utility>
-
 #include "dds/detail/Check.hpp"
 #include "dds/detail/KeptData.hpp"
 #include "dds/detail/NativeQos.hpp"
 #include "dds/detail/NativeStatus.hpp"
 #include "dds/pub/WriteBatch.hpp"
 #include "durability/GatheredWrites.h"
+
+#include <utility>
 
 namespace dds::detail
 {

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <memory>
-
 #include "dds/core/InstanceHandle.hpp"
 #include "dds/core/Status.hpp"
 #include "dds/core/Time.hpp"
@@ -10,6 +8,8 @@
 #include "dds/detail/TopicDelegate.hpp"
 #include "dds/pub/qos/DataWriterQos.hpp"
 #include "durability/DurabilityService.h"
+
+#include <memory>
 
 namespace dds::detail
 {

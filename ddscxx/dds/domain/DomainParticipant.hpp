@@ -1,13 +1,13 @@
 #pragma once
 
-#include <cstdint>
-#include <memory>
-
 #include "dds/core/Reference.hpp"
 #include "dds/detail/ParticipantDelegate.hpp"
 #include "dds/pub/qos/PublisherQos.hpp"
 #include "dds/sub/qos/SubscriberQos.hpp"
 #include "dds/topic/qos/TopicQos.hpp"
+
+#include <cstdint>
+#include <memory>
 
 namespace dds::domain
 {

@@ -1,9 +1,5 @@
 #pragma once
 
-#include <dds/dds.h>
-
-#include <memory>
-
 #include "dds/core/InstanceHandle.hpp"
 #include "dds/core/Reference.hpp"
 #include "dds/core/Status.hpp"
@@ -12,6 +8,10 @@
 #include "dds/pub/Publisher.hpp"
 #include "dds/pub/qos/DataWriterQos.hpp"
 #include "dds/topic/Topic.hpp"
+
+#include <dds/dds.h>
+
+#include <memory>
 
 namespace dds::pub
 {

@@ -1,11 +1,11 @@
 #pragma once
 
-#include <memory>
-
 #include "dds/core/Reference.hpp"
 #include "dds/detail/PublisherDelegate.hpp"
 #include "dds/domain/DomainParticipant.hpp"
 #include "dds/pub/qos/PublisherQos.hpp"
+
+#include <memory>
 
 namespace dds::pub
 {

@@ -1,10 +1,5 @@
 #pragma once
 
-#include <memory>
-#include <utility>
-#include <variant>
-#include <vector>
-
 #include "dds/core/Duration.hpp"
 #include "dds/core/Reference.hpp"
 #include "dds/core/Status.hpp"
@@ -14,6 +9,11 @@
 #include "dds/sub/Subscriber.hpp"
 #include "dds/sub/qos/DataReaderQos.hpp"
 #include "dds/topic/Topic.hpp"
+
+#include <memory>
+#include <utility>
+#include <variant>
+#include <vector>
 
 namespace dds::sub
 {

@@ -1,10 +1,10 @@
 #pragma once
 
+#include "dds/sub/Sample.hpp"
+
 #include <cstddef>
 #include <utility>
 #include <vector>
-
-#include "dds/sub/Sample.hpp"
 
 namespace dds::sub
 {

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <utility>
-
 #include "dds/sub/SampleInfo.hpp"
+
+#include <utility>
 
 namespace dds::sub
 {

@@ -1,11 +1,11 @@
 #pragma once
 
-#include <memory>
-
 #include "dds/core/Reference.hpp"
 #include "dds/detail/SubscriberDelegate.hpp"
 #include "dds/domain/DomainParticipant.hpp"
 #include "dds/sub/qos/SubscriberQos.hpp"
+
+#include <memory>
 
 namespace dds::sub
 {

@@ -1,10 +1,10 @@
 #pragma once
 
-#include <string>
-
 #include "bustypes/SampleText.h"
 #include "dds/topic/TopicTraits.hpp"
 #include "durability/TypeCodec.h"
+
+#include <string>
 
 namespace dds::topic
 {

@@ -1,14 +1,14 @@
 #pragma once
 
-#include <memory>
-#include <string>
-
 #include "dds/core/Reference.hpp"
 #include "dds/detail/TopicDelegate.hpp"
 #include "dds/domain/DomainParticipant.hpp"
 #include "dds/topic/DurableCodec.hpp"
 #include "dds/topic/TopicTraits.hpp"
 #include "dds/topic/qos/TopicQos.hpp"
+
+#include <memory>
+#include <string>
 
 namespace dds::topic
 {

@@ -1,14 +1,14 @@
-#include <chrono>
-#include <csignal>
-#include <cstdlib>
-#include <ctime>
-#include <string>
-
 #include "durability/SourceTime.h"
 #include "tests/e2e/after2038/LaterClock.h"
 #include "tests/e2e/durable/DurableFixture.h"
 #include "tests/support/Places.h"
 #include "tests/support/WaitUntil.h"
+
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <ctime>
+#include <string>
 
 namespace e2e
 {

@@ -1,11 +1,10 @@
 #include "tests/e2e/after2038/LaterClock.h"
 
+#include <dlfcn.h>
 #include <pthread.h>
+#include <sys/time.h>
 
 #include <ctime>
-
-#include <dlfcn.h>
-#include <sys/time.h>
 
 // Takes the place of the C library's clock, for the program that this is linked into and for its libraries. What waits
 // until a time of that clock waits until the machine's: the system knows no other.

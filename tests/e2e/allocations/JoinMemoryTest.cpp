@@ -7,6 +7,7 @@
 #include <dds/dds.h>
 #include <log4cxx/appenderskeleton.h>
 #include <log4cxx/logger.h>
+#include <malloc.h>
 
 #include <algorithm>
 #include <atomic>
@@ -16,8 +17,6 @@
 #include <stdexcept>
 #include <string>
 #include <thread>
-
-#include <malloc.h>
 
 namespace
 {

@@ -1,6 +1,5 @@
 // What is promised of the console within a time.
 #include "tests/e2e/console/OperatorFixture.h"
-
 #include "tests/support/StallMeter.h"
 #include "tests/support/TimeFactor.h"
 

@@ -1,16 +1,16 @@
 #include "tests/e2e/console/OperatorFixture.h"
 #include "tests/support/TimeFactor.h"
 
+#include <poll.h>
+#include <pty.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <array>
 #include <csignal>
 #include <iterator>
 #include <stdexcept>
-
-#include <poll.h>
-#include <pty.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 using namespace e2e;
 using Clock = std::chrono::steady_clock;

@@ -1,12 +1,11 @@
+#include "koraclient/Errors.h"
 #include "tests/e2e/console/OperatorFixture.h"
 
-#include "koraclient/Errors.h"
+#include <sys/socket.h>
 
 #include <atomic>
 #include <csignal>
 #include <thread>
-
-#include <sys/socket.h>
 
 using namespace e2e;
 using testsupport::TcpSocket;

@@ -1,15 +1,15 @@
-#include <cerrno>
-#include <cstring>
-#include <fstream>
-#include <optional>
-
-#include <sched.h>
-#include <sys/mount.h>
-
 #include "durability/Sqlite.h"
 #include "durability/Store.h"
 #include "tests/e2e/durable/DurableFixture.h"
 #include "tests/support/WaitUntil.h"
+
+#include <sched.h>
+#include <sys/mount.h>
+
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <optional>
 
 using namespace e2e;
 using com::tallowcrest::durability::SqliteConnection;

@@ -1,12 +1,12 @@
 #include "tests/e2e/durable/DurableController.h"
 
+#include "koraclient/Errors.h"
+
 #include <algorithm>
 #include <cmath>
 #include <exception>
 #include <stdexcept>
 #include <thread>
-
-#include "koraclient/Errors.h"
 
 namespace e2e
 {

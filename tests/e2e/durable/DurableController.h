@@ -1,5 +1,7 @@
 #pragma once
 
+#include "tests/e2e/support/BridgeFixture.h"
+
 #include <atomic>
 #include <chrono>
 #include <cstdint>
@@ -10,8 +12,6 @@
 #include <string>
 #include <utility>
 #include <vector>
-
-#include "tests/e2e/support/BridgeFixture.h"
 
 namespace e2e
 {

@@ -1,11 +1,11 @@
 #include "tests/e2e/durable/DurableFixture.h"
 
+#include "durability/Sqlite.h"
+
 #include <csignal>
 #include <cstdlib>
 #include <ctime>
 #include <utility>
-
-#include "durability/Sqlite.h"
 
 namespace e2e
 {

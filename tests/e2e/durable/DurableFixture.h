@@ -1,14 +1,14 @@
 #pragma once
 
+#include "tests/e2e/support/BridgeFixture.h"
+#include "tests/support/StallMeter.h"
+#include "tests/support/TempDir.h"
+
 #include <chrono>
 #include <cstdint>
 #include <filesystem>
 #include <map>
 #include <string>
-
-#include "tests/e2e/support/BridgeFixture.h"
-#include "tests/support/StallMeter.h"
-#include "tests/support/TempDir.h"
 
 namespace e2e
 {

@@ -1,11 +1,11 @@
 #include "tests/e2e/durable/FrameNetwork.h"
 
-#include <cstdlib>
-#include <stdexcept>
+#include "tests/support/WaitUntil.h"
 
 #include <unistd.h>
 
-#include "tests/support/WaitUntil.h"
+#include <cstdlib>
+#include <stdexcept>
 
 namespace e2e
 {

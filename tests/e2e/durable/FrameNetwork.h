@@ -1,13 +1,13 @@
 #pragma once
 
+#include "tests/support/ChildProcess.h"
+#include "tests/support/TempDir.h"
+
 #include <filesystem>
 #include <map>
 #include <memory>
 #include <string>
 #include <vector>
-
-#include "tests/support/ChildProcess.h"
-#include "tests/support/TempDir.h"
 
 namespace e2e
 {

@@ -1,13 +1,13 @@
+#include "tests/e2e/durable/DurableController.h"
+#include "tests/e2e/durable/DurableFixture.h"
+#include "tests/support/StallMeter.h"
+#include "tests/support/WaitUntil.h"
+
 #include <algorithm>
 #include <atomic>
 #include <memory>
 #include <random>
 #include <thread>
-
-#include "tests/e2e/durable/DurableController.h"
-#include "tests/e2e/durable/DurableFixture.h"
-#include "tests/support/StallMeter.h"
-#include "tests/support/WaitUntil.h"
 
 using namespace e2e;
 using namespace std::chrono_literals;

@@ -1,9 +1,9 @@
-#include <csignal>
-
 #include "runtime/hwobjs/TimecodeSharedMem.h"
 #include "runtime/util/Timecode.h"
 #include "tests/e2e/durable/DurableFixture.h"
 #include "tests/support/WaitUntil.h"
+
+#include <csignal>
 
 using namespace e2e;
 using com::tallowcrest::dds_::routing::LPR_LOCKED;

@@ -1,11 +1,11 @@
-#include <csignal>
-#include <functional>
-
 #include "bustypes/TopicNames.h"
 #include "buswrappers/TopicPub.h"
 #include "tests/e2e/durable/DurableFixture.h"
 #include "tests/e2e/durable/FrameNetwork.h"
 #include "tests/support/WaitUntil.h"
+
+#include <csignal>
+#include <functional>
 
 using namespace e2e;
 using com::tallowcrest::dds_::routing::RouterMember;

@@ -1,10 +1,10 @@
-#include <csignal>
-#include <set>
-
 #include "durability/Store.h"
 #include "tests/e2e/durable/DurableFixture.h"
 #include "tests/support/TimeFactor.h"
 #include "tests/support/WaitUntil.h"
+
+#include <csignal>
+#include <set>
 
 using namespace e2e;
 using com::tallowcrest::durability::Store;

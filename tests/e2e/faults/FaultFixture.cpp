@@ -2,14 +2,14 @@
 
 #include "tests/support/TempDir.h"
 
+#include <unistd.h>
+
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <sstream>
 #include <thread>
-
-#include <unistd.h>
 
 namespace e2e
 {

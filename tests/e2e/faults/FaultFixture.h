@@ -2,12 +2,12 @@
 
 #include "tests/e2e/support/BridgeFixture.h"
 
+#include <sys/resource.h>
+
 #include <chrono>
 #include <memory>
 #include <string>
 #include <vector>
-
-#include <sys/resource.h>
 
 namespace e2e
 {

@@ -1,6 +1,7 @@
+#include "koraclient/RequestEncoder.h"
 #include "tests/e2e/faults/ShippedLogFixture.h"
 
-#include "koraclient/RequestEncoder.h"
+#include <sys/socket.h>
 
 #include <algorithm>
 #include <array>
@@ -8,8 +9,6 @@
 #include <iostream>
 #include <numeric>
 #include <thread>
-
-#include <sys/socket.h>
 
 namespace e2e
 {

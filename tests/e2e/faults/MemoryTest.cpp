@@ -1,7 +1,7 @@
-#include <cstdlib>
-
 #include "koraclient/Errors.h"
 #include "tests/e2e/faults/FaultFixture.h"
+
+#include <cstdlib>
 
 namespace e2e
 {

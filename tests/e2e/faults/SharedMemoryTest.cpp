@@ -1,10 +1,10 @@
 #include "tests/e2e/faults/FaultFixture.h"
 
-#include <atomic>
-#include <stdexcept>
-
 #include <sys/ipc.h>
 #include <sys/shm.h>
+
+#include <atomic>
+#include <stdexcept>
 
 namespace e2e
 {

@@ -1,8 +1,8 @@
 #include "tests/e2e/faults/FaultFixture.h"
 
-#include <regex>
-
 #include <unistd.h>
+
+#include <regex>
 
 namespace e2e
 {

@@ -1,9 +1,9 @@
+#include "tests/e2e/support/BridgeFixture.h"
+#include "tests/support/TempDir.h"
+
 #include <csignal>
 #include <fstream>
 #include <sstream>
-
-#include "tests/e2e/support/BridgeFixture.h"
-#include "tests/support/TempDir.h"
 
 using koraclient::LprCommand;
 using testsupport::ChildProcess;

@@ -1,9 +1,9 @@
 #include "tests/e2e/security/SecuredBus.h"
 
+#include "tests/support/Places.h"
+
 #include <cstdlib>
 #include <stdexcept>
-
-#include "tests/support/Places.h"
 
 namespace e2e
 {

@@ -1,4 +1,5 @@
 #include "tests/e2e/security/SecuredBus.h"
+
 #include "tests/e2e/security/WireTap.h"
 #include "tests/support/Places.h"
 

@@ -1,13 +1,13 @@
 #include "tests/e2e/security/WireTap.h"
 
-#include <array>
-#include <stdexcept>
-
 #include <arpa/inet.h>
 #include <linux/if_ether.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
+
+#include <array>
+#include <stdexcept>
 
 namespace e2e
 {

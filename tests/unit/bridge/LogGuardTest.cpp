@@ -1,5 +1,4 @@
 #include "bridge/Logging.h"
-
 #include "tests/support/TempDir.h"
 #include "tests/support/WaitUntil.h"
 
@@ -9,12 +8,11 @@
 #include <log4cxx/logger.h>
 #include <log4cxx/patternlayout.h>
 #include <log4cxx/rolling/rollingfileappender.h>
+#include <sys/resource.h>
 
 #include <chrono>
 #include <cstdio>
 #include <stdexcept>
-
-#include <sys/resource.h>
 
 namespace
 {

@@ -6,13 +6,12 @@
 #include <gtest/gtest.h>
 #include <log4cxx/appenderskeleton.h>
 #include <log4cxx/logger.h>
+#include <sys/resource.h>
 
 #include <limits>
 #include <memory>
 #include <optional>
 #include <stdexcept>
-
-#include <sys/resource.h>
 
 namespace
 {

@@ -1,8 +1,8 @@
+#include "bustypes/BoundedString.h"
+
 #include <gtest/gtest.h>
 
 #include <string>
-
-#include "bustypes/BoundedString.h"
 
 using com::tallowcrest::dds_::routing::copyFromBus;
 using com::tallowcrest::dds_::routing::copyToBus;

@@ -1,14 +1,13 @@
+#include "bustypes/SampleText.h"
+#include "bustypes/TypeSupport.h"
+#include "tests/unit/bustypes/TypeSamples.h"
+
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <string>
 #include <vector>
-
-#include <nlohmann/json.hpp>
-
-#include "bustypes/SampleText.h"
-#include "bustypes/TypeSupport.h"
-#include "tests/unit/bustypes/TypeSamples.h"
 
 using namespace com::tallowcrest::dds_::routing;
 using typesamples::Sample;

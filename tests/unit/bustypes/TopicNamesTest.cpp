@@ -1,10 +1,10 @@
+#include "bustypes/TopicNames.h"
+
 #include <gtest/gtest.h>
 
 #include <array>
 #include <cstddef>
 #include <string>
-
-#include "bustypes/TopicNames.h"
 
 using com::tallowcrest::routing::partitionName;
 using com::tallowcrest::routing::TopicName;

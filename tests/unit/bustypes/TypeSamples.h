@@ -1,9 +1,9 @@
 #pragma once
 
+#include "bustypes/RoutingTypes.h"
+
 #include <string>
 #include <vector>
-
-#include "bustypes/RoutingTypes.h"
 
 /// One value of each bus type, none of whose members is what a new value has, and what is to be said of it. Written by
 /// hand, so that a member which the type's description leaves out is missed.

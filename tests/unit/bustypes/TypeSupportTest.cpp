@@ -1,11 +1,12 @@
+#include "bustypes/TypeSupport.h"
+
+#include "tests/unit/bustypes/TypeSamples.h"
+
 #include <gtest/gtest.h>
 
 #include <cstring>
 #include <string>
 #include <vector>
-
-#include "bustypes/TypeSupport.h"
-#include "tests/unit/bustypes/TypeSamples.h"
 
 using namespace com::tallowcrest::dds_::routing;
 using typesamples::Sample;

@@ -1,16 +1,16 @@
 #include "buswrappers/BusRound.h"
 
+#include "buswrappers/TypedTopics.h"
+#include "runtime/apartment/Apartment.h"
+#include "tests/support/PacketCount.h"
+#include "tests/unit/buswrappers/RouterSide.h"
+
 #include <gtest/gtest.h>
 
 #include <functional>
 #include <future>
 #include <memory>
 #include <utility>
-
-#include "buswrappers/TypedTopics.h"
-#include "runtime/apartment/Apartment.h"
-#include "tests/support/PacketCount.h"
-#include "tests/unit/buswrappers/RouterSide.h"
 
 using com::tallowcrest::apartment::Apartment;
 using com::tallowcrest::apartment::DoItEvent;

@@ -1,13 +1,13 @@
 #include "buswrappers/ComponentInfoPub.h"
 
+#include "tests/fakes/FakeApartment.h"
+#include "tests/support/LogRecorder.h"
+#include "tests/unit/buswrappers/RouterSide.h"
+
 #include <gtest/gtest.h>
 
 #include <memory>
 #include <string>
-
-#include "tests/fakes/FakeApartment.h"
-#include "tests/support/LogRecorder.h"
-#include "tests/unit/buswrappers/RouterSide.h"
 
 using com::tallowcrest::dds_::routing::ComponentInfo;
 using com::tallowcrest::routing::ComponentInfoPub;

@@ -1,8 +1,7 @@
+#include "bustypes/RoutingTypes.h"
 #include "buswrappers/TopicSub.h"
 
 #include <gtest/gtest.h>
-
-#include "bustypes/RoutingTypes.h"
 
 using com::tallowcrest::dds_::routing::MacroXptOutput;
 using com::tallowcrest::routing::withEndsApart;

@@ -1,12 +1,12 @@
+#include "buswrappers/ComponentInfoPub.h"
+#include "buswrappers/ListenerEvents.h"
+#include "tests/unit/buswrappers/RecordingHandler.h"
+
 #include <gtest/gtest.h>
 
 #include <memory>
 #include <string>
 #include <vector>
-
-#include "buswrappers/ComponentInfoPub.h"
-#include "buswrappers/ListenerEvents.h"
-#include "tests/unit/buswrappers/RecordingHandler.h"
 
 using namespace com::tallowcrest::routing;
 using namespace dds::core::status;

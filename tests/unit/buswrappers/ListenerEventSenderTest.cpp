@@ -1,15 +1,15 @@
 #include "buswrappers/ListenerEventSender.h"
 
+#include "bustypes/RoutingTypes.h"
+#include "tests/fakes/FakeApartment.h"
+#include "tests/support/LogRecorder.h"
+#include "tests/unit/buswrappers/RecordingHandler.h"
+
 #include <gtest/gtest.h>
 
 #include <memory>
 #include <string>
 #include <vector>
-
-#include "bustypes/RoutingTypes.h"
-#include "tests/fakes/FakeApartment.h"
-#include "tests/support/LogRecorder.h"
-#include "tests/unit/buswrappers/RecordingHandler.h"
 
 using namespace com::tallowcrest::routing;
 using namespace dds::core::status;

@@ -1,13 +1,13 @@
 #include "buswrappers/Participant.h"
 
+#include "buswrappers/TypedTopics.h"
+#include "dds/core/WeakReference.hpp"
+
 #include <gtest/gtest.h>
 
 #include <memory>
 #include <thread>
 #include <vector>
-
-#include "buswrappers/TypedTopics.h"
-#include "dds/core/WeakReference.hpp"
 
 using com::tallowcrest::routing::sharedParticipant;
 using dds::domain::DomainParticipant;

@@ -1,10 +1,10 @@
 #pragma once
 
+#include "buswrappers/ListenerEvents.h"
+
 #include <mutex>
 #include <string>
 #include <vector>
-
-#include "buswrappers/ListenerEvents.h"
 
 /// Notes the order of its calls and keeps each last status.
 class RecordingHandler final : public com::tallowcrest::routing::DataReaderListenerHandler

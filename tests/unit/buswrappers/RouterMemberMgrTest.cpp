@@ -1,15 +1,15 @@
 #include "buswrappers/RouterMemberMgr.h"
 
+#include "runtime/apartment/Apartment.h"
+#include "tests/fakes/FakeApartment.h"
+#include "tests/unit/buswrappers/RouterSide.h"
+
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <memory>
 #include <string>
 #include <vector>
-
-#include "runtime/apartment/Apartment.h"
-#include "tests/fakes/FakeApartment.h"
-#include "tests/unit/buswrappers/RouterSide.h"
 
 using com::tallowcrest::dds_::routing::RouterMember;
 using com::tallowcrest::routing::IRouterMember;

@@ -1,12 +1,12 @@
 #pragma once
 
-#include <string>
-#include <vector>
-
 #include "bustypes/TopicNames.h"
 #include "dds/dds.hpp"
 #include "tests/support/WaitUntil.h"
 #include "tests/support/WireDomain.h"
+
+#include <string>
+#include <vector>
 
 /// What another process of the router has of one topic: a reader and a writer in a partition, on a DDS stack of their
 /// own. Made from plain QoS values, not with the wrappers' help.

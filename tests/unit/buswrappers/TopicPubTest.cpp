@@ -1,12 +1,12 @@
 #include "buswrappers/TopicPub.h"
 
+#include "buswrappers/TypedTopics.h"
+#include "tests/unit/buswrappers/RouterSide.h"
+
 #include <gtest/gtest.h>
 
 #include <set>
 #include <string>
-
-#include "buswrappers/TypedTopics.h"
-#include "tests/unit/buswrappers/RouterSide.h"
 
 using com::tallowcrest::dds_::routing::MacroXptOutput;
 using com::tallowcrest::routing::MacroXptOutputPub;

@@ -1,5 +1,11 @@
 #include "buswrappers/TopicSub.h"
 
+#include "buswrappers/ListenerEvents.h"
+#include "buswrappers/TypedTopics.h"
+#include "runtime/apartment/Apartment.h"
+#include "tests/fakes/FakeApartment.h"
+#include "tests/unit/buswrappers/RouterSide.h"
+
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -7,12 +13,6 @@
 #include <string>
 #include <thread>
 #include <vector>
-
-#include "buswrappers/ListenerEvents.h"
-#include "buswrappers/TypedTopics.h"
-#include "runtime/apartment/Apartment.h"
-#include "tests/fakes/FakeApartment.h"
-#include "tests/unit/buswrappers/RouterSide.h"
 
 using namespace com::tallowcrest::routing;
 using com::tallowcrest::dds_::routing::MacroLevel;

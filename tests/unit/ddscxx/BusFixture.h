@@ -1,15 +1,15 @@
 #pragma once
 
+#include "bustypes/RoutingTypes.h"
+#include "dds/dds.hpp"
+#include "tests/support/WaitUntil.h"
+#include "tests/support/WireDomain.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdint>
 #include <string>
 #include <vector>
-
-#include "bustypes/RoutingTypes.h"
-#include "dds/dds.hpp"
-#include "tests/support/WaitUntil.h"
-#include "tests/support/WireDomain.h"
 
 /// One topic of crosspoint outputs on two DDS stacks that meet on the loopback interface only: what the bridge's side
 /// writes, the wire's side reads, and the other way round.

@@ -1,10 +1,11 @@
+#include "dds/detail/Check.hpp"
+
+#include "dds/core/Exception.hpp"
+
 #include <gtest/gtest.h>
 
 #include <stdexcept>
 #include <string>
-
-#include "dds/core/Exception.hpp"
-#include "dds/detail/Check.hpp"
 
 using dds::detail::check;
 

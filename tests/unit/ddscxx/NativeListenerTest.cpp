@@ -1,3 +1,9 @@
+#include "dds/detail/NativeListener.hpp"
+
+#include "bustypes/RoutingTypes.h"
+#include "dds/dds.hpp"
+#include "tests/support/WaitUntil.h"
+
 #include <dds/ddsrt/log.h>
 #include <gtest/gtest.h>
 
@@ -8,11 +14,6 @@
 #include <utility>
 #include <variant>
 #include <vector>
-
-#include "bustypes/RoutingTypes.h"
-#include "dds/dds.hpp"
-#include "dds/detail/NativeListener.hpp"
-#include "tests/support/WaitUntil.h"
 
 using namespace dds::core::status;
 using dds::core::InstanceHandle;

@@ -1,10 +1,10 @@
-#include <gtest/gtest.h>
-
 #include "dds/detail/NativeQos.hpp"
 #include "dds/pub/qos/DataWriterQos.hpp"
 #include "dds/sub/qos/DataReaderQos.hpp"
 #include "dds/sub/qos/SubscriberQos.hpp"
 #include "dds/topic/qos/TopicQos.hpp"
+
+#include <gtest/gtest.h>
 
 using namespace dds::core::policy;
 using dds::core::Duration;

@@ -1,11 +1,11 @@
-#include <gtest/gtest.h>
-
-#include <chrono>
-
 #include "dds/core/Duration.hpp"
 #include "dds/core/InstanceHandle.hpp"
 #include "dds/core/Status.hpp"
 #include "dds/core/Time.hpp"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
 
 using dds::core::Duration;
 using dds::core::status::StatusMask;

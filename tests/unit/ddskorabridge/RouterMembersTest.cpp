@@ -11,7 +11,6 @@
 #include "runtime/apartment/ThreadPriority.h"
 
 #include <gtest/gtest.h>
-
 #include <sys/resource.h>
 #include <unistd.h>
 

@@ -1,12 +1,12 @@
 #include "durability/Channel.h"
 
-#include <string>
-#include <thread>
+#include "tests/support/WaitUntil.h"
+#include "tests/unit/durability/OutputCodec.h"
 
 #include <gtest/gtest.h>
 
-#include "tests/support/WaitUntil.h"
-#include "tests/unit/durability/OutputCodec.h"
+#include <string>
+#include <thread>
 
 using namespace com::tallowcrest::durability;
 

@@ -1,13 +1,13 @@
 #include "durability/CompanionPort.h"
 
-#include <gtest/gtest.h>
-
-#include <set>
-
 #include "tests/support/PacketCount.h"
 #include "tests/support/WaitUntil.h"
 #include "tests/support/WireDomain.h"
 #include "tests/unit/durability/OutputCodec.h"
+
+#include <gtest/gtest.h>
+
+#include <set>
 
 using namespace com::tallowcrest::durability;
 

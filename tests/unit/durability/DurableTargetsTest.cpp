@@ -1,11 +1,3 @@
-#include <cstdlib>
-#include <filesystem>
-#include <map>
-#include <optional>
-#include <string>
-
-#include <gtest/gtest.h>
-
 #include "dds/dds.hpp"
 #include "durability/CompanionPort.h"
 #include "durability/RecentRows.h"
@@ -18,6 +10,14 @@
 #include "tests/support/WaitUntil.h"
 #include "tests/unit/durability/OtherParticipant.h"
 #include "tests/unit/durability/OutputCodec.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <map>
+#include <optional>
+#include <string>
 
 using namespace com::tallowcrest::durability;
 

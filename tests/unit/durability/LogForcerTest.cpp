@@ -1,11 +1,11 @@
 #include "durability/LogForcer.h"
 
-#include <cerrno>
-
 #include "durability/Store.h"
 #include "durability/StoreKeeper.h"
 #include "tests/support/ForcedFiles.h"
 #include "tests/unit/durability/StoreFixture.h"
+
+#include <cerrno>
 
 using namespace com::tallowcrest::durability;
 using namespace std::chrono_literals;

@@ -1,12 +1,12 @@
 #include "durability/NewestSamples.h"
 
+#include "tests/unit/durability/OutputCodec.h"
+
 #include <gtest/gtest.h>
 
 #include <cstring>
 #include <map>
 #include <string>
-
-#include "tests/unit/durability/OutputCodec.h"
 
 namespace
 {

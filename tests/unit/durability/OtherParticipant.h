@@ -1,13 +1,13 @@
 #pragma once
 
+#include "dds/domain/DomainParticipant.hpp"
+#include "durability/CompanionPort.h"
+#include "tests/unit/durability/OutputCodec.h"
+
 #include <gtest/gtest.h>
 
 #include <cstddef>
 #include <cstdint>
-
-#include "dds/domain/DomainParticipant.hpp"
-#include "durability/CompanionPort.h"
-#include "tests/unit/durability/OutputCodec.h"
 
 /// Another participant that hands over what the test says, whatever it has announced.
 class OtherParticipant

@@ -1,11 +1,11 @@
 #pragma once
 
-#include <cstdint>
-#include <cstring>
-
 #include "bustypes/RoutingTypes.h"
 #include "dds/topic/DurableCodec.hpp"
 #include "durability/SampleTable.h"
+
+#include <cstdint>
+#include <cstring>
 
 /// Crosspoint outputs as the keeping of data sees them.
 using Output = com::tallowcrest::dds_::routing::MacroXptOutput;

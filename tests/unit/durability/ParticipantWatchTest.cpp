@@ -1,9 +1,9 @@
 #include "durability/ParticipantWatch.h"
 
-#include <gtest/gtest.h>
-
 #include "dds/domain/DomainParticipant.hpp"
 #include "tests/support/WaitUntil.h"
+
+#include <gtest/gtest.h>
 
 using namespace com::tallowcrest::durability;
 using namespace std::chrono_literals;

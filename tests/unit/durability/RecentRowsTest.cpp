@@ -1,20 +1,20 @@
 #include "durability/RecentRows.h"
 
+#include "tests/support/FailingCall.h"
+#include "tests/support/LogRecorder.h"
+#include "tests/support/TempDir.h"
+#include "tests/unit/durability/OutputCodec.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <cerrno>
 #include <cstdint>
 #include <cstdlib>
 #include <fstream>
 #include <memory>
 #include <sstream>
-
-#include <gtest/gtest.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include "tests/support/FailingCall.h"
-#include "tests/support/LogRecorder.h"
-#include "tests/support/TempDir.h"
-#include "tests/unit/durability/OutputCodec.h"
 
 using namespace com::tallowcrest::durability;
 

@@ -1,15 +1,14 @@
 #include "durability/Recorder.h"
 
-#include <malloc.h>
-
-#include <atomic>
-
-#include <gtest/gtest.h>
-
 #include "dds/domain/DomainParticipant.hpp"
 #include "tests/support/TempDir.h"
 #include "tests/support/WaitUntil.h"
 #include "tests/unit/durability/OutputCodec.h"
+
+#include <gtest/gtest.h>
+#include <malloc.h>
+
+#include <atomic>
 
 using namespace com::tallowcrest::durability;
 using testsupport::waitUntil;

@@ -1,10 +1,10 @@
 #include "durability/SampleTable.h"
 
-#include <string>
+#include "tests/unit/durability/OutputCodec.h"
 
 #include <gtest/gtest.h>
 
-#include "tests/unit/durability/OutputCodec.h"
+#include <string>
 
 using namespace com::tallowcrest::durability;
 

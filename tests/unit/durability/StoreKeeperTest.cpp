@@ -1,21 +1,21 @@
 #include "durability/StoreKeeper.h"
 
+#include "tests/support/FailingCall.h"
+#include "tests/support/ForcedFiles.h"
+#include "tests/support/WaitUntil.h"
+#include "tests/unit/durability/OutputCodec.h"
+#include "tests/unit/durability/StoreFixture.h"
+
+#include <gtest/gtest.h>
+#include <sched.h>
+#include <sys/mount.h>
+
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <string>
-
-#include <gtest/gtest.h>
-#include <sched.h>
-#include <sys/mount.h>
-
-#include "tests/support/FailingCall.h"
-#include "tests/support/ForcedFiles.h"
-#include "tests/support/WaitUntil.h"
-#include "tests/unit/durability/OutputCodec.h"
-#include "tests/unit/durability/StoreFixture.h"
 
 using namespace com::tallowcrest::durability;
 using testsupport::waitUntil;

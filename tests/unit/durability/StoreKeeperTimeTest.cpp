@@ -1,13 +1,12 @@
 // What is promised of the store within a time.
 #include "durability/StoreKeeper.h"
-
-#include <gtest/gtest.h>
-
 #include "tests/support/StallMeter.h"
 #include "tests/support/TempDir.h"
 #include "tests/support/TimeFactor.h"
 #include "tests/support/WaitUntil.h"
 #include "tests/unit/durability/OutputCodec.h"
+
+#include <gtest/gtest.h>
 
 using namespace com::tallowcrest::durability;
 using testsupport::waitUntil;

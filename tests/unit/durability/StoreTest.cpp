@@ -1,17 +1,17 @@
 #include "durability/Store.h"
 
+#include "tests/support/FailingCall.h"
+#include "tests/support/SqliteLog.h"
+#include "tests/support/TempDir.h"
+
+#include <gtest/gtest.h>
+
 #include <cerrno>
 #include <cstdint>
 #include <fstream>
 #include <iterator>
 #include <string>
 #include <vector>
-
-#include <gtest/gtest.h>
-
-#include "tests/support/FailingCall.h"
-#include "tests/support/SqliteLog.h"
-#include "tests/support/TempDir.h"
 
 using namespace com::tallowcrest::durability;
 

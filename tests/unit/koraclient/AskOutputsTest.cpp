@@ -1,10 +1,10 @@
 #include "koraclient/AskOutputs.h"
 
-#include <chrono>
+#include "tests/fakes/FakeBridge.h"
 
 #include <gtest/gtest.h>
 
-#include "tests/fakes/FakeBridge.h"
+#include <chrono>
 
 using namespace koraclient;
 using namespace std::chrono_literals;

@@ -1,19 +1,19 @@
 #include "koraclient/KoraClient.h"
 
-#include <atomic>
-#include <cerrno>
-#include <memory>
-#include <optional>
-
-#include <gtest/gtest.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-
 #include "koraclient/Errors.h"
 #include "runtime/util/UniqueFd.h"
 #include "tests/fakes/FakeBridge.h"
 #include "tests/support/FailingCall.h"
 #include "tests/support/WaitUntil.h"
+
+#include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+
+#include <atomic>
+#include <cerrno>
+#include <memory>
+#include <optional>
 
 using namespace koraclient;
 using namespace std::chrono_literals;

@@ -1,8 +1,8 @@
 #include "koraclient/Message.h"
 
-#include <gtest/gtest.h>
-
 #include "tests/fakes/FakeBridge.h"
+
+#include <gtest/gtest.h>
 
 using namespace koraclient;
 

@@ -1,10 +1,10 @@
 #include "koraclient/RequestEncoder.h"
 
-#include <stdexcept>
+#include "tests/fakes/FakeBridge.h"
 
 #include <gtest/gtest.h>
 
-#include "tests/fakes/FakeBridge.h"
+#include <stdexcept>
 
 using namespace koraclient;
 

@@ -1,8 +1,8 @@
 #include "koraclient/SendInParts.h"
 
-#include <numeric>
-
 #include <gtest/gtest.h>
+
+#include <numeric>
 
 using namespace koraclient;
 

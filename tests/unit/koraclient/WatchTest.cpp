@@ -1,12 +1,12 @@
 #include "koraclient/Watch.h"
 
-#include <atomic>
-#include <memory>
+#include "koraclient/Errors.h"
+#include "tests/fakes/FakeBridge.h"
 
 #include <gtest/gtest.h>
 
-#include "koraclient/Errors.h"
-#include "tests/fakes/FakeBridge.h"
+#include <atomic>
+#include <memory>
 
 using namespace koraclient;
 using namespace std::chrono_literals;

@@ -1,5 +1,4 @@
 #include "koracommand/CmdHandlerImpl.h"
-
 #include "tests/support/LogRecorder.h"
 #include "tests/support/TimeFactor.h"
 #include "tests/support/WaitUntil.h"

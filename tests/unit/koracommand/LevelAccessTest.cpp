@@ -1,4 +1,5 @@
 #include "koracommand/LevelAccess.h"
+
 #include "tests/fakes/FakeLevel.h"
 #include "tests/unit/koracommand/LevelFixture.h"
 

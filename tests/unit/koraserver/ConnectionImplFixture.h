@@ -1,7 +1,6 @@
 #pragma once
 
 #include "koraserver/ConnectionImpl.h"
-
 #include "koraserver/ControllerSocket.h"
 #include "tests/support/LogRecorder.h"
 #include "tests/support/TcpSocket.h"
@@ -11,7 +10,6 @@
 #include "tests/unit/koraserver/KoraBytes.h"
 
 #include <gtest/gtest.h>
-
 #include <sys/socket.h>
 
 #include <cerrno>

@@ -1,12 +1,12 @@
 #include "koraserver/ControllerSocket.h"
+
 #include "runtime/util/UniqueFd.h"
 #include "tests/support/FailingCall.h"
 #include "tests/support/LogRecorder.h"
 #include "tests/support/TcpSocket.h"
 
-#include <gtest/gtest.h>
-
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <poll.h>

@@ -1,8 +1,7 @@
 #pragma once
 
-#include "koraserver/Server.h"
-
 #include "koraserver/ControllerSocket.h"
+#include "koraserver/Server.h"
 #include "tests/support/FailingCall.h"
 #include "tests/support/LogRecorder.h"
 #include "tests/support/TcpSocket.h"

@@ -11,7 +11,6 @@
 #include "tests/unit/koraserver/KoraBytes.h"
 
 #include <gtest/gtest.h>
-
 #include <sys/socket.h>
 
 #include <cerrno>

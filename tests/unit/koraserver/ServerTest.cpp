@@ -1,8 +1,7 @@
-#include "tests/unit/koraserver/ServerFixture.h"
-
 #include "tests/support/ListeningDescriptor.h"
 #include "tests/support/TimeFactor.h"
 #include "tests/support/WaitUntil.h"
+#include "tests/unit/koraserver/ServerFixture.h"
 
 #include <arpa/inet.h>
 #include <netinet/tcp.h>

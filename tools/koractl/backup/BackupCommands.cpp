@@ -1,4 +1,11 @@
+#include "koracommand/ResultCode.h"
+#include "runtime/util/SystemError.h"
+#include "tools/koractl/backup/BackupFile.h"
+#include "tools/koractl/backup/BackupReports.h"
+#include "tools/koractl/backup/RestorePlan.h"
+#include "tools/koractl/common/Arguments.h"
 #include "tools/koractl/common/Commands.h"
+#include "tools/koractl/common/FileLines.h"
 
 #include <ctime>
 #include <fstream>
@@ -6,14 +13,6 @@
 #include <ostream>
 #include <set>
 #include <sstream>
-
-#include "koracommand/ResultCode.h"
-#include "runtime/util/SystemError.h"
-#include "tools/koractl/backup/BackupFile.h"
-#include "tools/koractl/backup/BackupReports.h"
-#include "tools/koractl/backup/RestorePlan.h"
-#include "tools/koractl/common/Arguments.h"
-#include "tools/koractl/common/FileLines.h"
 
 namespace koractl
 {

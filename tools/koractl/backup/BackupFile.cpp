@@ -1,16 +1,16 @@
 #include "tools/koractl/backup/BackupFile.h"
 
-#include <map>
-#include <ostream>
-#include <stdexcept>
-#include <utility>
-
 #include "koraclient/ResultText.h"
 #include "koracommand/ResultCode.h"
 #include "tools/koractl/common/FileLines.h"
 #include "tools/koractl/common/OutputFields.h"
 #include "tools/koractl/common/ParseText.h"
 #include "tools/koractl/common/Table.h"
+
+#include <map>
+#include <ostream>
+#include <stdexcept>
+#include <utility>
 
 namespace koractl
 {

@@ -1,13 +1,13 @@
 #pragma once
 
+#include "koraclient/AskOutputs.h"
+#include "tools/koractl/common/AddressReader.h"
+
 #include <cstdint>
 #include <iosfwd>
 #include <optional>
 #include <string>
 #include <vector>
-
-#include "koraclient/AskOutputs.h"
-#include "tools/koractl/common/AddressReader.h"
 
 namespace koractl
 {

@@ -1,14 +1,14 @@
 #pragma once
 
-#include <cstdint>
-#include <map>
-#include <string>
-#include <vector>
-
 #include "koraclient/AskOutputs.h"
 #include "tools/koractl/backup/RestorePlan.h"
 #include "tools/koractl/common/Names.h"
 #include "tools/koractl/common/Report.h"
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
 
 namespace koractl
 {

@@ -1,12 +1,12 @@
 #include "tools/koractl/backup/RestorePlan.h"
 
-#include <algorithm>
-#include <span>
-
 #include "koraclient/ResultText.h"
 #include "koraclient/SendInParts.h"
 #include "koracommand/ResultCode.h"
 #include "koracommand/WireLayout.h"
+
+#include <algorithm>
+#include <span>
 
 namespace koractl
 {

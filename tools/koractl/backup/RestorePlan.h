@@ -1,16 +1,16 @@
 #pragma once
 
-#include <cstdint>
-#include <exception>
-#include <optional>
-#include <string>
-#include <vector>
-
 #include "koraclient/AskOutputs.h"
 #include "koraclient/KoraClient.h"
 #include "koraclient/KoraTypes.h"
 #include "koraclient/SendInParts.h"
 #include "tools/koractl/backup/BackupFile.h"
+
+#include <cstdint>
+#include <exception>
+#include <optional>
+#include <string>
+#include <vector>
 
 namespace koractl
 {

@@ -1,15 +1,14 @@
+#include "runtime/util/SystemError.h"
+#include "runtime/util/UniqueFd.h"
 #include "tools/koractl/backup/BackupFile.h"
-
-#include <cerrno>
-#include <cstdio>
-#include <cstdlib>
+#include "tools/koractl/common/FileLines.h"
 
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "runtime/util/SystemError.h"
-#include "runtime/util/UniqueFd.h"
-#include "tools/koractl/common/FileLines.h"
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
 
 namespace koractl
 {

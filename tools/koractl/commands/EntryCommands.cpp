@@ -1,10 +1,10 @@
-#include <memory>
-
 #include "koraclient/AskOutputs.h"
 #include "koraclient/SendInParts.h"
 #include "tools/koractl/commands/EntryReports.h"
 #include "tools/koractl/common/Arguments.h"
 #include "tools/koractl/common/Commands.h"
+
+#include <memory>
 
 namespace koractl
 {

@@ -1,11 +1,11 @@
 #include "tools/koractl/commands/EntryReports.h"
 
-#include <algorithm>
-#include <utility>
-
 #include "koraclient/ResultText.h"
 #include "tools/koractl/common/OutputFields.h"
 #include "tools/koractl/common/Table.h"
+
+#include <algorithm>
+#include <utility>
 
 namespace koractl
 {

@@ -1,14 +1,14 @@
 #pragma once
 
-#include <cstdint>
-#include <optional>
-#include <string>
-#include <vector>
-
 #include "koraclient/KoraTypes.h"
 #include "koraclient/SendInParts.h"
 #include "tools/koractl/common/Names.h"
 #include "tools/koractl/common/Report.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
 
 namespace koractl
 {

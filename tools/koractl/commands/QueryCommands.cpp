@@ -1,12 +1,12 @@
-#include <limits>
-#include <memory>
-
 #include "koraclient/AskOutputs.h"
 #include "koraclient/Errors.h"
 #include "koracommand/WireLayout.h"
 #include "tools/koractl/common/Arguments.h"
 #include "tools/koractl/common/Commands.h"
 #include "tools/koractl/common/OutputsReport.h"
+
+#include <limits>
+#include <memory>
 
 namespace koractl
 {

@@ -1,11 +1,11 @@
-#include <memory>
-
 #include "koraclient/RequestEncoder.h"
 #include "koracommand/WireLayout.h"
 #include "koracommand/WireWords.h"
 #include "tools/koractl/commands/WordReports.h"
 #include "tools/koractl/common/Arguments.h"
 #include "tools/koractl/common/Commands.h"
+
+#include <memory>
 
 namespace koractl
 {

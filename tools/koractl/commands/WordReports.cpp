@@ -1,5 +1,9 @@
 #include "tools/koractl/commands/WordReports.h"
 
+#include "koraclient/Message.h"
+#include "koracommand/WireLayout.h"
+#include "tools/koractl/common/Table.h"
+
 #include <algorithm>
 #include <array>
 #include <chrono>
@@ -8,10 +12,6 @@
 #include <ostream>
 #include <string>
 #include <utility>
-
-#include "koraclient/Message.h"
-#include "koracommand/WireLayout.h"
-#include "tools/koractl/common/Table.h"
 
 namespace koractl
 {

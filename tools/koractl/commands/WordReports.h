@@ -1,13 +1,13 @@
 #pragma once
 
+#include "koraclient/KoraTypes.h"
+#include "koraclient/Message.h"
+#include "tools/koractl/common/Report.h"
+
 #include <cstdint>
 #include <map>
 #include <string>
 #include <vector>
-
-#include "koraclient/KoraTypes.h"
-#include "koraclient/Message.h"
-#include "tools/koractl/common/Report.h"
 
 namespace koractl
 {

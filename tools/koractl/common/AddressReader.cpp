@@ -1,9 +1,9 @@
 #include "tools/koractl/common/AddressReader.h"
 
+#include "tools/koractl/common/ParseText.h"
+
 #include <stdexcept>
 #include <vector>
-
-#include "tools/koractl/common/ParseText.h"
 
 namespace koractl
 {

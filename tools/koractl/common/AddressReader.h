@@ -1,10 +1,10 @@
 #pragma once
 
-#include <cstdint>
-#include <string>
-
 #include "koraclient/KoraTypes.h"
 #include "tools/koractl/common/Names.h"
+
+#include <cstdint>
+#include <string>
 
 namespace koractl
 {

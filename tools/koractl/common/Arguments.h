@@ -1,12 +1,12 @@
 #pragma once
 
-#include <cstdint>
-#include <stdexcept>
-#include <string>
+#include "tools/koractl/common/ParseText.h"
 
 #include <CLI/CLI.hpp>
 
-#include "tools/koractl/common/ParseText.h"
+#include <cstdint>
+#include <stdexcept>
+#include <string>
 
 namespace koractl
 {

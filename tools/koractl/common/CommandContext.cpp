@@ -1,11 +1,11 @@
 #include "tools/koractl/common/CommandContext.h"
 
-#include <ostream>
-#include <stdexcept>
+#include "tools/koractl/common/LatencyReport.h"
 
 #include <CLI/CLI.hpp>
 
-#include "tools/koractl/common/LatencyReport.h"
+#include <ostream>
+#include <stdexcept>
 
 namespace koractl
 {

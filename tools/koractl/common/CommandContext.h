@@ -1,17 +1,17 @@
 #pragma once
 
+#include "koraclient/KoraClient.h"
+#include "tools/koractl/common/AddressReader.h"
+#include "tools/koractl/common/Names.h"
+#include "tools/koractl/common/Report.h"
+#include "tools/koractl/common/Terminal.h"
+
 #include <chrono>
 #include <cstdint>
 #include <functional>
 #include <iosfwd>
 #include <memory>
 #include <string>
-
-#include "koraclient/KoraClient.h"
-#include "tools/koractl/common/AddressReader.h"
-#include "tools/koractl/common/Names.h"
-#include "tools/koractl/common/Report.h"
-#include "tools/koractl/common/Terminal.h"
 
 namespace koractl
 {

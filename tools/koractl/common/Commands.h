@@ -1,8 +1,8 @@
 #pragma once
 
-#include <CLI/CLI.hpp>
-
 #include "tools/koractl/common/CommandContext.h"
+
+#include <CLI/CLI.hpp>
 
 namespace koractl
 {

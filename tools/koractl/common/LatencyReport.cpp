@@ -1,13 +1,13 @@
 #include "tools/koractl/common/LatencyReport.h"
 
+#include "koraclient/Errors.h"
+#include "tools/koractl/common/Table.h"
+
 #include <algorithm>
 #include <array>
 #include <cstdio>
 #include <ostream>
 #include <utility>
-
-#include "koraclient/Errors.h"
-#include "tools/koractl/common/Table.h"
 
 namespace koractl
 {

@@ -1,13 +1,13 @@
 #pragma once
 
+#include "koraclient/KoraClient.h"
+#include "tools/koractl/common/Report.h"
+
 #include <chrono>
 #include <functional>
 #include <memory>
 #include <string>
 #include <vector>
-
-#include "koraclient/KoraClient.h"
-#include "tools/koractl/common/Report.h"
 
 namespace koractl
 {

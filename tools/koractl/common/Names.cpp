@@ -1,13 +1,13 @@
 #include "tools/koractl/common/Names.h"
 
-#include <algorithm>
-#include <fstream>
-#include <stdexcept>
-
 #include "runtime/util/SystemError.h"
 #include "tools/koractl/common/FileLines.h"
 #include "tools/koractl/common/ParseText.h"
 #include "tools/koractl/common/Table.h"
+
+#include <algorithm>
+#include <fstream>
+#include <stdexcept>
 
 namespace koractl
 {

@@ -1,16 +1,16 @@
 #pragma once
 
-#include <cstdint>
-#include <string>
-#include <utility>
-#include <vector>
-
-#include <nlohmann/json.hpp>
-
 #include "koraclient/AskOutputs.h"
 #include "koraclient/SendInParts.h"
 #include "tools/koractl/common/Names.h"
 #include "tools/koractl/common/Table.h"
+
+#include <nlohmann/json.hpp>
+
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
 
 namespace koractl
 {

@@ -1,13 +1,13 @@
 #include "tools/koractl/common/OutputsReport.h"
 
-#include <algorithm>
-#include <ostream>
-#include <utility>
-
 #include "koraclient/ResultText.h"
 #include "koracommand/ResultCode.h"
 #include "tools/koractl/common/OutputFields.h"
 #include "tools/koractl/common/Table.h"
+
+#include <algorithm>
+#include <ostream>
+#include <utility>
 
 namespace koractl
 {

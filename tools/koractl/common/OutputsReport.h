@@ -1,12 +1,12 @@
 #pragma once
 
-#include <cstdint>
-#include <string>
-#include <vector>
-
 #include "koraclient/AskOutputs.h"
 #include "tools/koractl/common/Names.h"
 #include "tools/koractl/common/Report.h"
+
+#include <cstdint>
+#include <string>
+#include <vector>
 
 namespace koractl
 {

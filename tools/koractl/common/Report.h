@@ -1,10 +1,10 @@
 #pragma once
 
+#include <nlohmann/json.hpp>
+
 #include <exception>
 #include <iosfwd>
 #include <utility>
-
-#include <nlohmann/json.hpp>
 
 namespace koractl
 {

@@ -1,12 +1,12 @@
 #include "tools/koractl/common/Terminal.h"
 
-#include <cstdlib>
-#include <string>
+#include "tools/koractl/common/ParseText.h"
 
 #include <sys/ioctl.h>
 #include <unistd.h>
 
-#include "tools/koractl/common/ParseText.h"
+#include <cstdlib>
+#include <string>
 
 namespace koractl
 {

@@ -1,10 +1,10 @@
 #pragma once
 
+#include <termios.h>
+
 #include <optional>
 #include <string>
 #include <string_view>
-
-#include <termios.h>
 
 namespace koractl
 {

@@ -1,15 +1,14 @@
-#include "tools/koractl/common/Commands.h"
-
-#include <memory>
-
 #include "koraclient/AskOutputs.h"
 #include "koraclient/Watch.h"
 #include "koracommand/ResultCode.h"
 #include "tools/koractl/common/Arguments.h"
+#include "tools/koractl/common/Commands.h"
 #include "tools/koractl/common/OutputsReport.h"
 #include "tools/koractl/matrix/MatrixReport.h"
 #include "tools/koractl/matrix/MatrixScreen.h"
 #include "tools/koractl/watch/StopSignal.h"
+
+#include <memory>
 
 namespace koractl
 {

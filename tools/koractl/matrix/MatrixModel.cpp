@@ -1,8 +1,8 @@
 #include "tools/koractl/matrix/MatrixModel.h"
 
-#include <algorithm>
-
 #include "koracommand/ResultCode.h"
+
+#include <algorithm>
 
 namespace koractl
 {

@@ -1,12 +1,12 @@
 #pragma once
 
-#include <cstdint>
-#include <optional>
-#include <string>
-
 #include "koraclient/AskOutputs.h"
 #include "tools/koractl/common/Names.h"
 #include "tools/koractl/common/ParseText.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
 
 namespace koractl
 {

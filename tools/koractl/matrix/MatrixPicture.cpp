@@ -1,10 +1,10 @@
 #include "tools/koractl/matrix/MatrixPicture.h"
 
-#include <algorithm>
-
 #include "koracommand/ResultCode.h"
 #include "tools/koractl/common/OutputFields.h"
 #include "tools/koractl/common/Table.h"
+
+#include <algorithm>
 
 namespace koractl
 {

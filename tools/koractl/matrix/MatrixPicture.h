@@ -1,10 +1,10 @@
 #pragma once
 
+#include "tools/koractl/matrix/MatrixModel.h"
+
 #include <cstdint>
 #include <string>
 #include <vector>
-
-#include "tools/koractl/matrix/MatrixModel.h"
 
 namespace koractl
 {

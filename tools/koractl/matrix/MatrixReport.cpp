@@ -1,12 +1,12 @@
 #include "tools/koractl/matrix/MatrixReport.h"
 
-#include <algorithm>
-#include <ostream>
-#include <utility>
-
 #include "koraclient/ResultText.h"
 #include "tools/koractl/common/OutputFields.h"
 #include "tools/koractl/matrix/MatrixPicture.h"
+
+#include <algorithm>
+#include <ostream>
+#include <utility>
 
 namespace koractl
 {

@@ -1,10 +1,10 @@
 #pragma once
 
-#include <utility>
-
 #include "tools/koractl/common/Report.h"
 #include "tools/koractl/matrix/MatrixModel.h"
 #include "tools/koractl/watch/WatchPrinter.h"
+
+#include <utility>
 
 namespace koractl
 {

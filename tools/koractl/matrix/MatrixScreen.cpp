@@ -1,17 +1,17 @@
 #include "tools/koractl/matrix/MatrixScreen.h"
 
+#include "tools/koractl/common/Table.h"
+#include "tools/koractl/matrix/MatrixPicture.h"
+#include "tools/koractl/watch/WatchPrinter.h"
+
+#include <poll.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <iterator>
 #include <ostream>
-
-#include <poll.h>
-#include <unistd.h>
-
-#include "tools/koractl/common/Table.h"
-#include "tools/koractl/matrix/MatrixPicture.h"
-#include "tools/koractl/watch/WatchPrinter.h"
 
 namespace koractl
 {

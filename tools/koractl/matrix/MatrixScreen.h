@@ -1,16 +1,16 @@
 #pragma once
 
-#include <chrono>
-#include <cstdint>
-#include <map>
-#include <optional>
-#include <string>
-
 #include "koraclient/Watch.h"
 #include "tools/koractl/common/CommandContext.h"
 #include "tools/koractl/matrix/KeyReader.h"
 #include "tools/koractl/matrix/MatrixModel.h"
 #include "tools/koractl/watch/StopSignal.h"
+
+#include <chrono>
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
 
 namespace koractl
 {

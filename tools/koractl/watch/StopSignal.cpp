@@ -1,12 +1,12 @@
 #include "tools/koractl/watch/StopSignal.h"
 
-#include <algorithm>
-#include <cerrno>
-#include <system_error>
-
 #include <poll.h>
 #include <sys/signalfd.h>
 #include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <system_error>
 
 namespace koractl
 {

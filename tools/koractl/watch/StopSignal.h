@@ -1,9 +1,9 @@
 #pragma once
 
-#include <csignal>
-
 #include "koraclient/Watch.h"
 #include "runtime/util/UniqueFd.h"
+
+#include <csignal>
 
 namespace koractl
 {

@@ -1,11 +1,10 @@
-#include "tools/koractl/common/Commands.h"
-
-#include <memory>
-
 #include "koraclient/Watch.h"
 #include "tools/koractl/common/Arguments.h"
+#include "tools/koractl/common/Commands.h"
 #include "tools/koractl/watch/StopSignal.h"
 #include "tools/koractl/watch/WatchPrinter.h"
+
+#include <memory>
 
 namespace koractl
 {

@@ -1,11 +1,11 @@
 #include "tools/koractl/watch/WatchPrinter.h"
 
-#include <algorithm>
-#include <cstdio>
-
 #include "koraclient/ResultText.h"
 #include "tools/koractl/common/OutputFields.h"
 #include "tools/koractl/common/Table.h"
+
+#include <algorithm>
+#include <cstdio>
 
 namespace koractl
 {

@@ -1,12 +1,12 @@
 #pragma once
 
-#include <cstdint>
-#include <string>
-
 #include "koraclient/AskOutputs.h"
 #include "koraclient/Watch.h"
 #include "tools/koractl/common/CommandContext.h"
 #include "tools/koractl/common/Names.h"
+
+#include <cstdint>
+#include <string>
 
 namespace koractl
 {

@@ -1,11 +1,11 @@
 #pragma once
 
+#include "dds/core/Duration.hpp"
+
 #include <cstdint>
 #include <string>
 #include <utility>
 #include <vector>
-
-#include "dds/core/Duration.hpp"
 
 /// The QoS policies that the bridge uses; the defaults are those of the DDS standard.
 namespace dds::core::policy

@@ -1,8 +1,8 @@
 #include "bench/korabench/Controller.h"
 
-#include <gtest/gtest.h>
-
 #include "tests/fakes/FakeBridge.h"
+
+#include <gtest/gtest.h>
 
 using namespace korabench;
 using koraclient::Message;

@@ -1,5 +1,9 @@
 #include "bench/korabench/LoadRun.h"
 
+#include "bench/korabench/Controller.h"
+#include "tests/fakes/FakeBridge.h"
+#include "tests/support/WaitUntil.h"
+
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -7,10 +11,6 @@
 #include <stdexcept>
 #include <string>
 #include <vector>
-
-#include "bench/korabench/Controller.h"
-#include "tests/fakes/FakeBridge.h"
-#include "tests/support/WaitUntil.h"
 
 using namespace korabench;
 using koraclient::Message;

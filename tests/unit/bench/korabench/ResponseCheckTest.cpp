@@ -1,10 +1,10 @@
 #include "bench/korabench/ResponseCheck.h"
 
-#include <gtest/gtest.h>
-
 #include "koraclient/RequestEncoder.h"
 #include "koracommand/WireWords.h"
 #include "tests/e2e/allocations/ThreadAllocations.h"
+
+#include <gtest/gtest.h>
 
 using namespace korabench;
 

@@ -1,4 +1,5 @@
 #include "runtime/apartment/Apartment.h"
+
 #include "runtime/apartment/DoItEvent.h"
 #include "tests/fakes/FakeApartment.h"
 #include "tests/support/FailingCall.h"

@@ -1,6 +1,6 @@
 #include "runtime/apartment/Task.h"
-#include "runtime/apartment/Apartment.h"
 
+#include "runtime/apartment/Apartment.h"
 #include "tests/support/ChildProcess.h"
 
 #include <gmock/gmock.h>

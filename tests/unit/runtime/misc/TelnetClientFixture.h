@@ -1,21 +1,19 @@
 #pragma once
 
 #include "runtime/misc/TelnetClient.h"
-
 #include "tests/support/LogRecorder.h"
 #include "tests/support/Places.h"
 #include "tests/support/TcpSocket.h"
 #include "tests/support/WaitUntil.h"
 
 #include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
 
 #include <chrono>
 #include <optional>
 #include <string>
 #include <utility>
-
-#include <netinet/in.h>
-#include <sys/socket.h>
 
 /// The bridge's end of a connection and the operator's.
 class TelnetClientFixture : public testing::Test

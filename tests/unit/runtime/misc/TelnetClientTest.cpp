@@ -1,10 +1,10 @@
 #include "tests/unit/runtime/misc/TelnetClientFixture.h"
 
-#include <future>
-
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
+
+#include <future>
 
 using namespace com::tallowcrest::misc;
 using testsupport::TcpSocket;

@@ -5,15 +5,15 @@
 #include "tests/support/TimeFactor.h"
 #include "tests/unit/runtime/misc/ConsoleFixture.h"
 
+#include <arpa/inet.h>
+#include <netinet/tcp.h>
+#include <sys/socket.h>
+
 #include <cerrno>
 #include <csignal>
 #include <filesystem>
 #include <optional>
 #include <vector>
-
-#include <arpa/inet.h>
-#include <netinet/tcp.h>
-#include <sys/socket.h>
 
 using namespace com::tallowcrest::misc;
 using testsupport::waitUntil;

@@ -1,20 +1,18 @@
 #include "tests/support/ListeningDescriptor.h"
 #include "tests/unit/runtime/misc/ConsoleFixture.h"
 
+#include <arpa/inet.h>
 #include <log4cxx/appenderskeleton.h>
 #include <log4cxx/spi/loggingevent.h>
+#include <netinet/tcp.h>
+#include <sys/socket.h>
 
 #include <csignal>
+#include <cwchar>
 #include <filesystem>
 #include <optional>
 #include <stdexcept>
 #include <vector>
-
-#include <cwchar>
-
-#include <arpa/inet.h>
-#include <netinet/tcp.h>
-#include <sys/socket.h>
 
 using namespace com::tallowcrest::misc;
 using testsupport::waitUntil;

@@ -1,4 +1,5 @@
 #include "runtime/util/FailureLog.h"
+
 #include "tests/support/LogRecorder.h"
 
 #include <gtest/gtest.h>

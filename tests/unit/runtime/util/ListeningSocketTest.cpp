@@ -1,11 +1,9 @@
 #include "runtime/util/Sockets.h"
-
 #include "tests/support/LogRecorder.h"
 #include "tests/support/TcpSocket.h"
 
-#include <gtest/gtest.h>
-
 #include <fcntl.h>
+#include <gtest/gtest.h>
 
 #include <array>
 #include <string>

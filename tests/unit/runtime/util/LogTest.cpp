@@ -1,4 +1,5 @@
 #include "runtime/util/Log.h"
+
 #include "runtime/apartment/DoItEvent.h"
 #include "tests/support/LogRecorder.h"
 

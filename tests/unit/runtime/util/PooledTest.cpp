@@ -1,4 +1,5 @@
 #include "runtime/util/Pooled.h"
+
 #include "runtime/util/MemPool.h"
 
 #include <gmock/gmock.h>

@@ -1,10 +1,10 @@
 #include "runtime/util/Sockets.h"
+
 #include "runtime/util/UniqueFd.h"
 #include "tests/support/LogRecorder.h"
 
-#include <gtest/gtest.h>
-
 #include <arpa/inet.h>
+#include <gtest/gtest.h>
 
 #include <string>
 #include <vector>

@@ -1,15 +1,15 @@
 #include "tools/koractl/CommandLine.h"
 
-#include <algorithm>
-#include <fstream>
-#include <map>
-#include <sstream>
+#include "tests/support/TempDir.h"
+#include "tests/unit/tools/koractl/FakeRouter.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include "tests/support/TempDir.h"
-#include "tests/unit/tools/koractl/FakeRouter.h"
+#include <algorithm>
+#include <fstream>
+#include <map>
+#include <sstream>
 
 namespace
 {

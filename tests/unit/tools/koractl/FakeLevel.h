@@ -1,11 +1,11 @@
 #pragma once
 
+#include "tests/fakes/FakeBridge.h"
+
 #include <cstdint>
 #include <map>
 #include <set>
 #include <vector>
-
-#include "tests/fakes/FakeBridge.h"
 
 /// Answers requests as a bridge whose level 1 has outputs and inputs from 1 to a number would, and carries out takes
 /// and locks by the bridge's rules. Every output is changed for a connection whose first request this is. A handler;

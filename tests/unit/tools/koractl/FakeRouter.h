@@ -1,9 +1,9 @@
 #pragma once
 
+#include "tests/fakes/FakeBridge.h"
+
 #include <cstdint>
 #include <vector>
-
-#include "tests/fakes/FakeBridge.h"
 
 /// Answers requests as a bridge whose level 1 has outputs and inputs 0 to 9 would. Output n shows input n, but output 5
 /// is locked by 50, output 6 protected by 60, and output 7 shows no input of the level. Takes and locks are judged, not

@@ -1,13 +1,13 @@
 #pragma once
 
+#include "tests/support/Places.h"
+
+#include <gtest/gtest.h>
+
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
 #include <string>
-
-#include <gtest/gtest.h>
-
-#include "tests/support/Places.h"
 
 /// Compares a text with the file of that name in golden/ beside the tests, as an expectation of the running test: the
 /// first line that differs is shown. With KORACTL_WRITE_GOLDEN in the environment the file is written instead, and the

@@ -1,21 +1,21 @@
-#include <array>
-#include <atomic>
-#include <chrono>
-#include <csignal>
-#include <fcntl.h>
-#include <poll.h>
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <gtest/gtest.h>
-
 #include "runtime/util/UniqueFd.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/TimeFactor.h"
 #include "tests/support/WaitUntil.h"
 #include "tests/unit/tools/koractl/FakeLevel.h"
 #include "tests/unit/tools/koractl/FakeRouter.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <atomic>
+#include <chrono>
+#include <csignal>
 
 using com::tallowcrest::util::UniqueFd;
 

@@ -1,7 +1,6 @@
-#include "tests/support/ChildProcess.h"
-
 #include "bustypes/TopicNames.h"
 #include "buswrappers/TopicPub.h"
+#include "tests/support/ChildProcess.h"
 #include "tests/unit/tools/korasim/BusCollector.h"
 
 #include <gtest/gtest.h>

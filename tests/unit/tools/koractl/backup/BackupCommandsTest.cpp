@@ -1,17 +1,16 @@
+#include "tests/support/TempDir.h"
+#include "tests/unit/tools/koractl/FakeLevel.h"
+#include "tests/unit/tools/koractl/Golden.h"
 #include "tools/koractl/CommandLine.h"
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <regex>
 #include <sstream>
-
-#include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
-
-#include "tests/support/TempDir.h"
-#include "tests/unit/tools/koractl/FakeLevel.h"
-#include "tests/unit/tools/koractl/Golden.h"
 
 namespace
 {

@@ -1,11 +1,11 @@
 #include "tools/koractl/backup/BackupFile.h"
 
-#include <random>
-#include <sstream>
+#include "tools/koractl/common/FileLines.h"
 
 #include <gtest/gtest.h>
 
-#include "tools/koractl/common/FileLines.h"
+#include <random>
+#include <sstream>
 
 using namespace koraclient;
 using namespace koractl;

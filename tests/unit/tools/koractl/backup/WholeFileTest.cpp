@@ -1,16 +1,15 @@
+#include "tests/support/FailingCall.h"
+#include "tests/support/TempDir.h"
 #include "tools/koractl/backup/BackupFile.h"
+#include "tools/koractl/common/FileLines.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <cerrno>
 #include <filesystem>
 #include <functional>
 #include <string>
-
-#include <gtest/gtest.h>
-#include <sys/stat.h>
-
-#include "tests/support/FailingCall.h"
-#include "tests/support/TempDir.h"
-#include "tools/koractl/common/FileLines.h"
 
 using namespace koractl;
 

@@ -1,12 +1,12 @@
-#include <sstream>
-
-#include <gtest/gtest.h>
-
 #include "tests/fakes/FakeBridge.h"
 #include "tools/koractl/commands/EntryReports.h"
 #include "tools/koractl/commands/WordReports.h"
 #include "tools/koractl/common/LatencyReport.h"
 #include "tools/koractl/common/OutputsReport.h"
+
+#include <gtest/gtest.h>
+
+#include <sstream>
 
 using namespace koraclient;
 using namespace koractl;

@@ -1,9 +1,9 @@
 #include "tools/koractl/common/AddressReader.h"
 
+#include <gtest/gtest.h>
+
 #include <sstream>
 #include <stdexcept>
-
-#include <gtest/gtest.h>
 
 using namespace koraclient;
 using namespace koractl;

@@ -1,11 +1,11 @@
 #include "tools/koractl/common/Names.h"
 
-#include <sstream>
+#include "tests/support/TempDir.h"
+#include "tools/koractl/common/FileLines.h"
 
 #include <gtest/gtest.h>
 
-#include "tests/support/TempDir.h"
-#include "tools/koractl/common/FileLines.h"
+#include <sstream>
 
 using namespace koractl;
 

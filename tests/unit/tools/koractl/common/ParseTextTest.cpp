@@ -1,8 +1,8 @@
 #include "tools/koractl/common/ParseText.h"
 
-#include <stdexcept>
-
 #include <gtest/gtest.h>
+
+#include <stdexcept>
 
 using namespace koractl;
 using namespace std::chrono_literals;

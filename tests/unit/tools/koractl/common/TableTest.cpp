@@ -1,8 +1,8 @@
 #include "tools/koractl/common/Table.h"
 
-#include <sstream>
-
 #include <gtest/gtest.h>
+
+#include <sstream>
 
 using namespace koractl;
 

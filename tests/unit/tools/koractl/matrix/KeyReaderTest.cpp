@@ -1,8 +1,8 @@
 #include "tools/koractl/matrix/KeyReader.h"
 
-#include <vector>
-
 #include <gtest/gtest.h>
+
+#include <vector>
 
 using namespace koractl;
 

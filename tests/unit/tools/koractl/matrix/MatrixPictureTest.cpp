@@ -1,10 +1,10 @@
 #include "tools/koractl/matrix/MatrixPicture.h"
 
-#include <sstream>
+#include "tests/unit/tools/koractl/Golden.h"
 
 #include <gtest/gtest.h>
 
-#include "tests/unit/tools/koractl/Golden.h"
+#include <sstream>
 
 using namespace koraclient;
 using namespace koractl;

@@ -1,22 +1,21 @@
+#include "runtime/util/UniqueFd.h"
+#include "tests/support/ChildProcess.h"
+#include "tests/support/TimeFactor.h"
+#include "tests/unit/tools/koractl/FakeLevel.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <sys/ioctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <array>
 #include <atomic>
 #include <cstdlib>
 #include <mutex>
 #include <string>
 #include <vector>
-
-#include <fcntl.h>
-#include <poll.h>
-#include <sys/ioctl.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <gtest/gtest.h>
-
-#include "runtime/util/UniqueFd.h"
-#include "tests/support/ChildProcess.h"
-#include "tests/support/TimeFactor.h"
-#include "tests/unit/tools/koractl/FakeLevel.h"
 
 using com::tallowcrest::util::UniqueFd;
 using namespace std::chrono_literals;

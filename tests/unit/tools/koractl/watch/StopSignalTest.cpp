@@ -1,16 +1,16 @@
 #include "tools/koractl/watch/StopSignal.h"
 
-#include <cerrno>
-#include <csignal>
-#include <cstdlib>
+#include "tests/support/FailingCall.h"
+#include "tools/koractl/common/Terminal.h"
+#include "tools/koractl/matrix/KeyReader.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include "tests/support/FailingCall.h"
-#include "tools/koractl/common/Terminal.h"
-#include "tools/koractl/matrix/KeyReader.h"
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
 
 using namespace koractl;
 using namespace std::chrono_literals;

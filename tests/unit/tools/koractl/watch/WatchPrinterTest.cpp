@@ -1,8 +1,8 @@
 #include "tools/koractl/watch/WatchPrinter.h"
 
-#include <sstream>
-
 #include <gtest/gtest.h>
+
+#include <sstream>
 
 using namespace koraclient;
 using namespace koractl;
