@@ -5,6 +5,7 @@
 #include "runtime/util/Log.h"
 
 #include <exception>
+#include <system_error>
 #include <utility>
 
 namespace com::tallowcrest::durability
@@ -115,7 +116,8 @@ void StoreKeeper::openStore()
 
 void StoreKeeper::readAllTheSame()
 {
-    if (m_isRead)
+    std::error_code ignored;
+    if (m_isRead || std::filesystem::status(m_path, ignored).type() == std::filesystem::file_type::not_found)
     {
         return;
     }
@@ -128,7 +130,10 @@ void StoreKeeper::readAllTheSame()
     }
     catch (const std::exception& error)
     {
-        LOG4CXX_DEBUG(m_logger, "Durable store " << m_path.string() << " cannot be read: " << error.what());
+        if (!std::exchange(m_isUnreadable, true))
+        {
+            LOG4CXX_INFO(m_logger, "Durable store " << m_path.string() << ": cannot be read either: " << error.what());
+        }
     }
 }
 

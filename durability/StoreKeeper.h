@@ -69,6 +69,7 @@ private:
     std::unique_ptr<Store> m_store;
     std::unique_ptr<LogForcer> m_forcer; ///< goes before the store
     bool m_isRead = false;
+    bool m_isUnreadable = false; ///< and that has been said
     bool m_isWarned = false;
     bool m_isGivenUp = false;
 
