@@ -50,8 +50,8 @@ FLOOR = [
     *long_takes("1 controller, 500 entries", (*ONE, "--entries", 500), 3.6, 0.27, 3),
     *long_takes("16 controllers, 500 entries", (*MANY, "--entries", 500), 3.8, 0.33, 3),
     at_most("changes, none: p50", (*ONE, "--mix", "changes"), "one", "latency/p50", 1.02),
-    at_most("tally of 288: p50", (*ONE, "--mix", "tally"), "one", "latency/p50", 1.10),
-    at_most("status of 288: p50", (*ONE, "--mix", "status"), "one", "latency/p50", 1.10),
+    at_most("tally of 288: p50", (*ONE, "--mix", "tally"), "one", "latency/p50", 1.02),
+    at_most("status of 288: p50", (*ONE, "--mix", "status"), "one", "latency/p50", 1.05),
 ]
 FLOOR_NAMES = {row.name for row in FLOOR}
 
