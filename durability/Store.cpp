@@ -94,6 +94,30 @@ bool isMemoryAvailable()
 /// More than this is no store of ours: it is not copied into memory.
 constexpr std::uintmax_t largestCopy = std::uintmax_t{64} * 1024 * 1024;
 
+/// Copies a file of a store; false when there is none.
+bool copyInto(const std::filesystem::path& from, const std::filesystem::path& target)
+{
+    std::error_code error;
+    const std::uintmax_t size = std::filesystem::file_size(from, error);
+    if (error == std::errc::no_such_file_or_directory)
+    {
+        return false;
+    }
+    if (!error && size > largestCopy)
+    {
+        throw StoreError(StoreFailure::Unusable, from.filename().string() + " is too large to be copied");
+    }
+    if (!error)
+    {
+        std::filesystem::copy_file(from, target, error);
+    }
+    if (error)
+    {
+        throw StoreError(StoreFailure::Unusable, "cannot copy " + from.filename().string() + ": " + error.message());
+    }
+    return true;
+}
+
 /// A directory of our own that goes with everything in it.
 class PrivateDirectory
 {
@@ -284,25 +308,14 @@ void Store::truncateLog()
 
 std::vector<StoredRow> Store::readOnly(const std::filesystem::path& path, const std::filesystem::path& memory)
 {
-    std::error_code error;
-    const std::uintmax_t size = std::filesystem::file_size(path, error);
-    const std::uintmax_t log = error ? 0 : std::filesystem::file_size(logPath(path), error);
-    if (size > largestCopy || (!error && log > largestCopy))
-    {
-        throw StoreError(StoreFailure::Unusable, "it is too large to be copied");
-    }
     const PrivateDirectory directory(memory);
     const std::filesystem::path copy = directory.path() / "copy.db";
-    if (!std::filesystem::copy_file(path, copy, error) || error)
+    if (!copyInto(path, copy))
     {
-        throw StoreError(StoreFailure::Unusable, "cannot copy it: " + error.message());
+        return {};
     }
     // What the log of a process that ended suddenly holds is read with it.
-    if (std::filesystem::exists(logPath(path), error) &&
-        !std::filesystem::copy_file(logPath(path), logPath(copy), error))
-    {
-        throw StoreError(StoreFailure::Unusable, "cannot copy its log: " + error.message());
-    }
+    copyInto(logPath(path), logPath(copy));
     return Store(copy).load();
 }
 

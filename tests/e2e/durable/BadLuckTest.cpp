@@ -1,10 +1,8 @@
 #include "durability/Sqlite.h"
 #include "durability/Store.h"
 #include "tests/e2e/durable/DurableFixture.h"
+#include "tests/support/SmallDisk.h"
 #include "tests/support/WaitUntil.h"
-
-#include <sched.h>
-#include <sys/mount.h>
 
 #include <cerrno>
 #include <cstring>
@@ -22,43 +20,24 @@ namespace
 class BadLuckTest : public DurableFixture
 {
 protected:
-    /// A small disk of the test's own, seen by it and by the programs that it starts.
-    void mountDisk(const std::filesystem::path& place, const char* options)
-    {
-        std::filesystem::create_directories(place);
-        if (::unshare(CLONE_NEWNS) != 0 || ::mount("none", "/", "none", MS_REC | MS_PRIVATE, nullptr) != 0 ||
-            ::mount("tmpfs", place.c_str(), "tmpfs", 0, options) != 0)
-        {
-            GTEST_SKIP() << "no small disk to be had: " << std::strerror(errno);
-        }
-        m_disk = place;
-    }
     /// A bridge with its store on such a disk, and a take.
     void takeOnSmallDisk(const char* options)
     {
-        ASSERT_NO_FATAL_FAILURE(mountDisk(directory() / "disk", options));
-        if (IsSkipped())
+        m_disk.emplace(directory() / "disk", options);
+        if (!m_disk->trouble().empty())
         {
-            return;
+            GTEST_SKIP() << m_disk->trouble();
         }
-        setStore(disk() / "durable.db");
+        setStore(m_disk->path() / "durable.db");
         router().announce();
         startJoinedOnStore();
         take(5, 7);
     }
-    const std::filesystem::path& disk() const { return m_disk; }
-    void fillDisk() const
-    {
-        std::ofstream ballast(disk() / "ballast", std::ios::binary);
-        ballast << std::string(1U << 20U, 'x') << std::flush;
-    }
+    const testsupport::SmallDisk& disk() const { return *m_disk; }
     void TearDown() override
     {
         m_bridge.reset();
-        if (!m_disk.empty())
-        {
-            EXPECT_EQ(::umount2(m_disk.c_str(), MNT_DETACH), 0) << std::strerror(errno);
-        }
+        m_disk.reset();
     }
 
     /// The lines of the program's log at WARN or above that are about the durable store; a slow machine has others.
@@ -102,7 +81,7 @@ protected:
     }
 
 private:
-    std::filesystem::path m_disk;
+    std::optional<testsupport::SmallDisk> m_disk;
 };
 
 } // namespace
@@ -128,7 +107,7 @@ TEST_F(BadLuckTest, PlaceThatCannotBeWrittenIsOneComplaintAndTakesGoOn)
     }
     expectOneComplaint("cannot be opened");
 
-    ASSERT_EQ(::mount("none", disk().c_str(), "tmpfs", MS_REMOUNT, "size=4m"), 0) << std::strerror(errno);
+    ASSERT_TRUE(disk().remount(0, "size=4m")) << std::strerror(errno);
 
     ASSERT_TRUE(bridge().waitForOutput("in use again"));
     EXPECT_TRUE(storeHolds(5, 7));
@@ -144,7 +123,7 @@ TEST_F(BadLuckTest, DiskThatFillsUpIsOneComplaintAndWhatWasTakenMeanwhileIsStore
         return;
     }
     ASSERT_TRUE(storeHolds(5, 7));
-    fillDisk();
+    disk().fill();
 
     auto client = connectController();
     for (std::uint32_t output = 1; output <= 200; ++output)
@@ -154,7 +133,7 @@ TEST_F(BadLuckTest, DiskThatFillsUpIsOneComplaintAndWhatWasTakenMeanwhileIsStore
     ASSERT_TRUE(bridge().waitForOutput("cannot be written"));
     take(8, 201);
     expectOneComplaint("full");
-    std::filesystem::remove(disk() / "ballast");
+    disk().makeRoom();
 
     ASSERT_TRUE(bridge().waitForOutput("in use again"));
     EXPECT_TRUE(storeHolds(9, 200));
@@ -176,7 +155,7 @@ TEST_F(BadLuckTest, LockHoldsOverAStartOnAFullDisk)
             .results,
         std::vector<std::uint32_t>{0});
     ASSERT_EQ(stopBridge(), 0);
-    fillDisk();
+    disk().fill();
 
     startJoinedOnStore();
 
