@@ -41,8 +41,9 @@ std::optional<TcpSocket> TcpSocket::connect(std::uint16_t port)
     address.sin_family = AF_INET;
     address.sin_port = htons(port);
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    // Accepted, and reset before this thread ran again: EPIPE when the peer has shut down before its reset.
     if (::connect(client.m_fd, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0 &&
-        errno != ECONNRESET) // accepted, and reset before this thread ran again
+        errno != ECONNRESET && errno != EPIPE)
     {
         return std::nullopt;
     }

@@ -51,12 +51,14 @@ protected:
         ASSERT_TRUE(testsupport::waitForPort(port));
     }
 
-    /// Connects and waits until the console has announced itself.
-    static testsupport::TcpSocket connect()
+    /// Connects and waits until the console has announced itself, to the client and to everybody else.
+    testsupport::TcpSocket connect()
     {
+        const auto before = countLogged("Telnet connected to ");
         auto client = testsupport::TcpSocket::connect(port);
         EXPECT_TRUE(client);
         EXPECT_EQ(banner, client->receive(std::string(banner).size()));
+        EXPECT_TRUE(testsupport::waitUntil([&] { return countLogged("Telnet connected to ") > before; }));
         return std::move(*client);
     }
 
