@@ -5,6 +5,13 @@
 #include <algorithm>
 #include <cassert>
 
+namespace
+{
+
+constexpr std::size_t lengthWordEnd = wireLayout::header::length + sizeof(std::uint32_t);
+
+} // namespace
+
 std::span<std::uint8_t> MessageCutter::freeSpace()
 {
     if (m_begin > 0)
@@ -20,12 +27,13 @@ void MessageCutter::stored(std::size_t count)
 {
     assert(count <= capacity - m_end);
     m_end += std::min(count, capacity - m_end);
+    m_isBehindMessage = false;
 }
 
 std::optional<std::span<const std::uint8_t>> MessageCutter::next()
 {
     const auto held = std::span<const std::uint8_t>(m_buffer).subspan(m_begin, heldBytes());
-    if (held.size() < wireLayout::header::bytes)
+    if (held.size() < (m_isBehindMessage ? lengthWordEnd : wireLayout::header::bytes))
     {
         return std::nullopt;
     }
@@ -41,5 +49,6 @@ std::optional<std::span<const std::uint8_t>> MessageCutter::next()
         return std::nullopt;
     }
     m_begin += length;
+    m_isBehindMessage = true;
     return held.first(length);
 }

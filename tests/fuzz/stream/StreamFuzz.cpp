@@ -22,11 +22,15 @@ namespace
 class PlainCutter
 {
 public:
-    void append(std::span<const std::uint8_t> bytes) { m_held.insert(m_held.end(), bytes.begin(), bytes.end()); }
+    void append(std::span<const std::uint8_t> bytes)
+    {
+        m_held.insert(m_held.end(), bytes.begin(), bytes.end());
+        m_hasCut = false;
+    }
 
     std::optional<std::vector<std::uint8_t>> next()
     {
-        if (m_held.size() < wireLayout::header::bytes)
+        if (m_held.size() < (m_hasCut ? 12U : 16U))
         {
             return std::nullopt;
         }
@@ -44,6 +48,7 @@ public:
         const auto end = m_held.begin() + static_cast<std::ptrdiff_t>(length);
         std::vector<std::uint8_t> message(m_held.begin(), end);
         m_held.erase(m_held.begin(), end);
+        m_hasCut = true;
         return message;
     }
 
@@ -51,6 +56,7 @@ public:
 
 private:
     std::vector<std::uint8_t> m_held;
+    bool m_hasCut = false; ///< a message of what was appended last
 };
 
 void receive(std::span<const std::uint8_t> bytes, MessageCutter& cutter, PlainCutter& plain,

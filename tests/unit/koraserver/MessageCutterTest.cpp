@@ -245,6 +245,46 @@ TEST_P(MessageCutterInvalidLength, IsJudgedOnceTheHeaderIsCompleteHoweverItArriv
     }
 }
 
+TEST_P(MessageCutterInvalidLength, BehindAMessageIsJudgedAsSoonAsItsWordIsHeld)
+{
+    const std::string bad = header(12, 2, GetParam(), 0x50);
+    const std::string good = message(12, 3, 0x51, 20);
+    for (std::size_t held = 0; held < bad.size(); ++held)
+    {
+        MessageCutter sut;
+        std::vector<std::string> messages;
+
+        feed(sut, good + bad.substr(0, held), messages);
+
+        constexpr std::size_t endOfLengthWord = 12;
+        EXPECT_EQ(sut.heldBytes(), held < endOfLengthWord ? held : 0U);
+        if (held >= endOfLengthWord)
+        {
+            feed(sut, good, messages);
+            EXPECT_EQ(messages, (std::vector{good, good})) << "a message of its own, with " << held << " bytes before";
+        }
+    }
+}
+
+TEST_P(MessageCutterInvalidLength, ReceivedAfterAMessageIsJudgedWithTheWholeHeaderAgain)
+{
+    const std::string bad = header(12, 2, GetParam(), 0x50);
+    const std::string good = message(12, 3, 0x51, 20);
+    for (std::size_t first = 0; first < 12; ++first)
+    {
+        MessageCutter sut;
+        std::vector<std::string> messages;
+
+        feed(sut, good + bad.substr(0, first), messages);
+        feed(sut, bad.substr(first, 15 - first), messages);
+        EXPECT_EQ(sut.heldBytes(), 15U);
+        feed(sut, bad.substr(15), messages);
+
+        EXPECT_EQ(sut.heldBytes(), 0U) << "split at " << first;
+        EXPECT_EQ(messages, std::vector{good});
+    }
+}
+
 INSTANTIATE_TEST_SUITE_P(Lengths, MessageCutterInvalidLength,
                          testing::Values(0U, 1U, 15U, 8193U, 0x10000U, 0x7fffffffU, 0x80000000U, 0xffffffffU));
 
