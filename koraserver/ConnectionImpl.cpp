@@ -4,6 +4,7 @@
 #include "koracommand/WireWords.h"
 #include "koraserver/ControllerSocket.h"
 #include "koraserver/MessageCutter.h"
+#include "runtime/util/HttpSign.h"
 #include "runtime/util/Log.h"
 #include "runtime/util/Sockets.h"
 #include "runtime/util/SystemError.h"
@@ -13,16 +14,27 @@
 
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <exception>
+#include <optional>
+#include <string_view>
 #include <utility>
 
 using com::tallowcrest::util::dottedText;
 using com::tallowcrest::util::formatText;
+using com::tallowcrest::util::HttpSign;
 using com::tallowcrest::util::systemErrorText;
 
 namespace
 {
+
+constexpr int browserWarningsPerInterval = 20;
+
+std::string_view asText(std::span<const std::uint8_t> bytes)
+{
+    return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
+}
 
 void reportEnd(const log4cxx::LoggerPtr& logger, const std::string& threadName, const char* reason) noexcept
 {
@@ -34,13 +46,14 @@ void reportEnd(const log4cxx::LoggerPtr& logger, const std::string& threadName, 
 ConnectionImpl::ConnectionImpl(log4cxx::LoggerPtr logger, int socket, std::uint16_t clientPort,
                                std::uint32_t connectionId, std::uint32_t clientAddress,
                                std::unique_ptr<CmdHandler> cmdHandler,
-                               com::tallowcrest::misc::TimingSamples& timingSamples)
+                               com::tallowcrest::misc::TimingSamples& timingSamples,
+                               std::shared_ptr<com::tallowcrest::util::LogLimit> browserWarnings)
     : m_logger(std::move(logger)), m_timingSamples(timingSamples), m_socket(socket), m_connectionId(connectionId),
       m_clientAddress(clientAddress),
       m_threadName(
           formatText("Kora Connection:%s:%u-%d", dottedText(clientAddress).c_str(), unsigned{clientPort}, socket)),
       m_shortThreadName(formatText("Kora:%u-%d", unsigned{clientPort}, socket)), m_cmdHandler(std::move(cmdHandler)),
-      m_unexpectedProtocols(m_logger), m_sendFailures(m_logger)
+      m_unexpectedProtocols(m_logger), m_sendFailures(m_logger), m_browserWarnings(std::move(browserWarnings))
 {}
 
 ConnectionImpl::~ConnectionImpl()
@@ -122,6 +135,8 @@ void ConnectionImpl::run()
 void ConnectionImpl::processStream()
 {
     MessageCutter cutter;
+    // Only until the first message: whoever has sent one is a controller.
+    std::optional<HttpSign> browser(HttpSign::Methods::AtTheStart);
     while (m_running)
     {
         const std::span<std::uint8_t> space = cutter.freeSpace();
@@ -145,6 +160,11 @@ void ConnectionImpl::processStream()
             LOG_INFO_F(m_logger, "recv disconnect, fd = %d", m_socket);
             return;
         }
+        if (browser && browser->feed(asText(space.first(static_cast<std::size_t>(count)))))
+        {
+            warnOfBrowser();
+            return;
+        }
         cutter.stored(static_cast<std::size_t>(count));
         while (m_running)
         {
@@ -153,8 +173,22 @@ void ConnectionImpl::processStream()
             {
                 break;
             }
+            browser.reset();
             handleMessage(*message);
         }
+    }
+}
+
+void ConnectionImpl::warnOfBrowser()
+{
+    if (!m_browserWarnings->allow())
+    {
+        return;
+    }
+    LOG_WARN_F(m_logger, "HTTP request from %s to the controllers' port, closed", dottedText(m_clientAddress).c_str());
+    if (const auto count = m_browserWarnings->takeHeldBack(); count > 0)
+    {
+        LOG_INFO_F(m_logger, "repeated %u times since it was last logged", count);
     }
 }
 
@@ -217,16 +251,18 @@ void ConnectionImpl::sendResponse(const Rsp& response)
 ConnectionFactoryImpl::ConnectionFactoryImpl(const std::string& loggerName,
                                              std::shared_ptr<CmdHandlerFactory> cmdHandlerFactory)
     : m_logger(log4cxx::Logger::getLogger(loggerName)), m_cmdHandlerFactory(std::move(cmdHandlerFactory)),
-      m_timingSamples(com::tallowcrest::misc::timingSamples())
+      m_timingSamples(com::tallowcrest::misc::timingSamples()),
+      m_browserWarnings(
+          std::make_shared<com::tallowcrest::util::LogLimit>(browserWarningsPerInterval, std::chrono::minutes(1)))
 {}
 
 std::shared_ptr<Connection> ConnectionFactoryImpl::createConnection(int socket, std::uint16_t clientPort,
                                                                     std::uint32_t connectionId,
                                                                     std::uint32_t clientAddress)
 {
-    auto connection =
-        std::make_shared<ConnectionImpl>(m_logger, socket, clientPort, connectionId, clientAddress,
-                                         m_cmdHandlerFactory->createCmdHandler(connectionId), m_timingSamples);
+    auto connection = std::make_shared<ConnectionImpl>(m_logger, socket, clientPort, connectionId, clientAddress,
+                                                       m_cmdHandlerFactory->createCmdHandler(connectionId),
+                                                       m_timingSamples, m_browserWarnings);
     connection->start();
     return connection;
 }

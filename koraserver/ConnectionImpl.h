@@ -26,10 +26,11 @@ class ConnectionImpl final : public Connection
 {
 public:
     /// Owns `socket` once `start` has returned, not before. `clientPort` in host order, `clientAddress` in network
-    /// order.
+    /// order. `browserWarnings` is shared by all connections.
     ConnectionImpl(log4cxx::LoggerPtr logger, int socket, std::uint16_t clientPort, std::uint32_t connectionId,
                    std::uint32_t clientAddress, std::unique_ptr<CmdHandler> cmdHandler,
-                   com::tallowcrest::misc::TimingSamples& timingSamples);
+                   com::tallowcrest::misc::TimingSamples& timingSamples,
+                   std::shared_ptr<com::tallowcrest::util::LogLimit> browserWarnings);
     /// Stops the thread and closes the socket without waiting for the peer.
     ~ConnectionImpl() override;
 
@@ -46,6 +47,7 @@ public:
 private:
     void run();
     void processStream();
+    void warnOfBrowser();
     void handleMessage(std::span<const std::uint8_t> message);
     void processEnetRtrMessageCommand(std::span<const std::uint8_t> message);
     void sendResponse(const Rsp& response);
@@ -63,6 +65,7 @@ private:
     std::uint32_t m_responseSequence = 0;
     UnexpectedProtocols m_unexpectedProtocols;
     com::tallowcrest::util::FailureLog m_sendFailures; ///< a dead client may have left hundreds of requests behind
+    std::shared_ptr<com::tallowcrest::util::LogLimit> m_browserWarnings;
     std::atomic<bool> m_running{false};
     std::thread m_thread;
 };
@@ -82,4 +85,5 @@ private:
     log4cxx::LoggerPtr m_logger;
     std::shared_ptr<CmdHandlerFactory> m_cmdHandlerFactory;
     com::tallowcrest::misc::TimingSamples& m_timingSamples;
+    std::shared_ptr<com::tallowcrest::util::LogLimit> m_browserWarnings;
 };

@@ -84,7 +84,13 @@ bool TelnetClient::receive()
     const ssize_t count = ::recv(m_socket.get(), bytes.data(), bytes.size(), 0);
     if (count > 0)
     {
-        m_lines.feed(std::string_view(bytes.data(), static_cast<std::size_t>(count)));
+        const std::string_view arrived(bytes.data(), static_cast<std::size_t>(count));
+        m_isBrowser = m_httpSign.feed(arrived);
+        if (m_isBrowser)
+        {
+            return false;
+        }
+        m_lines.feed(arrived);
         if (m_lines.takeTimingMarkRequest())
         {
             answerTimingMark();

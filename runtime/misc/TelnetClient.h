@@ -2,6 +2,7 @@
 
 #include "runtime/misc/TelnetLineReader.h"
 #include "runtime/misc/TelnetListener.h"
+#include "runtime/util/HttpSign.h"
 #include "runtime/util/UniqueFd.h"
 
 #include <log4cxx/logger.h>
@@ -49,8 +50,10 @@ public:
 
     /// The descriptor to poll for input, for the reading thread.
     int fd() const { return m_socket.get(); }
-    /// Takes what has arrived; false when the client is gone.
+    /// Takes what has arrived; false when the client is gone, or is none: a browser's lines are not taken.
     bool receive();
+    /// True once `receive` has found that a browser talks.
+    bool isBrowser() const { return m_isBrowser; }
     std::optional<std::string> takeLine() { return m_lines.takeLine(); }
 
     /// Gives text that is still kept half a second to leave, then shuts the connection down and closes it. A client
@@ -68,7 +71,10 @@ private:
     const std::uint64_t m_session;
     util::UniqueFd m_socket; // closed under the mutex; the reading thread alone looks at it without
 
-    TelnetLineReader m_lines; // of the reading thread
+    // Of the reading thread.
+    TelnetLineReader m_lines;
+    util::HttpSign m_httpSign{util::HttpSign::Methods::OnEveryLine};
+    bool m_isBrowser = false;
 
     std::mutex m_mutex; // guards everything below and all writing to the socket
     std::string m_pending;

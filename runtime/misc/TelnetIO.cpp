@@ -4,6 +4,7 @@
 #include "runtime/misc/StandardInput.h"
 #include "runtime/misc/TelnetClient.h"
 #include "runtime/util/Log.h"
+#include "runtime/util/Sockets.h"
 
 #include <poll.h>
 
@@ -25,7 +26,8 @@ constexpr int rejectionsPerInterval = 20;
 TelnetIO::TelnetIO(const std::string& loggerName, std::uint16_t port, bool telnetOnly)
     : Task("TelnetIO"), m_logger(log4cxx::Logger::getLogger(loggerName)), m_telnetOnly(telnetOnly),
       m_listener(m_logger, port), m_openFailures(1, logInterval), m_waitFailures(1, logInterval),
-      m_acceptFailures(1, logInterval), m_rejections(rejectionsPerInterval, logInterval)
+      m_acceptFailures(1, logInterval), m_rejections(rejectionsPerInterval, logInterval),
+      m_browsers(rejectionsPerInterval, logInterval)
 {}
 
 TelnetIO::~TelnetIO()
@@ -145,6 +147,10 @@ int TelnetIO::Getline(char* buffer, int size)
         }
         if (isGone)
         {
+            if (current->isBrowser())
+            {
+                warnOfBrowser(current->address());
+            }
             endSession(current);
         }
     }
@@ -254,6 +260,15 @@ void TelnetIO::endSession(const std::shared_ptr<TelnetClient>& gone)
     static_cast<void>(std::fputs("\n* Telnet Session Closed *", stdout));
     static_cast<void>(std::fflush(stdout));
     LOG_INFO_F(m_logger, "Telnet Session Closed");
+}
+
+void TelnetIO::warnOfBrowser(std::uint32_t address)
+{
+    if (m_browsers.allow())
+    {
+        LOG_WARN_F(m_logger, "HTTP request from %s to the console, closed", util::paddedText(address).c_str());
+        logHeldBack(m_browsers);
+    }
 }
 
 } // namespace com::tallowcrest::misc

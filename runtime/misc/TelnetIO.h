@@ -67,6 +67,7 @@ private:
     int readClient(TelnetClient& current, char* buffer, int size, bool& isGone) const;
     int waitForClient(char* buffer, int size);
     void endSession(const std::shared_ptr<TelnetClient>& gone);
+    void warnOfBrowser(std::uint32_t address);
 
     const log4cxx::LoggerPtr m_logger;
     const bool m_telnetOnly;
@@ -84,6 +85,7 @@ private:
 
     std::mutex m_readMutex; // held while a line is read; guards the closing of a client against its reader
     bool m_inputHasEnded = false;
+    util::LogLimit m_browsers;
 
     /// The thread that reads lines, and the session that it believes to be talking to.
     struct Reader

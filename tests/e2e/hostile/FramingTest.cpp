@@ -5,11 +5,11 @@ using namespace e2e;
 namespace
 {
 
-using HostileFramingTest = HostileFixture;
+using FramingTest = HostileFixture;
 
 } // namespace
 
-TEST_F(HostileFramingTest, ImpossibleLengthBehindARequestTakesNothingOfALaterSegmentWithIt)
+TEST_F(FramingTest, ImpossibleLengthBehindARequestTakesNothingOfALaterSegmentWithIt)
 {
     startJoined();
     const auto controller = connectRaw();

@@ -105,7 +105,12 @@ bool FuzzedOperator::type()
     constexpr std::size_t receivedAtOnce = 512;
     for (std::size_t received = 0; received < segment.size(); received += receivedAtOnce)
     {
-        require(m_client->receive(), "a client who is there is not gone");
+        if (!m_client->receive())
+        {
+            require(m_client->isBrowser(), "a client who is there is not gone");
+            m_keystrokes = {};
+            return false;
+        }
     }
     for (const std::uint8_t byte : segment)
     {

@@ -35,7 +35,8 @@ protected:
         EXPECT_EQ(applySocketOptions(m_socket, acceptedOptions), std::nullopt);
         m_clientPort = ntohs(address.sin_port);
         m_sut = std::make_unique<ConnectionImpl>(m_log.logger(), m_socket, m_clientPort, 7, address.sin_addr.s_addr,
-                                                 std::make_unique<FakeCmdHandler>(m_commands), m_samples);
+                                                 std::make_unique<FakeCmdHandler>(m_commands), m_samples,
+                                                 m_browserWarnings);
     }
 
     /// As the names of its thread end: port and descriptor of the client.
@@ -77,6 +78,8 @@ protected:
     testsupport::LogRecorder m_log;
     FakeCommands m_commands;
     com::tallowcrest::misc::TimingSamples m_samples;
+    std::shared_ptr<com::tallowcrest::util::LogLimit> m_browserWarnings =
+        std::make_shared<com::tallowcrest::util::LogLimit>(1, std::chrono::minutes(1));
     std::optional<testsupport::TcpSocket> m_client;
     int m_socket = -1;
     std::uint16_t m_clientPort = 0;

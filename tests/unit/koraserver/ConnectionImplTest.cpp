@@ -146,6 +146,43 @@ TEST_F(ConnectionImplTest, ShowsTheCommandsOfItsHandler)
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "the handler's commands\n");
 }
 
+TEST_F(ConnectionImplTest, BrowserIsClosedAndNothingThatItSendsIsHandled)
+{
+    m_sut->start();
+
+    m_client->send("PUT / HTTP/1.1\r\n" + request(1));
+
+    EXPECT_TRUE(ends());
+    EXPECT_TRUE(m_commands.requests().empty());
+    EXPECT_EQ(m_log.texts(),
+              std::vector<std::string>{"WARN HTTP request from 127.0.0.1 to the controllers' port, closed"});
+}
+
+TEST_F(ConnectionImplTest, BrowserBeyondTheLimitIsClosedWithoutAWarning)
+{
+    ASSERT_TRUE(m_browserWarnings->allow());
+    m_sut->start();
+
+    m_client->send("GET ");
+
+    EXPECT_TRUE(ends());
+    EXPECT_TRUE(m_log.texts().empty());
+    EXPECT_EQ(m_browserWarnings->takeHeldBack(), 1U);
+}
+
+TEST_F(ConnectionImplTest, WhoHasSentAMessageMaySendAnythingElse)
+{
+    m_sut->start();
+    m_client->send(request(1));
+    ASSERT_EQ(receiveAnswer().size(), answerLength);
+
+    m_client->send(korabytes::message(0x504f5354, 2, 0x50) + korabytes::header(12, 3, 24, 0x50) + "\nHost: x" +
+                   request(4));
+
+    ASSERT_EQ(receiveAnswer().size(), answerLength);
+    EXPECT_EQ(wordAt(receiveAnswer(), wireLayout::rsp::tag), 4U);
+}
+
 TEST_F(ConnectionImplTest, ClientThatClosesEndsIt)
 {
     m_sut->start();

@@ -46,6 +46,15 @@ TEST_F(TelnetClientTest, receive_whenNothingHasArrived_isTrueAndGivesNoLine)
     EXPECT_EQ(m_sut->takeLine(), std::nullopt);
 }
 
+TEST_F(TelnetClientTest, receive_whenABrowserTalks_isFalseAndGivesNoLine)
+{
+    m_operator->send("POST / HTTP/1.1\r\nq\r\n");
+
+    EXPECT_TRUE(waitUntil([this] { return !m_sut->receive(); }));
+    EXPECT_TRUE(m_sut->isBrowser());
+    EXPECT_EQ(m_sut->takeLine(), std::nullopt);
+}
+
 TEST_F(TelnetClientTest, receive_whenLinesHaveArrived_givesThemInOrder)
 {
     m_operator->send("show tasks\r\nq\r\n");
