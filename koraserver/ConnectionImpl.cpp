@@ -158,6 +158,8 @@ void ConnectionImpl::processStream()
         if (count == 0)
         {
             LOG_INFO_F(m_logger, "recv disconnect, fd = %d", m_socket);
+            // Whoever has said its last word may still listen. Here, where nobody else is held up.
+            waitUntilSent(m_socket, std::chrono::seconds(lingerSeconds));
             return;
         }
         if (browser && browser->feed(asText(space.first(static_cast<std::size_t>(count)))))

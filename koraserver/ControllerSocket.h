@@ -7,6 +7,7 @@
 #include <log4cxx/logger.h>
 
 #include <array>
+#include <chrono>
 #include <cstdint>
 #include <variant>
 
@@ -48,6 +49,10 @@ openControllerPort(const log4cxx::LoggerPtr& logger,
     return com::tallowcrest::util::openListeningSocket(
         {.port = serverPort, .options = listeningOptions, .boundOptions = boundOptions}, logger, logger, where);
 }
+
+/// Waits until the system has sent what it was given for a peer that receives no more than its time, or until the
+/// socket is shut down or broken. Sends nothing else.
+void waitUntilSent(int socket, std::chrono::milliseconds limit);
 
 /// Readies a socket that was shut down for a close() that returns at once, whatever its SO_LINGER says, so that the
 /// thread that closes is held up by no peer. A peer that has taken what was sent gets a clean end of stream from the

@@ -10,6 +10,8 @@
 #include "tests/unit/koraserver/KoraBytes.h"
 
 #include <gtest/gtest.h>
+#include <linux/sockios.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 
 #include <cerrno>
@@ -50,6 +52,25 @@ protected:
     bool ends() const
     {
         return testsupport::waitUntil([this] { return !m_sut->isRunning(); });
+    }
+
+    /// Starts the connection and has long answers wait at its socket for a client that does not read; returns how many
+    /// were given.
+    std::size_t leaveAnswersUnsent()
+    {
+        m_commands.answer = longestAnswer;
+        m_sut->start();
+        std::size_t answers = 0;
+        int unsent = 0;
+        while (answers < 1000 && unsent == 0)
+        {
+            m_client->send(korabytes::request(1));
+            ++answers;
+            EXPECT_TRUE(testsupport::waitUntil([&] { return m_commands.requests().size() == answers; }));
+            EXPECT_EQ(::ioctl(m_socket, SIOCOUTQNSD, &unsent), 0);
+        }
+        EXPECT_GT(unsent, 0);
+        return answers;
     }
 
     /// Sends requests with long answers and reads none, until the connection's thread is held up in its send and the

@@ -205,6 +205,27 @@ TEST_F(ConnectionImplTest, ClientThatOnlyEndsItsSendingIsStillAnswered)
     EXPECT_TRUE(ends());
 }
 
+TEST_F(ConnectionImplTest, ClientThatOnlyEndsItsSendingGetsWhatItsBuffersDidNotTake)
+{
+    const std::size_t answers = leaveAnswersUnsent();
+
+    ASSERT_EQ(::shutdown(m_client->fd(), SHUT_WR), 0);
+
+    EXPECT_TRUE(m_log.waitForHolding("INFO recv disconnect"));
+    EXPECT_FALSE(waitUntil([this] { return !m_sut->isRunning(); }, 50ms)) << "it waits for the rest to leave";
+    EXPECT_EQ(m_client->receive(answers * 8192).size(), answers * 8192);
+    EXPECT_TRUE(ends());
+}
+
+TEST_F(ConnectionImplTest, ClientThatOnlyEndsItsSendingAndDoesNotReadIsGivenUp)
+{
+    static_cast<void>(leaveAnswersUnsent());
+
+    ASSERT_EQ(::shutdown(m_client->fd(), SHUT_WR), 0);
+
+    EXPECT_TRUE(ends());
+}
+
 TEST_F(ConnectionImplTest, ClientThatResetsEndsIt)
 {
     m_sut->start();

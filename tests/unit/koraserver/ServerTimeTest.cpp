@@ -4,6 +4,8 @@
 #include "tests/unit/koraserver/ConnectionImplFixture.h"
 #include "tests/unit/koraserver/ServerFixture.h"
 
+#include <array>
+#include <cerrno>
 #include <chrono>
 
 using testsupport::scaled;
@@ -90,4 +92,22 @@ TEST_F(ConnectionImplTimeTest, ClientThatNeverReadsHoldsUpNeitherStopNorClose)
     EXPECT_LT(stopping, scaled(500ms));
     EXPECT_LT(closing, scaled(500ms));
     EXPECT_EQ(m_log.countHolding("WARN"), 0U) << "the send failed because of the stop";
+}
+
+TEST_F(ConnectionImplTimeTest, StopDoesNotWaitForAClientThatOnlyEndedItsSendingAndResetsIt)
+{
+    static_cast<void>(leaveAnswersUnsent());
+    ASSERT_EQ(::shutdown(m_client->fd(), SHUT_WR), 0);
+    ASSERT_TRUE(m_log.waitForHolding("INFO recv disconnect"));
+
+    const auto took = m_stalls.workedDuring([this] {
+        m_sut->stop();
+        m_sut.reset();
+    });
+
+    EXPECT_LT(took, scaled(500ms));
+    std::array<char, 4096> dropped{};
+    while (::recv(m_client->fd(), dropped.data(), dropped.size(), 0) > 0)
+    {}
+    EXPECT_EQ(errno, ECONNRESET);
 }
