@@ -137,6 +137,8 @@ void Server::runPass()
         return;
     }
     removeAnyDeadClients();
+    watchPeers();
+    setProbes();
     if (!hasFreeSlot())
     {
         closeServerSocket();
@@ -282,6 +284,7 @@ void Server::addClient(UniqueFd socket, const sockaddr_in& client)
     LOG_INFO_F(m_logger, "connectionId %d", static_cast<int>(*slot));
     try
     {
+        m_watches[*slot] = {};
         m_newConnectionListener->notifyNewConnection(*slot);
         m_slots[*slot] = m_connectionFactory->createConnection(socket.get(), ntohs(client.sin_port), *slot, address);
         static_cast<void>(socket.release()); // the connection's from now on
@@ -302,8 +305,11 @@ bool Server::setSocketOptions(int socket)
     if (failure)
     {
         LOG_WARN_F(m_logger, "%s", failure->text.c_str());
+        return false;
     }
-    return !failure;
+    // Without these the system probes as it is wont to.
+    tryEachSocketOption(socket, m_isPressureHigh ? urgentProbes : calmProbes, m_logger);
+    return true;
 }
 
 void Server::rejectClient(UniqueFd rejected)
@@ -329,6 +335,48 @@ void Server::removeAnyDeadClients()
         {
             LOG_INFO_F(m_logger, "removed dead tcp connection, fd = %i", connection->socket());
             connection.reset();
+        }
+    }
+}
+
+void Server::watchPeers()
+{
+    const auto now = PeerWatch::Clock::now();
+    if (now < m_nextWatch)
+    {
+        return;
+    }
+    m_nextWatch = now + passWait;
+    for (std::size_t slot = 0; slot < m_slots.size(); ++slot)
+    {
+        const auto& connection = m_slots[slot];
+        if (connection == nullptr || !connection->isRunning())
+        {
+            continue;
+        }
+        const auto signs = peerSigns(connection->socket());
+        if (signs && m_watches[slot].hasVanished(*signs, now))
+        {
+            LOG_INFO_F(m_logger, "controller %s has confirmed nothing for %d s, fd = %d",
+                       dottedText(connection->clientAddress()).c_str(), static_cast<int>(PeerWatch::patience.count()),
+                       connection->socket());
+            connection->requestStop();
+        }
+    }
+}
+
+void Server::setProbes()
+{
+    const bool isHigh = m_pressure.isHigh(!hasFreeSlot(), SlotPressure::Clock::now());
+    if (isHigh == std::exchange(m_isPressureHigh, isHigh))
+    {
+        return;
+    }
+    for (const auto& connection : m_slots)
+    {
+        if (connection != nullptr)
+        {
+            tryEachSocketOption(connection->socket(), isHigh ? urgentProbes : calmProbes, m_logger);
         }
     }
 }

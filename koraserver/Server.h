@@ -1,6 +1,7 @@
 #pragma once
 
 #include "koraserver/Connection.h"
+#include "koraserver/PeerWatch.h"
 #include "runtime/apartment/Task.h"
 #include "runtime/util/FailureLog.h"
 #include "runtime/util/UniqueFd.h"
@@ -20,7 +21,9 @@
 #include <vector>
 
 /// The TCP listener for controllers (port 5194, 16 slots) on a thread of its own, "Kora Server". Listens only while
-/// connected to the router and while a slot is free; otherwise the operating system refuses controllers.
+/// connected to the router and while a slot is free; otherwise the operating system refuses controllers. A controller
+/// that has vanished loses its slot half a minute after it was first asked for a sign of life in vain; it is asked
+/// after five minutes of silence, or after half a minute while every slot is taken.
 ///
 /// `start` and `stop` belong to the Director, the slots and the socket to the server's thread; the rest is thread-safe.
 /// No failure ends the thread: each is logged and tried again at the next pass, at most a second later.
@@ -71,6 +74,8 @@ private:
 
     void removeAnyDeadClients();
     void removeAllClients();
+    void watchPeers();
+    void setProbes();
     std::optional<std::uint32_t> findFreeSlot() const;
     bool hasFreeSlot() const { return findFreeSlot().has_value(); }
 
@@ -84,6 +89,10 @@ private:
     com::tallowcrest::util::UniqueFd m_listenSocket;
     bool m_listenSocketStale = false; ///< open, but it accepts nothing any more: to be opened anew
     std::vector<std::shared_ptr<Connection>> m_slots{maxConnections};
+    std::vector<PeerWatch> m_watches{maxConnections}; ///< of the slots
+    PeerWatch::Clock::time_point m_nextWatch{};
+    SlotPressure m_pressure;
+    bool m_isPressureHigh = false;
     std::atomic<bool> m_showConnectionsRequested{false};
     std::atomic<std::uint32_t> m_reopenCount{0};
     std::atomic<std::uint32_t> m_acceptedCount{0};

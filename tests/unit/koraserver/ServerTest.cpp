@@ -102,6 +102,44 @@ TEST_F(ServerTest, AcceptedSocketCarriesItsOptions)
     EXPECT_EQ(number, 1);
     ASSERT_EQ(::getsockopt(socket, IPPROTO_TCP, TCP_KEEPIDLE, &number, &size), 0);
     EXPECT_EQ(number, 300) << "the system's own default is 7200";
+    ASSERT_EQ(::getsockopt(socket, IPPROTO_TCP, TCP_KEEPINTVL, &number, &size), 0);
+    EXPECT_EQ(number, 10) << "the system's own default is 75";
+    ASSERT_EQ(::getsockopt(socket, IPPROTO_TCP, TCP_KEEPCNT, &number, &size), 0);
+    EXPECT_EQ(number, 3) << "the system's own default is 9";
+}
+
+TEST_F(ServerTest, ControllersAreProbedSoonerOnceAllSlotsAreTakenNewcomersToo)
+{
+    startConnected();
+    ASSERT_NO_FATAL_FAILURE(fillAllSlots());
+    const auto option = [this](std::uint32_t id, int name) {
+        int number = 0;
+        socklen_t size = sizeof number;
+        EXPECT_EQ(::getsockopt(m_factory->socketOf(id), IPPROTO_TCP, name, &number, &size), 0);
+        return number;
+    };
+
+    EXPECT_TRUE(waitUntil([&] { return option(0, TCP_KEEPIDLE) == 30 && option(15, TCP_KEEPIDLE) == 30; }));
+    EXPECT_EQ(option(0, TCP_KEEPINTVL), 5);
+    EXPECT_EQ(option(0, TCP_KEEPCNT), 3);
+
+    m_factory->letDie(9);
+    ASSERT_TRUE(waitForPort(serverPort));
+    ASSERT_NO_FATAL_FAILURE(connectClient());
+    EXPECT_EQ(option(9, TCP_KEEPIDLE), 30);
+}
+
+TEST_F(ServerTest, ControllerThatIsThereIsNotAskedInVain)
+{
+    startConnected();
+    connectClient();
+
+    const auto signs = peerSigns(m_factory->socketOf(0));
+
+    ASSERT_TRUE(signs.has_value());
+    EXPECT_FALSE(signs->isAskedInVain);
+    EXPECT_LT(signs->sinceConfirmation, testsupport::scaled(10s));
+    EXPECT_FALSE(peerSigns(-1).has_value());
 }
 
 TEST_F(ServerTest, AcceptedClientIsLoggedWithAddressDescriptorAndSlot)
