@@ -9,6 +9,8 @@
 #include <array>
 #include <chrono>
 #include <cstdint>
+#include <optional>
+#include <utility>
 #include <variant>
 
 /// The port on which controllers reach the bridge.
@@ -41,14 +43,45 @@ inline constexpr std::array<com::tallowcrest::util::SocketOption, 3> acceptedOpt
     {"TCP_KEEPIDLE", com::tallowcrest::util::SocketOption::Kind::Number, IPPROTO_TCP, TCP_KEEPIDLE, keepIdleSeconds},
 }};
 
+inline constexpr com::tallowcrest::util::ListeningSocketPlan controllerPortPlan{
+    .port = serverPort, .options = listeningOptions, .boundOptions = boundOptions};
+
 /// Opens the port for controllers; see `openListeningSocket`.
 inline std::variant<com::tallowcrest::util::UniqueFd, com::tallowcrest::util::Failure>
 openControllerPort(const log4cxx::LoggerPtr& logger,
                    com::tallowcrest::util::SourceLocation where = com::tallowcrest::util::SourceLocation::current())
 {
-    return com::tallowcrest::util::openListeningSocket(
-        {.port = serverPort, .options = listeningOptions, .boundOptions = boundOptions}, logger, logger, where);
+    return com::tallowcrest::util::openListeningSocket(controllerPortPlan, logger, logger, where);
 }
+
+/// The port for controllers, held from `hold` to `release` whether it listens or not: no other account's program can
+/// take it and answer in the bridge's place. Belongs to one thread.
+///
+/// SO_REUSEADDR, which a restart needs because of the last process's connections, would also let others bind beside a
+/// socket that does not listen; so it is on while the port is bound and while it listens, and off in between.
+class ControllerPort
+{
+public:
+    explicit ControllerPort(log4cxx::LoggerPtr logger) : m_logger(std::move(logger)) {}
+
+    /// Takes the port without listening, if it is not held. Controllers are refused by the system.
+    std::optional<com::tallowcrest::util::Failure>
+    hold(com::tallowcrest::util::SourceLocation where = com::tallowcrest::util::SourceLocation::current());
+    /// Lets the port, which is held, listen; logged at INFO. When that fails the port is released.
+    std::optional<com::tallowcrest::util::Failure>
+    listen(com::tallowcrest::util::SourceLocation where = com::tallowcrest::util::SourceLocation::current());
+    /// Ends the listening. Controllers that were not accepted yet are reset.
+    void refuse();
+    void release();
+
+    bool isListening() const { return m_isListening; }
+    int fd() const { return m_socket.get(); }
+
+private:
+    log4cxx::LoggerPtr m_logger;
+    com::tallowcrest::util::UniqueFd m_socket;
+    bool m_isListening = false;
+};
 
 /// Waits until the system has sent what it was given for a peer that receives no more than its time, or until the
 /// socket is shut down or broken. Sends nothing else.

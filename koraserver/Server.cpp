@@ -30,7 +30,7 @@ Server::Server(const std::string& loggerName, std::shared_ptr<ConnectionFactory>
                std::shared_ptr<NotifyNewConnection> newConnectionListener)
     : Task("Kora Server"), m_logger(log4cxx::Logger::getLogger(loggerName)),
       m_connectionFactory(std::move(connectionFactory)), m_newConnectionListener(std::move(newConnectionListener)),
-      m_openFailures(m_logger), m_acceptFailures(m_logger), m_connectionFailures(m_logger)
+      m_port(m_logger), m_openFailures(m_logger), m_acceptFailures(m_logger), m_connectionFailures(m_logger)
 {}
 
 Server::~Server()
@@ -133,6 +133,7 @@ void Server::runPass()
     }
     if (!m_connectedToRouter)
     {
+        static_cast<void>(holdPort()); // logged; the next pass tries again
         pause();
         return;
     }
@@ -171,55 +172,64 @@ void Server::showConnections() const
     }
 }
 
+bool Server::holdPort()
+{
+    if (const auto failure = m_port.hold())
+    {
+        m_openFailures.warn(*failure);
+        return false;
+    }
+    return true;
+}
+
 bool Server::openServerSocketIfClosed()
 {
-    if (m_listenSocket.isOpen() && !m_listenSocketStale)
+    if (m_port.isListening() && !m_listenSocketStale)
     {
         return true;
     }
-    if (m_listenSocket.isOpen())
+    if (m_port.isListening())
     {
         LOG_INFO_F(m_logger, "shutting down TCP server socket prior to re-opening");
         ++m_reopenCount;
-        closeServerSocket();
+        m_port.release();
+        m_listenSocketStale = false;
     }
-    auto opened = openControllerPort(m_logger);
-    if (const auto* failure = std::get_if<Failure>(&opened))
+    if (!holdPort())
+    {
+        return false;
+    }
+    if (const auto failure = m_port.listen())
     {
         m_openFailures.warn(*failure);
         return false;
     }
     m_openFailures.succeeded();
-    m_listenSocket = std::get<UniqueFd>(std::move(opened));
     return true;
 }
 
 void Server::closeServerSocket()
 {
-    if (m_listenSocket.isOpen())
-    {
-        static_cast<void>(::shutdown(m_listenSocket.get(), SHUT_RDWR));
-        m_listenSocket.reset();
-    }
+    m_port.refuse();
     m_listenSocketStale = false;
 }
 
 void Server::checkForClient()
 {
-    if (!m_listenSocket.isOpen())
+    if (!m_port.isListening())
     {
         pause();
         return;
     }
     // poll has no limit on descriptor numbers, unlike select.
-    std::array<pollfd, 2> polled{{{m_listenSocket.get(), POLLIN, 0}, {m_wakeEvent.fd(), POLLIN, 0}}};
+    std::array<pollfd, 2> polled{{{m_port.fd(), POLLIN, 0}, {m_wakeEvent.fd(), POLLIN, 0}}};
     const int ready =
         ::poll(polled.data(), polled.size(), static_cast<int>(std::chrono::milliseconds(passWait).count()));
     if (ready < 0 && errno != EINTR)
     {
         const int error = errno;
         m_acceptFailures.warn({formatText("select %d", error),
-                               formatText("select failed socket %u %s", static_cast<unsigned>(m_listenSocket.get()),
+                               formatText("select failed socket %u %s", static_cast<unsigned>(m_port.fd()),
                                           systemErrorText(error).c_str())});
         closeServerSocket();
         pause(); // the next one may fail at once, too
@@ -232,7 +242,7 @@ void Server::checkForClient()
 
     sockaddr_in client{};
     socklen_t clientSize = sizeof client;
-    UniqueFd socket(::accept4(m_listenSocket.get(), reinterpret_cast<sockaddr*>(&client), &clientSize, SOCK_CLOEXEC));
+    UniqueFd socket(::accept4(m_port.fd(), reinterpret_cast<sockaddr*>(&client), &clientSize, SOCK_CLOEXEC));
     if (!socket.isOpen())
     {
         acceptFailed(errno);
@@ -251,7 +261,7 @@ void Server::acceptFailed(int error)
     }
     m_acceptFailures.warn(
         {formatText("accept %d", error),
-         formatText("listen failed socket %u to address/port %s, %s", static_cast<unsigned>(m_listenSocket.get()),
+         formatText("listen failed socket %u to address/port %s, %s", static_cast<unsigned>(m_port.fd()),
                     dottedText(htonl(INADDR_ANY)).c_str(), systemErrorText(error).c_str())});
     if (error == EINVAL || error == EBADF || error == ENOTSOCK)
     {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "koraserver/Connection.h"
+#include "koraserver/ControllerSocket.h"
 #include "koraserver/PeerWatch.h"
 #include "runtime/apartment/Task.h"
 #include "runtime/util/FailureLog.h"
@@ -21,7 +22,8 @@
 #include <vector>
 
 /// The TCP listener for controllers (port 5194, 16 slots) on a thread of its own, "Kora Server". Listens only while
-/// connected to the router and while a slot is free; otherwise the operating system refuses controllers. A controller
+/// connected to the router and while a slot is free; otherwise the operating system refuses controllers. The port is
+/// held from the start to destruction, so that nobody else listens there meanwhile. A controller
 /// that has vanished loses its slot half a minute after it was first asked for a sign of life in vain; it is asked
 /// after five minutes of silence, or after half a minute while every slot is taken.
 ///
@@ -64,6 +66,7 @@ private:
     void runPass();
     void showConnections() const;
 
+    bool holdPort();
     bool openServerSocketIfClosed();
     void closeServerSocket();
     void checkForClient();
@@ -86,7 +89,7 @@ private:
     std::shared_ptr<ConnectionFactory> m_connectionFactory;
     std::shared_ptr<NotifyNewConnection> m_newConnectionListener;
     com::tallowcrest::util::WakeEvent m_wakeEvent;
-    com::tallowcrest::util::UniqueFd m_listenSocket;
+    ControllerPort m_port;
     bool m_listenSocketStale = false; ///< open, but it accepts nothing any more: to be opened anew
     std::vector<std::shared_ptr<Connection>> m_slots{maxConnections};
     std::vector<PeerWatch> m_watches{maxConnections}; ///< of the slots

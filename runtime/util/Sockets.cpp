@@ -72,6 +72,11 @@ void tryEachSocketOption(int socket, std::span<const SocketOption> options, cons
 namespace
 {
 
+std::string anyAddressText()
+{
+    return dottedText(htonl(INADDR_ANY));
+}
+
 std::optional<Failure> setOptions(int socket, const ListeningSocketPlan& plan, std::span<const SocketOption> options,
                                   const log4cxx::LoggerPtr& failures, SourceLocation where)
 {
@@ -85,50 +90,65 @@ std::optional<Failure> setOptions(int socket, const ListeningSocketPlan& plan, s
 
 } // namespace
 
-std::variant<UniqueFd, Failure> openListeningSocket(const ListeningSocketPlan& plan, const log4cxx::LoggerPtr& logger,
-                                                    const log4cxx::LoggerPtr& failures, SourceLocation where)
+std::variant<UniqueFd, Failure> bindSocket(const ListeningSocketPlan& plan, const log4cxx::LoggerPtr& failures,
+                                           SourceLocation where)
 {
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_ANY);
     address.sin_port = htons(plan.port);
-    const std::string addressText = dottedText(address.sin_addr.s_addr);
 
-    UniqueFd listening(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | plan.typeFlags, 0));
-    if (!listening.isOpen())
+    UniqueFd bound(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | plan.typeFlags, 0));
+    if (!bound.isOpen())
     {
         const int error = errno;
         return Failure(formatText("socket %d", error),
                        formatText("socket() failed, %s", systemErrorText(error).c_str()), where);
     }
-    if (auto failure = setOptions(listening.get(), plan, plan.options, failures, where))
+    if (auto failure = setOptions(bound.get(), plan, plan.options, failures, where))
     {
         return *std::move(failure);
     }
-    if (::bind(listening.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
+    if (::bind(bound.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
     {
         const int error = errno;
         return Failure(formatText("bind %d", error),
-                       formatText("failed binding socket %d to address/port %s, %s", listening.get(),
-                                  addressText.c_str(), systemErrorText(error).c_str()),
+                       formatText("failed binding socket %d to address/port %s, %s", bound.get(),
+                                  anyAddressText().c_str(), systemErrorText(error).c_str()),
                        where);
     }
-    auto failure = setOptions(listening.get(), plan, plan.boundOptions, failures, where);
-    if (!failure && ::listen(listening.get(), listenBacklog) != 0)
+    return bound;
+}
+
+std::optional<Failure> listenOn(int socket, const ListeningSocketPlan& plan, const log4cxx::LoggerPtr& logger,
+                                const log4cxx::LoggerPtr& failures, SourceLocation where)
+{
+    auto failure = setOptions(socket, plan, plan.boundOptions, failures, where);
+    if (!failure && ::listen(socket, listenBacklog) != 0)
     {
         const int error = errno;
         failure.emplace(formatText("listen %d", error),
-                        formatText("listen failed using socket %d to address/port %s, %s\n", listening.get(),
-                                   addressText.c_str(), systemErrorText(error).c_str()),
+                        formatText("listen failed using socket %d to address/port %s, %s\n", socket,
+                                   anyAddressText().c_str(), systemErrorText(error).c_str()),
                         where);
     }
-    LOG_INFO_AT_F(failure ? failures : logger, where, "bind IP addr 0x%x (%s) Port: %u Socket %d",
-                  ntohl(address.sin_addr.s_addr), addressText.c_str(), unsigned{plan.port}, listening.get());
-    if (failure)
+    LOG_INFO_AT_F(failure ? failures : logger, where, "bind IP addr 0x%x (%s) Port: %u Socket %d", INADDR_ANY,
+                  anyAddressText().c_str(), unsigned{plan.port}, socket);
+    return failure;
+}
+
+std::variant<UniqueFd, Failure> openListeningSocket(const ListeningSocketPlan& plan, const log4cxx::LoggerPtr& logger,
+                                                    const log4cxx::LoggerPtr& failures, SourceLocation where)
+{
+    auto bound = bindSocket(plan, failures, where);
+    if (const auto* const socket = std::get_if<UniqueFd>(&bound))
     {
-        return *std::move(failure);
+        if (auto failure = listenOn(socket->get(), plan, logger, failures, where))
+        {
+            return *std::move(failure);
+        }
     }
-    return listening;
+    return bound;
 }
 
 std::string dottedText(std::uint32_t networkOrderAddress)

@@ -69,10 +69,19 @@ struct ListeningSocketPlan
     int typeFlags = 0; ///< SOCK_NONBLOCK, if that is wanted
 };
 
-/// Opens a socket that listens on every local IPv4 address. What failed is returned, not logged, as the caller retries;
-/// nothing stays open then. The bind is logged at INFO, to `logger` when the port is open and to `failures` when it is
-/// bound in vain; refused options that are no failure go to `failures` at WARN. All that is logged or returned has the
-/// caller's location.
+/// Takes a port on every local IPv4 address, without listening yet: connections are refused. What failed is returned,
+/// nothing stays open then; refused options that are no failure go to `failures` at WARN.
+std::variant<UniqueFd, Failure> bindSocket(const ListeningSocketPlan& plan, const log4cxx::LoggerPtr& failures,
+                                           SourceLocation where = SourceLocation::current());
+
+/// Lets a bound socket listen. Logs and returns as `openListeningSocket` does; a socket that failed is of no use.
+std::optional<Failure> listenOn(int socket, const ListeningSocketPlan& plan, const log4cxx::LoggerPtr& logger,
+                                const log4cxx::LoggerPtr& failures, SourceLocation where = SourceLocation::current());
+
+/// Opens a socket that listens on every local IPv4 address: the two above in one. What failed is returned, not logged,
+/// as the caller retries; nothing stays open then. The bind is logged at INFO, to `logger` when the port is open and to
+/// `failures` when it is bound in vain; refused options that are no failure go to `failures` at WARN. All that is
+/// logged or returned has the caller's location.
 std::variant<UniqueFd, Failure> openListeningSocket(const ListeningSocketPlan& plan, const log4cxx::LoggerPtr& logger,
                                                     const log4cxx::LoggerPtr& failures,
                                                     SourceLocation where = SourceLocation::current());

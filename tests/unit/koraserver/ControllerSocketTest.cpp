@@ -149,6 +149,84 @@ TEST_F(ListeningSocketTest, NoDescriptorLeftIsReported)
 namespace
 {
 
+class ControllerPortTest : public ListeningSocketTest
+{
+protected:
+    /// Whether somebody else gets the port, who would share it.
+    static bool isFree()
+    {
+        const UniqueFd socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+        const int on = 1;
+        EXPECT_EQ(::setsockopt(socket.get(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof on), 0);
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_port = htons(serverPort);
+        return ::bind(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+    }
+
+    ControllerPort m_sut{m_log.logger()};
+};
+
+} // namespace
+
+TEST_F(ControllerPortTest, HeldPortIsNobodyElsesAndRefuses)
+{
+    EXPECT_EQ(m_sut.hold(), std::nullopt);
+    EXPECT_EQ(m_sut.hold(), std::nullopt) << "once more is no more";
+
+    EXPECT_FALSE(isFree());
+    EXPECT_FALSE(m_sut.isListening());
+    EXPECT_FALSE(TcpSocket::connect(serverPort).has_value());
+    EXPECT_TRUE(m_log.texts().empty()) << "nothing is open";
+}
+
+TEST_F(ControllerPortTest, ListensAgainAfterItRefused)
+{
+    ASSERT_EQ(m_sut.hold(), std::nullopt);
+    const int descriptor = m_sut.fd();
+    for (int round = 0; round < 3; ++round)
+    {
+        ASSERT_EQ(m_sut.listen(), std::nullopt);
+        EXPECT_TRUE(m_sut.isListening());
+        auto client = TcpSocket::connect(serverPort);
+        ASSERT_TRUE(client.has_value());
+        EXPECT_FALSE(isFree());
+        const UniqueFd accepted(::accept(m_sut.fd(), nullptr, nullptr));
+        EXPECT_TRUE(accepted.isOpen());
+        EXPECT_EQ(intOption(m_sut.fd(), SOL_SOCKET, SO_REUSEADDR), 1);
+
+        m_sut.refuse();
+        EXPECT_FALSE(TcpSocket::connect(serverPort).has_value());
+        EXPECT_FALSE(isFree()) << "with a connection that lives on";
+    }
+    EXPECT_EQ(m_sut.fd(), descriptor);
+    EXPECT_EQ(m_log.countHolding("INFO bind IP addr 0x0 (0.0.0.0) Port: 5194 Socket "), 3U);
+}
+
+TEST_F(ControllerPortTest, ReleasedPortIsFree)
+{
+    ASSERT_EQ(m_sut.hold(), std::nullopt);
+    ASSERT_EQ(m_sut.listen(), std::nullopt);
+
+    m_sut.release();
+
+    EXPECT_FALSE(m_sut.isListening());
+    EXPECT_TRUE(isFree());
+}
+
+TEST_F(ControllerPortTest, TakenPortIsReported)
+{
+    const UniqueFd other = open();
+
+    const auto failure = m_sut.hold();
+
+    ASSERT_NE(failure, std::nullopt);
+    EXPECT_TRUE(failure->text.ends_with(" to address/port 0.0.0.0, Address already in use"));
+}
+
+namespace
+{
+
 struct FailingStep
 {
     std::vector<testsupport::FailingCall> calls;
