@@ -273,8 +273,8 @@ void Director::withdrawComponentInfo()
     }
     catch (const std::exception& error)
     {
-        LOG_ERROR_F(m_logger, "Failed to withdraw the component info of bridge %d, %s",
-                    static_cast<int>(m_koraBridgeId), error.what());
+        REPORT_ERROR_F(m_logger, "Failed to withdraw the component info of bridge %d, %s",
+                       static_cast<int>(m_koraBridgeId), error.what());
     }
     m_componentInfoPub.reset();
 }

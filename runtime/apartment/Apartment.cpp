@@ -36,7 +36,7 @@ Apartment::~Apartment()
     }
     catch (const std::exception& error)
     {
-        LOG_ERROR_F(util::bridgeLogger(), "Apartment %s failed to stop, %s", m_name.c_str(), error.what());
+        REPORT_ERROR_F(util::bridgeLogger(), "Apartment %s failed to stop, %s", m_name.c_str(), error.what());
     }
 }
 

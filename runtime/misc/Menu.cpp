@@ -3,6 +3,8 @@
 #include "runtime/misc/Console.h"
 #include "runtime/util/Log.h"
 
+#include <poll.h>
+
 #include <algorithm>
 #include <array>
 #include <cctype>
@@ -40,6 +42,22 @@ std::optional<int> leadingNumber(const std::string& text)
         return text.front() == '-' ? std::numeric_limits<int>::min() : std::numeric_limits<int>::max();
     }
     return result.ec == std::errc() ? std::optional(number) : std::nullopt;
+}
+
+void callHook(const std::function<void()>& hook)
+{
+    if (hook)
+    {
+        hook();
+    }
+}
+
+/// What failed would most likely fail again at once.
+void pauseUnlessStopped()
+{
+    constexpr int pauseMs = 1000;
+    pollfd stop{consoleStopFd(), POLLIN, 0};
+    static_cast<void>(::poll(&stop, 1, pauseMs));
 }
 
 std::string itemText(std::size_t index, const std::string& title)
@@ -133,32 +151,42 @@ Menu::Choice Menu::select() const
 void Menu::run(const std::function<void()>& beforeEachRound, const std::function<void()>& onEnter,
                const std::function<void()>& onExit)
 {
-    const auto callHook = [](const std::function<void()>& hook) {
-        if (hook)
-        {
-            hook();
-        }
-    };
     bool quit = false;
     addItem(quitTitle, [&quit] { quit = true; });
     callHook(onEnter);
-    while (!quit && !consoleStopRequested())
+    bool mayChoose = true;
+    while (mayChoose && !quit && !consoleStopRequested())
     {
-        beginConsoleRound();
-        callHook(beforeEachRound);
-        display();
-        const Choice choice = select();
-        if (choice.inputResult == consoleEndOfInput || choice.inputResult == consoleStopping)
+        try
         {
-            break; // no operator will ever choose again: asking on would only spin
+            mayChoose = runRound(beforeEachRound);
         }
-        if (choice.item != nullptr)
+        catch (const std::exception& error)
         {
-            runHandler(*choice.item);
+            REPORT_ERROR_F(util::bridgeLogger(), "menu failed, %s", error.what());
+            pauseUnlessStopped();
         }
     }
     removeItem(quitTitle);
     callHook(onExit);
+}
+
+/// False when no operator will ever choose again: asking on would only spin.
+bool Menu::runRound(const std::function<void()>& beforeEachRound) const
+{
+    beginConsoleRound();
+    callHook(beforeEachRound);
+    display();
+    const Choice choice = select();
+    if (choice.inputResult == consoleEndOfInput || choice.inputResult == consoleStopping)
+    {
+        return false;
+    }
+    if (choice.item != nullptr)
+    {
+        runHandler(*choice.item);
+    }
+    return true;
 }
 
 const Menu::Item* Menu::findByTitle(const std::string& input) const
@@ -204,7 +232,7 @@ void Menu::runHandler(const Item& chosen)
     }
     catch (const std::exception& error)
     {
-        LOG_ERROR_F(util::bridgeLogger(), "menu item '%s' failed, %s", item.title.c_str(), error.what());
+        REPORT_ERROR_F(util::bridgeLogger(), "menu item '%s' failed, %s", item.title.c_str(), error.what());
         print("%s failed: %s\n", item.title.c_str(), error.what());
     }
 }

@@ -43,14 +43,16 @@ public:
     Choice select() const;
 
     /// Shows the menu and runs what is chosen until the operator quits, a stop is requested, or standard input (where
-    /// that is the console) has ended. A handler's exception is logged and printed, and the menu goes on. A round that
-    /// another operator's arrival cut short is started afresh for them. Hooks may be empty.
+    /// that is the console) has ended. A handler's exception is logged and printed, and the menu goes on; so it does
+    /// after one of its own steps, within a second. A round that another operator's arrival cut short is started afresh
+    /// for them. Hooks may be empty.
     void run(const std::function<void()>& beforeEachRound, const std::function<void()>& onEnter,
              const std::function<void()>& onExit);
 
 private:
     const Item* findByTitle(const std::string& input) const;
     const Item* findByNumber(const std::string& input) const;
+    bool runRound(const std::function<void()>& beforeEachRound) const;
     static void runHandler(const Item& chosen);
 
     const std::string m_title;

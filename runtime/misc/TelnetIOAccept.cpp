@@ -52,7 +52,7 @@ void TelnetIO::acceptConnections()
         }
         catch (const std::exception& error)
         {
-            LOG_ERROR_F(m_logger, "telnet console: %s", error.what());
+            REPORT_ERROR_F(m_logger, "telnet console: %s", error.what());
             waitAccepting(retryTime);
         }
     }

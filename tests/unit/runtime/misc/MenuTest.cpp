@@ -1,10 +1,13 @@
 #include "runtime/misc/Menu.h"
 
+#include "tests/support/BrokenLogger.h"
 #include "tests/support/Operator.h"
 #include "tests/support/ReplacedInput.h"
 #include "tests/unit/runtime/misc/ConsoleFixture.h"
 
+#include <new>
 #include <stdexcept>
+#include <string>
 #include <vector>
 
 using namespace com::tallowcrest::misc;
@@ -251,6 +254,52 @@ TEST_F(MenuTest, run_whenAnItemThrows_saysSoAndGoesOn)
     EXPECT_EQ("ERROR", log.lines()[0].level);
 }
 
+TEST_F(MenuTest, run_whenAnItemThrowsAndNothingCanBeLogged_goesOn)
+{
+    const testsupport::BrokenLogger log("KORABRIDGE");
+    m_sut.addItem("bad", [] { throw std::runtime_error("no table"); });
+    testing::internal::CaptureStderr();
+
+    const std::string screen = "\nKORA\n 0. bad      1. q:  quit\nEnter selection: ";
+    EXPECT_EQ(screen + "bad failed: no table\n" + screen, runOver("0\nq\n"));
+    EXPECT_EQ("menu item 'bad' failed, no table (not logged: no space)\n", testing::internal::GetCapturedStderr());
+}
+
+TEST_F(MenuTest, run_whenAStepOfItsOwnThrows_saysSoAndGoesOn)
+{
+    const testsupport::LogRecorder log;
+    m_input.write("q\n");
+    int rounds = 0;
+
+    testing::internal::CaptureStdout();
+    m_sut.run(
+        [&rounds] {
+            if (++rounds == 1)
+            {
+                throw std::bad_alloc();
+            }
+        },
+        {}, {});
+    const std::string printed = testing::internal::GetCapturedStdout();
+
+    EXPECT_EQ(2, rounds);
+    EXPECT_EQ("\nKORA\n 0. q:  quit\nEnter selection: ", printed);
+    EXPECT_EQ((std::vector<std::string>{"ERROR menu failed, std::bad_alloc"}), log.texts());
+}
+
+TEST_F(MenuTest, run_whenAStopIsRequestedWhileItsStepsThrow_ends)
+{
+    const testsupport::LogRecorder log;
+    m_sut.run(
+        [] {
+            requestConsoleStop();
+            throw std::bad_alloc();
+        },
+        {}, {});
+
+    EXPECT_EQ(1U, log.lines().size());
+}
+
 TEST_F(MenuTest, run_whenAnItemRemovesItself_goesOn)
 {
     m_sut.addItem("once", [this] {
@@ -446,6 +495,25 @@ TEST_F(MenuTest, run_whenAnItemWithoutAHandlerIsChosen_showsTheMenuAgain)
     EXPECT_EQ("\nKORA\n 0. Nothing  1. q:  quit\nEnter selection: "
               "\nKORA\n 0. Nothing  1. q:  quit\nEnter selection: ",
               runOver("nothing\nq\n"));
+}
+
+TEST_F(MenuOverTelnet, operatorWhoLeavesWhileNothingCanBeLoggedIsFollowedByTheNext)
+{
+    const std::string screen = "\nKORA\n 0. q:  quit\nEnter selection: ";
+    start();
+    runAsReader([this] { m_menu.run({}, {}, {}); });
+    const testsupport::BrokenLogger log("KORABRIDGE");
+    {
+        const auto first = testsupport::TcpSocket::connect(port);
+        ASSERT_TRUE(first);
+        EXPECT_TRUE(first->receiveUntil(screen).ends_with(screen));
+    }
+    std::string seen;
+    EXPECT_TRUE(testsupport::waitUntil([&] {
+        const auto next = testsupport::TcpSocket::connect(port);
+        seen = next ? next->receiveUntil(screen) : "";
+        return seen.ends_with(screen);
+    }));
 }
 
 } // namespace

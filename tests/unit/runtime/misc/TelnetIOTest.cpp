@@ -1,3 +1,4 @@
+#include "tests/support/BrokenLogger.h"
 #include "tests/support/ListeningDescriptor.h"
 #include "tests/unit/runtime/misc/ConsoleFixture.h"
 
@@ -425,6 +426,24 @@ TEST_F(TelnetIOTest, whenTheLogFails_theConsoleGoesOn)
     EXPECT_TRUE(waitUntil([this] { return countLogged("telnet console: no space", "ERROR") == 1; }));
     m_sut->Print("still here");
     EXPECT_EQ("still here", client.receive(10));
+}
+
+TEST_F(TelnetIOTest, whileNothingCanBeLogged_notEvenThat_theConsoleGoesOn)
+{
+    start();
+    const testsupport::BrokenLogger log("KORABRIDGE");
+    testing::internal::CaptureStderr();
+
+    const auto client = testsupport::TcpSocket::connect(port);
+
+    ASSERT_TRUE(client);
+    EXPECT_EQ(banner, client->receive(std::string(banner).size()));
+    const auto second = testsupport::TcpSocket::connect(port); // whose rejection cannot be logged either
+    ASSERT_TRUE(second);
+    EXPECT_TRUE(second->waitForClose());
+    m_sut->stop(); // when it returns, its thread has said what it had to
+    EXPECT_TRUE(
+        testing::internal::GetCapturedStderr().starts_with("telnet console: no space (not logged: no space)\n"));
 }
 
 } // namespace

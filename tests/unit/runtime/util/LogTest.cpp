@@ -1,10 +1,10 @@
 #include "runtime/util/Log.h"
 
 #include "runtime/apartment/DoItEvent.h"
+#include "tests/support/BrokenLogger.h"
 #include "tests/support/LogRecorder.h"
 
 #include <gtest/gtest.h>
-#include <log4cxx/appenderskeleton.h>
 #include <log4cxx/logger.h>
 
 #include <memory>
@@ -116,44 +116,9 @@ TEST(LogTest, aLineOfAHelperBearsTheLocationThatItWasGiven)
     EXPECT_EQ(lines[0].line, line);
 }
 
-class FullDisk final : public log4cxx::AppenderSkeleton
-{
-public:
-    void append(const log4cxx::spi::LoggingEventPtr& /*event*/, log4cxx::helpers::Pool& /*pool*/) override
-    {
-        throw std::runtime_error("no space");
-    }
-    void close() override {}
-    bool requiresLayout() const override { return false; }
-};
-
-/// A logger that cannot log for as long as this lives.
-class BrokenLogger
-{
-public:
-    explicit BrokenLogger(const std::string& name) : m_logger(log4cxx::Logger::getLogger(name))
-    {
-        m_logger->setAdditivity(false);
-        m_logger->addAppender(m_appender);
-    }
-    ~BrokenLogger()
-    {
-        m_logger->removeAppender(m_appender);
-        m_logger->setAdditivity(true);
-    }
-    BrokenLogger(const BrokenLogger&) = delete;
-    BrokenLogger& operator=(const BrokenLogger&) = delete;
-
-    const log4cxx::LoggerPtr& get() const { return m_logger; }
-
-private:
-    const log4cxx::LoggerPtr m_logger;
-    const std::shared_ptr<FullDisk> m_appender = std::make_shared<FullDisk>();
-};
-
 TEST(ReportErrorTest, LineThatCannotBeLoggedGoesToStandardError)
 {
-    const BrokenLogger logger("ReportErrorTest");
+    const testsupport::BrokenLogger logger("ReportErrorTest");
     testing::internal::CaptureStderr();
 
     REPORT_ERROR_F(logger.get(), "Command failed: %s", "bus is gone");
@@ -169,7 +134,7 @@ public:
 
 TEST(ReportErrorTest, EventThatThrowsWhileNothingCanBeLoggedEndsNothing)
 {
-    const BrokenLogger logger("KORABRIDGE");
+    const testsupport::BrokenLogger logger("KORABRIDGE");
     testing::internal::CaptureStderr();
 
     com::tallowcrest::apartment::runEvent(std::make_unique<ThrowingEvent>());
