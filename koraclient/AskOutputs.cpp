@@ -45,6 +45,17 @@ ChangeRows askChanges(KoraClient& client, std::uint32_t format, std::uint32_t le
     return result;
 }
 
+ChangeRows ChangesWalk::next()
+{
+    ChangeRows changes = askChanges(m_client, m_format, m_level);
+    if (++m_answers >= mostAnswers && changes.more)
+    {
+        throw ProtocolError("the bridge has more changes than any level: " + std::to_string(m_answers) +
+                            " answers, and still no end");
+    }
+    return changes;
+}
+
 bool askLevelExists(KoraClient& client, std::uint32_t level)
 {
     const auto entries = client.outputStatus(wireLayout::getOutputStatusRsp::shortFormat, level, 0, 1).entries;
@@ -62,9 +73,10 @@ std::optional<LevelSnapshot> askSnapshot(KoraClient& client, std::uint32_t level
     {
         bool isQuiet = true;
         bool hasMore = true;
+        ChangesWalk walk(client, longFormat, level);
         while (hasMore)
         {
-            const ChangeRows changes = askChanges(client, longFormat, level);
+            const ChangeRows changes = walk.next();
             for (const OutputRow& row : changes.rows)
             {
                 snapshot[row.output] = row;

@@ -3,6 +3,7 @@
 #include "koraclient/KoraClient.h"
 #include "koraclient/KoraTypes.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <optional>
@@ -50,6 +51,28 @@ struct ChangeRows
 /// One request: up to 679 rows without lock state in format 1, up to 64 with it in any other. Throws what the client
 /// throws, as all of these do.
 ChangeRows askChanges(KoraClient& client, std::uint32_t format, std::uint32_t level);
+
+/// Asks for the changes of a level, answer by answer, while there is more. What claims to be a bridge and says so for
+/// ever is found out: `mostAnswers` is nearly twice what the largest level needs in the longest format. Owned by one
+/// thread.
+class ChangesWalk
+{
+public:
+    static constexpr std::size_t mostAnswers = 2048;
+
+    ChangesWalk(KoraClient& client, std::uint32_t format, std::uint32_t level)
+        : m_client(client), m_format(format), m_level(level)
+    {}
+
+    /// The next answer. Throws `ProtocolError` when the last one allowed still says that there is more.
+    ChangeRows next();
+
+private:
+    KoraClient& m_client;
+    const std::uint32_t m_format;
+    const std::uint32_t m_level;
+    std::size_t m_answers = 0;
+};
 
 /// An unknown level reports no changes, which looks like a quiet one; a status query tells them apart.
 bool askLevelExists(KoraClient& client, std::uint32_t level);

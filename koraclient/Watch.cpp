@@ -126,9 +126,10 @@ bool Watch::round(StopCondition& stop)
 bool Watch::pollLevel(Level& level, StopCondition& stop)
 {
     bool isQuiet = true;
+    ChangesWalk walk(*m_client, m_settings.format, level.number);
     for (;;)
     {
-        const ChangeRows changes = askChanges(*m_client, m_settings.format, level.number);
+        const ChangeRows changes = walk.next();
         for (const OutputRow& row : changes.rows)
         {
             isQuiet = false;

@@ -73,8 +73,9 @@ public:
 
     /// Connects and says which levels do not exist. Throws what the client throws.
     void start();
-    /// Rounds at the interval until the condition wants the end. Once, after `start`. Throws `ProtocolError` and
-    /// `ErrorResponse` always, other errors of the link as long as no round was whole or when it is not to reconnect.
+    /// Rounds at the interval until the condition wants the end. Once, after `start`. Throws `ProtocolError` (as for
+    /// a level whose changes never end) and `ErrorResponse` always, other errors of the link as long as no round was
+    /// whole or when it is not to reconnect.
     void run(StopCondition& stop);
 
     static constexpr std::chrono::milliseconds firstRetry{250};

@@ -1,5 +1,6 @@
 #include "koraclient/AskOutputs.h"
 
+#include "koraclient/Errors.h"
 #include "tests/fakes/FakeBridge.h"
 
 #include <gtest/gtest.h>
@@ -85,6 +86,29 @@ TEST(AskOutputs, GivenARouterThatNeverRestsTheSnapshotEndsAllTheSame)
 
     EXPECT_TRUE(askSnapshot(client, 1).has_value());
     EXPECT_EQ(bridge.requests().size(), 8U);
+}
+
+TEST(ChangesWalk, GivenABridgeThatAlwaysSaysMoreEndsByItsBound)
+{
+    const FakeBridge bridge(
+        [](const Message& request, std::uint32_t sequence) { return changes(request, sequence, sequence * 64, 64); });
+    KoraClient client = clientOf(bridge);
+
+    EXPECT_THROW(askSnapshot(client, 1), ProtocolError);
+    EXPECT_EQ(bridge.requests().size(), ChangesWalk::mostAnswers);
+}
+
+TEST(ChangesWalk, GivenAWholeLevelOfTheLargestSizeReadsItAll)
+{
+    constexpr std::uint32_t outputs = 73728; // what a bridge accepts of a level
+    static_assert(outputs % 64 == 0);
+    const FakeBridge bridge([](const Message& request, std::uint32_t sequence) {
+        return sequence < outputs / 64 ? changes(request, sequence, sequence * 64, 64)
+                                       : changes(request, sequence, 0, 0);
+    });
+    KoraClient client = clientOf(bridge);
+
+    EXPECT_EQ(askSnapshot(client, 1)->size(), outputs);
 }
 
 TEST(AskOutputs, GivenNoChangesTellsAQuietLevelFromOneThatDoesNotExist)

@@ -120,6 +120,20 @@ private:
 
 } // namespace
 
+TEST(Watch, GivenABridgeThatAlwaysSaysMoreEnds)
+{
+    const FakeBridge bridge([](const Message& request, std::uint32_t sequence) {
+        return request.id() == 0x52 ? existence(request, sequence, true) : changes(request, sequence, 679);
+    });
+    Notes notes;
+    notes.setMost(10'000'000);
+    Watch sut(toBridge(bridge), {1}, settings, notes);
+    StopAfter stop(1'000'000);
+    sut.start();
+
+    EXPECT_THROW(sut.run(stop), ProtocolError);
+}
+
 TEST(Watch, GivenTwoLevelsPollsEachInEveryRound)
 {
     FakeBridge bridge([](const Message& request, std::uint32_t sequence) {

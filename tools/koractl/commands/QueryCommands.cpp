@@ -14,9 +14,9 @@ namespace koractl
 namespace
 {
 
-using koraclient::askChanges;
 using koraclient::askLevelExists;
 using koraclient::ChangeRows;
+using koraclient::ChangesWalk;
 using koraclient::KoraClient;
 using koraclient::OutputLpr;
 using koraclient::OutputRow;
@@ -168,9 +168,10 @@ struct ChangesArguments
 OutputsReport changesReport(KoraClient& client, const ChangesArguments& arguments, const Names& names)
 {
     ChangeRows all;
+    ChangesWalk walk(client, arguments.format, arguments.level);
     do
     {
-        const ChangeRows part = askChanges(client, arguments.format, arguments.level);
+        const ChangeRows part = walk.next();
         all.rows.insert(all.rows.end(), part.rows.begin(), part.rows.end());
         all.more = part.more;
     } while (all.more && !arguments.isOnce);
