@@ -1,12 +1,13 @@
 #include "runtime/misc/TimingSamples.h"
 
 #include "runtime/misc/Console.h"
+#include "runtime/util/RegularFile.h"
 
 #include <array>
 #include <cinttypes>
 #include <cstdio>
-#include <fstream>
 #include <iostream>
+#include <ostream>
 #include <utility>
 
 namespace com::tallowcrest::misc
@@ -158,15 +159,16 @@ void TimingSamples::writeHeld(std::ostream& stream) const
 
 void TimingSamples::writeHeldToFile(const std::string& path) const
 {
-    std::ofstream file(path, std::ios::trunc);
-    if (!file)
+    const util::UniqueFd file = util::openEmptyRegularFile(path);
+    if (!file.isOpen())
     {
         std::cout << "Failed to open: '" << path << "' for writing" << std::endl;
         return;
     }
-    writeHeld(file);
-    file.close();
-    if (!file)
+    util::DescriptorBuffer buffer(file.get());
+    std::ostream stream(&buffer);
+    writeHeld(stream);
+    if (!stream)
     {
         std::cout << "Failed to write: '" << path << "' is not complete" << std::endl;
     }

@@ -1,10 +1,15 @@
 #include "runtime/misc/TimingSamples.h"
 
+#include "runtime/util/UniqueFd.h"
+#include "tests/support/SmallDisk.h"
 #include "tests/support/TempDir.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <atomic>
+#include <filesystem>
 #include <sstream>
 #include <thread>
 #include <vector>
@@ -198,13 +203,66 @@ TEST_F(TimingSamplesTest, whenThePathIsADirectory_saysSo)
 
 TEST_F(TimingSamplesTest, whenTheDiskIsFull_saysSo)
 {
+    const testsupport::SmallDisk disk(m_directory.path() / "disk");
+    if (!disk.trouble().empty())
+    {
+        GTEST_SKIP() << disk.trouble();
+    }
     m_sut.start();
     record(1, 1);
+    const std::string file = (disk.path() / "samples.csv").string();
+    disk.fill();
 
     testing::internal::CaptureStdout();
-    m_sut.writeFile("/dev/full");
+    m_sut.writeFile(file);
 
-    EXPECT_EQ("Failed to write: '/dev/full' is not complete\n", testing::internal::GetCapturedStdout());
+    EXPECT_EQ("Failed to write: '" + file + "' is not complete\n", testing::internal::GetCapturedStdout());
+}
+
+TEST_F(TimingSamplesTest, whenAnotherFileLiesThere_replacesItsText)
+{
+    testsupport::writeFile(path(), std::string(1000, 'x'));
+    m_sut.start();
+    record(1, 2);
+
+    m_sut.writeFile(path());
+
+    EXPECT_EQ("0.000, 1, 0x2\n", testsupport::readFile(path()));
+}
+
+TEST_F(TimingSamplesTest, whenALinkLiesThere_doesNotFollowIt)
+{
+    const auto victim = m_directory.path() / "victim";
+    testsupport::writeFile(victim, "another's");
+    std::filesystem::create_symlink(victim, path());
+
+    testing::internal::CaptureStdout();
+    m_sut.writeFile(path());
+
+    EXPECT_EQ("Failed to open: '" + path() + "' for writing\n", testing::internal::GetCapturedStdout());
+    EXPECT_EQ("another's", testsupport::readFile(victim));
+}
+
+TEST_F(TimingSamplesTest, whenAPipeLiesThere_isNotHeldUpAndWritesNothing)
+{
+    ASSERT_EQ(::mkfifo(path().c_str(), 0600), 0);
+    for (const bool isRead : {false, true})
+    {
+        const com::tallowcrest::util::UniqueFd reader(isRead ? ::open(path().c_str(), O_RDONLY | O_NONBLOCK) : -1);
+
+        testing::internal::CaptureStdout();
+        m_sut.writeFile(path());
+
+        EXPECT_EQ("Failed to open: '" + path() + "' for writing\n", testing::internal::GetCapturedStdout());
+    }
+}
+
+TEST_F(TimingSamplesTest, whenADeviceLiesThere_writesNothing)
+{
+    testing::internal::CaptureStdout();
+    m_sut.writeFile("/dev/null");
+
+    EXPECT_EQ("Failed to open: '/dev/null' for writing\n", testing::internal::GetCapturedStdout());
 }
 
 TEST_F(TimingSamplesTest, whenTheClockWasSetBack_writesNegativeTimes)
