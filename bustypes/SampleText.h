@@ -63,6 +63,23 @@ std::string keyText(const T& value)
     return text;
 }
 
+/// The key of a type that has one key member, of 32 bits.
+template <typename T>
+std::uint32_t keyNumber(const T& value)
+{
+    std::uint32_t number = 0;
+    visitMembers<T>([&](const auto& member) {
+        if constexpr (requires { number = value.*member.inValue; })
+        {
+            if (member.role == MemberRole::Key)
+            {
+                number = value.*member.inValue;
+            }
+        }
+    });
+    return number;
+}
+
 /// All members of a value as one JSON object, in the order of the IDL; enumerators are numbers.
 template <typename T>
 std::string jsonText(const T& value)

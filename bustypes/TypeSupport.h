@@ -101,4 +101,8 @@ struct TypeSupport
     }
 };
 
+/// Where a DDS interface finds it by the type alone. Never called.
+template <typename T>
+TypeSupport<T> type_support_of(std::type_identity<T>);
+
 } // namespace com::tallowcrest::dds_::routing

@@ -1,6 +1,9 @@
 #pragma once
 
 #include "dds/domain/DomainParticipant.hpp"
+#include "durability/Recorder.h"
+
+#include <memory>
 
 namespace com::tallowcrest::routing
 {
@@ -9,5 +12,8 @@ namespace com::tallowcrest::routing
 /// for it, deleted when the last handle is dropped; after that the next call makes a new one. Thread-safe. Throws
 /// dds::core::Error or one of its family when the DDS library cannot start.
 dds::domain::DomainParticipant sharedParticipant();
+
+/// The one that keeps its PERSISTENT data, in the store that the deployment names. The same, and what Recorder throws.
+std::shared_ptr<durability::Recorder> sharedRecorder();
 
 } // namespace com::tallowcrest::routing

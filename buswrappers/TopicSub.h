@@ -1,5 +1,6 @@
 #pragma once
 
+#include "bustypes/TypeSupport.h"
 #include "buswrappers/BusQos.h"
 #include "buswrappers/ListenerEventSender.h"
 #include "buswrappers/Participant.h"

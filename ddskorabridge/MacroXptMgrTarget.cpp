@@ -1,66 +1,52 @@
 #include "ddskorabridge/MacroXptMgrTarget.h"
 
-#include "buswrappers/BusQos.h"
-#include "buswrappers/Participant.h"
-#include "dds/core/Exception.hpp"
-#include "dds/sub/DataReader.hpp"
-#include "dds/sub/Subscriber.hpp"
-#include "dds/topic/Topic.hpp"
 #include "koracommand/ResultCode.h"
 #include "runtime/hwobjs/CurrentTimecodeReader.h"
 #include "runtime/misc/Console.h"
 #include "runtime/util/Log.h"
 
-#include <chrono>
+#include <algorithm>
 #include <utility>
 
 using namespace com::tallowcrest::dds_::routing;
 using com::tallowcrest::apartment::SendDoItEvent;
 using com::tallowcrest::hwobjs::currentTimecode;
-using com::tallowcrest::routing::busSubscriberQos;
-using com::tallowcrest::routing::busTopicQos;
-using com::tallowcrest::routing::durabilityKind;
-using com::tallowcrest::routing::sharedParticipant;
-
-namespace
-{
-
-/// A router that works answers within milliseconds; one that hangs must not hold up the others for long.
-constexpr std::chrono::milliseconds readersTimeout{150};
-
-/// Names an instance that no router has: outputs are numbered from 1.
-MacroXptOutput noOutput()
-{
-    return {.macroXptOutput = 0};
-}
-
-} // namespace
+using com::tallowcrest::routing::KeptXptOutput;
+using com::tallowcrest::routing::KeptXptOutputs;
+using com::tallowcrest::routing::SourceTime;
 
 MacroXptMgrTarget::MacroXptMgrTarget(std::shared_ptr<SendDoItEvent> apartment, const std::string& memberTopic,
-                                     std::uint32_t maxInput, std::uint32_t maxOutput, const std::string& targetTopic,
-                                     dds::core::Duration historyTimeout)
-    : RouterMemberXptsSub(std::move(apartment), memberTopic), m_maxInput(maxInput), m_targets(maxOutput),
-      m_targetTopic(targetTopic), m_historyTimeout(historyTimeout), m_publisher(targetTopic, true),
-      m_logger(com::tallowcrest::util::bridgeLogger())
+                                     std::uint32_t maxInput, std::uint32_t maxOutput, const std::string& targetTopic)
+    : RouterMemberXptsSub(apartment, memberTopic), m_maxInput(maxInput), m_targets(maxOutput),
+      m_written(maxOutput + std::size_t{1}), m_targetTopic(targetTopic),
+      m_publisher(std::move(apartment), targetTopic, maxOutput, *this), m_logger(com::tallowcrest::util::bridgeLogger())
 {}
 
 void MacroXptMgrTarget::joinRouterPartition(const std::string& routerPartition)
 {
+    m_joined = nullptr;
     m_routerPartition = routerPartition;
+    if (m_routerPartition != m_lastPartition)
+    {
+        std::fill(m_written.begin(), m_written.end(), 0);
+        m_lastPartition = m_routerPartition;
+    }
     LOG_INFO_F(m_logger, "%s joinRouterPartition(routerPartition '%s')", m_targetTopic.c_str(),
                m_routerPartition.c_str());
     RouterMemberXptsSub::joinRouterPartition(m_routerPartition);
     m_publisher.joinRouterPartition(m_routerPartition);
-    if (!m_publisher.waitForReaders(noOutput(), readersTimeout))
-    {
-        LOG_WARN_F(m_logger, "%s a reader has not answered the new writer within %d ms", m_targetTopic.c_str(),
-                   static_cast<int>(readersTimeout.count()));
-    }
     getDurableData();
+}
+
+void MacroXptMgrTarget::beginToJoin(const std::string& routerPartition, std::function<void()> joined)
+{
+    joinRouterPartition(routerPartition);
+    m_joined = std::move(joined); // called by an event, so not before
 }
 
 void MacroXptMgrTarget::leaveRouterPartition()
 {
+    m_joined = nullptr;
     m_routerPartition.clear();
     LOG_INFO_F(m_logger, "%s leaveRouterPartition(routerPartition '%s')", m_targetTopic.c_str(),
                m_routerPartition.c_str());
@@ -105,8 +91,7 @@ void MacroXptMgrTarget::take(std::uint32_t output, std::uint32_t input, std::uin
     target.macroXptInput = input;
     target.lprId = lprId;
     target.when = when;
-    m_publisher.write(target); // first, so that a failure leaves the table as it was
-    m_targets.store(target);
+    decide(target);
 }
 
 std::uint32_t MacroXptMgrTarget::checkLpr(std::uint32_t output, bool force, std::uint32_t lprId) const
@@ -143,9 +128,36 @@ void MacroXptMgrTarget::setLpr(std::uint32_t output, std::uint32_t lprId, LPRSta
     target.when = when;
     if (isJoined())
     {
-        m_publisher.write(target); // first, so that a failure leaves the table as it was
+        decide(target);
+    }
+    else
+    {
+        m_targets.store(target);
+    }
+}
+
+void MacroXptMgrTarget::decide(const Sample& target)
+{
+    const SourceTime written = m_publisher.decide(target); // first, so that a failure leaves the table as it was
+    m_targets.store(target);
+    m_written[target.macroXptOutput] = written;
+}
+
+/// False when the table knows of something later, or of no such output.
+bool MacroXptMgrTarget::isNewest(const Sample& target, SourceTime written) const
+{
+    return m_targets.contains(target.macroXptOutput) && written >= m_written[target.macroXptOutput];
+}
+
+bool MacroXptMgrTarget::adopt(const Sample& target, SourceTime written)
+{
+    if (!isNewest(target, written))
+    {
+        return false;
     }
     m_targets.store(target);
+    m_written[target.macroXptOutput] = written;
+    return true;
 }
 
 void MacroXptMgrTarget::onLocalTarget(const Sample& sample)
@@ -154,21 +166,25 @@ void MacroXptMgrTarget::onLocalTarget(const Sample& sample)
     {
         return;
     }
-    if (m_targets.record(sample.macroXptOutput).macroXptInput > m_maxInput)
+    const bool isAdopted = m_targets.record(sample.macroXptOutput).macroXptInput > m_maxInput;
+    const Sample target = isAdopted ? sample : m_targets.record(sample.macroXptOutput);
+    const SourceTime written = m_written[sample.macroXptOutput];
+    if (isAdopted || written == 0)
     {
-        m_targets.store(sample);
+        decide(target);
     }
-    m_publisher.write(m_targets.record(sample.macroXptOutput));
+    else
+    {
+        m_publisher.repeat(target, written);
+    }
 }
 
-void MacroXptMgrTarget::onDurableTarget(const Sample& sample)
+void MacroXptMgrTarget::onDurableTarget(const Sample& sample, SourceTime written)
 {
-    if (!m_targets.contains(sample.macroXptOutput))
+    if (adopt(sample, written))
     {
-        return;
+        m_publisher.repeat(sample, written);
     }
-    m_targets.store(sample);
-    m_publisher.write(sample);
 }
 
 std::uint32_t MacroXptMgrTarget::getTarget(std::uint32_t output, std::uint32_t& input, LPRState& lprState,
@@ -189,31 +205,46 @@ void MacroXptMgrTarget::getDurableData()
 {
     LOG_INFO_F(m_logger, "%s getDurableData for routerPartition '%s'", m_targetTopic.c_str(),
                m_routerPartition.c_str());
-    const dds::domain::DomainParticipant participant = sharedParticipant();
-    const dds::topic::Topic<Sample> topic(participant, m_targetTopic, busTopicQos(participant, durabilityKind(true)));
-    const dds::sub::Subscriber subscriber(participant, busSubscriberQos(participant, m_routerPartition));
-    dds::sub::DataReader<Sample> reader(subscriber, topic, dds::sub::qos::DataReaderQos(topic.qos()));
-
     LOG_INFO_F(m_logger, "Before waiting for historical data)");
-    try
-    {
-        reader.wait_for_historical_data(m_historyTimeout);
-    }
-    catch (const dds::core::TimeoutError&)
-    {
-        // What has arrived in time is used; the rest of the table keeps its contents.
-    }
-    LOG_INFO_F(m_logger, "Back  waiting for historical data)");
+}
 
-    const std::uint32_t now = currentTimecode().word();
-    for (const auto& sample : reader.take())
+void MacroXptMgrTarget::onKept(const KeptXptOutputs& kept)
+{
+    using Purpose = KeptXptOutputs::Purpose;
+    if (kept.purpose == Purpose::History)
     {
-        if (sample.info().valid())
+        LOG_INFO_F(m_logger, "Back  waiting for historical data)");
+        if (!kept.haveReadersAnswered)
         {
-            Sample target = sample.data();
-            target.when = now;
-            onDurableTarget(target);
+            LOG_WARN_F(m_logger, "%s a reader has not answered the new writer within %d ms", m_targetTopic.c_str(),
+                       static_cast<int>(m_publisher.readersAnswer.count()));
         }
+    }
+    const std::uint32_t now = currentTimecode().word();
+    for (const KeptXptOutput& output : kept.outputs)
+    {
+        Sample target = output.sample;
+        target.when = now;
+        switch (kept.purpose)
+        {
+        case Purpose::History:
+            onDurableTarget(target, output.written);
+            break;
+        case Purpose::Adopt:
+            adopt(target, output.written);
+            break;
+        case Purpose::Repeat:
+            if (isNewest(target, output.written))
+            {
+                m_publisher.repeat(target, output.written);
+            }
+            break;
+        }
+    }
+    const std::function<void()> joined = kept.purpose == Purpose::History ? std::exchange(m_joined, nullptr) : nullptr;
+    if (joined)
+    {
+        joined();
     }
 }
 

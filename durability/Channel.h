@@ -1,137 +1,142 @@
 #pragma once
 
 #include "durability/HandOver.h"
-#include "durability/SampleTable.h"
+#include "durability/IDurableTopic.h"
 #include "durability/StoredRow.h"
 #include "durability/TypeCodec.h"
 #include "runtime/util/WakeEvent.h"
 
-#include <atomic>
-#include <chrono>
-#include <condition_variable>
 #include <cstdint>
-#include <map>
+#include <functional>
+#include <memory>
 #include <mutex>
 #include <optional>
-#include <string>
-#include <unordered_set>
 #include <utility>
 #include <vector>
 
 namespace com::tallowcrest::durability
 {
 
-/// What is known of one topic in one partition, shared by its writers and readers, the recorder and the store's
-/// keeper. Thread-safe; no operation waits for the disk or the bus, except `history`, which is there to wait. Owned by
-/// the service, for as long as the participant lives.
+/// One topic in one partition, between the bridge that writes it and the recorder that keeps it. Thread-safe; no
+/// operation waits for the disk, the bus or the recorder. Shared by the writer that has joined the partition and the
+/// recorder.
 class Channel
 {
 public:
-    using Clock = std::chrono::steady_clock;
+    struct Settings
+    {
+        ChannelName name;
+        Instance greatest = 0; ///< greater ones do not exist
+        bool isShared = false; ///< the bridge's table follows the decisions of others
+    };
+    /// What the bridge is to do: it alone publishes, in one order with its own decisions, and leaves out what is older
+    /// than those.
+    struct Delivery
+    {
+        enum class Purpose
+        {
+            History, ///< all that a join brings: for the table, and to be published
+            Adopt,   ///< for the table
+            Repeat   ///< to be published
+        };
+        Purpose purpose = Purpose::History;
+        std::vector<Decision> decisions;
+        bool haveReadersAnswered = true; ///< what is published now reaches all that are known
+    };
+    using Deliver = std::function<void(Delivery)>;
+    struct Join
+    {
+        std::shared_ptr<IDurableTopic> topic;
+        Deliver deliver;
+        std::uint64_t ticket = 0;
+    };
 
     /// `recorder` is signalled when there is work for the recorder.
-    Channel(ChannelName name, const TypeCodec& codec, util::WakeEvent& recorder);
+    Channel(Settings settings, const TypeCodec& codec, util::WakeEvent& recorder)
+        : m_settings(std::move(settings)), m_codec(codec), m_recorder(recorder), m_handOver(codec.valueSize)
+    {}
 
-    const ChannelName& name() const { return m_name; }
+    const Settings& settings() const { return m_settings; }
+    const ChannelName& name() const { return m_settings.name; }
     const TypeCodec& codec() const { return m_codec; }
+    HybridClock& clock() { return m_clock; }
 
-    // For writers and readers.
+    // For the bridge.
 
-    /// Somebody uses the channel; only then is it present on the bus.
-    void addUser();
-    void removeUser();
-
-    struct Stamp
+    /// The bridge has joined, once more perhaps. `deliver` is called on the recorder's thread, once with the history
+    /// and then with what is learnt later, until the next join or `leave`; again when it throws.
+    void join(std::shared_ptr<IDurableTopic> topic, Deliver deliver)
     {
-        SourceTime time = 0;
-        bool isReplay = false;    ///< history published once more: not a new decision, not to be recorded
-        bool isOvertaken = false; ///< such history, and something newer is known: not to be published
-    };
-    /// The time for a write at `now`.
-    Stamp stamp(const void* sample, SourceTime now);
-    /// A sample was written. Costs one copy.
-    void handOver(const void* sample, SourceTime written);
-
-    struct History
+        {
+            const std::lock_guard lock(m_mutex);
+            m_join = Join{std::move(topic), std::move(deliver), ++m_lastTicket};
+            m_isLeft = false;
+        }
+        m_recorder.signal();
+    }
+    void leave()
     {
-        std::vector<KeptSample> samples; ///< oldest first
-        bool isComplete = false;         ///< false when the time ran out first
-    };
-    /// Waits until the store and every live participant have given what they keep, and returns the newest of each
-    /// instance. The caller's thread.
-    History history(std::chrono::nanoseconds timeout);
+        {
+            const std::lock_guard lock(m_mutex);
+            m_join.reset();
+            m_isLeft = true;
+        }
+        m_recorder.signal();
+    }
+    /// A value was written. Costs one copy. On the thread that joins.
+    void handOver(const void* value, SourceTime time, bool isHistory)
+    {
+        if (m_handOver.push(value, {.time = time, .isHistory = isHistory, .ticket = m_lastTicket}))
+        {
+            m_recorder.signal();
+        }
+    }
 
-    /// From here on a write that repeats a sample of `delivered`, once each, is history published once more: it keeps
-    /// its time, so that it sorts where it belongs and never hides what others have set meanwhile.
-    void beginReplay(const std::vector<KeptSample>& delivered);
-    void endReplay();
+    /// The bus refused what was to be published once more: the bridge will be told to do it again.
+    void refused(Instance instance)
+    {
+        const std::lock_guard lock(m_mutex);
+        m_refused.push_back(instance);
+    }
+
+    /// Others have written.
+    void wake() { m_recorder.signal(); }
 
     // For the recorder.
 
-    bool isUsed() const { return m_users.load() > 0; }
-    enum class Origin
+    std::vector<Instance> takeRefused()
     {
-        Writer, ///< handed over by a writer of this process
-        Store,
-        Memory, ///< left by an earlier life in the machine's memory
-        Bus     ///< from another participant
-    };
-    /// What has been handed over since the last call.
+        const std::lock_guard lock(m_mutex);
+        return std::exchange(m_refused, {});
+    }
+    /// The newest join since the last call.
+    std::optional<Join> takeJoin()
+    {
+        const std::lock_guard lock(m_mutex);
+        return std::exchange(m_join, std::nullopt);
+    }
+    bool isLeft() const
+    {
+        const std::lock_guard lock(m_mutex);
+        return m_isLeft;
+    }
+    /// Nothing is left of it to be kept.
+    bool isDrained() const { return m_handOver.isEmpty(); }
     void drain(HandOver::Batch& batch) { m_handOver.exchange(batch); }
     /// Gives back the memory of a burst, that of `batch` too, whose content is dropped.
     void shrinkHandOver(HandOver::Batch& batch) { m_handOver.shrink(batch); }
-    /// Keeps the sample when it is the newest of its instance; false when it is not.
-    bool apply(const std::string& instance, const void* sample, SourceTime written, Origin origin);
-    /// A copy of what is kept of an instance.
-    std::optional<KeptSample> kept(const std::string& instance) const;
-    std::vector<std::pair<std::string, SourceTime>> keptTimes() const;
-    std::size_t size() const;
-    /// Adds the newest row of every instance.
-    void collectAll(std::vector<StoredRow>& rows) const;
-    /// True once for each channel whose table had to refuse an instance.
-    bool takeRefusal() { return m_refusal.exchange(false); }
-
-    /// Number of the newest call of `history` and when it started; 0 when none waits.
-    struct Waiting
-    {
-        std::uint64_t ticket = 0;
-        Clock::time_point since;
-    };
-    Waiting waiting() const;
-    /// All that was there for the call `ticket` has been applied.
-    void complete(std::uint64_t ticket);
-
-    // For the keeper of the store.
-
-    /// One sample as a row.
-    StoredRow rowOf(const std::string& instance, const void* sample, SourceTime written) const;
-    /// Adds the rows that the store does not have yet and takes them for stored.
-    void collectDue(std::vector<StoredRow>& rows);
-    bool hasDue() const;
-    /// They could not be stored after all.
-    void giveBack(const std::vector<StoredRow>& rows);
-    /// The store is a new one: everything is due.
-    void makeAllDue();
 
 private:
-    const ChannelName m_name;
+    const Settings m_settings;
     const TypeCodec& m_codec;
     util::WakeEvent& m_recorder;
-    HandOver m_handOver;
     HybridClock m_clock;
-    std::atomic<int> m_users{0};
-    std::atomic<bool> m_isReplaying{false};
-    std::atomic<bool> m_refusal{false};
-
+    HandOver m_handOver;
     mutable std::mutex m_mutex; ///< guards what follows
-    std::condition_variable m_completed;
-    SampleTable m_table;
-    std::map<std::string, KeptSample> m_replay;
-    std::unordered_set<std::string> m_due; ///< instances to store
-    std::uint64_t m_lastTicket = 0;
-    std::uint64_t m_completedTicket = 0;
-    Clock::time_point m_waitingSince;
-    bool m_refused = false;
+    std::vector<Instance> m_refused;
+    std::optional<Join> m_join;
+    std::uint64_t m_lastTicket = 0; ///< also read by the thread that writes it
+    bool m_isLeft = true;
 };
 
 } // namespace com::tallowcrest::durability

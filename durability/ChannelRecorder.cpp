@@ -3,6 +3,8 @@
 #include "runtime/util/Log.h"
 
 #include <algorithm>
+#include <charconv>
+#include <system_error>
 #include <utility>
 
 namespace com::tallowcrest::durability
@@ -11,244 +13,327 @@ namespace com::tallowcrest::durability
 namespace
 {
 
-constexpr std::chrono::seconds portRetry{1};
-/// A peer that gives nothing for so long has died without a word, or is out of reach.
-constexpr std::chrono::seconds longestSilence{3};
+ChannelCore::Time steady(std::chrono::steady_clock::time_point point)
+{
+    return std::chrono::duration_cast<ChannelCore::Time>(point.time_since_epoch());
+}
+
+bool parseInstance(const std::string& text, Instance& instance)
+{
+    const auto result = std::from_chars(text.data(), text.data() + text.size(), instance);
+    return result.ec == std::errc() && result.ptr == text.data() + text.size();
+}
 
 } // namespace
 
-ChannelRecorder::ChannelRecorder(dds_entity_t participant, std::shared_ptr<Channel> channel, StoreKeeper& keeper,
-                                 RecentRows& recent, util::WakeEvent& wake)
-    : m_participant(participant), m_channel(std::move(channel)), m_keeper(keeper), m_recent(recent), m_wake(wake),
-      m_logger(util::bridgeLogger()), m_sample(m_channel->codec().sampleSize)
+ChannelRecorder::ChannelRecorder(dds_entity_t participant, Clock::time_point started, std::shared_ptr<Channel> channel,
+                                 StoreKeeper& keeper, RecentRows& recent, util::WakeEvent& wake)
+    : m_channel(std::move(channel)), m_keeper(keeper), m_recent(recent), m_logger(util::bridgeLogger()),
+      m_description("Durable topic " + m_channel->name().topic + " in " + m_channel->name().partition),
+      m_participant(participant), m_wake(wake), m_core({.greatest = m_channel->settings().greatest,
+                                                        .self = NeighbourPort::nameOf(participant),
+                                                        .isShared = m_channel->settings().isShared,
+                                                        .started = steady(started),
+                                                        .rules = m_channel->codec().rules},
+                                                       m_channel->clock()),
+      m_drainedAt(steady(Clock::now()))
 {}
 
-bool ChannelRecorder::work(Clock::time_point now)
+ChannelCore::Now ChannelRecorder::now() const
 {
-    bool isDue = takeHandedOver();
-    m_recent.flush(); // before anything that may take its time
-    const bool isUsed = m_channel->isUsed();
-    // The store comes first, so that the port can announce from the start how much there is.
-    if (m_keeper.hasTried())
+    return {steady(std::chrono::steady_clock::now()), fromBusTime(dds_time())};
+}
+
+bool ChannelRecorder::work(std::chrono::steady_clock::time_point newcomer)
+{
+    openPort();
+    takeJoin();
+    takeHandedOver(); // before anything that others say
+    takeLoaded();
+    m_core.participantCame(steady(newcomer));
+    takeFromBus();
+    lookAtReaders();
+    for (const Instance instance : m_channel->takeRefused())
     {
-        isDue = takeLoaded() || isDue;
-        if (isUsed && m_port == nullptr && now >= m_nextTry)
-        {
-            openPort(now);
-        }
-        m_isLoaded = true;
+        m_core.notPublished(instance);
     }
-    if (m_port != nullptr)
-    {
-        isDue = takeFromBus(now) || isDue;
-        m_recent.flush();
-        if (m_port->takeNewReaders())
-        {
-            makeForeignDue();
-        }
-        m_port->promise(m_channel->size());
-        writeDue();
-        if (!isUsed)
-        {
-            closePort();
-        }
-    }
-    if (m_channel->takeRefusal())
-    {
-        LOG4CXX_WARN(m_logger, "Durable topic " << m_channel->name().topic << " in " << m_channel->name().partition
-                                                << ": more than " << SampleTable::maxInstances
-                                                << " instances, the rest is not kept");
-    }
+    m_core.tick(now());
+    const bool isDue = carryOut();
+    deliver();
+    reportRefused();
     return isDue;
 }
 
-bool ChannelRecorder::takeHandedOver()
+void ChannelRecorder::openPort()
 {
+    if (m_port || Clock::now() < m_portDue)
+    {
+        return;
+    }
+    try
+    {
+        m_port.emplace(m_participant, m_channel->name(), m_wake);
+        m_isPortReported = false;
+    }
+    catch (const BusError& error)
+    {
+        m_portDue = Clock::now() + portRetry;
+        if (!std::exchange(m_isPortReported, true))
+        {
+            LOG4CXX_WARN(m_logger, m_description << ": cannot meet other bridges: " << error.what());
+        }
+    }
+}
+
+void ChannelRecorder::takeJoin()
+{
+    if (auto join = m_channel->takeJoin())
+    {
+        takeSeen(); // what lay in the earlier reader
+        m_topic = std::move(join->topic);
+        m_deliver = std::move(join->deliver);
+        m_ticket = join->ticket;
+        m_joinedAt = Clock::now();
+        m_isJoining = true;
+        m_haveReadersAnswered = false;
+        m_completed.reset();
+        m_toAdopt.clear(); // the join brings it
+        m_toRepeat.clear();
+        m_core.join(m_ticket, now());
+    }
+    else if (m_channel->isLeft())
+    {
+        takeSeen();
+        m_topic.reset();
+        m_deliver = nullptr;
+        m_completed.reset();
+    }
+}
+
+void ChannelRecorder::takeHandedOver()
+{
+    const ChannelCore::Time earliest = std::exchange(m_drainedAt, now().steady);
     m_channel->drain(m_batch);
-    bool isDue = false;
     const TypeCodec& codec = m_channel->codec();
-    for (const auto& [instance, index] : m_newest.find(m_batch, codec))
+    for (std::size_t i = 0; i < m_batch.size(); ++i)
     {
-        const void* const sample = &m_batch.samples[index * codec.sampleSize];
-        if (m_channel->apply(*instance, sample, m_batch.times[index], Channel::Origin::Writer))
+        const void* const value = &m_batch.values[i * codec.valueSize];
+        const HandOver::Written& written = m_batch.written[i];
+        Decision decision{.written = written.time, .content = codec.contentOf(value)};
+        if (written.isHistory || written.ticket != m_ticket) // what was decided before the join comes back with it
         {
-            isDue = true;
-            m_due.add(*instance);
-            m_recent.append(m_channel->rowOf(*instance, sample, m_batch.times[index]));
+            m_core.published(codec.instanceOf(value), std::move(decision), earliest, now());
+        }
+        else
+        {
+            m_core.decided(codec.instanceOf(value), std::move(decision), earliest, now());
         }
     }
-    return isDue;
 }
 
-bool ChannelRecorder::takeLoaded()
+void ChannelRecorder::takeLoaded()
 {
-    bool isDue = false;
-    bool isStored = false;
-    const std::size_t unreadable = applyRows(m_keeper.takeLoaded(m_channel->name()), Channel::Origin::Store, isStored) +
-                                   applyRows(m_recent.takeLoaded(m_channel->name()), Channel::Origin::Memory, isDue);
+    const std::size_t unreadable = applyRows(m_keeper.takeLoaded(m_channel->name()), ChannelCore::Kept::Store) +
+                                   applyRows(m_recent.takeLoaded(m_channel->name()), ChannelCore::Kept::Memory);
     if (unreadable > 0)
     {
-        LOG4CXX_WARN(m_logger, "Durable topic " << m_channel->name().topic << " in " << m_channel->name().partition
-                                                << ": " << unreadable << " stored rows make no sense and are left out");
+        LOG4CXX_WARN(m_logger, m_description << ": " << unreadable << " stored rows make no sense and are left out");
     }
-    return isDue;
+    if (m_keeper.hasTried(m_channel->name()))
+    {
+        m_core.storeTried();
+    }
 }
 
-std::size_t ChannelRecorder::applyRows(const std::vector<StoredRow>& rows, Channel::Origin origin, bool& isDue)
+std::size_t ChannelRecorder::applyRows(std::vector<StoredRow> rows, ChannelCore::Kept where)
 {
     const TypeCodec& codec = m_channel->codec();
     std::size_t unreadable = 0;
-    for (const StoredRow& row : rows)
+    for (StoredRow& row : rows)
     {
-        std::fill(m_sample.begin(), m_sample.end(), std::byte{0});
-        if (row.type != codec.typeName || !codec.parse(row.payload, m_sample.data()) ||
-            codec.instanceText(m_sample.data()) != row.instance)
+        Instance instance = 0;
+        if (row.type == codec.typeName && parseInstance(row.instance, instance) &&
+            codec.normalize(row.payload, instance))
+        {
+            m_core.loaded(instance, {.written = row.written, .content = std::move(row.payload)}, where, now());
+        }
+        else
         {
             ++unreadable;
-        }
-        else if (m_channel->apply(row.instance, m_sample.data(), believed(row.written), origin))
-        {
-            isDue = true;
-            m_due.add(row.instance);
         }
     }
     return unreadable;
 }
 
-bool ChannelRecorder::takeFromBus(Clock::time_point now)
+void ChannelRecorder::takeSeen()
 {
-    bool isDue = false;
-    m_port->take(
-        [&](const void* sample, SourceTime written, dds_instance_handle_t instance, dds_instance_handle_t writer) {
-            const std::string name = m_channel->codec().instanceText(sample);
-            if (m_channel->apply(name, sample, written, Channel::Origin::Bus))
-            {
-                isDue = true;
-                m_recent.append(m_channel->rowOf(name, sample, written));
-            }
-            m_received[writer].insert(instance);
-            m_progress = now;
-        });
-    return isDue;
+    if (m_topic != nullptr)
+    {
+        m_topic->takeSeen(
+            [this](Instance instance, Decision decision) { m_core.seen(instance, std::move(decision), now()); });
+    }
 }
 
-void ChannelRecorder::openPort(Clock::time_point now)
+void ChannelRecorder::takeFromBus()
 {
-    try
+    const TypeCodec& codec = m_channel->codec();
+    if (m_topic != nullptr)
     {
-        m_port = std::make_unique<CompanionPort>(m_participant, m_channel->name(), m_channel->codec(),
-                                                 m_channel->size(), m_wake);
-        m_isWarned = false;
-        makeForeignDue();
-    }
-    catch (const BusError& error)
-    {
-        m_nextTry = now + portRetry;
-        if (!std::exchange(m_isWarned, true))
+        // Asked first: what is seen from then on has found the reader.
+        if (m_topic->hasNewReader())
         {
-            LOG4CXX_WARN(m_logger, "Durable topic " << m_channel->name().topic << " in " << m_channel->name().partition
-                                                    << ": cannot meet other bridges: " << error.what());
+            m_core.readerCame(now());
         }
+        takeSeen();
     }
-}
-
-void ChannelRecorder::closePort()
-{
-    m_port.reset();
-    m_due.clear();
-    m_onCompanion.clear();
-    m_received.clear();
-}
-
-void ChannelRecorder::makeForeignDue()
-{
-    // A newcomer must get what we know from others too: they may be gone, and nobody may have noticed yet.
-    for (const auto& [instance, written] : m_channel->keptTimes())
-    {
-        const auto found = m_onCompanion.find(instance);
-        if (found == m_onCompanion.end() || found->second != written)
-        {
-            m_due.add(instance);
-        }
-    }
-}
-
-void ChannelRecorder::writeDue()
-{
-    if (m_due.empty())
+    if (!m_port)
     {
         return;
     }
-    m_due.handleAll([this](const std::string& instance) { return writeOnCompanion(instance); });
-    m_port->flush();
+    m_port->take({.onNeighbour =
+                      [&](NeighbourId id, bool isThere) {
+                          if (isThere)
+                          {
+                              m_core.neighbourCame(id, now());
+                          }
+                          else
+                          {
+                              m_core.neighbourWent(id, now());
+                          }
+                      },
+                  .onStatus = [&](NeighbourId id, Status status) { m_core.heard(id, std::move(status), now()); },
+                  .onRows =
+                      [&](BucketRows rows) {
+                          std::erase_if(rows.rows, [&](BucketRows::Row& row) {
+                              return !codec.normalize(row.decision.content, row.instance);
+                          });
+                          m_core.heard(rows, now());
+                      }});
 }
 
-bool ChannelRecorder::writeOnCompanion(const std::string& instance)
+void ChannelRecorder::lookAtReaders()
 {
-    const std::optional<KeptSample> kept = m_channel->kept(instance);
-    if (!kept)
+    if (m_topic == nullptr)
     {
-        return true;
+        return;
     }
-    const auto found = m_onCompanion.find(instance);
-    if (found != m_onCompanion.end() && found->second == kept->written)
+    if (!m_topic->haveReadersAnswered())
     {
-        return true; // written since it became due
+        m_unansweredSince = m_unansweredSince ? m_unansweredSince : Clock::now();
+        return;
     }
-    const dds_return_t code = m_port->write(kept->sample.data(), kept->written);
-    if (code == DDS_RETCODE_OK)
+    const auto since = std::exchange(m_unansweredSince, std::nullopt);
+    const bool isFirstAnswer = !std::exchange(m_haveReadersAnswered, true);
+    if (isFirstAnswer && m_isJoining)
     {
-        m_onCompanion[instance] = kept->written;
-        m_isWarned = false;
-        return true;
+        m_core.repeatDecided(); // all else follows with the history
     }
-    if (code != DDS_RETCODE_TIMEOUT && !std::exchange(m_isWarned, true))
+    else if (isFirstAnswer || (since && Clock::now() >= *since + readersAreAway))
     {
-        LOG4CXX_WARN(m_logger, "Durable topic " << m_channel->name().topic << " in " << m_channel->name().partition
-                                                << ": cannot be handed to other bridges: " << dds_strretcode(code));
+        m_core.readerCame(now());
     }
-    return false; // again next time
 }
 
-std::size_t ChannelRecorder::incompletePeers()
+bool ChannelRecorder::carryOut()
 {
-    std::size_t incomplete = 0;
-    for (const CompanionPort::Peer& peer : m_port->peers())
+    const ChannelCore::Effects effects = m_core.takeEffects(now());
+    for (const Instance instance : effects.remember)
     {
-        const auto found = m_received.find(peer.writer);
-        if ((found == m_received.end() ? 0 : found->second.size()) < peer.promised)
+        m_recent.append(rowOf(instance));
+    }
+    for (const Instance instance : effects.store)
+    {
+        m_keeper.put(rowOf(instance));
+    }
+    m_toAdopt.insert(m_toAdopt.end(), effects.adopt.begin(), effects.adopt.end());
+    m_toRepeat.insert(m_toRepeat.end(), effects.publish.begin(), effects.publish.end());
+    const dds_return_t code = tellNeighbours(effects);
+    if (code != DDS_RETCODE_OK && !std::exchange(m_isSendingReported, true))
+    {
+        LOG4CXX_WARN(m_logger, m_description << ": cannot be handed to other bridges: " << dds_strretcode(code));
+    }
+    if (effects.completed && effects.completed->ticket == m_ticket)
+    {
+        m_completed = effects.completed;
+        if (m_completed->silent > 0)
         {
-            ++incomplete;
+            LOG4CXX_WARN(m_logger, m_description << ": " << m_completed->silent
+                                                 << " other bridges are silent and no longer waited for");
         }
     }
-    return incomplete;
+    return !effects.store.empty();
 }
 
-bool ChannelRecorder::serveWait(const Channel::Waiting& waiting, ParticipantWatch& participants, Clock::time_point now)
+dds_return_t ChannelRecorder::tellNeighbours(const ChannelCore::Effects& effects)
 {
-    if (waiting.ticket == 0)
+    dds_return_t code = DDS_RETCODE_OK;
+    if (!m_port)
     {
-        return false;
+        return code;
     }
-    // Without a store there is nothing to wait for on its side; without a port, nobody else's. A store that was read
-    // since the last look counts from the next one on, which opens the port.
-    if (!m_isLoaded || (m_port != nullptr && !participants.isSettled(waiting.since, now)))
+    for (const Bucket bucket : effects.handOver)
     {
-        return true;
+        code = std::min(code, m_port->handOver(m_core.rows(bucket)));
     }
-    const std::size_t incomplete = m_port == nullptr ? 0 : incompletePeers();
-    if (incomplete > 0)
+    if (effects.isStatusNew)
     {
-        if (now < std::max(waiting.since, m_progress) + longestSilence)
+        code = std::min(code, m_port->tell(m_core.status()));
+    }
+    return code;
+}
+
+/// What could not be delivered stays for the next look.
+void ChannelRecorder::deliver()
+{
+    using Purpose = Channel::Delivery::Purpose;
+    if (m_deliver == nullptr)
+    {
+        m_toAdopt.clear(); // nobody has joined
+        m_toRepeat.clear();
+        return;
+    }
+    for (auto [instances, purpose] : {std::pair{&m_toAdopt, Purpose::Adopt}, std::pair{&m_toRepeat, Purpose::Repeat}})
+    {
+        if (!instances->empty())
         {
-            return true;
+            deliver(*instances, purpose);
+            instances->clear();
         }
-        LOG4CXX_WARN(m_logger, "Durable topic " << m_channel->name().topic << " in " << m_channel->name().partition
-                                                << ": " << incomplete
-                                                << " other bridges are silent and no longer waited for");
     }
-    m_channel->complete(waiting.ticket);
-    return false;
+    if (m_completed && (m_haveReadersAnswered || Clock::now() >= m_joinedAt + readersAnswer))
+    {
+        deliver(m_core.history(), Purpose::History);
+        m_completed.reset();
+        m_isJoining = false;
+        m_topic->endHistory();
+    }
+}
+
+void ChannelRecorder::deliver(const std::vector<Instance>& instances, Channel::Delivery::Purpose purpose)
+{
+    Channel::Delivery delivery{.purpose = purpose, .decisions = {}, .haveReadersAnswered = m_haveReadersAnswered};
+    delivery.decisions.reserve(instances.size());
+    for (const Instance instance : instances)
+    {
+        delivery.decisions.push_back(*m_core.known(instance));
+    }
+    m_deliver(std::move(delivery));
+}
+
+void ChannelRecorder::reportRefused()
+{
+    const std::size_t refused = m_core.takeRefused();
+    if (refused > 0 && !std::exchange(m_isRefusalReported, true))
+    {
+        LOG4CXX_WARN(m_logger, m_description << ": " << refused << " targets of others are refused");
+    }
+}
+
+StoredRow ChannelRecorder::rowOf(Instance instance) const
+{
+    const Decision& decision = *m_core.known(instance);
+    return {m_channel->name(), std::to_string(instance), m_channel->codec().typeName, decision.written,
+            decision.content};
 }
 
 } // namespace com::tallowcrest::durability

@@ -1,10 +1,8 @@
 #pragma once
 
 #include "durability/Channel.h"
-#include "durability/CompanionPort.h"
-#include "durability/DueInstances.h"
-#include "durability/NewestSamples.h"
-#include "durability/ParticipantWatch.h"
+#include "durability/ChannelCore.h"
+#include "durability/NeighbourPort.h"
 #include "durability/RecentRows.h"
 #include "durability/StoreKeeper.h"
 
@@ -12,73 +10,92 @@
 #include <log4cxx/logger.h>
 
 #include <chrono>
-#include <cstddef>
-#include <map>
 #include <memory>
+#include <optional>
 #include <string>
-#include <unordered_map>
-#include <unordered_set>
 #include <vector>
 
 namespace com::tallowcrest::durability
 {
 
-/// What the recorder does for one channel: moves what writers hand over, what the store had and what other participants
-/// keep into the channel, and hands it on to the others. While somebody uses the channel it is present on the companion
-/// topic. Bound to the recorder's thread.
+/// Carries for one channel: tells the core what the bridge, the neighbours, the topic, the store and the memory say,
+/// and does what it decides. Bound to the recorder's thread.
 class ChannelRecorder
 {
 public:
-    ChannelRecorder(dds_entity_t participant, std::shared_ptr<Channel> channel, StoreKeeper& keeper, RecentRows& recent,
-                    util::WakeEvent& wake);
+    /// How long known readers may take to answer the writer of a join before the bridge goes on. One that works answers
+    /// within milliseconds.
+    static constexpr std::chrono::milliseconds readersAnswer{150};
+    /// A reader that has confirmed nothing for so long may have lost its connection, and with it what was written
+    /// meanwhile: it counts as one that comes late once it confirms again.
+    static constexpr std::chrono::seconds readersAreAway{2};
+    /// After which the bus is asked again for what it has refused.
+    static constexpr std::chrono::seconds portRetry{1};
 
-    using Clock = Channel::Clock;
+    /// `started` is when the participant came onto the bus. Throws BusError.
+    ChannelRecorder(dds_entity_t participant, std::chrono::steady_clock::time_point started,
+                    std::shared_ptr<Channel> channel, StoreKeeper& keeper, RecentRows& recent, util::WakeEvent& wake);
 
-    /// One look at everything. True when something became due for the store.
-    bool work(Clock::time_point now);
-    /// Whether writers handed over more, at the last look, than what there is memory for from the start.
-    bool isBusy() const { return m_batch.size() > HandOver::initialSamples; }
-    /// How many samples writers handed over until the last look.
+    /// One look at everything. True when something became due for the store. `newcomer` is when a participant was
+    /// discovered last.
+    bool work(std::chrono::steady_clock::time_point newcomer);
+    bool isInHurry() const { return m_core.isInHurry() || m_completed || !m_toAdopt.empty() || !m_toRepeat.empty(); }
+    /// Whether the bridge handed over more, at the last look, than what there is memory for from the start.
+    bool isBusy() const { return m_batch.size() > HandOver::initialValues; }
+    /// How many values the bridge handed over until the last look.
     std::size_t handedOver() const { return m_batch.size(); }
     /// Gives back the memory of a burst that is over.
     void rest() { m_channel->shrinkHandOver(m_batch); }
-    /// Ends a wait for history when nothing more is to come. True while one goes on.
-    bool serveWait(const Channel::Waiting& waiting, ParticipantWatch& participants, Clock::time_point now);
-    Channel::Waiting waiting() const { return m_channel->waiting(); }
+    const Channel& channel() const { return *m_channel; }
+    /// Nobody uses the channel any more.
+    bool isLeft() const { return m_channel->isLeft(); }
+    /// The store or the memory has been lost.
+    void keepAgain() { m_core.keepAgain(); }
 
 private:
-    bool takeHandedOver();
-    /// What the store and the machine's memory had. True when something became due for the store.
-    bool takeLoaded();
-    std::size_t applyRows(const std::vector<StoredRow>& rows, Channel::Origin origin, bool& isDue);
-    bool takeFromBus(Clock::time_point now);
-    void openPort(Clock::time_point now);
-    void closePort();
-    void makeForeignDue();
-    void writeDue();
-    /// False when it is to be tried again later.
-    bool writeOnCompanion(const std::string& instance);
-    /// Peers that have not yet given all that they announced.
-    std::size_t incompletePeers();
+    using Clock = std::chrono::steady_clock;
 
-    const dds_entity_t m_participant;
+    ChannelCore::Now now() const;
+    void openPort();
+    void takeJoin();
+    void takeHandedOver();
+    void takeLoaded();
+    std::size_t applyRows(std::vector<StoredRow> rows, ChannelCore::Kept where);
+    void takeSeen();
+    void takeFromBus();
+    void lookAtReaders();
+    bool carryOut();
+    dds_return_t tellNeighbours(const ChannelCore::Effects& effects);
+    void deliver();
+    void deliver(const std::vector<Instance>& instances, Channel::Delivery::Purpose purpose);
+    void reportRefused();
+    StoredRow rowOf(Instance instance) const;
+
     const std::shared_ptr<Channel> m_channel;
     StoreKeeper& m_keeper;
     RecentRows& m_recent;
-    util::WakeEvent& m_wake;
     const log4cxx::LoggerPtr m_logger;
+    const std::string m_description;
+    const dds_entity_t m_participant;
+    util::WakeEvent& m_wake;
+    std::optional<NeighbourPort> m_port; ///< none while the bus refuses it
+    Clock::time_point m_portDue{};
+    bool m_isPortReported = false;
+    ChannelCore m_core;
     HandOver::Batch m_batch;
-    NewestSamples m_newest;
-    std::vector<std::byte> m_sample;
-
-    bool m_isLoaded = false; ///< what the store had, or nothing: the port was opened since, if that is possible
-    std::unique_ptr<CompanionPort> m_port;
-    Clock::time_point m_nextTry;
-    bool m_isWarned = false;
-    DueInstances m_due;                                        ///< instances to write on the companion topic
-    std::unordered_map<std::string, SourceTime> m_onCompanion; ///< what our writer there has written
-    std::unordered_map<dds_instance_handle_t, std::unordered_set<dds_instance_handle_t>> m_received;
-    Clock::time_point m_progress; ///< when a peer last gave something
+    ChannelCore::Time m_drainedAt{};
+    std::shared_ptr<IDurableTopic> m_topic; ///< of the last join
+    Channel::Deliver m_deliver;
+    std::uint64_t m_ticket = 0;
+    Clock::time_point m_joinedAt{};
+    bool m_isJoining = false;          ///< until the bridge has the history
+    bool m_haveReadersAnswered = true; ///< since the join
+    std::optional<Clock::time_point> m_unansweredSince;
+    std::optional<ChannelCore::Completed> m_completed; ///< the bridge has not been told yet
+    std::vector<Instance> m_toAdopt;                   ///< the same
+    std::vector<Instance> m_toRepeat;                  ///< the same
+    bool m_isRefusalReported = false;
+    bool m_isSendingReported = false;
 };
 
 } // namespace com::tallowcrest::durability

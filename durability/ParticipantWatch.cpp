@@ -7,12 +7,11 @@ namespace com::tallowcrest::durability
 {
 
 ParticipantWatch::ParticipantWatch(dds_entity_t participant, Clock::time_point started)
-    : m_started(started), m_newcomer(started), m_settled(started - staysSettled),
-      m_reader(dds_create_reader(participant, DDS_BUILTIN_TOPIC_DCPSPARTICIPANT, nullptr, nullptr),
-               "making the reader of participants")
+    : m_newcomer(started), m_reader(dds_create_reader(participant, DDS_BUILTIN_TOPIC_DCPSPARTICIPANT, nullptr, nullptr),
+                                    "making the reader of participants")
 {}
 
-void ParticipantWatch::look(Clock::time_point now)
+ParticipantWatch::Clock::time_point ParticipantWatch::lastNewcomer()
 {
     constexpr std::size_t atOnce = 16;
     std::array<void*, atOnce> samples{};
@@ -26,23 +25,13 @@ void ParticipantWatch::look(Clock::time_point now)
             {
                 // Announced with the time at which it was found.
                 const std::chrono::nanoseconds age(std::max<dds_time_t>(dds_time() - infos[i].source_timestamp, 0));
-                m_newcomer = std::max(m_newcomer, now - std::chrono::duration_cast<Clock::duration>(age));
+                m_newcomer = std::max(m_newcomer, Clock::now() - std::chrono::duration_cast<Clock::duration>(age));
             }
         }
         static_cast<void>(dds_return_loan(m_reader.get(), samples.data(), count));
         samples.fill(nullptr);
     }
-}
-
-bool ParticipantWatch::isSettled(Clock::time_point since, Clock::time_point now)
-{
-    look(now);
-    const bool isQuiet = now >= m_started + settlesAfterStart && now >= m_newcomer + settlesAfterNewcomer;
-    if (isQuiet || now >= since + longestWait)
-    {
-        m_settled = now;
-    }
-    return now < m_settled + staysSettled;
+    return m_newcomer;
 }
 
 } // namespace com::tallowcrest::durability

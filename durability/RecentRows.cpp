@@ -17,6 +17,7 @@
 #include <cstring>
 #include <fstream>
 #include <system_error>
+#include <utility>
 
 namespace com::tallowcrest::durability
 {
@@ -95,21 +96,16 @@ bool parseLine(const std::string& line, StoredRow& row)
 
 } // namespace
 
-RecentRows::RecentRows(const std::filesystem::path& store, const ChannelList& channels, bool isForgotten)
-    : m_path(fileOf(store)), m_channels(channels)
+RecentRows::RecentRows(const std::filesystem::path& store) : m_path(fileOf(store))
 {
-    open(isForgotten);
+    std::error_code error;
+    open(!std::filesystem::exists(store, error) && !error); // what cannot be looked at may be there
 }
 
-RecentRows::~RecentRows()
+void RecentRows::forget()
 {
-    bool isStored = m_file.isOpen() && m_loaded.empty();
-    for (const auto& channel : m_channels.all())
-    {
-        isStored = isStored && !channel->hasDue();
-    }
     std::error_code error;
-    if (isStored)
+    if (m_file.isOpen() && m_loaded.empty())
     {
         // A file that stays is read and found to be nothing new.
         std::filesystem::remove(m_path, error);
@@ -197,8 +193,32 @@ void RecentRows::append(const StoredRow& row)
     }
 }
 
+void RecentRows::beginAnew()
+{
+    m_isNew = m_file.isOpen();
+    m_text.clear();
+    for (const auto& [name, rows] : m_loaded)
+    {
+        for (const StoredRow& row : rows)
+        {
+            append(row);
+        }
+    }
+}
+
 void RecentRows::flush()
 {
+    if (std::exchange(m_isNew, false))
+    {
+        const bool isReplaced = replaceFile();
+        // What could not be begun anew goes on growing for a while before it is tried again.
+        m_fullAt = std::max(longestFile, 2 * (isReplaced ? m_text.size() : m_size + m_text.size()));
+        if (isReplaced)
+        {
+            m_size = m_text.size();
+            m_text.clear();
+        }
+    }
     if (m_text.empty())
     {
         return;
@@ -209,47 +229,28 @@ void RecentRows::flush()
                                                << m_path.string() << ": " << std::system_category().message(errno)
                                                << "; a slow disk may delay what is kept of the last moment");
         m_file.reset();
-        m_text.clear();
-        return;
     }
     m_size += m_text.size();
     m_text.clear();
-    if (m_size > m_rewriteAt)
-    {
-        rewrite();
-    }
 }
 
-void RecentRows::rewrite()
+/// False when there is no place for another file: then the one that is there goes on.
+bool RecentRows::replaceFile()
 {
-    std::vector<StoredRow> rows;
-    for (const auto& [name, waiting] : m_loaded)
-    {
-        rows.insert(rows.end(), waiting.begin(), waiting.end());
-    }
-    for (const auto& channel : m_channels.all())
-    {
-        channel->collectAll(rows);
-    }
-    std::string text;
-    for (const StoredRow& row : rows)
-    {
-        addLine(text, row);
-    }
     const std::filesystem::path next = m_path.string() + ".next";
     util::UniqueFd file = openOwn(next, O_APPEND | O_TRUNC);
-    std::error_code error;
-    if (file.isOpen() && writeAll(file.get(), text))
+    if (!file.isOpen() || !writeAll(file.get(), m_text))
     {
-        std::filesystem::rename(next, m_path, error);
-        if (!error)
-        {
-            m_file = std::move(file);
-        }
+        return false;
     }
-    // Also when it failed: then the file goes on growing for a while before it is tried again.
-    m_size = text.size();
-    m_rewriteAt = std::max(longestFile, 2 * m_size);
+    std::error_code error;
+    std::filesystem::rename(next, m_path, error);
+    if (error)
+    {
+        return false;
+    }
+    m_file = std::move(file);
+    return true;
 }
 
 } // namespace com::tallowcrest::durability

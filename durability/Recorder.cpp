@@ -7,14 +7,16 @@
 #include <malloc.h>
 
 #include <exception>
+#include <utility>
 
 namespace com::tallowcrest::durability
 {
 
-Recorder::Recorder(dds_entity_t participant, Clock::time_point started, const ChannelList& channels,
-                   StoreKeeper& keeper, RecentRows& recent, util::WakeEvent& wake, std::chrono::milliseconds calmTime)
-    : m_participant(participant), m_channels(channels), m_keeper(keeper), m_recent(recent), m_wake(wake),
-      m_calmTime(calmTime), m_participants(participant, started), m_thread([this] { run(); })
+Recorder::Recorder(dds::domain::DomainParticipant participant, std::filesystem::path store,
+                   std::chrono::milliseconds calmTime)
+    : m_participant(std::move(participant)), m_store(std::move(store)), m_calmTime(calmTime),
+      m_participants(m_participant.delegate()->handle(), m_participant.delegate()->started()),
+      m_thread([this] { run(); })
 {}
 
 Recorder::~Recorder()
@@ -24,16 +26,29 @@ Recorder::~Recorder()
     m_thread.join();
 }
 
+std::shared_ptr<Channel> Recorder::channel(const Channel::Settings& settings, const TypeCodec& codec)
+{
+    const std::lock_guard lock(m_mutex);
+    std::shared_ptr<Channel>& channel = m_channels[settings.name];
+    if (channel == nullptr)
+    {
+        channel = std::make_shared<Channel>(settings, codec, m_wake);
+    }
+    return channel;
+}
+
 void Recorder::run()
 {
     util::nameThread("Durable record");
+    // Made here, because they touch files.
+    RecentRows recent(m_store);
+    StoreKeeper keeper(m_store, [this] { m_wake.signal(); });
     while (true)
     {
         const bool isLast = m_stopping.load();
-        bool isWaitedFor = false;
         try
         {
-            isWaitedFor = look();
+            look(keeper, recent);
         }
         catch (const std::exception& error)
         {
@@ -41,53 +56,136 @@ void Recorder::run()
         }
         if (isLast)
         {
-            return;
+            break;
         }
-        std::this_thread::sleep_for(m_handedOver > fewSamples ? loadedGatherTime : gatherTime);
-        m_wake.waitUntil(Clock::now() + (isWaitedFor ? waitPoll : idlePoll));
+        std::this_thread::sleep_for(m_handedOver > fewValues ? loadedGatherTime : gatherTime);
+        m_wake.waitUntil(Clock::now() + (m_isInHurry ? hurriedPoll : idlePoll));
     }
+    if (keeper.finish())
+    {
+        recent.forget();
+    }
+    m_recorders.clear();
 }
 
-bool Recorder::look()
+void Recorder::look(StoreKeeper& keeper, RecentRows& recent)
 {
+    openChannels(keeper, recent);
+    const bool isStoreLost = keeper.takeLost();
+    const Clock::time_point newcomer = m_participants.lastNewcomer();
     bool isDue = false;
-    bool isWaitedFor = false;
-    bool isBusy = false;
+    m_isBusy = false;
+    m_isInHurry = false;
     m_handedOver = 0;
-    for (const auto& channel : m_channels.all())
+    if (recent.isFull())
     {
-        const auto recorder =
-            m_recorders.try_emplace(channel.get(), m_participant, channel, m_keeper, m_recent, m_wake).first;
-        // Asked first: what was handed over before the wait began is then part of this look.
-        const Channel::Waiting waiting = recorder->second.waiting();
-        const Clock::time_point now = Clock::now();
-        isDue = recorder->second.work(now) || isDue;
-        isBusy = recorder->second.isBusy() || isBusy;
-        m_handedOver += recorder->second.handedOver();
-        isWaitedFor = recorder->second.serveWait(waiting, m_participants, now) || isWaitedFor;
+        recent.beginAnew();
+        keepAgain();
     }
+    else if (isStoreLost)
+    {
+        keepAgain();
+    }
+    for (auto& [name, recorder] : m_recorders)
+    {
+        isDue = recorder.work(newcomer) || isDue;
+        m_isBusy = recorder.isBusy() || m_isBusy;
+        m_isInHurry = recorder.isInHurry() || m_isInHurry;
+        m_handedOver += recorder.handedOver();
+    }
+    recent.flush();
     if (isDue)
     {
-        m_keeper.wake();
+        keeper.wake();
     }
-    restAfterBurst(isBusy);
-    return isWaitedFor;
+    letGoOfChannels(keeper);
+    dropUnused(keeper);
+    restAfterBurst(recent);
 }
 
-void Recorder::restAfterBurst(bool isBusy)
+void Recorder::keepAgain()
 {
-    if (isBusy)
+    for (auto& [name, recorder] : m_recorders)
+    {
+        recorder.keepAgain();
+    }
+}
+
+void Recorder::openChannels(StoreKeeper& keeper, RecentRows& recent)
+{
+    const std::lock_guard lock(m_mutex);
+    for (const auto& [name, channel] : m_channels)
+    {
+        if (!m_recorders.contains(name))
+        {
+            if (m_letGo.erase(name) > 0)
+            {
+                keeper.ask(name);
+            }
+            m_recorders.try_emplace(name, m_participant.delegate()->handle(), m_participant.delegate()->started(),
+                                    channel, keeper, recent, m_wake);
+        }
+    }
+}
+
+void Recorder::dropUnused(StoreKeeper& keeper)
+{
+    if (Clock::now() < m_unusedDue)
+    {
+        return;
+    }
+    m_unusedDue = Clock::now() + unusedLook;
+    const SourceTime now = fromBusTime(dds_time());
+    if (now < earliestSane)
+    {
+        return; // a clock that was never set
+    }
+    std::vector<ChannelName> used;
+    for (const auto& [name, recorder] : m_recorders)
+    {
+        used.push_back(name);
+    }
+    keeper.dropUnused(now - std::chrono::microseconds(unusedKept).count(), std::move(used));
+    keeper.wake();
+}
+
+void Recorder::letGoOfChannels(const StoreKeeper& keeper)
+{
+    const std::lock_guard lock(m_mutex);
+    for (auto channel = m_channels.begin(); channel != m_channels.end();)
+    {
+        // Held by nobody but this list and its recorder, and all of it is stored. What was written since the look at it
+        // comes with the next one.
+        const auto recorder = m_recorders.find(channel->first);
+        const long holders = recorder == m_recorders.end() ? 1 : 2;
+        if (channel->second->isLeft() && channel->second.use_count() == holders && channel->second->isDrained() &&
+            !keeper.hasPending(channel->first))
+        {
+            m_recorders.erase(channel->first);
+            m_letGo.insert(channel->first);
+            channel = m_channels.erase(channel);
+        }
+        else
+        {
+            ++channel;
+        }
+    }
+}
+
+void Recorder::restAfterBurst(RecentRows& recent)
+{
+    if (m_isBusy)
     {
         m_lastBurst = Clock::now();
     }
     else if (m_lastBurst && Clock::now() >= *m_lastBurst + m_calmTime)
     {
         m_lastBurst.reset();
-        for (auto& [channel, recorder] : m_recorders)
+        for (auto& [name, recorder] : m_recorders)
         {
             recorder.rest();
         }
-        m_recent.rest();
+        recent.rest();
         ::malloc_trim(0); // what the burst has used and freed is spread over the heaps of all threads
     }
 }

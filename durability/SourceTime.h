@@ -26,6 +26,17 @@ constexpr SourceTime believed(SourceTime time)
     return time >= latestOnBus ? latestBelieved : time;
 }
 
+/// A machine whose clock is before this one's release has a clock that was never set; it judges no times.
+inline constexpr SourceTime earliestSane = INT64_C(1790000000) * 1000000; // September 2026
+/// What is further ahead of a sane clock has no clock written, or one that nobody has set.
+inline constexpr SourceTime farthestAhead = INT64_C(86400) * 1000000;
+
+/// Whether a sane writer can have written then, as far as a machine whose clock says `now` can tell.
+constexpr bool isBelievable(SourceTime written, SourceTime now)
+{
+    return written >= 0 && written < latestOnBus && (now < earliestSane || written <= now + farthestAhead);
+}
+
 /// The bus counts nanoseconds.
 constexpr SourceTime fromBusTime(std::int64_t nanoseconds)
 {

@@ -4,6 +4,7 @@
 #include <sys/file.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -44,8 +45,6 @@ COMMIT;
 /// Bytes that a file may claim to have beyond those that are there: pages that were free when the log was written may
 /// not be in it.
 constexpr std::uintmax_t missingAllowed = std::uintmax_t{64} * 1024 * 1024;
-
-constexpr const char* beginLog = "PRAGMA user_version = 1";
 
 constexpr const char* putRow = R"sql(
 INSERT INTO durable_sample (partition, topic, instance, type, written, payload) VALUES (?1, ?2, ?3, ?4, ?5, ?6)
@@ -196,11 +195,11 @@ void Store::open()
         // A commit writes whole pages; rows are short.
         m_database->execute("PRAGMA page_size = 1024");
     }
-    // The log keeps commits short and lets operators read beside us. A commit does not wait for the disk; the log is
-    // forced to it at short intervals and moved into the main file off this connection.
+    // The log lets operators read beside us. A commit returns when the disk has it.
     m_database->execute("PRAGMA journal_mode = WAL");
-    m_database->execute("PRAGMA synchronous = NORMAL");
-    m_database->execute("PRAGMA wal_autocheckpoint = 0");
+    m_database->execute("PRAGMA synchronous = FULL");
+    // A reader beside us keeps the log from being moved into the file; it is cut once the reader has gone.
+    m_database->execute("PRAGMA journal_size_limit = 1048576");
     m_database->execute("PRAGMA cache_size = -256"); // KiB: rows are written once and read at the start
     if (isNew)
     {
@@ -213,11 +212,6 @@ void Store::open()
         throw StoreError(StoreFailure::Corrupt, verdict);
     }
     m_put = std::make_unique<SqliteStatement>(*m_database, putRow);
-    if (logSize() == 0)
-    {
-        // The first commit of a log waits for the disk: better now than with the first take.
-        m_database->execute(beginLog);
-    }
 }
 
 void Store::checkIdentity() const
@@ -241,8 +235,10 @@ void Store::checkPageCount() const
     const auto claimed =
         static_cast<std::uintmax_t>(m_database->number("PRAGMA page_count") * m_database->number("PRAGMA page_size"));
     std::error_code error;
+    std::error_code ignored; // there may be no log
     const auto size = std::filesystem::file_size(m_path, error);
-    if (!error && claimed > size + logSize() + missingAllowed)
+    const auto log = std::filesystem::file_size(logPath(m_path), ignored);
+    if (!error && claimed > size + (ignored ? 0 : log) + missingAllowed)
     {
         throw StoreError(StoreFailure::Corrupt, "it claims to have " + std::to_string(claimed) + " bytes");
     }
@@ -294,16 +290,30 @@ void Store::commit(const std::vector<StoredRow>& rows)
     });
 }
 
-std::uintmax_t Store::logSize() const
+std::size_t Store::dropUnused(SourceTime time, const std::vector<ChannelName>& kept)
 {
-    std::error_code error;
-    const auto size = std::filesystem::file_size(logPath(m_path), error);
-    return error ? 0 : size;
-}
-
-void Store::truncateLog()
-{
-    guarded([this] { m_database->execute("PRAGMA wal_checkpoint(TRUNCATE)"); });
+    std::vector<ChannelName> unused;
+    guarded([&] {
+        SqliteStatement channels(*m_database,
+                                 "SELECT partition, topic, max(written) FROM durable_sample GROUP BY 1, 2");
+        while (channels.step())
+        {
+            const ChannelName name{channels.text(0), channels.text(1)};
+            if (channels.number(2) < time && std::find(kept.begin(), kept.end(), name) == kept.end())
+            {
+                unused.push_back(name);
+            }
+        }
+        SqliteStatement drop(*m_database, "DELETE FROM durable_sample WHERE partition = ?1 AND topic = ?2");
+        for (const ChannelName& name : unused)
+        {
+            drop.bind(1, name.partition);
+            drop.bind(2, name.topic);
+            drop.step();
+            drop.reset();
+        }
+    });
+    return unused.size();
 }
 
 std::vector<StoredRow> Store::readOnly(const std::filesystem::path& path, const std::filesystem::path& memory)

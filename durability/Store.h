@@ -50,16 +50,10 @@ public:
     const std::filesystem::path& path() const { return m_path; }
 
     std::vector<StoredRow> load();
-    /// Puts all rows in, in one transaction: all or none. Returns when the operating system has them; they survive the
-    /// death of the process from then on, and a power cut from the next `sync` on.
+    /// Puts all rows in, in one transaction: all or none. Returns when the disk has them.
     void commit(const std::vector<StoredRow>& rows);
-    /// Bytes of the log that `commit` appends to.
-    std::uintmax_t logSize() const;
-    /// The settings of the connection that the loss bounds rest on.
-    std::int64_t synchronous() const { return m_database->number("PRAGMA synchronous"); }
-    std::int64_t autocheckpoint() const { return m_database->number("PRAGMA wal_autocheckpoint"); }
-    /// Moves the log's contents into the main file and cuts the log to nothing, unless a reader is in the way.
-    void truncateLog();
+    /// Drops the rows of all channels in which nothing has been put since `time`, but those of `kept`.
+    std::size_t dropUnused(SourceTime time, const std::vector<ChannelName>& kept);
 
     /// The rows of a store that cannot be opened because it cannot be written: on a full or read-only disk, say. They
     /// are read from a copy in `memory`, a directory, so that nothing is written where the store lies.

@@ -4,6 +4,8 @@
 #include "durability/ThreadKind.h"
 #include "runtime/util/Log.h"
 
+#include <dds/dds.h>
+
 #include <exception>
 #include <system_error>
 #include <utility>
@@ -11,19 +13,65 @@
 namespace com::tallowcrest::durability
 {
 
-StoreKeeper::StoreKeeper(std::filesystem::path path, const ChannelList& channels, std::function<void()> onLoaded)
-    : m_path(std::move(path)), m_channels(channels), m_onLoaded(std::move(onLoaded)), m_logger(util::bridgeLogger()),
-      m_thread([this] { run(); })
-{}
+StoreKeeper::StoreKeeper(std::filesystem::path path, std::function<void()> onLoaded)
+    : m_path(std::move(path)), m_onLoaded(std::move(onLoaded)), m_logger(util::bridgeLogger())
+{
+    start();
+}
+
+/// Also called when it has run already: no thread may have been to be had.
+void StoreKeeper::start()
+{
+    if (m_thread.joinable())
+    {
+        return;
+    }
+    try
+    {
+        m_thread = std::thread([this] { run(); });
+    }
+    catch (const std::system_error& error)
+    {
+        if (!std::exchange(m_isThreadReported, true))
+        {
+            warn(std::string("gets no thread: ") + error.what() + "; targets are not kept until it does");
+        }
+        m_hasTried = true; // nobody waits for it
+    }
+}
 
 StoreKeeper::~StoreKeeper()
+{
+    finish();
+}
+
+bool StoreKeeper::finish()
 {
     {
         const std::lock_guard lock(m_mutex);
         m_stopping = true;
     }
     m_condition.notify_one();
-    m_thread.join();
+    if (m_thread.joinable())
+    {
+        m_thread.join();
+    }
+    const std::lock_guard lock(m_mutex);
+    return m_isRead && m_pending.empty();
+}
+
+void StoreKeeper::put(StoredRow row)
+{
+    const std::lock_guard lock(m_mutex);
+    RowName name(row.channel, row.instance);
+    m_pending.insert_or_assign(std::move(name), std::move(row));
+}
+
+bool StoreKeeper::hasPending(const ChannelName& channel) const
+{
+    const std::lock_guard lock(m_mutex);
+    const auto first = m_pending.lower_bound({channel, std::string()});
+    return first != m_pending.end() && first->first.first == channel;
 }
 
 void StoreKeeper::wake()
@@ -33,6 +81,29 @@ void StoreKeeper::wake()
         m_isDue = true;
     }
     m_condition.notify_one();
+    start();
+}
+
+void StoreKeeper::dropUnused(SourceTime since, std::vector<ChannelName> used)
+{
+    const std::lock_guard lock(m_mutex);
+    m_unusedSince = since;
+    m_used = std::move(used);
+}
+
+void StoreKeeper::ask(const ChannelName& channel)
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        m_asked.insert(channel);
+    }
+    wake();
+}
+
+bool StoreKeeper::hasTried(const ChannelName& channel) const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_hasTried && !m_asked.contains(channel);
 }
 
 std::vector<StoredRow> StoreKeeper::takeLoaded(const ChannelName& channel)
@@ -58,28 +129,26 @@ void StoreKeeper::run()
         if (m_store == nullptr && !m_isGivenUp)
         {
             m_condition.wait_for(lock, retryInterval, [this] { return m_stopping; });
-            if (m_stopping)
+            if (!m_stopping)
             {
-                break;
+                lock.unlock();
+                openStore();
+                lock.lock();
+                m_isDue = true; // what came meanwhile
             }
-            lock.unlock();
-            openStore();
-            lock.lock();
-            // What became due without a store is due still.
-            m_isDue = true;
             continue;
         }
         m_condition.wait(lock, [this] { return m_isDue || m_stopping; });
         m_isDue = false;
         lock.unlock();
         const auto next = std::chrono::steady_clock::now() + commitInterval;
-        commitDue();
+        readAsked();
+        commitPending();
         lock.lock();
         m_condition.wait_until(lock, next, [this] { return m_stopping; });
     }
     lock.unlock();
-    commitDue();
-    m_forcer.reset();
+    commitPending();
     m_store.reset();
 }
 
@@ -89,7 +158,6 @@ void StoreKeeper::openStore()
     {
         m_store = std::make_unique<Store>(m_path);
         takeOver(m_store->load());
-        m_forcer = std::make_unique<LogForcer>(m_path);
         if (std::exchange(m_isWarned, false))
         {
             LOG4CXX_INFO(m_logger, "Durable store " << m_path.string() << ": in use again");
@@ -108,10 +176,41 @@ void StoreKeeper::openStore()
         onFailure(error, StoreFailure::Unusable, "cannot be opened");
         readAllTheSame();
     }
+    {
+        const std::lock_guard lock(m_mutex);
+        m_asked.clear(); // everything was read, or nothing can be
+    }
     if (!m_hasTried.exchange(true))
     {
         m_onLoaded();
     }
+}
+
+void StoreKeeper::readAsked()
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        if (m_asked.empty())
+        {
+            return;
+        }
+    }
+    try
+    {
+        if (m_store != nullptr)
+        {
+            takeOver(m_store->load());
+        }
+    }
+    catch (const StoreError& error)
+    {
+        onFailure(error, error.failure(), "cannot be read");
+    }
+    {
+        const std::lock_guard lock(m_mutex);
+        m_asked.clear();
+    }
+    m_onLoaded();
 }
 
 void StoreKeeper::readAllTheSame()
@@ -148,57 +247,86 @@ void StoreKeeper::takeOver(std::vector<StoredRow> rows)
     {
         const std::lock_guard lock(m_mutex);
         m_loaded = std::move(loaded);
+        forgetOlder();
     }
     m_isRead = true;
     m_hasTried = true;
     m_onLoaded();
 }
 
-void StoreKeeper::commitDue()
+/// What has just been loaded is not to be replaced by what was put before anybody knew of it, if that is older.
+void StoreKeeper::forgetOlder()
+{
+    const SourceTime now = fromBusTime(dds_time());
+    for (const auto& [channel, rows] : m_loaded)
+    {
+        for (const StoredRow& row : rows)
+        {
+            const auto pending = m_pending.find({row.channel, row.instance});
+            if (pending != m_pending.end() && pending->second.written < row.written && isBelievable(row.written, now))
+            {
+                m_pending.erase(pending);
+            }
+        }
+    }
+}
+
+void StoreKeeper::commitPending()
 {
     if (m_store == nullptr)
     {
         return;
     }
-    std::vector<StoredRow> rows;
-    const auto giveBack = [&](const std::exception& error, StoreFailure failure) {
-        for (const auto& channel : m_channels.all())
-        {
-            channel->giveBack(rows);
-        }
-        onFailure(error, failure, "cannot be written");
-    };
     try
     {
-        for (const auto& channel : m_channels.all())
+        std::vector<StoredRow> rows;
+        SourceTime unusedSince = 0;
+        std::vector<ChannelName> used;
         {
-            channel->collectDue(rows);
+            const std::lock_guard lock(m_mutex);
+            unusedSince = std::exchange(m_unusedSince, 0);
+            used = std::move(m_used);
+            rows.reserve(m_pending.size());
+            for (const auto& [name, row] : m_pending)
+            {
+                rows.push_back(row);
+            }
+        }
+        if (unusedSince > 0)
+        {
+            if (const std::size_t dropped = m_store->dropUnused(unusedSince, used); dropped > 0)
+            {
+                LOG4CXX_INFO(m_logger, "Durable store " << m_path.string() << ": dropped " << dropped
+                                                        << " topics of partitions that nobody has used for long");
+            }
         }
         if (rows.empty())
         {
             return;
         }
         m_store->commit(rows);
-        m_forcer->committed();
-        rows.clear();
-        if (m_store->logSize() > longestLog)
+        const std::lock_guard lock(m_mutex);
+        for (const StoredRow& row : rows)
         {
-            m_store->truncateLog();
+            const auto pending = m_pending.find({row.channel, row.instance});
+            if (pending != m_pending.end() && pending->second == row) // else there is a newer one
+            {
+                m_pending.erase(pending);
+            }
         }
     }
     catch (const StoreError& error)
     {
-        giveBack(error, error.failure());
+        onFailure(error, error.failure(), "cannot be written");
     }
     catch (const std::exception& error)
     {
-        giveBack(error, StoreFailure::Unusable);
+        onFailure(error, StoreFailure::Unusable, "cannot be written");
     }
 }
 
 void StoreKeeper::onFailure(const std::exception& error, StoreFailure failure, const char* what)
 {
-    m_forcer.reset();
     m_store.reset();
     switch (failure)
     {
@@ -226,12 +354,9 @@ void StoreKeeper::startOver()
     {
         const std::filesystem::path aside = Store::setAside(m_path);
         warn("is corrupt; it is now " + aside.string() + ", and a fresh one is begun");
-        for (const auto& channel : m_channels.all())
-        {
-            channel->makeAllDue();
-        }
+        m_isLost = true;
+        m_onLoaded(); // whoever looks puts everything
         m_store = std::make_unique<Store>(m_path);
-        m_forcer = std::make_unique<LogForcer>(m_path);
     }
     catch (const std::exception& error)
     {
@@ -242,7 +367,8 @@ void StoreKeeper::startOver()
                  "; targets are not kept until it can");
         }
     }
-    wake();
+    const std::lock_guard lock(m_mutex);
+    m_isDue = true;
 }
 
 void StoreKeeper::warn(const std::string& text) const

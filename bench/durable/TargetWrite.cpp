@@ -3,7 +3,9 @@
 // in turns, so that all of them see the same machine. Run by hand from an optimised build, in a namespace of its own:
 //     tests/support/in-namespace build/release/bin/bench_target_write
 
+#include "buswrappers/DurableTopic.h"
 #include "dds/dds.hpp"
+#include "durability/Recorder.h"
 #include "tests/support/TempDir.h"
 #include "tests/unit/durability/OutputCodec.h"
 
@@ -62,6 +64,8 @@ extern "C" int fdatasync(int fd)
 namespace
 {
 
+namespace durability = com::tallowcrest::durability;
+
 /// A bridge's writer of targets and a router that reads them, in a partition of their own.
 class TakePath
 {
@@ -69,7 +73,6 @@ public:
     TakePath(const char* name, const std::filesystem::path& store, bool isKept, bool isSlow)
         : m_name(name), m_isSlow(isSlow)
     {
-        ::setenv("KORABRIDGE_DURABLE_STORE", store.c_str(), 1);
         dds::topic::qos::TopicQos qos;
         qos << dds::core::policy::Durability(isKept ? dds::core::policy::DurabilityKind::PERSISTENT
                                                     : dds::core::policy::DurabilityKind::TRANSIENT_LOCAL)
@@ -81,18 +84,26 @@ public:
         dds::sub::qos::SubscriberQos subscriber;
         subscriber << dds::core::policy::Partition(name);
         m_reader = {dds::sub::Subscriber(m_participant, subscriber), topic, dds::sub::qos::DataReaderQos(topic.qos())};
+        if (isKept)
+        {
+            m_recorder = std::make_unique<durability::Recorder>(m_participant, store);
+            m_channel = m_recorder->channel({.name = {name, "TopicKept"}, .greatest = outputs, .isShared = false},
+                                            com::tallowcrest::routing::durableCodec<Output>());
+            m_channel->join(std::make_shared<com::tallowcrest::routing::DurableTopic<Output>>(m_writer, dds::core::null,
+                                                                                              dds::core::null),
+                            [](const durability::Channel::Delivery&) {});
+        }
     }
 
     void measure(std::size_t count, std::chrono::microseconds pause, std::vector<std::int64_t>& times)
     {
-        constexpr std::uint32_t outputs = 2304;
         g_isSlow = m_isSlow;
         for (std::size_t i = 0; i < count; ++i)
         {
             m_next = m_next % outputs + 1;
             const Output sample = output(m_next, ++m_input);
             const auto begin = Clock::now();
-            m_writer.write(sample);
+            write(sample);
             times.push_back(std::chrono::nanoseconds(Clock::now() - begin).count());
             if (pause.count() > 0)
             {
@@ -110,12 +121,29 @@ public:
     std::vector<std::int64_t> m_sparse;
 
 private:
+    static constexpr std::uint32_t outputs = 2304;
+
+    /// As a bridge decides.
+    void write(const Output& sample)
+    {
+        if (!m_channel)
+        {
+            m_writer.write(sample);
+            return;
+        }
+        const durability::SourceTime written = m_channel->clock().next(durability::fromBusTime(dds_time()));
+        m_writer.write(sample, dds::core::Time(durability::toBusTime(written)));
+        m_channel->handOver(&sample, written, false);
+    }
+
     const bool m_isSlow;
     std::uint32_t m_next = 0;
     std::uint32_t m_input = 0;
     dds::domain::DomainParticipant m_participant{dds::domain::default_id()};
     dds::pub::DataWriter<Output> m_writer{dds::core::null};
     dds::sub::DataReader<Output> m_reader{dds::core::null};
+    std::unique_ptr<durability::Recorder> m_recorder;
+    std::shared_ptr<durability::Channel> m_channel; ///< null where nothing is kept
 };
 
 double median(std::vector<std::int64_t> times)

@@ -38,7 +38,7 @@ ROOMS = {
                      Program("e2e_console"), Program("e2e_console_timing"), _bridge("StartStop*")),
     "bustypes": _room("unit_bustypes", "unit_buswrappers", _bridge("Join*:Changes*")),
     # The bound of what is left out of the unit tests is one for optimised code.
-    "durability": Room((Program("unit_durability", waits=False),),
+    "durability": Room((Program("unit_durability", waits=False), Program("durable_simulation", waits=False)),
                        (Program("unit_durability_waits"), Program("unit_durability_timing", "-*WithinASecond")),
                        (Program("e2e_durable"),)),
     "ddscxx": _room("unit_ddscxx", "unit_ddscxx_waits unit_buswrappers", _bridge("Join*:Changes*")),

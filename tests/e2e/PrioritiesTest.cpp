@@ -53,7 +53,6 @@ TEST_F(PrioritiesTest, AfterJoinsTheApartmentAloneIsPreferredAndTheStoreStandsBa
     const int ordinary = niceOf(0);
     std::map<std::string, int> expected{{"Bridge Apartmen", mayPrefer() ? -10 : ordinary},
                                         {"Durable store", 10},
-                                        {"Durable sync", 10},
                                         {"Durable record", ordinary},
                                         {"Kora Server", ordinary}};
     startJoined();

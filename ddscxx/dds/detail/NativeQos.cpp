@@ -1,6 +1,8 @@
 #include "dds/detail/NativeQos.hpp"
 
+#include <memory>
 #include <new>
+#include <string>
 #include <vector>
 
 namespace dds::detail
@@ -46,6 +48,35 @@ void NativeQos::set(const policy::Partition& policy)
 void NativeQos::set(const policy::WriterDataLifecycle& policy)
 {
     dds_qset_writer_data_lifecycle(m_qos.get(), policy.autodispose_unregistered_instances());
+}
+
+void NativeQos::set(const policy::UserData& policy)
+{
+    dds_qset_userdata(m_qos.get(), policy.value().data(), policy.value().size());
+}
+
+void NativeQos::set(const policy::IgnoreLocal& policy)
+{
+    dds_qset_ignorelocal(m_qos.get(), policy.ignores() ? DDS_IGNORELOCAL_PARTICIPANT : DDS_IGNORELOCAL_NONE);
+}
+
+policy::Durability durabilityOf(const dds_qos_t& qos)
+{
+    dds_durability_kind_t kind = DDS_DURABILITY_VOLATILE;
+    static_cast<void>(dds_qget_durability(&qos, &kind));
+    return policy::Durability(static_cast<policy::DurabilityKind>(kind));
+}
+
+policy::UserData userDataOf(const dds_qos_t& qos)
+{
+    void* bytes = nullptr;
+    std::size_t size = 0;
+    if (!dds_qget_userdata(&qos, &bytes, &size) || bytes == nullptr)
+    {
+        return {};
+    }
+    const std::unique_ptr<void, decltype(&dds_free)> owned(bytes, dds_free);
+    return policy::UserData(std::string(static_cast<const char*>(bytes), size));
 }
 
 } // namespace dds::detail

@@ -33,8 +33,14 @@ private:
     void set(const core::policy::Reliability& policy);
     void set(const core::policy::Partition& policy);
     void set(const core::policy::WriterDataLifecycle& policy);
+    void set(const core::policy::UserData& policy);
+    void set(const core::policy::IgnoreLocal& policy);
 
     std::unique_ptr<dds_qos_t, Deleter> m_qos;
 };
+
+/// The policies of an entity that was discovered; the standard's default for what it has not told.
+core::policy::Durability durabilityOf(const dds_qos_t& qos);
+core::policy::UserData userDataOf(const dds_qos_t& qos);
 
 } // namespace dds::detail

@@ -1,17 +1,12 @@
 #include "dds/detail/ReaderDelegate.hpp"
 
-#include "dds/core/Exception.hpp"
 #include "dds/detail/Check.hpp"
-#include "dds/detail/KeptData.hpp"
 #include "dds/detail/NativeQos.hpp"
 #include "dds/detail/NativeStatus.hpp"
 #include "dds/detail/Report.hpp"
-#include "dds/pub/WriteBatch.hpp"
 
 #include <algorithm>
 #include <cstddef>
-#include <iterator>
-#include <map>
 #include <utility>
 #include <vector>
 
@@ -21,23 +16,7 @@ namespace dds::detail
 namespace
 {
 
-using com::tallowcrest::durability::fromBusTime;
-using com::tallowcrest::durability::KeptSample;
-using com::tallowcrest::durability::toBusTime;
-
 constexpr std::size_t batchSize = 128;
-
-/// How a kept sample looks to who takes it: like one that a writer has just written.
-dds_sample_info_t infoOf(const KeptSample& kept)
-{
-    dds_sample_info_t info{};
-    info.sample_state = DDS_SST_NOT_READ;
-    info.view_state = DDS_VST_NEW;
-    info.instance_state = DDS_IST_ALIVE;
-    info.valid_data = true;
-    info.source_timestamp = toBusTime(kept.written);
-    return info;
-}
 
 } // namespace
 
@@ -54,10 +33,6 @@ ReaderDelegate::~ReaderDelegate()
     if (code < 0)
     {
         reportError("detaching a reader's listener", dds_strretcode(code));
-    }
-    if (m_isReplaying)
-    {
-        (*m_kept)->endReplay();
     }
 }
 
@@ -100,72 +75,6 @@ private:
 
 void ReaderDelegate::take(const Visitor& visit)
 {
-    const std::lock_guard lock(m_historyMutex);
-    if (m_history.empty())
-    {
-        takeNative(visit);
-        return;
-    }
-    const auto delivered = visitMerged(
-        std::exchange(m_history, {}), [this](const Visitor& visitor) { takeNative(visitor); }, visit);
-    (*m_kept)->beginReplay(delivered);
-    m_isReplaying = true;
-}
-
-void ReaderDelegate::read(const Visitor& visit)
-{
-    const std::lock_guard lock(m_historyMutex);
-    if (m_history.empty())
-    {
-        readNative(visit);
-        return;
-    }
-    visitMerged(
-        m_history, [this](const Visitor& visitor) { readNative(visitor); }, visit);
-}
-
-std::vector<KeptSample> ReaderDelegate::visitMerged(std::vector<KeptSample> history,
-                                                    const std::function<void(const Visitor&)>& get,
-                                                    const Visitor& visit) const
-{
-    std::map<std::string, std::size_t> places;
-    for (std::size_t i = 0; i < history.size(); ++i)
-    {
-        places.emplace(history[i].instance, i);
-    }
-    std::vector<std::pair<std::vector<std::byte>, dds_sample_info_t>> others;
-    get([&](const void* data, const dds_sample_info_t& info) {
-        const auto* const bytes = static_cast<const std::byte*>(data);
-        std::vector<std::byte> sample(bytes, bytes + m_topic->sampleSize());
-        if (!info.valid_data)
-        {
-            others.emplace_back(std::move(sample), info);
-            return;
-        }
-        KeptSample live{m_topic->codec().instanceText(data), fromBusTime(info.source_timestamp), std::move(sample)};
-        const auto [place, isNew] = places.emplace(live.instance, history.size());
-        if (isNew)
-        {
-            history.push_back(std::move(live));
-        }
-        else if (live.written >= history[place->second].written)
-        {
-            history[place->second] = std::move(live);
-        }
-    });
-    for (const KeptSample& kept : history)
-    {
-        visit(kept.sample.data(), infoOf(kept));
-    }
-    for (const auto& [sample, info] : others)
-    {
-        visit(sample.data(), info);
-    }
-    return history;
-}
-
-void ReaderDelegate::takeNative(const Visitor& visit)
-{
     Buffer buffer(*this, batchSize);
     dds_return_t count = 0;
     do
@@ -175,7 +84,7 @@ void ReaderDelegate::takeNative(const Visitor& visit)
     } while (static_cast<std::size_t>(count) == buffer.size());
 }
 
-void ReaderDelegate::readNative(const Visitor& visit)
+void ReaderDelegate::read(const Visitor& visit)
 {
     // A second read would see the same samples again, so all must fit into one.
     for (std::size_t size = batchSize;; size *= 2)
@@ -187,32 +96,6 @@ void ReaderDelegate::readNative(const Visitor& visit)
             buffer.visit(visit, count);
             return;
         }
-    }
-}
-
-void ReaderDelegate::waitForHistoricalData(core::Duration timeout)
-{
-    {
-        const std::lock_guard lock(m_historyMutex);
-        if (m_kept == nullptr)
-        {
-            m_kept = useKeptData(*m_subscriber->participant(), *m_topic, m_qos.policy<core::policy::Durability>(),
-                                 m_subscriber->qos().policy<core::policy::Partition>());
-        }
-        if (m_kept == nullptr)
-        {
-            return;
-        }
-    }
-    pub::WriteBatch::flush(); // whoever is waited for may wait for that
-    auto history = (*m_kept)->history(timeout.to_chrono());
-    {
-        const std::lock_guard lock(m_historyMutex);
-        m_history = std::move(history.samples);
-    }
-    if (!history.isComplete)
-    {
-        throw core::TimeoutError(call("waiting for the history of"));
     }
 }
 

@@ -23,11 +23,10 @@ dds_entity_t create(const ParticipantDelegate& participant, const dds_topic_desc
 
 } // namespace
 
-TopicDelegate::TopicDelegate(std::shared_ptr<ParticipantDelegate> participant,
-                             const com::tallowcrest::durability::TypeCodec& codec, std::string name,
-                             const topic::qos::TopicQos& qos)
-    : m_participant(std::move(participant)), m_name(std::move(name)), m_qos(qos), m_codec(codec),
-      m_entity(create(*m_participant, *m_codec.descriptor, m_name, m_qos))
+TopicDelegate::TopicDelegate(std::shared_ptr<ParticipantDelegate> participant, const dds_topic_descriptor_t& descriptor,
+                             std::size_t sampleSize, std::string name, const topic::qos::TopicQos& qos)
+    : m_participant(std::move(participant)), m_name(std::move(name)), m_qos(qos), m_sampleSize(sampleSize),
+      m_entity(create(*m_participant, descriptor, m_name, m_qos))
 {}
 
 } // namespace dds::detail

@@ -3,7 +3,8 @@
 #include "dds/detail/Entity.hpp"
 #include "dds/detail/ParticipantDelegate.hpp"
 #include "dds/topic/qos/TopicQos.hpp"
-#include "durability/TypeCodec.h"
+
+#include <dds/dds.h>
 
 #include <cstddef>
 #include <memory>
@@ -17,15 +18,13 @@ class TopicDelegate
 {
 public:
     /// The same name may be created again on a participant, with the same QoS only.
-    TopicDelegate(std::shared_ptr<ParticipantDelegate> participant,
-                  const com::tallowcrest::durability::TypeCodec& codec, std::string name,
-                  const topic::qos::TopicQos& qos);
+    TopicDelegate(std::shared_ptr<ParticipantDelegate> participant, const dds_topic_descriptor_t& descriptor,
+                  std::size_t sampleSize, std::string name, const topic::qos::TopicQos& qos);
 
     dds_entity_t handle() const { return m_entity.handle(); }
     const std::shared_ptr<ParticipantDelegate>& participant() const { return m_participant; }
     /// Bytes of one sample in its C form.
-    std::size_t sampleSize() const { return m_codec.sampleSize; }
-    const com::tallowcrest::durability::TypeCodec& codec() const { return m_codec; }
+    std::size_t sampleSize() const { return m_sampleSize; }
     const std::string& name() const { return m_name; }
     const topic::qos::TopicQos& qos() const { return m_qos; }
 
@@ -33,7 +32,7 @@ private:
     const std::shared_ptr<ParticipantDelegate> m_participant;
     const std::string m_name;
     const topic::qos::TopicQos m_qos;
-    const com::tallowcrest::durability::TypeCodec& m_codec;
+    const std::size_t m_sampleSize;
     const Entity m_entity;
 };
 

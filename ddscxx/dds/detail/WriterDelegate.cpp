@@ -1,12 +1,12 @@
 #include "dds/detail/WriterDelegate.hpp"
 
 #include "dds/detail/Check.hpp"
-#include "dds/detail/KeptData.hpp"
+#include "dds/detail/GatheredWrites.hpp"
 #include "dds/detail/NativeQos.hpp"
 #include "dds/detail/NativeStatus.hpp"
 #include "dds/pub/WriteBatch.hpp"
-#include "durability/GatheredWrites.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace dds::detail
@@ -19,7 +19,7 @@ namespace
 NativeQos gathering(const pub::qos::DataWriterQos& qos)
 {
     NativeQos native(qos);
-    com::tallowcrest::durability::gatherWrites(native.get());
+    gatherWrites(native.get());
     return native;
 }
 
@@ -28,8 +28,6 @@ NativeQos gathering(const pub::qos::DataWriterQos& qos)
 WriterDelegate::WriterDelegate(std::shared_ptr<PublisherDelegate> publisher, std::shared_ptr<TopicDelegate> topic,
                                const pub::qos::DataWriterQos& qos)
     : m_publisher(std::move(publisher)), m_topic(std::move(topic)), m_qos(qos),
-      m_kept(useKeptData(*m_publisher->participant(), *m_topic, m_qos.policy<core::policy::Durability>(),
-                         m_publisher->qos().policy<core::policy::Partition>())),
       m_entity(check(dds_create_writer(m_publisher->handle(), m_topic->handle(), gathering(m_qos).get(), nullptr),
                      "creating the writer of topic \"" + m_topic->name() + "\""))
 {}
@@ -39,37 +37,7 @@ WriterDelegate::~WriterDelegate()
     dds_write_flush(m_entity.handle());
 }
 
-void WriterDelegate::write(const void* sample)
-{
-    namespace durability = com::tallowcrest::durability;
-    const core::Time now(dds_time());
-    if (m_kept == nullptr)
-    {
-        writeNative(sample, now);
-        return;
-    }
-    const durability::Channel::Stamp stamp = (*m_kept)->stamp(sample, durability::fromBusTime(now.to_nanoseconds()));
-    if (stamp.isOvertaken)
-    {
-        return;
-    }
-    writeNative(sample, core::Time(durability::toBusTime(stamp.time)));
-    if (!stamp.isReplay)
-    {
-        (*m_kept)->handOver(sample, stamp.time);
-    }
-}
-
 void WriterDelegate::write(const void* sample, core::Time sourceTimestamp)
-{
-    writeNative(sample, sourceTimestamp);
-    if (m_kept != nullptr)
-    {
-        (*m_kept)->handOver(sample, com::tallowcrest::durability::fromBusTime(sourceTimestamp.to_nanoseconds()));
-    }
-}
-
-void WriterDelegate::writeNative(const void* sample, core::Time sourceTimestamp)
 {
     const dds_return_t code = sent(dds_write_ts(m_entity.handle(), sample, sourceTimestamp.to_nanoseconds()));
     if (code < 0)
@@ -120,6 +88,29 @@ core::status::PublicationMatchedStatus WriterDelegate::publicationMatchedStatus(
     dds_publication_matched_status_t status{};
     check(dds_get_publication_matched_status(m_entity.handle(), &status), call("asking for the readers of"));
     return fromNative(status);
+}
+
+std::vector<pub::MatchedSubscription> WriterDelegate::matchedSubscriptions() const
+{
+    std::vector<dds_instance_handle_t> handles;
+    const auto get = [&] {
+        return check(dds_get_matched_subscriptions(m_entity.handle(), handles.data(), handles.size()),
+                     call("asking for the readers of"));
+    };
+    handles.resize(static_cast<std::size_t>(get()));
+    handles.resize(std::min(static_cast<std::size_t>(get()), handles.size())); // one that came meanwhile is next time's
+
+    std::vector<pub::MatchedSubscription> all;
+    for (const dds_instance_handle_t handle : handles)
+    {
+        const std::unique_ptr<dds_builtintopic_endpoint_t, decltype(&dds_builtintopic_free_endpoint)> endpoint(
+            dds_get_matched_subscription_data(m_entity.handle(), handle), dds_builtintopic_free_endpoint);
+        if (endpoint != nullptr) // else it has gone
+        {
+            all.push_back({core::InstanceHandle(handle), durabilityOf(*endpoint->qos), userDataOf(*endpoint->qos)});
+        }
+    }
+    return all;
 }
 
 std::string WriterDelegate::call(const char* what) const

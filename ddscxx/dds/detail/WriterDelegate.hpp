@@ -6,18 +6,19 @@
 #include "dds/detail/Entity.hpp"
 #include "dds/detail/PublisherDelegate.hpp"
 #include "dds/detail/TopicDelegate.hpp"
+#include "dds/pub/MatchedSubscription.hpp"
 #include "dds/pub/qos/DataWriterQos.hpp"
-#include "durability/DurabilityService.h"
 
 #include <memory>
+#include <string>
+#include <vector>
 
 namespace dds::detail
 {
 
 /// A writer of the DDS library, without its type: samples are the generated C structs. Every change of every instance
 /// passes through here, once, with its source timestamp. It has left the process when the call returns, or, while the
-/// calling thread gathers (pub::WriteBatch), when the gathering ends. What a PERSISTENT writer writes is kept beyond
-/// the process; that an instance was disposed of or unregistered is not.
+/// calling thread gathers (pub::WriteBatch), when the gathering ends.
 class WriterDelegate
 {
 public:
@@ -28,10 +29,7 @@ public:
     WriterDelegate(const WriterDelegate&) = delete;
     WriterDelegate& operator=(const WriterDelegate&) = delete;
 
-    /// Waits at most the writer's max blocking time for a slow reader, then throws TimeoutError. A PERSISTENT sample
-    /// gets a time after every other that is known of its topic and partition; one that only repeats what
-    /// ReaderDelegate::waitForHistoricalData delivered keeps its time, and is not written when it is out of date.
-    void write(const void* sample);
+    /// Waits at most the writer's max blocking time for a slow reader, then throws TimeoutError.
     void write(const void* sample, core::Time sourceTimestamp);
     core::InstanceHandle registerInstance(const void* sample);
     core::InstanceHandle lookupInstance(const void* sample) const;
@@ -41,18 +39,16 @@ public:
     /// Waits until every reader has confirmed all that was written, else throws TimeoutError.
     void waitForAcknowledgments(core::Duration timeout);
     core::status::PublicationMatchedStatus publicationMatchedStatus();
+    std::vector<pub::MatchedSubscription> matchedSubscriptions() const;
 
 private:
     std::string call(const char* what) const;
-    void writeNative(const void* sample, core::Time sourceTimestamp);
     /// Sends what has been written, or leaves that to the calling thread's batch; hands the code on.
     dds_return_t sent(dds_return_t code) const noexcept;
 
     const std::shared_ptr<PublisherDelegate> m_publisher;
     const std::shared_ptr<TopicDelegate> m_topic;
     const pub::qos::DataWriterQos m_qos;
-    /// Null unless PERSISTENT.
-    const std::unique_ptr<com::tallowcrest::durability::ChannelUse> m_kept;
     const Entity m_entity;
 };
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "dds/core/Reference.hpp"
+#include "dds/core/Time.hpp"
 #include "dds/detail/ParticipantDelegate.hpp"
 #include "dds/pub/qos/PublisherQos.hpp"
 #include "dds/sub/qos/SubscriberQos.hpp"
@@ -27,6 +28,9 @@ public:
     explicit DomainParticipant(std::uint32_t domainId)
         : Reference(std::make_shared<detail::ParticipantDelegate>(domainId))
     {}
+
+    /// The machine's clock, as samples carry it.
+    core::Time current_time() const { return core::Time(dds_time()); }
 
     topic::qos::TopicQos default_topic_qos() const { return {}; }
     pub::qos::PublisherQos default_publisher_qos() const { return {}; }

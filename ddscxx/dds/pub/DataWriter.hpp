@@ -12,14 +12,14 @@
 #include <dds/dds.h>
 
 #include <memory>
+#include <vector>
 
 namespace dds::pub
 {
 
 /// Writes values of one type to a topic. A shared handle; its operations are thread-safe. Every operation throws
 /// dds::core::Error or one of its family when the DDS library refuses; a write that a slow reader holds up for longer
-/// than the writer's max blocking time throws TimeoutError. Deleting the writer unregisters its instances. What a
-/// PERSISTENT writer wrote last outlives the process: see DataReader::wait_for_historical_data.
+/// than the writer's max blocking time throws TimeoutError. Deleting the writer unregisters its instances.
 template <typename T>
 class DataWriter : public core::Reference<detail::WriterDelegate>
 {
@@ -30,11 +30,7 @@ public:
         : Reference(std::make_shared<detail::WriterDelegate>(publisher.delegate(), topic.delegate(), qos))
     {}
 
-    void write(const T& sample)
-    {
-        const auto native = Support::toBus(sample);
-        delegate()->write(&native);
-    }
+    void write(const T& sample) { write(sample, core::Time(dds_time())); }
     void write(const T& sample, const core::Time& sourceTimestamp)
     {
         const auto native = Support::toBus(sample);
@@ -72,6 +68,8 @@ public:
     {
         return delegate()->publicationMatchedStatus();
     }
+    /// The readers that are known now.
+    std::vector<MatchedSubscription> matched_subscriptions() const { return delegate()->matchedSubscriptions(); }
 
 private:
     using Support = topic::topic_type_support<T>;

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "dds/core/Duration.hpp"
 #include "dds/core/Reference.hpp"
 #include "dds/core/Status.hpp"
 #include "dds/detail/ReaderDelegate.hpp"
@@ -46,12 +45,6 @@ public:
         delegate()->read(collectInto(samples));
         return LoanedSamples<T>(std::move(samples));
     }
-
-    /// Waits until what was written before the reader existed is there, for `timeout` at most; then it is among the
-    /// samples to take. What is kept of a PERSISTENT topic, in this machine's store and by the other participants,
-    /// arrives in no other way; TimeoutError says that not all of it has. What TRANSIENT_LOCAL writers hold comes like
-    /// any other sample and is not waited for.
-    void wait_for_historical_data(const core::Duration& timeout) { delegate()->waitForHistoricalData(timeout); }
 
     /// Attaches `listener` for the statuses of `mask`, in place of an earlier one; null detaches. A status that was
     /// raised earlier and not yet looked at is called for at once, on this thread. Not from a listener's own call.

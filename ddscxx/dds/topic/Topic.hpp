@@ -3,7 +3,6 @@
 #include "dds/core/Reference.hpp"
 #include "dds/detail/TopicDelegate.hpp"
 #include "dds/domain/DomainParticipant.hpp"
-#include "dds/topic/DurableCodec.hpp"
 #include "dds/topic/TopicTraits.hpp"
 #include "dds/topic/qos/TopicQos.hpp"
 
@@ -23,7 +22,8 @@ public:
     using Reference::Reference;
 
     Topic(const domain::DomainParticipant& participant, const std::string& name, const qos::TopicQos& qos)
-        : Reference(std::make_shared<detail::TopicDelegate>(participant.delegate(), durable_codec<T>(), name, qos))
+        : Reference(std::make_shared<detail::TopicDelegate>(participant.delegate(), topic_type_support<T>::descriptor(),
+                                                            sizeof(typename topic_type_support<T>::BusType), name, qos))
     {}
 
     qos::TopicQos qos() const { return delegate()->qos(); }

@@ -4,6 +4,7 @@
 #include <pthread.h>
 #include <sys/time.h>
 
+#include <cstdlib>
 #include <ctime>
 
 // Takes the place of the C library's clock, for the program that this is linked into and for its libraries. What waits
@@ -27,6 +28,19 @@ Call* next(const char* name)
     return reinterpret_cast<Call*>(::dlsym(RTLD_NEXT, name));
 }
 
+/// KORABRIDGE_TEST_CLOCK_AHEAD, in seconds, when it is set.
+std::int64_t laterBy()
+{
+    static const std::int64_t seconds = [] {
+        const char* const text = std::getenv("KORABRIDGE_TEST_CLOCK_AHEAD"); // NOLINT(concurrency-mt-unsafe)
+        return text == nullptr ? e2e::laterBySeconds : std::int64_t{std::strtoll(text, nullptr, 10)};
+    }();
+    return seconds;
+}
+
+/// What counts from 1970 and not from the machine's start.
+constexpr std::time_t earliestDate = 1'000'000'000;
+
 std::time_t shifted(std::time_t seconds, std::int64_t by)
 {
     return static_cast<std::time_t>(std::int64_t{seconds} + by);
@@ -40,7 +54,7 @@ extern "C" int clock_gettime(clockid_t clock, timespec* time) noexcept
     const int result = call(clock, time);
     if (result == 0 && (clock == CLOCK_REALTIME || clock == CLOCK_REALTIME_COARSE))
     {
-        time->tv_sec = shifted(time->tv_sec, e2e::laterBySeconds);
+        time->tv_sec = shifted(time->tv_sec, laterBy());
     }
     return result;
 }
@@ -70,9 +84,9 @@ extern "C" int pthread_cond_timedwait(pthread_cond_t* condition, pthread_mutex_t
     static auto* const call = next<int(pthread_cond_t*, pthread_mutex_t*, const timespec*)>(timedWaitCall);
     timespec machines = *until;
     // The other clock that can be waited for counts from the machine's start.
-    if (until->tv_sec > e2e::laterBySeconds)
+    if (until->tv_sec > earliestDate)
     {
-        machines.tv_sec = shifted(until->tv_sec, -e2e::laterBySeconds);
+        machines.tv_sec = shifted(until->tv_sec, -laterBy());
     }
     return call(condition, mutex, &machines);
 }

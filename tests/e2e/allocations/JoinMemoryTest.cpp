@@ -165,9 +165,10 @@ protected:
 TEST_F(JoinMemoryTest, JoiningAgainKeepsNothingButWhatTheLibraryKeepsOfEveryReaderAndWriter)
 {
     constexpr std::size_t numJoins = 200;
-    // Of each signal type: readers of the members' crosspoints, of durable targets, of statuses and of local targets,
+    // Of each signal type: readers of the members' crosspoints, of what is kept of targets and of what others write
+    // there, of statuses and of local targets,
     // and the writer of targets; and the reader of levels.
-    constexpr std::size_t endpointsPerJoin = 11;
+    constexpr std::size_t endpointsPerJoin = 13;
     const char* const tunables = std::getenv("GLIBC_TUNABLES");
     ASSERT_TRUE(tunables != nullptr && std::string(tunables).find("tcache_count=0") != std::string::npos)
         << "freed memory that a thread keeps for itself would count as in use; see CMakeLists.txt";

@@ -1,6 +1,6 @@
 #include "tests/e2e/durable/FrameNetwork.h"
 
-#include "tests/support/WaitUntil.h"
+#include "tests/e2e/durable/NetworkHolder.h"
 
 #include <unistd.h>
 
@@ -18,12 +18,6 @@ namespace
 /// Looks for programs where the shell does, and becomes them.
 constexpr const char* findsPrograms = "/usr/bin/env";
 
-std::string networkOf(pid_t process)
-{
-    std::error_code error;
-    return std::filesystem::read_symlink("/proc/" + std::to_string(process) + "/ns/net", error);
-}
-
 } // namespace
 
 FrameNetwork::FrameNetwork()
@@ -38,15 +32,7 @@ FrameNetwork::FrameNetwork()
 
 void FrameNetwork::build()
 {
-    m_holder =
-        std::make_unique<ChildProcess>(findsPrograms, std::vector<std::string>{"unshare", "--net", "sleep", "600"});
-    if (!testsupport::waitUntil([this] {
-            const std::string there = networkOf(m_holder->pid());
-            return !there.empty() && there != networkOf(::getpid());
-        }))
-    {
-        throw std::runtime_error("no second network namespace: " + m_holder->errors());
-    }
+    m_holder = holdNetwork();
     run({"ip", "link", "add", "here", "type", "veth", "peer", "name", "there", "netns",
          std::to_string(m_holder->pid())});
     run({"ip", "addr", "add", std::string(hereAddress) + "/24", "dev", "here"});

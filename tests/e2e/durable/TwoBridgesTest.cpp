@@ -2,10 +2,14 @@
 #include "buswrappers/TopicPub.h"
 #include "tests/e2e/durable/DurableFixture.h"
 #include "tests/e2e/durable/FrameNetwork.h"
+#include "tests/support/TimeFactor.h"
 #include "tests/support/WaitUntil.h"
 
+#include <algorithm>
+#include <chrono>
 #include <csignal>
 #include <functional>
+#include <thread>
 
 using namespace e2e;
 using com::tallowcrest::dds_::routing::RouterMember;
@@ -21,6 +25,8 @@ namespace
 class TwoBridgesTest : private FrameNetwork, public DurableFixture
 {
 protected:
+    /// Within this time a bridge's table follows what another one has decided, where targets are shared.
+    static constexpr std::chrono::milliseconds tablesFollow{200};
     static constexpr std::uint32_t farFrame = 17;
     static constexpr std::uint32_t nearFrame = 18;
 
@@ -43,19 +49,39 @@ protected:
             std::cerr << "--- far bridge\n" << m_far->output() << m_far->errors();
         }
     }
+    std::map<std::string, std::string> environment(const char* store) const
+    {
+        return {{"KORABRIDGE_DURABLE_STORE", (directory() / store).string()},
+                {"KORABRIDGE_SHARED_TARGETS", m_isShared ? "1" : "0"}};
+    }
     void startNear()
     {
-        m_bridge = std::make_unique<ChildProcess>(
-            testsupport::programPath("korabridge"), std::vector<std::string>{"18", "4", "Near", "beside the router"},
-            ChildProcess::Options{{{"KORABRIDGE_DURABLE_STORE", (directory() / "near.db").string()}}, false});
+        m_bridge = std::make_unique<ChildProcess>(testsupport::programPath("korabridge"),
+                                                  std::vector<std::string>{"18", "4", "Near", "beside the router"},
+                                                  ChildProcess::Options{environment("near.db"), false});
         waitForJoin();
     }
     void startFar()
     {
         m_far = startThere(testsupport::programPath("korabridge"), {"17", "3", "Far", "behind a cable"},
-                           {{"KORABRIDGE_DURABLE_STORE", (directory() / "far.db").string()}});
+                           environment("far.db"));
         ASSERT_TRUE(m_far->waitForOutput("Port: 5194", std::chrono::seconds(30)));
         ASSERT_TRUE(m_far->waitForOutput("addRouterMemberMacroXpts  TopicMacroXptOutputVideoTarget"));
+    }
+    /// The far bridge comes while its cable is pulled.
+    void startThenConnectFar()
+    {
+        setConnected(false);
+        m_far = startThere(testsupport::programPath("korabridge"), {"17", "3", "Far", "behind a cable"},
+                           environment("far.db"));
+        ASSERT_TRUE(m_far->waitForOutput("Starting korabridge"));
+        setConnected(true);
+        ASSERT_TRUE(m_far->waitForOutput("Port: 5194", std::chrono::seconds(30)));
+        ASSERT_TRUE(m_far->waitForOutput("addRouterMemberMacroXpts  TopicMacroXptOutputVideoTarget"));
+    }
+    static bool isLocked(const MacroXptOutput& target)
+    {
+        return target.lprState == com::tallowcrest::dds_::routing::LPR_LOCKED;
     }
     void killFar()
     {
@@ -82,6 +108,7 @@ protected:
         }
     }
 
+    bool m_isShared = false;
     std::unique_ptr<TopicPub<RouterMember>> m_membership;
     std::unique_ptr<ChildProcess> m_far;
 };
@@ -171,4 +198,88 @@ TEST_F(TwoBridgesTest, BridgeWithoutAStoreGetsEverythingFromTheOther)
     const auto target = record().waitForTarget(Signal::Video, 8);
     ASSERT_TRUE(target);
     EXPECT_EQ(target->macroXptInput, 6U);
+}
+
+TEST_F(TwoBridgesTest, MembershipThatIsAnnouncedAgainHoldsUpNobodyAndFindsNobodySilent)
+{
+    startNear();
+    startFar();
+    auto near = connectController();
+    take(near, 5, 7);
+    waitOutLossBound(bridge());
+    const auto numJoins = [this] {
+        const std::string log = bridge().output();
+        std::size_t count = 0;
+        for (std::size_t at = log.find("connected to router"); at != std::string::npos;
+             at = log.find("connected to router", at + 1))
+        {
+            ++count;
+        }
+        return count;
+    };
+
+    std::chrono::milliseconds longest{0};
+    for (std::size_t again = 2; again <= 4; ++again)
+    {
+        m_membership->write({nearFrame, "R1", 1});
+        EXPECT_TRUE(testsupport::waitUntil([&] {
+            const auto asked = std::chrono::steady_clock::now();
+            near.tally(videoLevel, 1, 288);
+            const auto answered = std::chrono::steady_clock::now();
+            longest = std::max(longest, std::chrono::duration_cast<std::chrono::milliseconds>(answered - asked));
+            return numJoins() >= again;
+        })) << again;
+    }
+
+    EXPECT_LT(longest, testsupport::scaled(std::chrono::milliseconds(500)));
+    EXPECT_EQ(bridge().output().find("silent"), std::string::npos) << bridge().output();
+}
+
+TEST_F(TwoBridgesTest, LockThatABridgeLearnsOfLateHoldsThere)
+{
+    startNear();
+    startFar();
+    {
+        auto far = connectFar();
+        take(far, 11, 7);
+    }
+    waitOutLossBound(*m_far);
+    killFar();
+    {
+        auto near = connectController();
+        take(near, 50, 7);
+        ASSERT_EQ(near.setOutputLpr({{videoLevel, 7, koraclient::LprCommand::lock, 42}}).results,
+                  std::vector<std::uint32_t>{0});
+    }
+    ASSERT_TRUE(record().waitForTarget(Signal::Video, 7, isLocked));
+    record().clear();
+    startThenConnectFar();
+
+    auto far = connectFar();
+    // It publishes what it learns, which is how we know that it has.
+    ASSERT_TRUE(record().waitForTarget(Signal::Video, 7, isLocked));
+    EXPECT_EQ(far.take({{videoLevel, 1, 11, 7}}), std::vector<std::uint32_t>{12});
+    EXPECT_EQ(record().lastTarget(Signal::Video, 7)->macroXptInput, 50U);
+}
+
+TEST_F(TwoBridgesTest, WhereTargetsAreSharedALockHoldsOnEveryBridgeAndKeepsTheNewestRoute)
+{
+    m_isShared = true;
+    startNear();
+    startFar();
+    auto near = connectController();
+    auto far = connectFar();
+    take(near, 5, 7);
+    take(far, 6, 7);
+
+    std::this_thread::sleep_for(testsupport::scaled(tablesFollow));
+
+    ASSERT_EQ(near.setOutputLpr({{videoLevel, 7, koraclient::LprCommand::lock, 42}}).results,
+              std::vector<std::uint32_t>{0});
+    const auto locked = record().waitForTarget(Signal::Video, 7, isLocked);
+    ASSERT_TRUE(locked);
+    EXPECT_EQ(locked->macroXptInput, 6U) << "a lock never brings back an older route";
+    std::this_thread::sleep_for(testsupport::scaled(tablesFollow));
+    EXPECT_EQ(far.take({{videoLevel, 1, 11, 7}}), std::vector<std::uint32_t>{12});
+    EXPECT_EQ(record().lastTarget(Signal::Video, 7)->macroXptInput, 6U);
 }

@@ -46,26 +46,26 @@ void writeSeeds(const std::filesystem::path& folder)
 {
     const std::filesystem::path path = folder / "seed.db";
     const auto logPath = durability::Store::logPath(path);
+    std::vector<durability::StoredRow> many;
+    for (int output = 0; output < 20; ++output)
     {
-        durability::Store store(path);
-        writeSeed(folder, "new_in_log", bytesOf(path), bytesOf(logPath));
-        store.truncateLog();
-        writeSeed(folder, "empty", bytesOf(path), "");
-        store.commit({row(1), row(2)});
-        writeSeed(folder, "rows_in_log", bytesOf(path), bytesOf(logPath));
-        store.truncateLog();
-        store.commit({row(2), row(3)});
-        writeSeed(folder, "rows_in_both", bytesOf(path), bytesOf(logPath));
-        std::vector<durability::StoredRow> many;
-        for (int output = 0; output < 20; ++output)
-        {
-            many.push_back(row(output));
-        }
-        store.commit(many);
-        writeSeed(folder, "pages_in_log", bytesOf(path), bytesOf(logPath));
-        store.truncateLog();
-        writeSeed(folder, "pages", bytesOf(path), "");
+        many.push_back(row(output));
     }
+    // What is committed lies in the log until the store is closed.
+    const auto seed = [&](const std::string& name, const std::vector<durability::StoredRow>& rows) {
+        durability::Store store(path);
+        if (!rows.empty())
+        {
+            store.commit(rows);
+        }
+        writeSeed(folder, name, bytesOf(path), bytesOf(logPath));
+    };
+    seed("new_in_log", {});
+    writeSeed(folder, "empty", bytesOf(path), "");
+    seed("rows_in_log", {row(1), row(2)});
+    seed("rows_in_both", {row(2), row(3)});
+    seed("pages_in_log", many);
+    writeSeed(folder, "pages", bytesOf(path), "");
     for (const auto& used :
          {path, logPath, std::filesystem::path(path.string() + "-shm"), std::filesystem::path(path.string() + ".lock")})
     {

@@ -3,8 +3,9 @@
 // store keeps what it is given.
 
 #include "bustypes/RoutingTypes.h"
-#include "dds/topic/DurableCodec.hpp"
-#include "durability/SampleTable.h"
+#include "bustypes/SampleText.h"
+#include "buswrappers/DurableTopic.h"
+#include "durability/ChannelCore.h"
 #include "durability/Store.h"
 #include "tests/fuzz/store/StoreInput.h"
 #include "tests/fuzz/support/Require.h"
@@ -92,21 +93,30 @@ const StoredRow& ownRow()
 /// What the bridge makes of rows that it loads.
 void useRows(const std::vector<StoredRow>& rows)
 {
-    const auto& codec = dds::topic::durable_codec<routing::MacroXptOutput>();
-    durability::SampleTable table(codec);
+    const auto& codec = com::tallowcrest::routing::durableCodec<routing::MacroXptOutput>();
+    constexpr durability::Instance greatest = 2592;
+    constexpr durability::ChannelCore::Now now{.steady = {}, .wall = durability::earliestSane};
+    durability::HybridClock clock;
+    durability::ChannelCore core(
+        {.greatest = greatest, .self = 1, .isShared = false, .started = {}, .rules = codec.rules}, clock);
     for (const StoredRow& row : rows)
     {
-        std::vector<std::byte> sample(codec.sampleSize);
-        if (codec.parse(row.payload, sample.data()))
+        routing::MacroXptOutput value;
+        if (!routing::parseJson(row.payload, value))
         {
-            const std::string instance = codec.instanceText(sample.data());
-            static_cast<void>(table.apply(instance, sample.data(), row.written));
-            require(table.find(instance) != nullptr, "what was parsed is in the table");
-            std::vector<std::byte> again(codec.sampleSize);
-            require(codec.parse(codec.payloadText(sample.data()), again.data()) && again == sample,
-                    "what was parsed is written as it was");
+            continue;
         }
+        const durability::Instance instance = codec.instanceOf(&value);
+        std::string content = row.payload;
+        require(codec.normalize(content, instance), "what was parsed is content");
+        require(content == codec.contentOf(&value), "what was parsed is written as it was");
+        require(!codec.normalize(content, instance + 1), "and is no other instance's");
+        core.loaded(instance, {.written = row.written, .content = content}, durability::ChannelCore::Kept::Store, now);
+        const durability::Decision* const known = core.known(instance);
+        require((known != nullptr) == (instance <= greatest), "what exists is known");
+        require(known == nullptr || durability::isBelievable(known->written, now.wall), "and of a sane time");
     }
+    require(clock.next(now.wall) <= now.wall + durability::farthestAhead + 1, "no row moves the clock far");
 }
 
 /// Opens the store, reads it, puts a row in; the row must be there, now and after opening it once more. StoreError says
@@ -117,7 +127,6 @@ void useStore(const std::filesystem::path& path)
         Store store(path);
         useRows(store.load());
         store.commit({ownRow()});
-        store.truncateLog();
         const auto rows = store.load();
         require(std::count(rows.begin(), rows.end(), ownRow()) == 1, "what was put in is there");
     }

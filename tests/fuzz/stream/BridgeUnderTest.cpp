@@ -156,6 +156,7 @@ void BridgeUnderTest::join(const std::string& partition)
     m_videoStatus->joinRouterPartition(partition);
     m_audioLocalTarget->joinRouterPartition(partition);
     m_videoLocalTarget->joinRouterPartition(partition);
+    FuzzBus::instance().deliverHistory();
 }
 
 void BridgeUnderTest::publishLevel(const RouterModel::Level& level)

@@ -1,12 +1,14 @@
 #include "tests/fuzz/stream/FuzzBus.h"
 
-#include "buswrappers/SlowRelease.h"
+#include "bustypes/SampleText.h"
 #include "dds/detail/ParticipantDelegate.hpp"
 #include "dds/detail/PublisherDelegate.hpp"
 #include "dds/detail/ReaderDelegate.hpp"
 #include "dds/detail/SubscriberDelegate.hpp"
 #include "dds/detail/TopicDelegate.hpp"
 #include "dds/detail/WriterDelegate.hpp"
+#include "durability/DurableSettings.h"
+#include "durability/Recorder.h"
 #include "tests/fuzz/support/Require.h"
 
 #include <cstring>
@@ -27,6 +29,7 @@ void FuzzBus::reset()
 {
     m_writes.clear();
     m_history.clear();
+    m_channels.clear();
 }
 
 void FuzzBus::attach(const dds::detail::ReaderDelegate* reader, std::string topic, std::string partition)
@@ -39,22 +42,35 @@ void FuzzBus::listen(const dds::detail::ReaderDelegate* reader, dds::detail::Rea
     m_readers.at(reader).callback = std::move(callback);
 }
 
-void FuzzBus::addHistory(const dds::detail::ReaderDelegate* reader)
+void FuzzBus::addChannel(std::shared_ptr<com::tallowcrest::durability::Channel> channel)
 {
-    Reader& asking = m_readers.at(reader);
-    for (const auto& [number, sample] : m_history[asking.channel])
+    m_channels.push_back(std::move(channel));
+}
+
+void FuzzBus::deliverHistory()
+{
+    using com::tallowcrest::durability::HandOver;
+    for (const auto& channel : std::exchange(m_channels, {}))
     {
-        const auto bus = Support::toBus(sample);
-        Bytes bytes(sizeof(bus));
-        std::memcpy(bytes.data(), &bus, sizeof(bus));
-        asking.samples.push_back({std::move(bytes), true});
+        HandOver::Batch handedOver; // nobody records it: what was written is history at once
+        channel->drain(handedOver);
+        if (const auto join = channel->takeJoin())
+        {
+            com::tallowcrest::durability::Channel::Delivery delivery;
+            for (const auto& [number, kept] : m_history[Channel(channel->name().topic, channel->name().partition)])
+            {
+                delivery.decisions.push_back(
+                    {.written = kept.second, .content = com::tallowcrest::dds_::routing::jsonText(kept.first)});
+            }
+            join->deliver(std::move(delivery));
+        }
     }
 }
 
-void FuzzBus::record(const std::string& topic, const std::string& partition, const Output& sample)
+void FuzzBus::record(const std::string& topic, const std::string& partition, const Output& sample, SourceTime written)
 {
     m_writes.push_back({topic, partition, sample});
-    m_history[Channel(topic, partition)][sample.macroXptOutput] = sample;
+    m_history[Channel(topic, partition)][sample.macroXptOutput] = {sample, written};
 }
 
 std::vector<FuzzBus::Sample> FuzzBus::take(const dds::detail::ReaderDelegate* reader)
@@ -79,8 +95,42 @@ void FuzzBus::deliver(const std::string& topic, const std::string& partition, co
 
 } // namespace fuzz
 
-// Writers here have nothing to wait for, and threads would make executions differ.
-void com::tallowcrest::routing::SlowRelease::release(std::shared_ptr<void>) {}
+// The keeping of targets without threads and files: a channel's history is what was written.
+namespace com::tallowcrest::durability
+{
+
+std::filesystem::path storePath()
+{
+    return {};
+}
+
+bool areTargetsShared()
+{
+    return false;
+}
+
+ParticipantWatch::ParticipantWatch(dds_entity_t, Clock::time_point started) : m_newcomer(started) {}
+
+Recorder::Recorder(dds::domain::DomainParticipant participant, std::filesystem::path store,
+                   std::chrono::milliseconds calmTime)
+    : m_participant(std::move(participant)), m_store(std::move(store)), m_calmTime(calmTime),
+      m_participants(m_participant.delegate()->handle(), m_participant.delegate()->started())
+{}
+
+Recorder::~Recorder() = default;
+
+std::shared_ptr<Channel> Recorder::channel(const Channel::Settings& settings, const TypeCodec& codec)
+{
+    std::shared_ptr<Channel>& channel = m_channels[settings.name];
+    if (channel == nullptr)
+    {
+        channel = std::make_shared<Channel>(settings, codec, m_wake);
+    }
+    fuzz::FuzzBus::instance().addChannel(channel);
+    return channel;
+}
+
+} // namespace com::tallowcrest::durability
 
 // What follows stands in for the parts of ddscxx that call the DDS library.
 namespace dds::detail
@@ -112,10 +162,9 @@ SubscriberDelegate::SubscriberDelegate(std::shared_ptr<ParticipantDelegate> part
     : m_participant(std::move(participant)), m_qos(qos), m_entity(1)
 {}
 
-TopicDelegate::TopicDelegate(std::shared_ptr<ParticipantDelegate> participant,
-                             const com::tallowcrest::durability::TypeCodec& codec, std::string name,
-                             const topic::qos::TopicQos& qos)
-    : m_participant(std::move(participant)), m_name(std::move(name)), m_qos(qos), m_codec(codec), m_entity(1)
+TopicDelegate::TopicDelegate(std::shared_ptr<ParticipantDelegate> participant, const dds_topic_descriptor_t&,
+                             std::size_t sampleSize, std::string name, const topic::qos::TopicQos& qos)
+    : m_participant(std::move(participant)), m_name(std::move(name)), m_qos(qos), m_sampleSize(sampleSize), m_entity(1)
 {}
 
 WriterDelegate::WriterDelegate(std::shared_ptr<PublisherDelegate> publisher, std::shared_ptr<TopicDelegate> topic,
@@ -125,13 +174,14 @@ WriterDelegate::WriterDelegate(std::shared_ptr<PublisherDelegate> publisher, std
 
 WriterDelegate::~WriterDelegate() = default;
 
-void WriterDelegate::write(const void* sample)
+void WriterDelegate::write(const void* sample, core::Time sourceTimestamp)
 {
     fuzz::require(m_topic->sampleSize() == sizeof(fuzz::Support::BusType), "the bridge writes targets only");
     fuzz::Support::BusType bus;
     std::memcpy(&bus, sample, sizeof(bus));
     FuzzBus::instance().record(m_topic->name(), partitionOf(m_publisher->qos().policy<core::policy::Partition>()),
-                               fuzz::Support::fromBus(bus));
+                               fuzz::Support::fromBus(bus),
+                               com::tallowcrest::durability::fromBusTime(sourceTimestamp.to_nanoseconds()));
 }
 
 // An instance that comes and goes without a value is nothing that a router sees.
@@ -143,6 +193,16 @@ core::InstanceHandle WriterDelegate::registerInstance(const void*)
 void WriterDelegate::unregisterInstance(core::InstanceHandle, core::Time) {}
 
 void WriterDelegate::waitForAcknowledgments(core::Duration) {}
+
+core::status::PublicationMatchedStatus WriterDelegate::publicationMatchedStatus()
+{
+    return {};
+}
+
+std::vector<pub::MatchedSubscription> WriterDelegate::matchedSubscriptions() const
+{
+    return {};
+}
 
 core::InstanceHandle WriterDelegate::lookupInstance(const void*) const
 {
@@ -179,11 +239,6 @@ void ReaderDelegate::take(const Visitor& visit)
         info.valid_data = sample.isValid;
         visit(sample.bytes.data(), info);
     }
-}
-
-void ReaderDelegate::waitForHistoricalData(core::Duration)
-{
-    FuzzBus::instance().addHistory(this);
 }
 
 void ReaderDelegate::listen(ReaderCallback callback, core::status::StatusMask)

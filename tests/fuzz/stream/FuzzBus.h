@@ -3,10 +3,12 @@
 #include "bustypes/RoutingTypes.h"
 #include "bustypes/TypeSupport.h"
 #include "dds/detail/NativeListener.hpp"
+#include "durability/Channel.h"
 
 #include <cstddef>
 #include <cstring>
 #include <map>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -22,12 +24,14 @@ namespace fuzz
 /// A bus without a network, for one thread. FuzzBus.cpp defines what `ddscxx` says to the DDS library, so that a
 /// program that links it runs everything from the wrappers up as it is, and nothing below. Samples that are published
 /// reach the readers of their topic and partition inside the call; what the bridge writes is recorded. The last
-/// sample of each instance that was written stays for who asks for history, as with PERSISTENT data.
+/// sample of each instance that was written stays and is the history of a later join. FuzzBus.cpp also stands in for
+/// the recorder of such data.
 class FuzzBus
 {
 public:
     using Output = com::tallowcrest::dds_::routing::MacroXptOutput;
     using Bytes = std::vector<std::byte>;
+    using SourceTime = com::tallowcrest::durability::SourceTime;
 
     /// One sample that the bridge wrote.
     struct Write
@@ -53,6 +57,9 @@ public:
         deliver(topic, partition, bytes, isValid);
     }
 
+    /// Gives those who have joined their history.
+    void deliverHistory();
+
     /// What was written since the last call.
     std::vector<Write> takeWrites() { return std::exchange(m_writes, {}); }
 
@@ -60,8 +67,9 @@ public:
     void attach(const dds::detail::ReaderDelegate* reader, std::string topic, std::string partition);
     void detach(const dds::detail::ReaderDelegate* reader) { m_readers.erase(reader); }
     void listen(const dds::detail::ReaderDelegate* reader, dds::detail::ReaderCallback callback);
-    void addHistory(const dds::detail::ReaderDelegate* reader);
-    void record(const std::string& topic, const std::string& partition, const Output& sample);
+    void record(const std::string& topic, const std::string& partition, const Output& sample, SourceTime written);
+    // For the recorder.
+    void addChannel(std::shared_ptr<com::tallowcrest::durability::Channel> channel);
 
     struct Sample
     {
@@ -84,7 +92,8 @@ private:
 
     std::map<const dds::detail::ReaderDelegate*, Reader> m_readers;
     std::vector<Write> m_writes;
-    std::map<Channel, std::map<std::uint32_t, Output>> m_history;
+    std::map<Channel, std::map<std::uint32_t, std::pair<Output, SourceTime>>> m_history;
+    std::vector<std::shared_ptr<com::tallowcrest::durability::Channel>> m_channels; ///< asked for and not yet looked at
 };
 
 } // namespace fuzz

@@ -1,6 +1,6 @@
 #include "buswrappers/ListenerEventSender.h"
 
-#include "bustypes/RoutingTypes.h"
+#include "bustypes/TypeSupport.h"
 #include "tests/fakes/FakeApartment.h"
 #include "tests/support/LogRecorder.h"
 #include "tests/unit/buswrappers/RecordingHandler.h"

@@ -77,35 +77,6 @@ TEST_F(TopicPubTest, WriterThatIsNotDurableIsAnnouncedTransientLocal)
     EXPECT_EQ(announced->partition(), prefix + "0123456789abcdef");
 }
 
-TEST_F(TopicPubTest, NothingWrittenAfterWaitingForReadersIsLostHoweverOftenThePartitionIsJoined)
-{
-    MacroXptOutputPub sut("TopicX", true);
-    sut.joinRouterPartition("R1");
-    RouterSide<MacroXptOutput> router(m_wire, "TopicX", prefix + "R1");
-    ASSERT_TRUE(sut.waitForReaders(output(0), dds::core::Duration::from_secs(10)));
-
-    for (std::uint32_t i = 1; i <= 30; ++i)
-    {
-        sut.joinRouterPartition("R1");
-        EXPECT_TRUE(sut.waitForReaders(output(0), dds::core::Duration::from_secs(10)));
-        sut.write(output(i, i));
-    }
-
-    std::set<std::uint32_t> outputs;
-    testsupport::waitUntil([&] {
-        for (const auto& sample : router.reader().take())
-        {
-            if (sample.info().valid())
-            {
-                outputs.insert(sample.data().macroXptOutput);
-            }
-        }
-        return outputs.size() >= 30;
-    });
-    EXPECT_EQ(outputs.size(), 30U);
-    EXPECT_FALSE(outputs.contains(0));
-}
-
 TEST_F(TopicPubTest, WritesIntoTheJoinedPartition)
 {
     MacroXptOutputPub sut("TopicX", false);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "bustypes/RoutingTypes.h"
+#include "bustypes/TypeSupport.h"
 #include "dds/dds.hpp"
 #include "tests/support/WaitUntil.h"
 #include "tests/support/WireDomain.h"

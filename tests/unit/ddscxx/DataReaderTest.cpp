@@ -81,23 +81,6 @@ TEST_F(DataReaderTest, LateReaderGetsWhatALivingWriterHolds)
     EXPECT_EQ(samples[0].data().macroXptInput, 2U);
 }
 
-TEST_F(DataReaderTest, WaitForHistoricalDataReturnsAtOnce)
-{
-    auto qos = transientLocal();
-    qos << dds::core::policy::Durability::Persistent();
-    Reader sut = makeReader(Topic(m_participant, "TopicPersistent", qos));
-
-    EXPECT_TRUE(testsupport::endsInTime([&] { sut.wait_for_historical_data(dds::core::Duration::from_secs(120)); }));
-}
-
-TEST_F(DataReaderTest, NothingIsKeptOfATopicThatIsNotPersistentSoNothingIsWaitedFor)
-{
-    Reader sut = makeReader(makeTopic(m_participant));
-
-    EXPECT_TRUE(testsupport::endsInTime([&] { sut.wait_for_historical_data(dds::core::Duration::from_secs(120)); }));
-    EXPECT_EQ(sut.take().length(), 0U);
-}
-
 TEST_F(DataReaderTest, InvalidSampleCarriesBothKeyFieldsOfAComponent)
 {
     const dds::topic::Topic<ComponentInfo> topic(m_participant, "TopicComponent", transientLocal());

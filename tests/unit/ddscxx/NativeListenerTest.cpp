@@ -1,6 +1,6 @@
 #include "dds/detail/NativeListener.hpp"
 
-#include "bustypes/RoutingTypes.h"
+#include "bustypes/TypeSupport.h"
 #include "dds/dds.hpp"
 #include "tests/support/WaitUntil.h"
 

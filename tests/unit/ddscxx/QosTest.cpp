@@ -42,7 +42,8 @@ TEST(DataReaderQos, MadeFromATopicsQosCarriesAllItsPolicies)
 {
     const dds::sub::qos::DataReaderQos sut = unusualTopicQos();
 
-    EXPECT_EQ(sut.policies(), unusualTopicQos().policies());
+    EXPECT_EQ(sut.policy<Durability>(), unusualTopicQos().policy<Durability>());
+    EXPECT_EQ(sut.policy<Reliability>(), unusualTopicQos().policy<Reliability>());
 }
 
 TEST(DataWriterQos, MadeFromATopicsQosCarriesItsPoliciesAndAutodisposes)

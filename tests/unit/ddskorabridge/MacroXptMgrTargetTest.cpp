@@ -70,11 +70,18 @@ void deleteWriterOf(const std::string& topicName)
 class MacroXptMgrTargetTest : public BusTest
 {
 protected:
+    /// Returns when the bridge has its history.
+    void join(MacroXptMgrTarget& manager, const std::string& partition)
+    {
+        bool isJoined = false;
+        manager.beginToJoin(partition, [&isJoined] { isJoined = true; });
+        ASSERT_TRUE(m_apartment->runUntil([&isJoined] { return isJoined; }));
+    }
     /// A router with members that offer everything, and a manager that has joined it.
     void joinOfferedRouter()
     {
         m_members.write(wholeRouter);
-        m_sut.joinRouterPartition("R1");
+        join(m_sut, "R1");
         ASSERT_TRUE(m_apartment->runUntil([this] { return m_sut.checkTake(1, 1, 0) == 0; }));
         m_log.takeTexts();
     }
@@ -100,18 +107,11 @@ protected:
                std::to_string(target.lprId) + " " + std::to_string(target.lprState);
     }
 
-    /// The calls that are about the target topic itself.
-    static Lines ofTargets(const Lines& calls)
-    {
-        Lines result;
-        std::copy_if(calls.begin(), calls.end(), std::back_inserter(result), [](const std::string& call) {
-            return call.find(targetTopic) != std::string::npos && call.find("_durable") == std::string::npos;
-        });
-        return result;
-    }
-
     PeerWriter<RouterMemberMacroXpts> m_members{m_peer, memberTopic, "R1"};
     PeerReader<MacroXptOutput> m_targets{m_peer, targetTopic, "R1", dds::core::policy::DurabilityKind::PERSISTENT};
+    using Purpose = com::tallowcrest::routing::KeptXptOutputs::Purpose;
+    static constexpr com::tallowcrest::routing::SourceTime later = INT64_C(2000000000) * 1000000;
+
     MacroXptMgrTarget m_sut{m_apartment, memberTopic, maximum, maximum, targetTopic};
 };
 
@@ -286,7 +286,7 @@ TEST_F(MacroXptMgrTargetTest, TheTableSurvivesLeavingAndJoiningAgain)
     m_sut.take(5, 7, 1, 2);
 
     m_sut.leaveRouterPartition();
-    m_sut.joinRouterPartition("R1");
+    join(m_sut, "R1");
 
     EXPECT_EQ(targetOf(5), "0: 7 1 0");
     m_targets.take();
@@ -319,8 +319,8 @@ TEST_F(MacroXptMgrTargetTest, ALocalTargetForAnOutputThatHasOneOnlyPublishesThat
 TEST_F(MacroXptMgrTargetTest, AnInputJustAboveTheMaximumCountsAsNoTarget)
 {
     joinOfferedRouter();
-    m_sut.onDurableTarget({.macroXptOutput = 5, .macroXptInput = maximum});
-    m_sut.onDurableTarget({.macroXptOutput = 6, .macroXptInput = maximum + 1});
+    m_sut.onDurableTarget({.macroXptOutput = 5, .macroXptInput = maximum}, later);
+    m_sut.onDurableTarget({.macroXptOutput = 6, .macroXptInput = maximum + 1}, later);
 
     m_sut.onLocalTarget({.macroXptOutput = 5, .macroXptInput = 9});
     m_sut.onLocalTarget({.macroXptOutput = 6, .macroXptInput = 9});
@@ -335,7 +335,8 @@ TEST_F(MacroXptMgrTargetTest, ADurableTargetReplacesAndIsPublished)
     m_sut.take(5, 7, 1, 2);
     published(m_targets, 1);
 
-    m_sut.onDurableTarget({.macroXptOutput = 5, .macroXptInput = 9, .when = 3, .lprId = 4, .lprState = LPR_PROTECTED});
+    m_sut.onDurableTarget({.macroXptOutput = 5, .macroXptInput = 9, .when = 3, .lprId = 4, .lprState = LPR_PROTECTED},
+                          later);
 
     EXPECT_EQ(published(m_targets, 1), Lines{"5 9 3 4 1"});
     EXPECT_EQ(targetOf(5), "0: 9 4 1");
@@ -346,8 +347,8 @@ TEST_F(MacroXptMgrTargetTest, TargetsBeyondTheTableAreIgnored)
     joinOfferedRouter();
 
     m_sut.onLocalTarget({.macroXptOutput = maximum + 1, .macroXptInput = 9});
-    m_sut.onDurableTarget({.macroXptOutput = noInput, .macroXptInput = 9});
-    m_sut.onDurableTarget({.macroXptOutput = maximum, .macroXptInput = 9});
+    m_sut.onDurableTarget({.macroXptOutput = noInput, .macroXptInput = 9}, later);
+    m_sut.onDurableTarget({.macroXptOutput = maximum, .macroXptInput = 9}, later);
 
     EXPECT_EQ(published(m_targets, 1), Lines{"288 9 0 0 0"});
 }
@@ -365,7 +366,7 @@ TEST_F(MacroXptMgrTargetTest, ATargetWhoseInputNobodyOffersIsReportedAsInvalid)
 
 TEST_F(MacroXptMgrTargetTest, MembersAreLoggedAsTheyComeAndGo)
 {
-    m_sut.joinRouterPartition("R1");
+    join(m_sut, "R1");
     m_log.takeTexts();
 
     m_members.write({.memberIndex = 3,
@@ -403,7 +404,7 @@ TEST_F(MacroXptMgrTargetTest, AMemberThatLosesItsWriterIsRemoved)
 
 TEST_F(MacroXptMgrTargetTest, JoiningLogsItsSteps)
 {
-    m_sut.joinRouterPartition("0123456789abcdef");
+    join(m_sut, "0123456789abcdef");
 
     EXPECT_EQ(m_log.takeTexts(),
               (Lines{"INFO TopicMacroXptOutputVideoTarget joinRouterPartition(routerPartition '0123456789abcdef')",
@@ -415,24 +416,119 @@ TEST_F(MacroXptMgrTargetTest, JoiningWithoutStoredTargetsKeepsTheTable)
 {
     m_sut.setLpr(5, 42, LPR_LOCKED, 1);
 
-    m_sut.joinRouterPartition("R1");
+    join(m_sut, "R1");
 
     EXPECT_EQ(targetOf(5), "3: 4294967295 42 2");
     EXPECT_EQ(m_targets.take().size(), 0U);
 }
 
-TEST_F(MacroXptMgrTargetTest, EveryJoinWaitsForTheReadersOfItsWriterBeforeItPublishes)
+TEST_F(MacroXptMgrTargetTest, JoiningAgainPublishesWhatWasTakenOnceTheReadersKnowTheWriter)
 {
-    m_sut.joinRouterPartition("R1");
+    joinOfferedRouter();
     m_sut.take(5, 7, 1, 2);
-    const testsupport::BusCalls bus;
-    const Lines aJoin{std::string("wait ") + targetTopic + " 150 ms", std::string("write ") + targetTopic};
+    EXPECT_EQ(published(m_targets, 1), Lines{"5 7 2 1 0"});
 
-    m_sut.joinRouterPartition("R1");
-    EXPECT_EQ(ofTargets(bus.calls()), aJoin) << "waits, then publishes what it finds";
-    m_sut.joinRouterPartition("R1");
+    for (int again = 0; again < 3; ++again)
+    {
+        join(m_sut, "R1");
 
-    EXPECT_EQ(ofTargets(bus.calls()), (Lines{aJoin[0], aJoin[1], aJoin[0], aJoin[1]}));
+        const Lines lines = published(m_targets, 1);
+        ASSERT_EQ(lines.size(), 1U) << again;
+        EXPECT_EQ(lines[0].substr(0, 4), "5 7 ");
+    }
+}
+
+TEST_F(MacroXptMgrTargetTest, ATakeWhileTheHistoryIsAwaitedIsDoneAndStays)
+{
+    joinOfferedRouter();
+    m_sut.take(5, 7, 1, 2);
+    m_sut.take(6, 7, 1, 2);
+    published(m_targets, 2);
+
+    bool isJoined = false;
+    m_sut.beginToJoin("R1", [&isJoined] { isJoined = true; });
+    EXPECT_EQ(m_sut.checkTake(5, 8, 0), 0U);
+    m_sut.take(5, 8, 9, 3);
+    ASSERT_TRUE(m_apartment->runUntil([&isJoined] { return isJoined; }));
+
+    EXPECT_EQ(targetOf(5), "0: 8 9 0");
+    EXPECT_EQ(targetOf(6), "0: 7 1 0");
+    Lines last;
+    EXPECT_TRUE(m_apartment->runUntil([&] {
+        for (const MacroXptOutput& sample : m_targets.take())
+        {
+            last.push_back(text(sample).substr(0, 3));
+        }
+        return std::count(last.begin(), last.end(), "5 8") > 0 && std::count(last.begin(), last.end(), "6 7") > 0;
+    }));
+    EXPECT_EQ(std::count(last.begin(), last.end(), "5 7"), 0) << "nothing older is published";
+}
+
+TEST_F(MacroXptMgrTargetTest, AJoinThatTheNextOneOvertakesIsNotReportedAsDone)
+{
+    bool isFirstJoined = false;
+    m_sut.beginToJoin("R1", [&isFirstJoined] { isFirstJoined = true; });
+
+    join(m_sut, "R2");
+
+    EXPECT_FALSE(isFirstJoined);
+}
+
+TEST_F(MacroXptMgrTargetTest, WhatIsOlderThanTheTableIsNeitherStoredNorPublished)
+{
+    joinOfferedRouter();
+    m_sut.onDurableTarget({.macroXptOutput = 5, .macroXptInput = 9}, later);
+    published(m_targets, 1);
+
+    m_sut.onDurableTarget({.macroXptOutput = 5, .macroXptInput = 8}, later - 1);
+    m_sut.onDurableTarget({.macroXptOutput = 6, .macroXptInput = 8}, later - 1);
+
+    EXPECT_EQ(published(m_targets, 1), Lines{"6 8 0 0 0"});
+    EXPECT_EQ(targetOf(5), "0: 9 0 0");
+}
+
+TEST_F(MacroXptMgrTargetTest, TimesOfOnePartitionDoNotCountInAnother)
+{
+    joinOfferedRouter();
+    m_sut.onDurableTarget({.macroXptOutput = 5, .macroXptInput = 9}, later);
+
+    join(m_sut, "R2");
+    m_sut.onDurableTarget({.macroXptOutput = 5, .macroXptInput = 8}, later - 1);
+
+    MacroXptOutput target;
+    m_sut.getTarget(5, target.macroXptInput, target.lprState, target.lprId);
+    EXPECT_EQ(target.macroXptInput, 8U);
+}
+
+TEST_F(MacroXptMgrTargetTest, WhatIsLearntLateGoesIntoTheTableOnly)
+{
+    joinOfferedRouter();
+    m_sut.take(5, 7, 1, 2);
+    published(m_targets, 1);
+
+    m_sut.onKept({.purpose = Purpose::Adopt,
+                  .outputs = {{.sample = {.macroXptOutput = 5, .macroXptInput = 9, .lprId = 4}, .written = later},
+                              {.sample = {.macroXptOutput = 6, .macroXptInput = 9, .lprId = 4}, .written = later}}});
+
+    EXPECT_EQ(targetOf(5), "0: 9 4 0");
+    EXPECT_EQ(targetOf(6), "0: 9 4 0");
+    EXPECT_TRUE(m_targets.take().empty()) << "whoever learnt it has published it";
+}
+
+TEST_F(MacroXptMgrTargetTest, WhatIsToBeRepeatedIsPublishedUnlessTheTableHasSomethingLater)
+{
+    joinOfferedRouter();
+    m_sut.onDurableTarget({.macroXptOutput = 5, .macroXptInput = 7}, later);
+    published(m_targets, 1);
+
+    m_sut.onKept({.purpose = Purpose::Repeat,
+                  .outputs = {{.sample = {.macroXptOutput = 5, .macroXptInput = 8}, .written = later - 1},
+                              {.sample = {.macroXptOutput = 6, .macroXptInput = 9}, .written = later}}});
+
+    const Lines lines = published(m_targets, 1);
+    ASSERT_EQ(lines.size(), 1U);
+    EXPECT_EQ(lines[0].substr(0, 4), "6 9 ");
+    EXPECT_EQ(targetOf(6), "3: 4294967295 0 0") << "the table is its own";
 }
 
 TEST_F(MacroXptMgrTargetTest, ReaderThatDoesNotAnswerIsWarnedOfInEveryJoinAndTheJoinGoesOn)
@@ -440,15 +536,16 @@ TEST_F(MacroXptMgrTargetTest, ReaderThatDoesNotAnswerIsWarnedOfInEveryJoinAndThe
     testsupport::BusCalls bus;
     bus.failAcknowledgments();
 
-    for (int join = 0; join < 2; ++join)
+    for (int i = 0; i < 2; ++i)
     {
-        m_sut.joinRouterPartition("R1");
+        join(m_sut, "R1");
 
-        EXPECT_EQ(m_log.takeTexts(),
-                  (Lines{"INFO TopicMacroXptOutputVideoTarget joinRouterPartition(routerPartition 'R1')",
-                         "WARN TopicMacroXptOutputVideoTarget a reader has not answered the new writer within 150 ms",
-                         "INFO TopicMacroXptOutputVideoTarget getDurableData for routerPartition 'R1'",
-                         "INFO Before waiting for historical data)", "INFO Back  waiting for historical data)"}));
+        EXPECT_EQ(
+            m_log.takeTexts(),
+            (Lines{"INFO TopicMacroXptOutputVideoTarget joinRouterPartition(routerPartition 'R1')",
+                   "INFO TopicMacroXptOutputVideoTarget getDurableData for routerPartition 'R1'",
+                   "INFO Before waiting for historical data)", "INFO Back  waiting for historical data)",
+                   "WARN TopicMacroXptOutputVideoTarget a reader has not answered the new writer within 150 ms"}));
     }
 }
 
@@ -469,44 +566,15 @@ TEST_F(MacroXptMgrTargetTest, ATakeOrLockThatTheBusRefusesLeavesTheTableAsItWas)
     EXPECT_EQ(targetOf(5), "0: 7 42 2");
 }
 
-TEST_F(MacroXptMgrTargetTest, HistoryThatDoesNotComeInTimeIsUsedAsFarAsItIsThere)
-{
-    EXPECT_EQ(MacroXptMgrTarget::usualHistoryTimeout, dds::core::Duration::from_secs(20));
-    joinOfferedRouter();
-    m_sut.take(5, 7, 1, 2);
-    m_sut.joinRouterPartition("R1"); // after this the take is part of the history
-    MacroXptMgrTarget sut(m_apartment, memberTopic, maximum, maximum, targetTopic, dds::core::Duration::from_secs(0));
-
-    sut.joinRouterPartition("R1");
-
-    MacroXptOutput target;
-    sut.getTarget(5, target.macroXptInput, target.lprState, target.lprId);
-    EXPECT_EQ(target.macroXptInput, 7U);
-    EXPECT_EQ(m_log.takeTexts().back(), "INFO Back  waiting for historical data)");
-}
-
 TEST_F(MacroXptMgrTargetTest, TargetsFoundOnJoiningAreStampedWithTheCurrentTimecode)
 {
-    // Another bridge of the partition keeps publishing while this one joins.
-    std::atomic<bool> isDone = false;
-    std::thread other([this, &isDone] {
-        PeerWriter<MacroXptOutput> writer(m_peer, targetTopic, "R1", dds::core::policy::DurabilityKind::PERSISTENT);
-        while (!isDone)
-        {
-            writer.write({.macroXptOutput = 5, .macroXptInput = 9, .when = 3, .lprId = 4, .lprState = LPR_LOCKED});
-            writer.write({.macroXptOutput = maximum + 1, .macroXptInput = 9});
-        }
-    });
+    joinOfferedRouter();
+    m_sut.setLpr(5, 4, LPR_LOCKED, 3);
+    m_sut.take(5, 9, 4, 3);
 
-    const auto end = std::chrono::steady_clock::now() + testsupport::scaled(std::chrono::seconds(30));
-    do
-    {
-        m_sut.joinRouterPartition("R1");
-    } while (targetOf(5) == "3: 4294967295 0 0" && std::chrono::steady_clock::now() < end);
-    isDone = true;
-    other.join();
+    join(m_sut, "R1");
 
-    EXPECT_EQ(targetOf(5), "3: 9 4 2");
+    EXPECT_EQ(targetOf(5), "0: 9 4 2");
     const std::string row = "              R1      5      9    00:01:17;22     4    locked\n";
     EXPECT_NE(m_sut.table(5, 5).find(row), std::string::npos) << m_sut.table(5, 5);
 }

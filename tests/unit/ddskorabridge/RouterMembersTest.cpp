@@ -14,6 +14,7 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <functional>
 #include <future>
 #include <memory>
 #include <stdexcept>
@@ -50,10 +51,24 @@ public:
             throw std::runtime_error("expected by the test");
         }
     }
+    void beginToJoin(const std::string& routerPartition, std::function<void()> done) override
+    {
+        joinRouterPartition(routerPartition);
+        if (waits)
+        {
+            joined = std::move(done);
+        }
+        else
+        {
+            done();
+        }
+    }
     void leaveRouterPartition() override { m_calls.push_back(m_name + " leaves"); }
 
     bool throws = false;
-    int nice = -20; ///< of the thread that joined last
+    bool waits = false;
+    std::function<void()> joined; ///< to be called by the test, when it waits
+    int nice = -20;               ///< of the thread that joined last
 
 private:
     Calls& m_calls;
@@ -159,6 +174,66 @@ TEST_F(RouterMembersTest, LeavingDisconnectsTheServerLast)
                               "video status leaves", "audio local target leaves", "video local target leaves",
                               "server disconnects"}));
     EXPECT_FALSE(m_server->isConnectedToRouter());
+}
+
+TEST_F(RouterMembersTest, APartThatWaitsHoldsUpThoseBehindIt)
+{
+    m_videoTarget->waits = true;
+
+    m_sut.joinRouterPartition("R1");
+
+    EXPECT_EQ(m_calls, (Calls{"levels joins R1", "audio target joins R1", "video target joins R1"}));
+    m_videoTarget->joined();
+    EXPECT_EQ(m_calls.size(), 8U);
+    EXPECT_EQ(m_calls.back(), "server connects");
+}
+
+TEST_F(RouterMembersTest, JoinsThatAreAskedForMeanwhileFollowAsOneToTheLastPartition)
+{
+    m_videoTarget->waits = true;
+    m_sut.joinRouterPartition("R1");
+    m_sut.joinRouterPartition("R2");
+    m_sut.joinRouterPartition("R3");
+    m_calls.clear();
+
+    m_videoTarget->joined();
+
+    EXPECT_EQ(m_calls, (Calls{"audio status joins R1", "video status joins R1", "audio local target joins R1",
+                              "video local target joins R1", "server connects", "levels joins R3",
+                              "audio target joins R3", "video target joins R3"}));
+}
+
+TEST_F(RouterMembersTest, LeavingEndsTheJoinThatIsUnderWayAndTheOneBehindIt)
+{
+    m_videoTarget->waits = true;
+    m_sut.joinRouterPartition("R1");
+    m_sut.joinRouterPartition("R2");
+    m_sut.leaveRouterPartition();
+    m_calls.clear();
+
+    m_videoTarget->joined();
+
+    EXPECT_EQ(m_calls, Calls{});
+    EXPECT_FALSE(m_server->isConnectedToRouter());
+    m_videoTarget->waits = false;
+    m_sut.joinRouterPartition("R1");
+    EXPECT_EQ(m_calls.size(), 8U) << "joins anew";
+}
+
+TEST_F(RouterMembersTest, AJoinThatFailsAfterAWaitLeavesTheNextOnePossible)
+{
+    m_audioTarget->waits = true;
+    m_videoStatus->throws = true;
+    m_sut.joinRouterPartition("R1");
+    EXPECT_THROW(m_audioTarget->joined(), std::runtime_error);
+    m_videoStatus->throws = false;
+    m_audioTarget->waits = false;
+    m_calls.clear();
+
+    m_sut.joinRouterPartition("R1");
+
+    EXPECT_EQ(m_calls.size(), 8U);
+    EXPECT_TRUE(m_server->isConnectedToRouter());
 }
 
 TEST_F(RouterMembersTest, AManagerThatCannotJoinKeepsTheServerClosed)

@@ -16,12 +16,6 @@ class ParticipantWatchTest : public testing::Test
 protected:
     using Clock = ParticipantWatch::Clock;
 
-    /// Lets the own participant grow old enough to be nobody new.
-    void SetUp() override
-    {
-        ASSERT_TRUE(
-            testsupport::waitUntil([this] { return Clock::now() > m_made + ParticipantWatch::settlesAfterNewcomer; }));
-    }
     dds_entity_t participant() const { return m_participant.delegate()->handle(); }
 
     dds::domain::DomainParticipant m_participant{dds::domain::default_id()};
@@ -30,53 +24,42 @@ protected:
 
 } // namespace
 
-TEST_F(ParticipantWatchTest, WhereNobodyNewIsSeenItIsSettledOnceTheOwnParticipantHasLivedForAWhile)
+TEST_F(ParticipantWatchTest, WhereNobodyElseIsTheLastNewcomerIsTheOwnParticipant)
 {
-    const auto started = Clock::now();
+    const auto started = m_participant.delegate()->started();
     ParticipantWatch sut(participant(), started);
 
-    EXPECT_FALSE(sut.isSettled(started, started + 299ms));
-    EXPECT_TRUE(sut.isSettled(started, started + 300ms));
+    EXPECT_GE(sut.lastNewcomer(), started);
+    EXPECT_LE(sut.lastNewcomer(), m_made + 50ms);
 }
 
-TEST_F(ParticipantWatchTest, OfAnOldParticipantItIsSettledAtOnceWhenNobodyNewIsSeen)
+TEST_F(ParticipantWatchTest, StartOfTheOwnParticipantCountsWhenNobodyWasFoundLater)
 {
-    const auto now = Clock::now();
-    ParticipantWatch sut(participant(), now - 1h);
+    const auto started = Clock::now() + 1h;
+    ParticipantWatch sut(participant(), started);
 
-    EXPECT_TRUE(sut.isSettled(now, now)) << "who is there already counts from when it was found";
+    EXPECT_EQ(sut.lastNewcomer(), started);
 }
 
-TEST_F(ParticipantWatchTest, AfterANewcomerItIsNotSettledForAWhileHoweverOldTheOwnParticipantIs)
+TEST_F(ParticipantWatchTest, WhoWasThereBeforeCountsFromWhenItWasFound)
 {
+    const dds::domain::DomainParticipant other(dds::domain::default_id());
+    const auto found = Clock::now();
+    ASSERT_TRUE(testsupport::waitUntil([&] { return Clock::now() > found + 20ms; }));
+
+    ParticipantWatch sut(participant(), m_made - 1h);
+
+    EXPECT_LE(sut.lastNewcomer(), found + 10ms) << "not from when it was looked at";
+    EXPECT_GE(sut.lastNewcomer(), m_made - 1s);
+}
+
+TEST_F(ParticipantWatchTest, NewcomerIsSeen)
+{
+    ParticipantWatch sut(participant(), m_made - 1h);
+    static_cast<void>(sut.lastNewcomer());
     const auto before = Clock::now();
-    ParticipantWatch sut(participant(), before - 1h);
     const dds::domain::DomainParticipant newcomer(dds::domain::default_id());
 
-    ASSERT_TRUE(testsupport::waitUntil([&] {
-        const auto now = Clock::now();
-        return sut.isSettled(now, now);
-    }));
-    EXPECT_GE(Clock::now() - before, 120ms);
-}
-
-TEST_F(ParticipantWatchTest, NobodyWaitsLongerThanTheLongestWait)
-{
-    const auto started = Clock::now();
-    ParticipantWatch sut(participant(), started);
-    const auto since = started - 100ms;
-
-    EXPECT_FALSE(sut.isSettled(since, since + 349ms));
-    EXPECT_TRUE(sut.isSettled(since, since + 350ms)) << "the own participant has lived for 250 ms only";
-}
-
-TEST_F(ParticipantWatchTest, TheNextWaitOfTheSameJoinNeedNotBeginAnew)
-{
-    const auto started = Clock::now();
-    ParticipantWatch sut(participant(), started + 1h);
-    ASSERT_TRUE(sut.isSettled(started, started + 350ms));
-
-    EXPECT_TRUE(sut.isSettled(started + 350ms, started + 350ms));
-    EXPECT_TRUE(sut.isSettled(started + 600ms, started + 849ms));
-    EXPECT_FALSE(sut.isSettled(started + 600ms, started + 850ms));
+    EXPECT_TRUE(testsupport::waitUntil([&] { return sut.lastNewcomer() >= before; }));
+    EXPECT_LE(sut.lastNewcomer(), Clock::now());
 }

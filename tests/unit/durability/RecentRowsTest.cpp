@@ -3,7 +3,6 @@
 #include "tests/support/FailingCall.h"
 #include "tests/support/LogRecorder.h"
 #include "tests/support/TempDir.h"
-#include "tests/unit/durability/OutputCodec.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -28,12 +27,13 @@ constexpr const char* noFailingCalls = "system calls cannot be made to fail here
 class RecentRowsTest : public testing::Test
 {
 protected:
-    RecentRowsTest() { ::setenv("KORABRIDGE_DURABLE_MEMORY", m_directory.path().c_str(), 1); }
-
-    std::unique_ptr<RecentRows> life(bool isForgotten = false) const
+    RecentRowsTest()
     {
-        return std::make_unique<RecentRows>(m_store, m_channels, isForgotten);
+        ::setenv("KORABRIDGE_DURABLE_MEMORY", m_directory.path().c_str(), 1);
+        testsupport::writeFile(m_store, "");
     }
+
+    std::unique_ptr<RecentRows> life() const { return std::make_unique<RecentRows>(m_store); }
     /// What a process leaves that is killed after these rows.
     void leave(const std::vector<StoredRow>& rows) const
     {
@@ -47,22 +47,45 @@ protected:
                                    std::filesystem::copy_options::overwrite_existing);
     }
     /// After `leave`: the file as it was at the kill.
-    std::unique_ptr<RecentRows> nextLife(bool isForgotten = false) const
+    std::unique_ptr<RecentRows> nextLife() const
     {
         std::filesystem::copy_file(m_directory.path() / "left", file(),
                                    std::filesystem::copy_options::overwrite_existing);
-        return life(isForgotten);
+        return life();
     }
     static StoredRow row(const std::string& instance, SourceTime written, const std::string& payload = "{}")
     {
         return {name, instance, "Type", written, payload};
     }
     std::filesystem::path file() const { return RecentRows::fileOf(m_store); }
+    static constexpr std::size_t longText = 20000;
+    /// Appends until the file is full.
+    void fill(RecentRows& sut) const
+    {
+        const std::string payload(longText, 'x');
+        for (SourceTime time = 1; !sut.isFull(); ++time)
+        {
+            sut.append(row("filling", time, payload));
+            sut.flush();
+            ASSERT_LT(std::filesystem::file_size(file()), 2 * RecentRows::longestFile);
+        }
+    }
+    /// The instances that a file holds, in order.
+    std::vector<std::string> readAll(const std::filesystem::path& left) const
+    {
+        std::filesystem::path store = m_directory.path() / "other.db";
+        testsupport::writeFile(store, "");
+        std::filesystem::copy_file(left, RecentRows::fileOf(store));
+        std::vector<std::string> instances;
+        for (const StoredRow& each : RecentRows(store).takeLoaded(name))
+        {
+            instances.push_back(each.instance);
+        }
+        return instances;
+    }
 
     testsupport::TempDir m_directory;
     std::filesystem::path m_store = m_directory.path() / "durable.db";
-    com::tallowcrest::util::WakeEvent m_recorder;
-    ChannelList m_channels{m_recorder};
 };
 
 } // namespace
@@ -126,42 +149,54 @@ TEST_F(RecentRowsTest, NamesThatWouldBreakTheLinesAreNotWritten)
 TEST_F(RecentRowsTest, RowsOfAStoreThatWasRemovedAreForgotten)
 {
     leave({row("7", 1)});
+    std::filesystem::remove(m_store);
 
-    EXPECT_TRUE(nextLife(true)->takeLoaded(name).empty());
+    EXPECT_TRUE(nextLife()->takeLoaded(name).empty());
 }
 
-TEST_F(RecentRowsTest, CleanEndRemovesTheFile)
+TEST_F(RecentRowsTest, RowsOfAStoreThatCannotBeLookedAtAreKept)
+{
+    leave({row("7", 1)});
+    std::filesystem::remove(m_store);
+    std::filesystem::create_symlink(m_store, m_store);
+
+    EXPECT_EQ(nextLife()->takeLoaded(name), std::vector<StoredRow>{row("7", 1)});
+}
+
+TEST_F(RecentRowsTest, WhatTheStoreHasIsForgottenAndTheFileRemoved)
+{
+    const auto sut = life();
+    sut->append(row("7", 1));
+    sut->flush();
+    ASSERT_TRUE(std::filesystem::exists(file()));
+
+    sut->forget();
+
+    EXPECT_FALSE(std::filesystem::exists(file()));
+}
+
+TEST_F(RecentRowsTest, EndLeavesTheFileUnlessTheStoreHasEverything)
 {
     {
         const auto sut = life();
         sut->append(row("7", 1));
         sut->flush();
-        ASSERT_TRUE(std::filesystem::exists(file()));
     }
 
-    EXPECT_FALSE(std::filesystem::exists(file()));
+    EXPECT_EQ(life()->takeLoaded(name), std::vector<StoredRow>{row("7", 1)});
 }
 
-TEST_F(RecentRowsTest, EndLeavesTheFileWhileTheStoreLacksARow)
-{
-    const auto channel = m_channels.get(name, outputCodec());
-    const BusOutput sample = busOutput(7, 5);
-    ASSERT_TRUE(channel->apply("7", &sample, 1, Channel::Origin::Writer));
-    {
-        const auto sut = life();
-        sut->append(channel->rowOf("7", &sample, 1));
-        sut->flush();
-    }
-
-    EXPECT_EQ(life()->takeLoaded(name).size(), 1U);
-}
-
-TEST_F(RecentRowsTest, EndLeavesTheFileWhileRowsOfAnEarlierLifeHaveNotBeenTaken)
+TEST_F(RecentRowsTest, FileStaysWhileRowsOfAnEarlierLifeHaveNotBeenTaken)
 {
     leave({row("7", 1)});
-    nextLife().reset();
+    const auto sut = nextLife();
 
+    sut->forget();
     EXPECT_TRUE(std::filesystem::exists(file()));
+
+    static_cast<void>(sut->takeLoaded(name));
+    sut->forget();
+    EXPECT_FALSE(std::filesystem::exists(file()));
 }
 
 TEST_F(RecentRowsTest, SecondProcessOnTheSameStoreLeavesTheFileAlone)
@@ -179,54 +214,84 @@ TEST_F(RecentRowsTest, SecondProcessOnTheSameStoreLeavesTheFileAlone)
     EXPECT_EQ(std::filesystem::file_size(file()), size);
 }
 
-TEST_F(RecentRowsTest, FileThatGrewIsRewrittenWithTheNewestOfEachInstance)
+TEST_F(RecentRowsTest, FileThatGrewIsFullAndBegunAnewHoldsWhatFollowsAlone)
 {
-    const auto channel = m_channels.get(name, outputCodec());
-    auto sut = life();
-    std::size_t written = 0;
-    for (SourceTime time = 1; written < RecentRows::longestFile + 1000; ++time)
-    {
-        const BusOutput sample = busOutput(7, static_cast<std::uint32_t>(time));
-        ASSERT_TRUE(channel->apply("7", &sample, time, Channel::Origin::Writer));
-        const StoredRow newest = channel->rowOf("7", &sample, time);
-        sut->append(newest);
-        sut->flush();
-        written += newest.payload.size();
-        ASSERT_LE(std::filesystem::file_size(file()), RecentRows::longestFile + 1000);
-    }
-    sut.reset();
+    const auto sut = life();
+    fill(*sut);
+    EXPECT_LE(std::filesystem::file_size(file()), RecentRows::longestFile + 2 * longText);
 
-    const auto rows = life()->takeLoaded(name);
-    std::vector<StoredRow> all;
-    channel->collectAll(all);
-    ASSERT_FALSE(rows.empty());
-    EXPECT_EQ(rows.back(), all.front());
+    sut->beginAnew();
+    sut->append(row("7", 5000));
+    EXPECT_GT(std::filesystem::file_size(file()), RecentRows::longestFile) << "as it was until all is written";
+    sut->flush();
+
+    EXPECT_FALSE(sut->isFull());
+    EXPECT_LT(std::filesystem::file_size(file()), 1000U);
+    sut->append(row("8", 5001));
+    sut->flush();
+    std::filesystem::copy_file(file(), m_directory.path() / "left");
+    EXPECT_EQ(readAll(m_directory.path() / "left"), (std::vector<std::string>{"7", "8"}));
 }
 
-TEST_F(RecentRowsTest, FileThatCannotBecomeShorterIsNotRewrittenWithEachRow)
+TEST_F(RecentRowsTest, FileThatCannotBecomeMuchShorterIsFullOnlyAtDoubleItsLength)
 {
-    const auto channel = m_channels.get(name, outputCodec());
     const auto sut = life();
-    constexpr std::uint32_t many = 60000; // more than the file holds before it is rewritten
-    for (std::uint32_t number = 0; number < many; ++number)
+    sut->beginAnew();
+    const std::string payload(longText, 'x');
+    std::size_t length = 0;
+    for (std::uint32_t number = 0; length < RecentRows::longestFile; ++number)
     {
-        const BusOutput sample = busOutput(number, 1);
-        ASSERT_TRUE(channel->apply(std::to_string(number), &sample, 1, Channel::Origin::Writer));
-        sut->append(channel->rowOf(std::to_string(number), &sample, 1));
+        sut->append(row(std::to_string(number), 1, payload));
+        length += longText;
     }
     sut->flush();
-    ASSERT_GT(std::filesystem::file_size(file()), RecentRows::longestFile);
-    const auto fileNumber = [this] {
-        struct stat status
-        {};
-        return ::stat(file().c_str(), &status) == 0 ? status.st_ino : 0;
-    };
-    const auto before = fileNumber();
+    const std::uintmax_t shortest = std::filesystem::file_size(file());
+    ASSERT_GT(shortest, RecentRows::longestFile);
+    EXPECT_FALSE(sut->isFull());
 
-    sut->append(row("7", 2));
+    while (!sut->isFull())
+    {
+        sut->append(row("7", 2, payload));
+        sut->flush();
+        ASSERT_LT(std::filesystem::file_size(file()), 3 * shortest);
+    }
+
+    EXPECT_GT(std::filesystem::file_size(file()), 2 * shortest);
+}
+
+TEST_F(RecentRowsTest, FileThatCannotBeBegunAnewGrowsOnAndIsTriedAgainLater)
+{
+    const auto sut = life();
+    fill(*sut);
+    std::filesystem::create_directory(file().string() + ".next"); // stands in the way
+    sut->beginAnew();
+    sut->append(row("7", 5000));
+    sut->flush();
+    EXPECT_FALSE(sut->isFull());
+
+    sut->append(row("8", 5001));
     sut->flush();
 
-    EXPECT_EQ(fileNumber(), before); // a rewritten one is a new file under the old name
+    std::filesystem::copy_file(file(), m_directory.path() / "left");
+    const auto rows = readAll(m_directory.path() / "left");
+    EXPECT_EQ(rows.back(), "8");
+    EXPECT_EQ(rows.front(), "filling");
+}
+
+TEST_F(RecentRowsTest, FileBegunAnewHoldsTheRowsOfAnEarlierLifeThatHaveNotBeenTaken)
+{
+    StoredRow other = row("9", 5);
+    other.channel.partition = "R2";
+    leave({other});
+    {
+        const auto sut = nextLife();
+        fill(*sut);
+        sut->beginAnew();
+        sut->flush();
+        EXPECT_LT(std::filesystem::file_size(file()), 1000U);
+    }
+
+    EXPECT_EQ(life()->takeLoaded(other.channel), std::vector<StoredRow>{other});
 }
 
 TEST_F(RecentRowsTest, PipeInItsPlaceIsNotWaitedFor)
@@ -245,7 +310,8 @@ TEST_F(RecentRowsTest, SymbolicLinkInItsPlaceIsNotFollowed)
     testsupport::writeFile(m_directory.path() / "precious", "keep me");
     std::filesystem::create_symlink(m_directory.path() / "precious", file());
     {
-        const auto sut = life(true);
+        std::filesystem::remove(m_store);
+        const auto sut = life();
         sut->append(row("7", 1));
         sut->flush();
     }
@@ -337,27 +403,4 @@ TEST_F(RecentRowsTest, FileOfAnotherUserIsNotUsed)
     const auto lines = log.takeTexts();
     ASSERT_EQ(lines.size(), 1U);
     EXPECT_NE(lines[0].find(" cannot be used: Operation not permitted"), std::string::npos) << lines[0];
-}
-
-TEST_F(RecentRowsTest, FileThatGrewIsRewrittenWithTheRowsOfAnEarlierLifeThatHaveNotBeenTaken)
-{
-    StoredRow other = row("9", 5);
-    other.channel.partition = "R2";
-    leave({other});
-    const auto channel = m_channels.get(name, outputCodec());
-    auto sut = nextLife();
-    std::size_t written = 0;
-    for (SourceTime time = 1; written < RecentRows::longestFile + 1000; ++time)
-    {
-        const BusOutput sample = busOutput(7, static_cast<std::uint32_t>(time));
-        ASSERT_TRUE(channel->apply("7", &sample, time, Channel::Origin::Writer));
-        const StoredRow newest = channel->rowOf("7", &sample, time);
-        sut->append(newest);
-        sut->flush();
-        written += newest.payload.size();
-    }
-    ASSERT_LE(std::filesystem::file_size(file()), RecentRows::longestFile);
-    sut.reset();
-
-    EXPECT_EQ(life()->takeLoaded(other.channel), std::vector<StoredRow>{other});
 }

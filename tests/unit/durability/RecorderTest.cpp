@@ -1,6 +1,5 @@
 #include "durability/Recorder.h"
 
-#include "dds/domain/DomainParticipant.hpp"
 #include "tests/support/TempDir.h"
 #include "tests/support/WaitUntil.h"
 #include "tests/unit/durability/OutputCodec.h"
@@ -9,6 +8,13 @@
 #include <malloc.h>
 
 #include <atomic>
+#include <cstdlib>
+#include <filesystem>
+#include <future>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
 
 using namespace com::tallowcrest::durability;
 using testsupport::waitUntil;
@@ -30,34 +36,83 @@ extern "C" int malloc_trim(std::size_t /*pad*/) noexcept
 namespace
 {
 
+/// A bus with nobody on it.
+class QuietTopic final : public IDurableTopic
+{
+public:
+    void takeSeen(const Visitor& /*visit*/) override {}
+    bool hasNewReader() override { return false; }
+    bool haveReadersAnswered() override { return true; }
+    void endHistory() override {}
+};
+
 class RecorderTest : public testing::Test
 {
 protected:
     RecorderTest()
     {
+        std::filesystem::create_directory(m_directory.path() / "memory");
+        ::setenv("KORABRIDGE_DURABLE_MEMORY", (m_directory.path() / "memory").c_str(), 1);
         numTrims = 0;
-        m_channel->addUser();
     }
-    void start(std::chrono::milliseconds calmTime)
+    void start(std::chrono::milliseconds calmTime = std::chrono::hours(1))
     {
-        m_sut = std::make_unique<Recorder>(m_participant.delegate()->handle(), Recorder::Clock::now(), m_channels,
-                                           m_keeper, m_recent, m_wake, calmTime);
+        m_sut = std::make_unique<Recorder>(m_participant, m_store, calmTime);
+        m_channel = m_sut->channel(settings(), outputCodec());
     }
-    /// Hands `count` samples over and waits until the last has been recorded.
+    static Channel::Settings settings() { return {.name = {"R1", "TopicTarget"}, .greatest = 2592, .isShared = false}; }
+    void stop()
+    {
+        m_channel.reset();
+        m_sut.reset();
+    }
+    void join()
+    {
+        m_channel->join(std::make_shared<QuietTopic>(), [this](const Channel::Delivery& delivery) {
+            const std::lock_guard lock(m_mutex);
+            m_deliveries.push_back(delivery);
+        });
+    }
+    /// Waits for the history of a join; its contents, in order.
+    std::vector<std::string> history()
+    {
+        std::vector<std::string> contents;
+        EXPECT_TRUE(waitUntil([&] {
+            const std::lock_guard lock(m_mutex);
+            for (const Channel::Delivery& delivery : m_deliveries)
+            {
+                if (delivery.purpose == Channel::Delivery::Purpose::History)
+                {
+                    for (const Decision& decision : delivery.decisions)
+                    {
+                        contents.push_back(decision.content);
+                    }
+                    m_deliveries.clear();
+                    return true;
+                }
+            }
+            return false;
+        }));
+        return contents;
+    }
+    void take(std::uint32_t number, std::uint32_t input)
+    {
+        const Output value = output(number, input);
+        m_channel->handOver(&value, ++m_time, false);
+    }
+    /// Hands `count` values over and waits until the last has been recorded.
     void handOver(std::size_t count)
     {
         for (std::size_t i = 0; i < count; ++i)
         {
-            const BusOutput sample = busOutput(7, 5);
-            m_channel->handOver(&sample, ++m_time);
+            take(7, ++m_input);
         }
-        ASSERT_TRUE(waitUntil([this] {
-            const auto kept = m_channel->kept("7");
-            return kept && kept->written == m_time;
-        }));
+        const std::string last = contentOf(7, m_input);
+        ASSERT_TRUE(waitUntil(
+            [&] { return testsupport::readFile(RecentRows::fileOf(m_store)).find(last) != std::string::npos; }));
     }
     /// Far more than what the recorder has memory for from the start comes between two looks.
-    void handOverBurst() { handOver(100 * HandOver::initialSamples); }
+    void handOverBurst() { handOver(100 * HandOver::initialValues); }
     /// After two calls whatever follows from what was handed over before has been done.
     void handOverFew()
     {
@@ -66,14 +121,14 @@ protected:
     }
 
     testsupport::TempDir m_directory;
+    const std::filesystem::path m_store = m_directory.path() / "a.db";
     dds::domain::DomainParticipant m_participant{dds::domain::default_id()};
-    com::tallowcrest::util::WakeEvent m_wake;
-    ChannelList m_channels{m_wake};
-    std::shared_ptr<Channel> m_channel = m_channels.get({"R1", "TopicTarget"}, outputCodec());
-    RecentRows m_recent{m_directory.path() / "a.db", m_channels, true};
-    StoreKeeper m_keeper{m_directory.path() / "a.db", m_channels, [] {}};
-    SourceTime m_time = 1000;
+    std::mutex m_mutex; ///< guards the deliveries
+    std::vector<Channel::Delivery> m_deliveries;
+    SourceTime m_time = 1'600'000'000'000'000;
+    std::uint32_t m_input = 0;
     std::unique_ptr<Recorder> m_sut;
+    std::shared_ptr<Channel> m_channel;
 };
 
 } // namespace
@@ -101,4 +156,123 @@ TEST_F(RecorderTest, MemoryOfABurstIsKeptWhileItHasNotBeenCalmForAWhile)
     handOverFew();
 
     EXPECT_EQ(numTrims, 0);
+}
+
+TEST_F(RecorderTest, WhatWasDecidedOutlivesTheProcessAndNothingIsLeftInMemory)
+{
+    start();
+    take(7, 4);
+    take(7, 5);
+    take(8, 6);
+    stop();
+    EXPECT_TRUE(std::filesystem::is_empty(m_directory.path() / "memory"));
+
+    start();
+    join();
+
+    EXPECT_EQ(history(), (std::vector<std::string>{contentOf(7, 5), contentOf(8, 6)}));
+}
+
+TEST_F(RecorderTest, WhatIsWrittenWhileTheRecorderLooksIsNotLostWhenTheChannelIsLeftAtOnce)
+{
+    start();
+    // In the look that delivers the history, behind the one at what was written before.
+    std::promise<void> left;
+    m_channel->join(std::make_shared<QuietTopic>(), [this, &left](const Channel::Delivery&) {
+        take(7, 5);
+        m_channel->leave();
+        m_channel.reset();
+        left.set_value();
+    });
+    ASSERT_EQ(left.get_future().wait_for(testsupport::scaled(std::chrono::seconds(10))), std::future_status::ready);
+    stop();
+
+    start();
+    join();
+
+    EXPECT_EQ(history(), std::vector<std::string>{contentOf(7, 5)});
+}
+
+TEST_F(RecorderTest, JoinWithNothingBringsNothing)
+{
+    start();
+
+    join();
+
+    EXPECT_EQ(history(), std::vector<std::string>{});
+}
+
+TEST_F(RecorderTest, WhatTheStoreLacksAtTheEndStaysInMemory)
+{
+    testsupport::writeFile(m_directory.path() / "place", "in the way of a directory");
+    const std::filesystem::path store = m_directory.path() / "place" / "a.db";
+    {
+        Recorder unstored(m_participant, store);
+        const auto channel = unstored.channel(settings(), outputCodec());
+        const Output value = output(7, 5);
+        channel->handOver(&value, ++m_time, false);
+    }
+
+    EXPECT_NE(testsupport::readFile(RecentRows::fileOf(store)).find(contentOf(7, 5)), std::string::npos);
+}
+
+TEST_F(RecorderTest, ChannelThatWasLeftIsLetGoOfAndReadFromTheStoreAtTheNextJoin)
+{
+    start();
+    join();
+    history();
+    take(7, 5);
+    const std::weak_ptr<Channel> left = m_channel;
+
+    m_channel->leave();
+    m_channel.reset();
+    ASSERT_TRUE(waitUntil([&] { return left.expired(); }));
+
+    m_channel = m_sut->channel(settings(), outputCodec());
+    join();
+    EXPECT_EQ(history(), std::vector<std::string>{contentOf(7, 5)});
+}
+
+TEST_F(RecorderTest, ChannelThatWasLeftIsKeptWhileTheStoreLacksSomethingOfIt)
+{
+    testsupport::writeFile(m_directory.path() / "place", "in the way of a directory");
+    Recorder unstored(m_participant, m_directory.path() / "place" / "a.db");
+    m_channel = unstored.channel(settings(), outputCodec());
+    take(7, 5);
+    join();
+    EXPECT_EQ(history(), std::vector<std::string>{contentOf(7, 5)});
+    m_channel->leave();
+    const Channel* const before = m_channel.get();
+    m_channel.reset();
+    const auto other =
+        unstored.channel({.name = {"R2", "TopicTarget"}, .greatest = 1, .isShared = false}, outputCodec());
+    other->join(std::make_shared<QuietTopic>(), [this](const Channel::Delivery& delivery) {
+        const std::lock_guard lock(m_mutex);
+        m_deliveries.push_back(delivery);
+    });
+    EXPECT_EQ(history(), std::vector<std::string>{}); // the recorder has looked since
+
+    EXPECT_EQ(unstored.channel(settings(), outputCodec()).get(), before);
+}
+
+TEST_F(RecorderTest, FileInMemoryThatGrewIsBegunAnewWithTheNewestOfEachInstance)
+{
+    start();
+    const std::filesystem::path memory = RecentRows::fileOf(m_store);
+    take(9, 1);
+    std::uintmax_t longest = 0;
+    ASSERT_TRUE(waitUntil([&] {
+        for (std::uint32_t number = 10; number < 2500; ++number)
+        {
+            take(number, m_input);
+        }
+        handOver(1);
+        const std::uintmax_t length = std::filesystem::file_size(memory);
+        const bool isBegunAnew = length < longest;
+        longest = std::max(longest, length);
+        return isBegunAnew;
+    }));
+
+    EXPECT_GT(longest, RecentRows::longestFile / 2);
+    EXPECT_NE(testsupport::readFile(memory).find(contentOf(9, 1)), std::string::npos);
 }

@@ -40,6 +40,34 @@ TEST(SourceTimeTest, TimeThatTheBusCannotCarryLeavesRoomForLaterOnes)
     EXPECT_LT(latestBelieved, latestOnBus);
 }
 
+TEST(SourceTimeTest, WhatIsMoreThanADayAheadOfASaneClockIsNotBelieved)
+{
+    constexpr SourceTime now = earliestSane + 5;
+
+    EXPECT_TRUE(isBelievable(0, now));
+    EXPECT_TRUE(isBelievable(now, now));
+    EXPECT_TRUE(isBelievable(now + farthestAhead, now));
+    EXPECT_FALSE(isBelievable(now + farthestAhead + 1, now));
+    EXPECT_EQ(farthestAhead, INT64_C(86'400'000'000));
+}
+
+TEST(SourceTimeTest, ClockThatWasNeverSetJudgesNobody)
+{
+    EXPECT_TRUE(isBelievable(earliestSane + farthestAhead + 1, earliestSane - 1));
+    EXPECT_FALSE(isBelievable(earliestSane + farthestAhead + 1, earliestSane));
+    EXPECT_TRUE(isBelievable(latestOnBus - 1, 0));
+}
+
+TEST(SourceTimeTest, TimeThatTheBusCannotCarryIsNotBelievedWhateverTheClockSays)
+{
+    for (const SourceTime now : {INT64_C(0), earliestSane, latestOnBus, INT64_MAX - farthestAhead})
+    {
+        EXPECT_FALSE(isBelievable(-1, now)) << now;
+        EXPECT_FALSE(isBelievable(latestOnBus, now)) << now;
+        EXPECT_FALSE(isBelievable(INT64_MAX, now)) << now;
+    }
+}
+
 TEST(HybridClockTest, FollowsTheMachinesClock)
 {
     HybridClock sut;

@@ -15,6 +15,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <optional>
 #include <string>
 
@@ -49,15 +50,28 @@ protected:
     }
     void start()
     {
-        m_sut = std::make_unique<StoreKeeper>(m_path, m_channels, [this] { ++m_loaded; });
+        m_sut = std::make_unique<StoreKeeper>(m_path, [this] { ++m_loaded; });
     }
     void take(std::uint32_t number, std::uint32_t input)
     {
-        const BusOutput sample = busOutput(number, input);
-        channel().apply(std::to_string(number), &sample, ++m_time, Channel::Origin::Writer);
+        put(number, input);
         m_sut->wake();
     }
-    Channel& channel() { return *m_channels.get({"R1", "Topic"}, outputCodec()); }
+    void put(std::uint32_t number, std::uint32_t input)
+    {
+        StoredRow row{m_channel, std::to_string(number), "T", ++m_time, contentOf(number, input)};
+        m_known.insert_or_assign(number, row);
+        m_sut->put(std::move(row));
+    }
+    /// As the recorder does when the store was lost.
+    void putAllAgain()
+    {
+        for (const auto& [number, row] : m_known)
+        {
+            m_sut->put(row);
+        }
+        m_sut->wake();
+    }
     /// Ends the keeper and looks into the store.
     std::size_t storedRows()
     {
@@ -112,8 +126,8 @@ protected:
     std::optional<testsupport::SmallDisk> m_disk;
     std::vector<std::string> m_warnings;
     std::vector<std::string> m_others;
-    com::tallowcrest::util::WakeEvent m_recorder;
-    ChannelList m_channels{m_recorder};
+    const ChannelName m_channel{"R1", "Topic"};
+    std::map<std::uint32_t, StoredRow> m_known;
     std::atomic<int> m_loaded{0};
     SourceTime m_time = 1000;
     std::unique_ptr<StoreKeeper> m_sut;
@@ -124,7 +138,7 @@ protected:
 TEST_F(StoreKeeperTest, CommitsWhatIsDue)
 {
     start();
-    ASSERT_TRUE(waitUntil([this] { return m_sut->hasTried(); }));
+    ASSERT_TRUE(waitUntil([this] { return m_sut->hasTried(m_channel); }));
 
     take(7, 5);
 
@@ -141,22 +155,25 @@ TEST_F(StoreKeeperTest, CommitsOnceMoreAtItsEnd)
     EXPECT_EQ(storedRows(), 1U);
 }
 
-TEST_F(StoreKeeperTest, LogIsForcedToTheDiskAfterEveryCommit)
+TEST_F(StoreKeeperTest, EveryCommitIsForcedToTheDiskAndTheyAreHalfASecondApart)
 {
     const testsupport::ForcedFiles disk;
     start();
     const auto forcings = [&] { return disk.of(Store::logPath(m_path)); };
-    ASSERT_TRUE(waitUntil([&] { return m_loaded == 1 && !forcings().empty(); })) << "the beginning of a new log";
-    const std::size_t before = forcings().size();
-    const auto begin = std::chrono::steady_clock::now();
-
-    for (std::uint32_t i = 1; i <= 2; ++i)
+    ASSERT_TRUE(waitUntil([&] { return m_loaded == 1; }));
+    std::vector<std::size_t> counts;
+    for (std::uint32_t i = 1; i <= 3; ++i)
     {
-        take(7, i);
-        ASSERT_TRUE(waitUntil([&] { return forcings().size() >= before + i; })) << i;
+        take(i, i);
+        ASSERT_TRUE(waitForRows(i));
+        ASSERT_TRUE(waitUntil([&] { return !m_sut->hasPending(m_channel); }));
+        counts.push_back(forcings().size());
     }
 
-    EXPECT_GE(forcings()[before + 1].when - begin, LogForcer::usualInterval);
+    EXPECT_LT(counts[0], counts[1]);
+    EXPECT_LT(counts[1], counts[2]);
+    EXPECT_GE(forcings()[counts[2] - 1].when - forcings()[counts[1] - 1].when,
+              StoreKeeper::commitInterval - std::chrono::milliseconds(20));
     EXPECT_EQ(forcings().back().size, std::filesystem::file_size(Store::logPath(m_path)));
 }
 
@@ -170,7 +187,7 @@ TEST_F(StoreKeeperTest, LastCommitIsForcedToTheDiskAtTheEndAlsoWhereAReaderKeeps
     ASSERT_EQ(reader.number("SELECT count(*) FROM durable_sample"), 1);
 
     take(8, 6);
-    m_sut.reset();
+    EXPECT_TRUE(m_sut->finish());
 
     const auto forcings = disk.of(Store::logPath(m_path));
     ASSERT_FALSE(forcings.empty());
@@ -178,7 +195,7 @@ TEST_F(StoreKeeperTest, LastCommitIsForcedToTheDiskAtTheEndAlsoWhereAReaderKeeps
     EXPECT_EQ(reader.number("SELECT count(*) FROM durable_sample"), 2);
 }
 
-TEST_F(StoreKeeperTest, DiskThatHangsWhileTheLogIsForcedHoldsUpNoCommit)
+TEST_F(StoreKeeperTest, DiskThatHangsHoldsUpNobodyWhoPutsSomething)
 {
     testsupport::ForcedFiles disk;
     start();
@@ -186,13 +203,152 @@ TEST_F(StoreKeeperTest, DiskThatHangsWhileTheLogIsForcedHoldsUpNoCommit)
     ASSERT_TRUE(waitForRows(1));
     disk.hold();
 
-    for (std::uint32_t i = 2; i <= 4; ++i)
+    for (std::uint32_t i = 2; i <= 1000; ++i)
     {
         take(i, 5);
-        EXPECT_TRUE(waitForRows(i));
+        EXPECT_TRUE(m_sut->takeLoaded(m_channel).empty());
     }
+    EXPECT_TRUE(m_sut->hasPending(m_channel));
 
     disk.release();
+    EXPECT_TRUE(waitForRows(1000));
+}
+
+TEST_F(StoreKeeperTest, RowPutWhileACommitOfItIsUnderWayIsNotLost)
+{
+    testsupport::ForcedFiles disk;
+    start();
+    take(7, 5);
+    ASSERT_TRUE(waitForRows(1));
+    disk.hold();
+    take(7, 6);
+    take(7, 7);
+    disk.release();
+
+    ASSERT_TRUE(waitUntil([&] { return !m_sut->hasPending(m_channel); }));
+
+    m_sut.reset();
+    EXPECT_EQ(Store(m_path).load(), std::vector<StoredRow>{m_known.at(7)});
+}
+
+TEST_F(StoreKeeperTest, HasPendingUntilTheStoreHasTheRowsOfThatChannel)
+{
+    start();
+    put(7, 5);
+    EXPECT_TRUE(m_sut->hasPending(m_channel));
+    EXPECT_FALSE(m_sut->hasPending({"R1", "Topic2"}));
+    EXPECT_FALSE(m_sut->hasPending({"R0", "Topic"}));
+    m_sut->wake();
+
+    EXPECT_TRUE(waitUntil([&] { return !m_sut->hasPending(m_channel); }));
+    EXPECT_EQ(storedRows(), 1U);
+}
+
+TEST_F(StoreKeeperTest, WhatWasPutBeforeTheStoreCouldBeReadDoesNotReplaceWhatIsNewerThere)
+{
+    const StoredRow newer{m_channel, "7", "T", 5000, "newer"};
+    const StoredRow older{m_channel, "8", "T", 1, "older"};
+    const StoredRow nonsense{m_channel, "9", "T", latestOnBus, "nonsense"};
+    auto other = std::make_unique<Store>(m_path);
+    other->commit({newer, older, nonsense});
+    start();
+    ASSERT_EQ(warnings().size(), 1U);
+    for (std::uint32_t number = 7; number <= 9; ++number)
+    {
+        put(number, 1); // of the times 1001 to 1003
+    }
+    m_sut->wake();
+
+    other.reset();
+
+    ASSERT_TRUE(waitForOther("in use again"));
+    ASSERT_TRUE(waitUntil([&] { return !m_sut->hasPending(m_channel); }));
+    EXPECT_EQ(m_sut->takeLoaded(m_channel), (std::vector<StoredRow>{newer, older, nonsense}));
+    m_sut.reset();
+    EXPECT_EQ(Store(m_path).load(), (std::vector<StoredRow>{newer, m_known.at(8), m_known.at(9)}));
+}
+
+TEST_F(StoreKeeperTest, RowsThatAreAskedForAreReadOnceMore)
+{
+    start();
+    take(7, 5);
+    ASSERT_TRUE(waitForRows(1));
+    ASSERT_TRUE(m_sut->takeLoaded(m_channel).empty());
+    const int before = m_loaded;
+
+    m_sut->ask(m_channel);
+
+    EXPECT_TRUE(waitUntil([&] { return m_sut->hasTried(m_channel); }));
+    EXPECT_GT(m_loaded, before);
+    EXPECT_EQ(m_sut->takeLoaded(m_channel), std::vector<StoredRow>{m_known.at(7)});
+}
+
+TEST_F(StoreKeeperTest, StoreHasBeenTriedWhenItIsReadAndWhatIsAskedForWhenThatIsReadToo)
+{
+    testsupport::ForcedFiles disk;
+    disk.hold(); // the directory of a new store is forced
+    start();
+    EXPECT_FALSE(m_sut->hasTried(m_channel));
+    disk.release();
+    EXPECT_TRUE(waitUntil([&] { return m_sut->hasTried(m_channel); }));
+    take(7, 5);
+    ASSERT_TRUE(waitForRows(1));
+    disk.hold();
+    take(8, 5);
+
+    m_sut->ask(m_channel);
+
+    EXPECT_FALSE(m_sut->hasTried(m_channel));
+    EXPECT_TRUE(m_sut->hasTried({"R1", "Other"}));
+    disk.release();
+    EXPECT_TRUE(waitUntil([&] { return m_sut->hasTried(m_channel); }));
+}
+
+TEST_F(StoreKeeperTest, ChannelsThatNobodyHasUsedForLongAreDroppedAndThatIsLogged)
+{
+    Store(m_path).commit({{{"old", "Topic"}, "7", "T", 99, "{}"},
+                          {{"used", "Topic"}, "7", "T", 99, "{}"},
+                          {{"new", "Topic"}, "7", "T", 100, "{}"}});
+    start();
+
+    m_sut->dropUnused(100, {{"used", "Topic"}});
+    m_sut->wake();
+
+    EXPECT_TRUE(waitForRows(2));
+    EXPECT_TRUE(waitForOther("dropped 1 topics of partitions that nobody has used for long"));
+}
+
+TEST_F(StoreKeeperTest, WithoutAThreadItSaysSoOnceAndBeginsWhenThereIsOne)
+{
+    const bool isTried = testsupport::withFailingCalls(testsupport::failingThreadStart(), [&] {
+        start();
+        EXPECT_TRUE(m_sut->hasTried(m_channel)) << "nobody waits for it";
+        take(7, 5);
+    });
+    if (!isTried)
+    {
+        GTEST_SKIP() << testsupport::noFailingCalls;
+    }
+    ASSERT_EQ(warnings().size(), 1U);
+    EXPECT_NE(warnings()[0].find("gets no thread: "), std::string::npos) << warnings()[0];
+
+    m_sut->wake();
+
+    EXPECT_TRUE(waitForRows(1));
+    EXPECT_EQ(storedRows(), 1U);
+}
+
+TEST_F(StoreKeeperTest, WithoutAThreadToTheEndTheStoreDoesNotHaveEverything)
+{
+    const bool isTried = testsupport::withFailingCalls(testsupport::failingThreadStart(), [&] {
+        start();
+        put(7, 5);
+        EXPECT_FALSE(m_sut->finish());
+    });
+    if (!isTried)
+    {
+        GTEST_SKIP() << testsupport::noFailingCalls;
+    }
 }
 
 TEST_F(StoreKeeperTest, GivesTheRowsOfAChannelOnce)
@@ -262,6 +418,9 @@ TEST_F(StoreKeeperTest, CorruptStoreIsSetAsideAndEverythingKnownGoesIntoAFreshOn
     EXPECT_NE(warnings()[0].find("is corrupt; it is now " + m_path.string() + ".corrupt-"), std::string::npos)
         << warnings()[0];
     EXPECT_TRUE(waitForRows(1));
+    EXPECT_TRUE(m_sut->takeLost());
+    EXPECT_FALSE(m_sut->takeLost()) << "once";
+    EXPECT_TRUE(m_sut->hasTried(m_channel));
 }
 
 TEST_F(StoreKeeperTest, StoreThatIsDamagedWhileInUseIsSetAsideAndNothingKnownIsLost)
@@ -272,6 +431,7 @@ TEST_F(StoreKeeperTest, StoreThatIsDamagedWhileInUseIsSetAsideAndNothingKnownIsL
         take(i, 5);
     }
     ASSERT_TRUE(waitForRows(2000));
+    EXPECT_FALSE(m_sut->takeLost());
     SqliteConnection(m_path.string()).execute("PRAGMA wal_checkpoint(TRUNCATE)");
     {
         std::fstream file(m_path, std::ios::in | std::ios::out | std::ios::binary);
@@ -279,13 +439,15 @@ TEST_F(StoreKeeperTest, StoreThatIsDamagedWhileInUseIsSetAsideAndNothingKnownIsL
         file << std::string(static_cast<std::size_t>(std::filesystem::file_size(m_path)) - 4096, '\xa5');
     }
 
-    for (std::uint32_t i = 0; i < 2000; ++i)
+    for (std::uint32_t i = 0; i < 1000; ++i)
     {
         take(i, 6);
     }
 
     ASSERT_EQ(warnings().size(), 1U);
     EXPECT_NE(warnings()[0].find("is corrupt"), std::string::npos) << warnings()[0];
+    ASSERT_TRUE(waitUntil([this] { return m_sut->takeLost(); }));
+    putAllAgain();
     EXPECT_TRUE(waitForRows(2000));
     EXPECT_EQ(storedRows(), 2000U);
 }
@@ -390,39 +552,4 @@ TEST_F(StoreKeeperTest, CorruptStoreThatCannotBeSetAsideIsOneWarningAndLeftAsItI
     m_sut.reset();
     EXPECT_EQ(testsupport::readFile(m_path), std::string(10000, 'x'));
     EXPECT_EQ(warnings().size(), 1U);
-}
-
-TEST_F(StoreKeeperTest, LogThatAReaderKeptFromBeingMovedIsCutOnceTheReaderHasGone)
-{
-    start();
-    take(0, 1);
-    ASSERT_TRUE(waitForRows(1));
-    const auto logSize = [this] { return std::filesystem::file_size(Store::logPath(m_path)); };
-    auto reader = std::make_unique<SqliteConnection>(m_path.string());
-    reader->execute("BEGIN");
-    ASSERT_EQ(reader->number("SELECT count(*) FROM durable_sample"), 1); // holds the log from here on
-    std::uint32_t input = 2;
-    const auto takeMany = [&] {
-        for (std::uint32_t i = 0; i < 2000; ++i)
-        {
-            take(i, input);
-        }
-        ++input;
-    };
-    ASSERT_TRUE(waitUntil(
-        [&] {
-            takeMany();
-            return logSize() > StoreKeeper::longestLog;
-        },
-        std::chrono::seconds(150))); // as many commits, half a second apart
-
-    reader.reset();
-
-    EXPECT_TRUE(waitUntil([&] {
-        take(0, input++);
-        return logSize() < 1000000;
-    }));
-    collect();
-    EXPECT_TRUE(m_warnings.empty()) << m_warnings[0];
-    EXPECT_EQ(storedRows(), 2000U);
 }

@@ -4,7 +4,6 @@
 #include "tests/support/TempDir.h"
 #include "tests/support/TimeFactor.h"
 #include "tests/support/WaitUntil.h"
-#include "tests/unit/durability/OutputCodec.h"
 
 #include <gtest/gtest.h>
 
@@ -15,16 +14,14 @@ TEST(StoreKeeperTimeTest, CommitsWhatIsDueSoon)
 {
     const testsupport::TempDir directory;
     const std::filesystem::path path = directory.path() / "durable.db";
-    com::tallowcrest::util::WakeEvent recorder;
-    ChannelList channels{recorder};
-    StoreKeeper sut(path, channels, [] {});
-    ASSERT_TRUE(waitUntil([&] { return sut.hasTried(); }));
+    const ChannelName channel{"R1", "Topic"};
+    StoreKeeper sut(path, [] {});
+    ASSERT_TRUE(waitUntil([&] { return sut.hasTried(channel); }));
     SqliteConnection reader(path.string());
-    const BusOutput sample = busOutput(7, 5);
     testsupport::StallMeter stalls;
 
     const auto took = stalls.workedDuring([&] {
-        channels.get({"R1", "Topic"}, outputCodec())->apply("7", &sample, 1001, Channel::Origin::Writer);
+        sut.put({channel, "7", "T", 1001, "{}"});
         sut.wake();
         EXPECT_TRUE(waitUntil([&] { return reader.number("SELECT count(*) FROM durable_sample") == 1; }));
     });

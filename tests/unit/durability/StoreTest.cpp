@@ -1,6 +1,7 @@
 #include "durability/Store.h"
 
 #include "tests/support/FailingCall.h"
+#include "tests/support/ForcedFiles.h"
 #include "tests/support/SqliteLog.h"
 #include "tests/support/TempDir.h"
 
@@ -10,6 +11,7 @@
 #include <cstdint>
 #include <fstream>
 #include <iterator>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -35,6 +37,8 @@ protected:
         }
         return result;
     }
+    /// A store without a log: the last connection that closes moves it into the file.
+    void makeStore() const { const Store store(m_path); }
     /// What opening the file fails with.
     StoreFailure failure() const
     {
@@ -246,7 +250,7 @@ TEST_F(StoreTest, RowThatAForeignRuleForbidsIsCorruption)
 
 TEST_F(StoreTest, FormatOfALaterSqliteIsCorrupt)
 {
-    Store(m_path).truncateLog();
+    makeStore();
     constexpr std::streamoff schemaFormat = 44;
     overwrite(schemaFormat, 4);
 
@@ -255,7 +259,7 @@ TEST_F(StoreTest, FormatOfALaterSqliteIsCorrupt)
 
 TEST_F(StoreTest, HeaderThatForbidsWritingIsCorrupt)
 {
-    Store(m_path).truncateLog();
+    makeStore();
     constexpr std::streamoff writeVersion = 18;
     overwrite(writeVersion, 1);
 
@@ -296,33 +300,97 @@ TEST_F(StoreTest, DatabaseOfAnotherProgramIsLeftAsItIs)
     EXPECT_EQ(SqliteConnection(m_path.string()).number("SELECT count(*) FROM sqlite_master"), 1);
 }
 
-TEST_F(StoreTest, CommitsWaitForNoDisk)
+TEST_F(StoreTest, CommitReturnsWhenTheDiskHasIt)
 {
+    const testsupport::ForcedFiles disk;
     Store sut(m_path);
+    const auto log = Store::logPath(m_path);
     sut.commit({row("1")});
+    const std::size_t before = disk.of(log).size();
 
-    // What the loss bounds rest on: the log is appended to without being forced, and not moved by a commit.
-    const SqliteConnection reader(m_path.string());
-    EXPECT_EQ(reader.text("PRAGMA journal_mode"), "wal");
-    EXPECT_EQ(sut.synchronous(), 1);
-    EXPECT_EQ(sut.autocheckpoint(), 0);
-    EXPECT_GT(sut.logSize(), 0U);
+    sut.commit({row("2")});
+
+    const auto forcings = disk.of(log);
+    ASSERT_GT(forcings.size(), before);
+    EXPECT_EQ(forcings.back().size, std::filesystem::file_size(log));
 }
 
-TEST_F(StoreTest, CuttingTheLogMovesItIntoTheFile)
+TEST_F(StoreTest, LogIsMovedIntoTheFileOnTheWayAndWhenItIsClosed)
+{
+    {
+        Store sut(m_path);
+        for (int i = 0; i < 50; ++i)
+        {
+            sut.commit(rows(300, i));
+            ASSERT_LT(std::filesystem::file_size(Store::logPath(m_path)), 2000000U) << i;
+        }
+    }
+
+    EXPECT_FALSE(std::filesystem::exists(Store::logPath(m_path)));
+    EXPECT_LT(std::filesystem::file_size(m_path), 200000U);
+    EXPECT_EQ(Store(m_path).load().size(), 300U);
+}
+
+TEST_F(StoreTest, LogThatAReaderKeptFromBeingMovedIsCutOnceTheReaderHasGone)
 {
     Store sut(m_path);
-    for (int i = 0; i < 50; ++i)
+    sut.commit(rows(300, 1));
+    const auto logSize = [this] { return std::filesystem::file_size(Store::logPath(m_path)); };
+    auto reader = std::make_unique<SqliteConnection>(m_path.string());
+    reader->execute("BEGIN");
+    ASSERT_EQ(reader->number("SELECT count(*) FROM durable_sample"), 300); // holds the log from here on
+    for (int i = 2; logSize() < 4000000U; ++i)
     {
         sut.commit(rows(300, i));
+        ASSERT_LT(i, 1000) << "the log is not held";
     }
-    ASSERT_GT(sut.logSize(), 1000000U);
 
-    sut.truncateLog();
+    reader.reset();
+    // One commit moves the log, the next begins it anew, which cuts it.
+    sut.commit({row("1")});
+    sut.commit({row("2")});
 
-    EXPECT_EQ(sut.logSize(), 0U);
-    EXPECT_LT(std::filesystem::file_size(m_path), 200000U);
+    EXPECT_LE(logSize(), 1048576U);
     EXPECT_EQ(sut.load().size(), 300U);
+}
+
+TEST_F(StoreTest, ChannelsInWhichNothingHasBeenPutForLongAreDroppedUnlessTheyAreInUse)
+{
+    Store sut(m_path);
+    const std::vector<StoredRow> stay{row("1", 199, "{}", "old and used"), row("1", 1, "{}", "partly new"),
+                                      row("2", 200, "{}", "partly new")};
+    sut.commit(stay);
+    sut.commit({row("1", 199, "{}", "old"), row("2", 1, "{}", "old"), row("1", 5, "{}", "older")});
+
+    EXPECT_EQ(sut.dropUnused(200, {{"old and used", "Topic"}}), 2U);
+
+    EXPECT_EQ(sut.load(), stay);
+    EXPECT_EQ(sut.dropUnused(200, {{"old and used", "Topic"}}), 0U);
+}
+
+TEST_F(StoreTest, StoreThatCannotBeWrittenIsReadFromACopyThatIsGoneAfterwards)
+{
+    const std::filesystem::path memory = m_directory.path() / "memory";
+    std::filesystem::create_directory(memory);
+    Store open(m_path); // its log holds the rows
+    open.commit({row("1"), row("2", 200)});
+
+    EXPECT_EQ(Store::readOnly(m_path, memory), (std::vector<StoredRow>{row("1"), row("2", 200)}));
+
+    EXPECT_TRUE(std::filesystem::is_empty(memory));
+}
+
+TEST_F(StoreTest, FileThatIsNoStoreIsNotCopiedWhateverItsSize)
+{
+    const std::filesystem::path memory = m_directory.path() / "memory";
+    std::filesystem::create_directory(memory);
+    makeStore();
+    std::filesystem::resize_file(m_path, (std::uintmax_t{64} << 20U) + 1);
+
+    EXPECT_THROW(Store::readOnly(m_path, memory), StoreError);
+
+    EXPECT_TRUE(std::filesystem::is_empty(memory));
+    EXPECT_TRUE(Store::readOnly(m_path.string() + "-missing", memory).empty());
 }
 
 TEST_F(StoreTest, LockFileThatCannotBeMadeIsUnusable)

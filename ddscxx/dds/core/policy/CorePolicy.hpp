@@ -96,4 +96,32 @@ private:
     bool m_autodispose = true;
 };
 
+/// Bytes that an entity tells about itself to whoever discovers it.
+class UserData
+{
+public:
+    UserData() = default;
+    explicit UserData(std::string value) : m_value(std::move(value)) {}
+
+    const std::string& value() const { return m_value; }
+    bool operator==(const UserData&) const = default;
+
+private:
+    std::string m_value;
+};
+
+/// Whether a reader leaves out what writers of its own participant write. An addition to the standard.
+class IgnoreLocal
+{
+public:
+    IgnoreLocal() = default;
+    explicit IgnoreLocal(bool ignores) : m_ignores(ignores) {}
+
+    bool ignores() const { return m_ignores; }
+    bool operator==(const IgnoreLocal&) const = default;
+
+private:
+    bool m_ignores = false;
+};
+
 } // namespace dds::core::policy

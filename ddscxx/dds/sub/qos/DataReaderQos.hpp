@@ -7,7 +7,8 @@
 namespace dds::sub::qos
 {
 
-class DataReaderQos : public core::EntityQos<DataReaderQos, core::policy::Durability, core::policy::Reliability>
+class DataReaderQos : public core::EntityQos<DataReaderQos, core::policy::Durability, core::policy::Reliability,
+                                             core::policy::UserData, core::policy::IgnoreLocal>
 {
 public:
     DataReaderQos() = default;

@@ -22,7 +22,7 @@ using testsupport::RecordedRouter;
 namespace
 {
 
-constexpr auto durability = dds::core::policy::DurabilityKind::TRANSIENT_LOCAL;
+constexpr auto targetDurability = dds::core::policy::DurabilityKind::TRANSIENT_LOCAL;
 
 auto outputIs(std::uint32_t output)
 {
@@ -39,7 +39,7 @@ class TargetWriter : public TopicPub<MacroXptOutput>
 {
 public:
     explicit TargetWriter(TopicName topic, const std::string& partition = "R1")
-        : TopicPub<MacroXptOutput>(com::tallowcrest::routing::topicName(topic), durability)
+        : TopicPub<MacroXptOutput>(com::tallowcrest::routing::topicName(topic), targetDurability)
     {
         joinRouterPartition(partition);
     }
@@ -294,7 +294,7 @@ TEST(SimulatedRouterTest, LocalTargetsReachTheirTopics)
 TEST(SimulatedRouterTest, RecordsComponentsAndTheLossOfTheirWriter)
 {
     RecordedRouter sut(RouterOptions{});
-    TopicPub<ComponentInfo> components(topicName(TopicName::ComponentInfoKoraBridge), durability);
+    TopicPub<ComponentInfo> components(topicName(TopicName::ComponentInfoKoraBridge), targetDurability);
     components.joinRouterPartition("");
     const ComponentInfo info{.frameId = 17, .componentId = 2, .name = "a", .description = "b"};
 

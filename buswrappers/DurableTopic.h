@@ -1,0 +1,204 @@
+#pragma once
+
+#include "bustypes/SampleText.h"
+#include "dds/core/Exception.hpp"
+#include "dds/pub/DataWriter.hpp"
+#include "dds/sub/DataReader.hpp"
+#include "dds/sub/DataReaderListener.hpp"
+#include "dds/sub/LoanedSamples.hpp"
+#include "durability/IDurableTopic.h"
+#include "durability/TypeCodec.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <functional>
+#include <mutex>
+#include <string>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+namespace com::tallowcrest::routing
+{
+
+/// The order of two contents of samples, and a number for one, without the member that says when they take effect.
+int orderButWhen(const std::string& left, const std::string& right);
+std::uint64_t digestButWhen(const std::string& content);
+
+/// What a bridge's own reader of a durable topic tells about itself: the bridges hand history to each other themselves.
+inline constexpr const char* historyReaderMark = "korabridge: history";
+
+/// What the keeping of data must know of T, a bus type with one key member of 32 bits and no strings.
+template <typename T>
+const durability::TypeCodec& durableCodec()
+{
+    namespace bus = dds_::routing;
+    static_assert(std::is_trivially_copyable_v<T>);
+    static constexpr auto valueOf = [](const void* value) -> const T& { return *static_cast<const T*>(value); };
+    static const durability::TypeCodec codec{
+        .typeName = bus::TypeSupport<T>::descriptor().m_typename,
+        .valueSize = sizeof(T),
+        .instanceOf = [](const void* value) { return bus::keyNumber(valueOf(value)); },
+        .contentOf = [](const void* value) { return bus::jsonText(valueOf(value)); },
+        .normalize =
+            [](std::string& content, durability::Instance instance) {
+                T value;
+                if (!bus::parseJson(content, value) || bus::keyNumber(value) != instance)
+                {
+                    return false;
+                }
+                content = bus::jsonText(value);
+                return true;
+            },
+        .rules = {.order = &orderButWhen, .digest = &digestButWhen}};
+    return codec;
+}
+
+/// The writer and the readers of a durable topic in one partition, as the recorder sees them. Thread-safe; the
+/// bridge closes it when it has joined anew.
+template <typename T>
+class DurableTopic final : public durability::IDurableTopic, private dds::sub::DataReaderListener<T>
+{
+public:
+    /// `seen` reads what others write from now on, `history` what others keep; either may be nil. `wake` is called, on
+    /// any thread, when others have written; it must not throw.
+    DurableTopic(
+        dds::pub::DataWriter<T> writer, dds::sub::DataReader<T> seen, dds::sub::DataReader<T> history,
+        std::function<void()> wake = [] {})
+        : m_wake(std::move(wake)), m_writer(std::move(writer)), m_history(std::move(history)),
+          m_readersCame(m_writer.publication_matched_status().total_count()), m_readers(lateReaders()),
+          m_seen(std::move(seen))
+    {
+        if (!m_seen.is_nil())
+        {
+            m_seen.listener(this, dds::core::status::StatusMask::data_available());
+        }
+    }
+
+    /// Lets go of the bus. What others have written so far can still be taken.
+    void close()
+    {
+        const std::lock_guard lock(m_mutex);
+        try
+        {
+            takeAll([this](durability::Instance instance, durability::Decision decision) {
+                m_left.emplace_back(instance, std::move(decision));
+            });
+        }
+        catch (const dds::core::Exception&)
+        {
+            // The bus gives nothing more; what it has given is there.
+        }
+        m_writer = dds::core::null;
+        m_history = dds::core::null;
+        m_seen = dds::core::null;
+    }
+
+    void takeSeen(const Visitor& visit) override
+    {
+        const std::lock_guard lock(m_mutex);
+        for (auto& [instance, decision] : std::exchange(m_left, {}))
+        {
+            visit(instance, std::move(decision));
+        }
+        takeAll(visit);
+    }
+
+    bool hasNewReader() override
+    {
+        const std::lock_guard lock(m_mutex);
+        if (m_writer.is_nil())
+        {
+            return false;
+        }
+        const std::int32_t came = m_writer.publication_matched_status().total_count();
+        if (came == std::exchange(m_readersCame, came))
+        {
+            return false;
+        }
+        std::vector<std::uint64_t> readers = lateReaders();
+        const bool isNew = !std::includes(m_readers.begin(), m_readers.end(), readers.begin(), readers.end());
+        m_readers = std::move(readers);
+        return isNew;
+    }
+
+    bool haveReadersAnswered() override
+    {
+        const std::lock_guard lock(m_mutex);
+        try
+        {
+            if (!m_writer.is_nil())
+            {
+                m_writer.wait_for_acknowledgments(dds::core::Duration::from_secs(0));
+            }
+            return true;
+        }
+        catch (const dds::core::TimeoutError&)
+        {
+            return false;
+        }
+    }
+
+    void endHistory() override
+    {
+        const std::lock_guard lock(m_mutex);
+        m_history = dds::core::null;
+    }
+
+private:
+    void takeAll(const Visitor& visit)
+    {
+        for (dds::sub::DataReader<T>* const reader : {&m_history, &m_seen})
+        {
+            if (reader->is_nil())
+            {
+                continue;
+            }
+            for (const auto& sample : reader->take())
+            {
+                if (sample.info().valid())
+                {
+                    visit(dds_::routing::keyNumber(sample.data()),
+                          {.written = durability::fromBusTime(sample.info().timestamp().to_nanoseconds()),
+                           .content = dds_::routing::jsonText(sample.data())});
+                }
+            }
+        }
+    }
+
+    using Reader = dds::sub::DataReader<T>;
+    void on_requested_deadline_missed(Reader&, const dds::core::status::RequestedDeadlineMissedStatus&) override {}
+    void on_requested_incompatible_qos(Reader&, const dds::core::status::RequestedIncompatibleQosStatus&) override {}
+    void on_sample_rejected(Reader&, const dds::core::status::SampleRejectedStatus&) override {}
+    void on_liveliness_changed(Reader&, const dds::core::status::LivelinessChangedStatus&) override {}
+    void on_data_available(Reader&) override { m_wake(); }
+    void on_subscription_matched(Reader&, const dds::core::status::SubscriptionMatchedStatus&) override {}
+    void on_sample_lost(Reader&, const dds::core::status::SampleLostStatus&) override {}
+
+    /// Those that ask for what was published before, in order.
+    std::vector<std::uint64_t> lateReaders() const
+    {
+        std::vector<std::uint64_t> readers;
+        for (const dds::pub::MatchedSubscription& reader : m_writer.matched_subscriptions())
+        {
+            if (reader.durability.kind() != dds::core::policy::DurabilityKind::VOLATILE &&
+                reader.userData.value() != historyReaderMark)
+            {
+                readers.push_back(reader.handle.value());
+            }
+        }
+        std::sort(readers.begin(), readers.end());
+        return readers;
+    }
+
+    const std::function<void()> m_wake;
+    std::mutex m_mutex;                                                        ///< guards what follows
+    std::vector<std::pair<durability::Instance, durability::Decision>> m_left; ///< taken when it was closed
+    dds::pub::DataWriter<T> m_writer;
+    dds::sub::DataReader<T> m_history;
+    std::int32_t m_readersCame;
+    std::vector<std::uint64_t> m_readers; ///< in order
+    dds::sub::DataReader<T> m_seen;       ///< last, so that it goes first and no callback finds the rest gone
+};
+
+} // namespace com::tallowcrest::routing
