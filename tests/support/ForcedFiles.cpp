@@ -22,6 +22,7 @@ struct State
     bool isHeld = false;
     int error = 0;
     std::size_t refused = 0;
+    std::function<void(const std::filesystem::path&)> listener;
     std::vector<std::pair<std::filesystem::path, ForcedFiles::Forcing>> forcings;
 };
 
@@ -49,6 +50,10 @@ int force(long call, int fd)
         const auto size =
             std::filesystem::is_regular_file(path, problem) ? std::filesystem::file_size(path, problem) : 0;
         current.forcings.push_back({path, {size, std::chrono::steady_clock::now(), ::gettid()}});
+        if (current.listener)
+        {
+            current.listener(path);
+        }
     }
     return static_cast<int>(::syscall(call, fd));
 }
@@ -84,6 +89,13 @@ ForcedFiles::~ForcedFiles()
     current.error = 0;
     current.refused = 0;
     current.forcings.clear();
+    current.listener = nullptr;
+}
+
+void ForcedFiles::tell(std::function<void(const std::filesystem::path&)> listener)
+{
+    const std::lock_guard lock(state().mutex);
+    state().listener = std::move(listener);
 }
 
 std::vector<ForcedFiles::Forcing> ForcedFiles::of(const std::filesystem::path& path) const

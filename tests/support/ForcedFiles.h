@@ -5,6 +5,7 @@
 #include <chrono>
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <vector>
 
 namespace testsupport
@@ -29,6 +30,8 @@ public:
 
     /// How often `path` was forced so far; those that hang or were refused do not count.
     std::vector<Forcing> of(const std::filesystem::path& path) const;
+    /// `listener` is called with each file that has been forced, on the thread that does it.
+    void tell(std::function<void(const std::filesystem::path&)> listener);
     /// A disk that hangs: nobody who forces a file comes back before `release`.
     void hold();
     void release();
