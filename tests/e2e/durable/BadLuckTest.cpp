@@ -1,3 +1,5 @@
+#include "bustypes/SampleText.h"
+#include "bustypes/TypeSupport.h"
 #include "durability/Sqlite.h"
 #include "durability/Store.h"
 #include "tests/e2e/durable/DurableFixture.h"
@@ -244,15 +246,23 @@ TEST_F(BadLuckTest, StoreOfALaterVersionIsLeftAsItIs)
 TEST_F(BadLuckTest, StoreThatAnotherProcessHasIsOneComplaintAndTakenWhenItIsFree)
 {
     std::optional<Store> other(std::in_place, store());
+    using com::tallowcrest::dds_::routing::TypeSupport;
+    other->commit({{{"com:tallowcrest:routing:R1", "TopicMacroXptOutputVideoTarget"},
+                    "8",
+                    TypeSupport<MacroXptOutput>::descriptor().m_typename,
+                    1,
+                    com::tallowcrest::dds_::routing::jsonText(xpt(8, 6))}});
     router().announce();
     startJoinedOnStore();
     take(5, 7);
     expectOneComplaint("another process");
+    EXPECT_FALSE(record().lastTarget(Signal::Video, 8));
 
     other.reset();
 
     ASSERT_TRUE(bridge().waitForOutput("in use again"));
     EXPECT_TRUE(storeHolds(5, 7));
+    EXPECT_TRUE(hasTarget(6, 8)) << "what is read late reaches the router";
     expectOneComplaint("another process");
     expectTargetAfterRestart(5, 7);
 }
