@@ -38,10 +38,10 @@ void MacroXptMgrTarget::joinRouterPartition(const std::string& routerPartition)
     getDurableData();
 }
 
-void MacroXptMgrTarget::beginToJoin(const std::string& routerPartition, std::function<void()> joined)
+void MacroXptMgrTarget::beginToJoin(const std::string& routerPartition, const std::function<void()>& joined)
 {
     joinRouterPartition(routerPartition);
-    m_joined = std::move(joined); // called by an event, so not before
+    m_joined = joined; // called by an event, so not before
 }
 
 void MacroXptMgrTarget::leaveRouterPartition()

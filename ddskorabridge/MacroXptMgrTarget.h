@@ -41,7 +41,7 @@ public:
     /// Moves into the partition. The targets last published there follow, and are published again.
     void joinRouterPartition(const std::string& routerPartition) override;
     /// The same; `joined` says that they have been. Requests are answered from the table until then.
-    void beginToJoin(const std::string& routerPartition, std::function<void()> joined) override;
+    void beginToJoin(const std::string& routerPartition, const std::function<void()>& joined) override;
     /// Moves out of every router's partition; the table stays.
     void leaveRouterPartition() override;
 

@@ -26,7 +26,7 @@ public:
     virtual void joinRouterPartition(const std::string& routerPartition) = 0;
     /// The same. `joined`, on the apartment, says that all of it has been done: at once, or later in a part that waits
     /// for others. Not when the part throws, leaves or joins once more.
-    virtual void beginToJoin(const std::string& routerPartition, std::function<void()> joined)
+    virtual void beginToJoin(const std::string& routerPartition, const std::function<void()>& joined)
     {
         joinRouterPartition(routerPartition);
         joined();

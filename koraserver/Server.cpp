@@ -20,7 +20,6 @@
 
 using com::tallowcrest::misc::print;
 using com::tallowcrest::util::dottedText;
-using com::tallowcrest::util::Failure;
 using com::tallowcrest::util::formatText;
 using com::tallowcrest::util::paddedText;
 using com::tallowcrest::util::systemErrorText;

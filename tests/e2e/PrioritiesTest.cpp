@@ -63,10 +63,14 @@ TEST_F(PrioritiesTest, AfterJoinsTheApartmentAloneIsPreferredAndTheStoreStandsBa
     }));
 
     std::multimap<std::string, int> values;
-    // A thread has its parent's name until it has given itself its own.
+    // A thread has its parent's name until it has given itself its own, and the apartment the ordinary priority while a
+    // step of the join runs.
     EXPECT_TRUE(testsupport::waitUntil([&] {
         values = niceValues();
-        return std::ranges::all_of(expected, [&](const auto& thread) { return values.count(thread.first) == 1; });
+        return std::ranges::all_of(expected, [&](const auto& thread) {
+            const auto found = values.find(thread.first);
+            return values.count(thread.first) == 1 && found->second == thread.second;
+        });
     }));
     for (const auto& [name, nice] : values)
     {

@@ -51,12 +51,12 @@ public:
             throw std::runtime_error("expected by the test");
         }
     }
-    void beginToJoin(const std::string& routerPartition, std::function<void()> done) override
+    void beginToJoin(const std::string& routerPartition, const std::function<void()>& done) override
     {
         joinRouterPartition(routerPartition);
         if (waits)
         {
-            joined = std::move(done);
+            joined = done;
         }
         else
         {
