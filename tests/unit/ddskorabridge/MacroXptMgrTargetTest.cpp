@@ -464,6 +464,24 @@ TEST_F(MacroXptMgrTargetTest, ATakeWhileTheHistoryIsAwaitedIsDoneAndStays)
     EXPECT_EQ(std::count(last.begin(), last.end(), "5 7"), 0) << "nothing older is published";
 }
 
+TEST_F(MacroXptMgrTargetTest, WhatIsTakenBeforeTheReadersKnowTheWriterIsPublishedOnceMore)
+{
+    joinOfferedRouter();
+    bool isJoined = false;
+    {
+        testsupport::BusCalls bus;
+        bus.failAcknowledgments();
+        m_sut.beginToJoin("R1", [&isJoined] { isJoined = true; });
+        m_sut.take(5, 8, 9, 3);
+    }
+    const testsupport::BusCalls bus; // from here on they confirm
+
+    ASSERT_TRUE(m_apartment->runUntil([&isJoined] { return isJoined; }));
+
+    const Lines calls = bus.calls();
+    EXPECT_EQ(std::count(calls.begin(), calls.end(), std::string("write ") + targetTopic), 1);
+}
+
 TEST_F(MacroXptMgrTargetTest, AJoinThatTheNextOneOvertakesIsNotReportedAsDone)
 {
     bool isFirstJoined = false;
