@@ -56,9 +56,9 @@ DiskRecord::Bytes contentOf(const std::filesystem::path& path)
     return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
 }
 
-void apply(DiskRecord::Bytes& file, std::uint64_t offset, const std::uint8_t* bytes, std::size_t size)
+void apply(DiskRecord::Bytes& file, std::size_t offset, const std::uint8_t* bytes, std::size_t size)
 {
-    file.resize(std::max<std::size_t>(file.size(), offset + size));
+    file.resize(std::max(file.size(), offset + size));
     std::copy_n(bytes, size, file.begin() + static_cast<std::ptrdiff_t>(offset));
 }
 
@@ -69,7 +69,7 @@ extern "C" ssize_t pwrite64(int fd, const void* bytes, std::size_t size, off64_t
     const auto* const first = static_cast<const std::uint8_t*>(bytes);
     note(pathOf(fd), {.kind = DiskRecord::Operation::Kind::Write,
                       .file = {},
-                      .offset = static_cast<std::uint64_t>(offset),
+                      .offset = static_cast<std::size_t>(offset),
                       .bytes = {first, first + size}});
     static auto* const call = next<ssize_t(int, const void*, std::size_t, off64_t)>("pwrite64");
     return call(fd, bytes, size, offset);
@@ -79,7 +79,7 @@ extern "C" int ftruncate64(int fd, off64_t size) noexcept
 {
     note(pathOf(fd), {.kind = DiskRecord::Operation::Kind::Truncate,
                       .file = {},
-                      .offset = static_cast<std::uint64_t>(size),
+                      .offset = static_cast<std::size_t>(size),
                       .bytes = {}});
     static auto* const call = next<int(int, off64_t)>("ftruncate64");
     return call(fd, size);
@@ -144,9 +144,8 @@ void DiskRecord::restore(const std::filesystem::path& target, std::size_t end,
         for (std::size_t at = 0; at < operation.bytes.size();)
         {
             // A sector is where it is in the file, however the bytes came.
-            const std::uint64_t offset = operation.offset + at;
-            const std::size_t size =
-                std::min<std::size_t>(operation.bytes.size() - at, sectorBytes - offset % sectorBytes);
+            const std::size_t offset = operation.offset + at;
+            const std::size_t size = std::min(operation.bytes.size() - at, sectorBytes - offset % sectorBytes);
             if (isForced || isWritten())
             {
                 apply(file, offset, &operation.bytes[at], size);

@@ -28,8 +28,8 @@ public:
             Force
         };
         Kind kind = Kind::Force;
-        std::string file; ///< its name
-        std::uint64_t offset = 0;
+        std::string file;       ///< its name
+        std::size_t offset = 0; ///< of a write, or the length that is left
         Bytes bytes;
     };
     /// What a disk writes as a whole.
