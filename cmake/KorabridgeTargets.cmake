@@ -59,6 +59,23 @@ if(KORABRIDGE_PRECOMPILE)
     <optional> <ostream> <span> <sstream> <stdexcept> <string> <thread> <unordered_map> <vector>)
 endif()
 
+# korabridge_idl(NAME FILE): a library of the C code that the IDL compiler makes of FILE, compiled without our warnings.
+function(korabridge_idl NAME FILE)
+  find_program(KORABRIDGE_IDLC idlc NO_CMAKE_FIND_ROOT_PATH REQUIRED)
+  cmake_path(GET FILE STEM stem)
+  set(generated ${CMAKE_CURRENT_BINARY_DIR}/generated)
+  file(MAKE_DIRECTORY ${generated})
+  add_custom_command(
+    OUTPUT ${generated}/${stem}.c ${generated}/${stem}.h
+    COMMAND ${KORABRIDGE_IDLC} -f case-sensitive -x final -o ${generated} ${CMAKE_CURRENT_SOURCE_DIR}/${FILE}
+    DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${FILE}
+    COMMENT "Compiling ${FILE}"
+    VERBATIM)
+  add_library(${NAME} STATIC ${generated}/${stem}.c ${generated}/${stem}.h)
+  target_include_directories(${NAME} SYSTEM PUBLIC ${generated})
+  target_link_libraries(${NAME} PUBLIC CycloneDDS::ddsc)
+endfunction()
+
 # korabridge_library(NAME SOURCES a.cpp ... [LINKS lib ...] [APART]): one static library per folder. The folders that its
 # DEPENDS names are linked; LINKS are the libraries of others. APART: its files use the same short names for different
 # things and are never compiled together.
