@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <queue>
@@ -47,6 +48,8 @@ public:
     {
         return least + m_random() % (most - least + 1); // the same on every machine
     }
+    /// Below `count`.
+    std::size_t index(std::size_t count) { return static_cast<std::size_t>(number(0, count - 1)); }
     bool chance(unsigned percent) { return number(1, 100) <= percent; }
     Time between(Time least, Time most)
     {

@@ -17,11 +17,12 @@ constexpr Time powerCutLoses{1'000'000};
 /// Settling, the neighbours' second, the disk of the simulation, and the carriers' looks.
 constexpr Time longestJoin{1'800'000};
 
-std::uint64_t nameOf(const Decision& decision)
+/// Which of the decisions that were made it is.
+std::size_t nameOf(const Decision& decision)
 {
     std::uint64_t name = 0;
     std::memcpy(&name, decision.content.data(), sizeof(name));
-    return name;
+    return static_cast<std::size_t>(name);
 }
 
 bool isOlder(const Decision& left, const Decision& right)
@@ -148,7 +149,7 @@ void World::handOver(std::size_t bridge, const durability::BucketRows& rows)
 
 void World::publish(std::size_t bridge, Instance instance, const Decision& decision)
 {
-    const std::uint64_t name = nameOf(decision);
+    const std::size_t name = nameOf(decision);
     // The decision of a take is noted when the take returns.
     if (name < m_made.size() &&
         (m_made[name].decision.written != decision.written || m_made[name].instance != instance))
@@ -187,7 +188,7 @@ void World::take()
         {
             return;
         }
-        const std::size_t index = m_events.number(0, m_bridges.size() - 1);
+        const std::size_t index = m_events.index(m_bridges.size());
         SimulatedBridge& bridge = *m_bridges[index];
         if (bridge.isRunning() && bridge.isJoined())
         {
@@ -209,7 +210,7 @@ void World::take()
 
 void World::fault()
 {
-    const std::size_t index = m_events.number(0, m_bridges.size() - 1);
+    const std::size_t index = m_events.index(m_bridges.size());
     SimulatedBridge& bridge = *m_bridges[index];
     switch (m_events.number(0, 9))
     {
@@ -227,7 +228,7 @@ void World::fault()
         break;
     case 2:
     case 3: {
-        const std::size_t other = m_events.number(0, m_bridges.size());
+        const std::size_t other = m_events.index(m_bridges.size() + 1);
         if (other != index)
         {
             m_network.isCut(index, other) ? m_network.mend(index, other) : m_network.cut(index, other);
@@ -375,7 +376,7 @@ std::string World::text(Instance instance, const Decision* decision) const
     {
         return std::to_string(instance) + "=nothing";
     }
-    const std::uint64_t name = nameOf(*decision);
+    const std::size_t name = nameOf(*decision);
     std::string text =
         std::to_string(instance) + "=#" + std::to_string(name) + " written " + std::to_string(decision->written);
     if (name < m_made.size())

@@ -199,7 +199,7 @@ protected:
     /// One piece of bad luck.
     void happen(std::mt19937_64& random)
     {
-        const std::size_t i = random() % numBridges;
+        const auto i = static_cast<std::size_t>(random() % numBridges);
         switch (random() % 8)
         {
         case 0:
