@@ -133,13 +133,15 @@ void ChannelRecorder::takeHandedOver()
 
 void ChannelRecorder::takeLoaded()
 {
+    // Asked first: rows that come in between are the next look's, and so is the end of the reading.
+    const bool hasStoreAnswered = m_keeper.hasTried(m_channel->name());
     const std::size_t unreadable = applyRows(m_keeper.takeLoaded(m_channel->name()), ChannelCore::Kept::Store) +
                                    applyRows(m_recent.takeLoaded(m_channel->name()), ChannelCore::Kept::Memory);
     if (unreadable > 0)
     {
         LOG4CXX_WARN(m_logger, m_description << ": " << unreadable << " stored rows make no sense and are left out");
     }
-    if (m_keeper.hasTried(m_channel->name()))
+    if (hasStoreAnswered)
     {
         m_core.storeTried();
     }
