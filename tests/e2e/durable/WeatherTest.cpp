@@ -6,11 +6,13 @@
 #include "tests/support/TimeFactor.h"
 #include "tests/support/WaitUntil.h"
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <chrono>
 #include <csignal>
 #include <iostream>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -40,8 +42,22 @@ constexpr std::uint32_t numOutputs = 48; ///< those of a bridge are set by nobod
 struct Attempt
 {
     std::uint32_t number = 0;
+    Clock::time_point sent;
     std::optional<Clock::time_point> answered;
     bool isRefused = false;
+};
+
+/// A bridge's death: what it answered shortly before need not be there any more.
+struct Death
+{
+    Clock::time_point signalled;
+    Clock::duration bound;   ///< what was answered longer ago than this is there
+    Clock::time_point ended; ///< an answer that the controller reads later than this may have been sent before
+
+    bool mayHaveTaken(const Attempt& attempt) const
+    {
+        return attempt.sent < ended && attempt.answered > signalled - bound;
+    }
 };
 
 /// What happened to one bridge's outputs. Thread-safe.
@@ -53,20 +69,10 @@ public:
         const std::lock_guard lock(m_mutex);
         m_all[output].push_back(attempt);
     }
-    /// The bridge is killed at `death`: what was answered shortly before need not be there any more.
-    void killed(Clock::time_point death, Clock::duration bound)
+    void add(const Death& death)
     {
         const std::lock_guard lock(m_mutex);
-        for (auto& [output, attempts] : m_all)
-        {
-            for (Attempt& attempt : attempts)
-            {
-                if (attempt.answered && *attempt.answered > death - bound)
-                {
-                    attempt.answered.reset();
-                }
-            }
-        }
+        m_deaths.push_back(death);
     }
     /// The numbers that may be the last of an output: everything from the last one on that was answered for good.
     std::set<std::uint32_t> possible(std::uint32_t output) const
@@ -80,7 +86,7 @@ public:
         }
         for (const Attempt& attempt : found->second)
         {
-            if (attempt.answered)
+            if (isAnsweredForGood(attempt))
             {
                 numbers.clear();
             }
@@ -88,21 +94,56 @@ public:
         }
         return numbers;
     }
+    /// The last few of an output, for who looks into a failure: each with its milliseconds before the death that
+    /// followed.
+    std::string story(std::uint32_t output) const
+    {
+        const std::lock_guard lock(m_mutex);
+        const auto found = m_all.find(output);
+        std::string text;
+        if (found == m_all.end())
+        {
+            return text;
+        }
+        const auto& attempts = found->second;
+        for (std::size_t n = attempts.size() < 12 ? 0 : attempts.size() - 12; n < attempts.size(); ++n)
+        {
+            text += ' ' + std::to_string(attempts[n].number) + (attempts[n].answered ? "" : " (no answer)");
+            const auto death = std::find_if(m_deaths.begin(), m_deaths.end(),
+                                            [&](const Death& later) { return later.ended > attempts[n].sent; });
+            if (death != m_deaths.end())
+            {
+                using std::chrono::milliseconds;
+                const auto before = std::chrono::duration_cast<milliseconds>(death->signalled - attempts[n].sent);
+                text += " sent " + std::to_string(before.count()) + " ms before a death";
+            }
+            text += ',';
+        }
+        return text;
+    }
     std::size_t answered() const
     {
         const std::lock_guard lock(m_mutex);
         std::size_t count = 0;
         for (const auto& [output, attempts] : m_all)
         {
-            count += static_cast<std::size_t>(std::count_if(
-                attempts.begin(), attempts.end(), [](const Attempt& attempt) { return attempt.answered.has_value(); }));
+            count += static_cast<std::size_t>(
+                std::count_if(attempts.begin(), attempts.end(),
+                              [this](const Attempt& attempt) { return isAnsweredForGood(attempt); }));
         }
         return count;
     }
 
 private:
+    bool isAnsweredForGood(const Attempt& attempt) const
+    {
+        return attempt.answered && std::none_of(m_deaths.begin(), m_deaths.end(),
+                                                [&](const Death& death) { return death.mayHaveTaken(attempt); });
+    }
+
     mutable std::mutex m_mutex;
     std::map<std::uint32_t, std::vector<Attempt>> m_all;
+    std::vector<Death> m_deaths;
 };
 
 /// Three bridges in frames of their own, whose clocks differ, a router in the test's, and a switch between them that is
@@ -170,7 +211,7 @@ protected:
         while (!isEnded)
         {
             const std::uint32_t output = 1 + static_cast<std::uint32_t>(i) * numOutputs + number % numOutputs;
-            Attempt attempt{.number = ++number, .answered = {}};
+            Attempt attempt{.number = ++number, .sent = Clock::now(), .answered = {}};
             bool isSent = false;
             try
             {
@@ -220,13 +261,16 @@ protected:
         case 5:
             m_memberships->write({frameOf(i), "R1", static_cast<std::uint16_t>(i + 1)});
             break;
-        case 6:
-            // Other tests hold the bound exactly; here the machine may be short of processors.
+        case 6: {
+            const auto signalled = Clock::now();
             m_bridges[i]->signal(SIGKILL);
-            m_attempts[i].killed(Clock::now(), testsupport::scaled(10 * lossBound));
             EXPECT_TRUE(m_bridges[i]->waitForExit());
+            // Other tests hold the bound exactly; here the machine may be short of processors.
+            m_attempts[i].add(
+                Death{.signalled = signalled, .bound = testsupport::scaled(10 * lossBound), .ended = Clock::now()});
             start(i);
             break;
+        }
         default:
             m_bridges[i]->signal(SIGTERM);
             EXPECT_EQ(m_bridges[i]->waitForExit(), 0);
@@ -306,7 +350,8 @@ TEST_F(WeatherTest, NothingIsLostAndAllAgreeOnceTheWeatherIsGoodAgain)
                 testsupport::scaled(30s));
             const auto onAir = record().lastTarget(Signal::Video, output);
             EXPECT_TRUE(last) << "output " << output << ": on air is " << (onAir ? onAir->lprId : 0)
-                              << ", the last that was answered is " << *possible.begin();
+                              << ", the last that was answered is " << *possible.begin() << ", of"
+                              << m_attempts[i].story(output);
         }
     }
     // Each has everything once it has been stopped.
