@@ -12,6 +12,7 @@
 #include <chrono>
 #include <csignal>
 #include <iostream>
+#include <iterator>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -74,7 +75,8 @@ public:
         const std::lock_guard lock(m_mutex);
         m_deaths.push_back(death);
     }
-    /// The numbers that may be the last of an output: everything from the last one on that was answered for good.
+    /// The numbers that may be the last of an output: everything from the last one on that was answered for good. Empty
+    /// when none was: the output may never have been set then.
     std::set<std::uint32_t> possible(std::uint32_t output) const
     {
         const std::lock_guard lock(m_mutex);
@@ -84,13 +86,13 @@ public:
         {
             return numbers;
         }
-        for (const Attempt& attempt : found->second)
+        const auto& attempts = found->second;
+        const auto last = std::find_if(attempts.rbegin(), attempts.rend(),
+                                       [this](const Attempt& attempt) { return isAnsweredForGood(attempt); });
+        if (last != attempts.rend())
         {
-            if (isAnsweredForGood(attempt))
-            {
-                numbers.clear();
-            }
-            numbers.insert(attempt.number);
+            std::transform(std::prev(last.base()), attempts.end(), std::inserter(numbers, numbers.end()),
+                           [](const Attempt& attempt) { return attempt.number; });
         }
         return numbers;
     }
