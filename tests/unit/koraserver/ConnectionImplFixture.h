@@ -62,14 +62,16 @@ protected:
         m_sut->start();
         std::size_t answers = 0;
         int unsent = 0;
-        while (answers < 1000 && unsent == 0)
+        // One or two may only not have left yet; more than that wait for the client.
+        constexpr int onTheirWay = 4 * 8192;
+        while (answers < 1000 && unsent < onTheirWay)
         {
             m_client->send(korabytes::request(1));
             ++answers;
             EXPECT_TRUE(testsupport::waitUntil([&] { return m_commands.requests().size() == answers; }));
             EXPECT_EQ(::ioctl(m_socket, SIOCOUTQNSD, &unsent), 0);
         }
-        EXPECT_GT(unsent, 0);
+        EXPECT_GE(unsent, onTheirWay);
         return answers;
     }
 
