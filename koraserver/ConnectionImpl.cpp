@@ -3,7 +3,6 @@
 #include "koracommand/WireLayout.h"
 #include "koracommand/WireWords.h"
 #include "koraserver/ControllerSocket.h"
-#include "koraserver/MessageCutter.h"
 #include "runtime/util/HttpSign.h"
 #include "runtime/util/Log.h"
 #include "runtime/util/Sockets.h"
@@ -30,6 +29,8 @@ namespace
 {
 
 constexpr int browserWarningsPerInterval = 20;
+/// What leaves together at most: two of the longest answers, or hundreds of short ones.
+constexpr std::size_t answersBytes = 2 * wireLayout::maxMessageBytes;
 
 std::string_view asText(std::span<const std::uint8_t> bytes)
 {
@@ -54,7 +55,9 @@ ConnectionImpl::ConnectionImpl(log4cxx::LoggerPtr logger, int socket, std::uint1
           formatText("Kora Connection:%s:%u-%d", dottedText(clientAddress).c_str(), unsigned{clientPort}, socket)),
       m_shortThreadName(formatText("Kora:%u-%d", unsigned{clientPort}, socket)), m_cmdHandler(std::move(cmdHandler)),
       m_unexpectedProtocols(m_logger), m_sendFailures(m_logger), m_browserWarnings(std::move(browserWarnings))
-{}
+{
+    m_answers.reserve(answersBytes);
+}
 
 ConnectionImpl::~ConnectionImpl()
 {
@@ -168,17 +171,31 @@ void ConnectionImpl::processStream()
             return;
         }
         cutter.stored(static_cast<std::size_t>(count));
-        while (m_running)
+        if (answerMessages(cutter))
         {
-            const auto message = cutter.next();
-            if (!message)
-            {
-                break;
-            }
             browser.reset();
+        }
+    }
+}
+
+bool ConnectionImpl::answerMessages(MessageCutter& cutter)
+{
+    bool isAnswered = false;
+    try
+    {
+        for (auto message = cutter.next(); message && m_running; message = cutter.next())
+        {
+            isAnswered = true;
             handleMessage(*message);
         }
     }
+    catch (...)
+    {
+        sendAnswers(); // what was done before is told
+        throw;
+    }
+    sendAnswers();
+    return isAnswered;
 }
 
 void ConnectionImpl::warnOfBrowser()
@@ -223,15 +240,19 @@ void ConnectionImpl::processEnetRtrMessageCommand(std::span<const std::uint8_t> 
     const WireReader answer({response->getData(), response->getLength()});
     m_timingSamples.record(answer.bigEndianWordAt(wireLayout::header::msgId), m_responseSequence);
     response->setSequence(m_responseSequence++);
-    sendResponse(*response);
+    if (m_answers.size() + response->getLength() > m_answers.capacity())
+    {
+        sendAnswers();
+    }
+    m_answers.insert(m_answers.end(), response->getData(), response->getData() + response->getLength());
 }
 
-void ConnectionImpl::sendResponse(const Rsp& response)
+void ConnectionImpl::sendAnswers()
 {
-    std::span<const std::uint8_t> unsent(response.getData(), response.getLength());
+    std::span<const std::uint8_t> unsent(m_answers);
     while (!unsent.empty())
     {
-        // One call takes the whole response, unless a signal cuts it short.
+        // One call takes all of it, unless a signal cuts it short.
         const ssize_t count = ::send(m_socket, unsent.data(), unsent.size(), MSG_NOSIGNAL);
         if (count >= 0)
         {
@@ -245,9 +266,10 @@ void ConnectionImpl::sendResponse(const Rsp& response)
                 m_sendFailures.warn({formatText("send %d", error),
                                      formatText("send client response failed, %s", systemErrorText(error).c_str())});
             }
-            return;
+            break;
         }
     }
+    m_answers.clear();
 }
 
 ConnectionFactoryImpl::ConnectionFactoryImpl(const std::string& loggerName,

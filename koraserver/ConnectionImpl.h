@@ -2,6 +2,7 @@
 
 #include "koracommand/CmdHandler.h"
 #include "koraserver/Connection.h"
+#include "koraserver/MessageCutter.h"
 #include "koraserver/UnexpectedProtocols.h"
 #include "runtime/misc/TimingSamples.h"
 #include "runtime/util/FailureLog.h"
@@ -15,9 +16,11 @@
 #include <span>
 #include <string>
 #include <thread>
+#include <vector>
 
 /// Serves one controller on a thread of its own: cuts its byte stream into messages, has router-control messages
-/// handled one at a time and writes each response back; messages of other protocols are noted and get no answer.
+/// handled one at a time and writes the responses back, those to what was received together in one call; messages of
+/// other protocols are noted and get no answer.
 ///
 /// `start`, `requestStop`, `stop` and destruction belong to the server's thread, everything else private to the
 /// connection's thread or thread-safe. Owned by the server's slot. Any failure to receive, an exception, or a handler
@@ -48,9 +51,11 @@ private:
     void run();
     void processStream();
     void warnOfBrowser();
+    /// All whole messages that are held. Whether there was one.
+    bool answerMessages(MessageCutter& cutter);
     void handleMessage(std::span<const std::uint8_t> message);
     void processEnetRtrMessageCommand(std::span<const std::uint8_t> message);
-    void sendResponse(const Rsp& response);
+    void sendAnswers();
 
     log4cxx::LoggerPtr m_logger;
     com::tallowcrest::misc::TimingSamples& m_timingSamples;
@@ -63,6 +68,9 @@ private:
     const std::string m_shortThreadName; ///< as the system lists the thread: "Kora:40112-9"
     std::unique_ptr<CmdHandler> m_cmdHandler;
     std::uint32_t m_responseSequence = 0;
+    /// To what was received together, and not sent yet. Without TCP_NODELAY the second of two small sends would wait
+    /// for the client's delayed acknowledgement of the first, some 40 ms.
+    std::vector<std::uint8_t> m_answers;
     UnexpectedProtocols m_unexpectedProtocols;
     com::tallowcrest::util::FailureLog m_sendFailures; ///< a dead client may have left hundreds of requests behind
     std::shared_ptr<com::tallowcrest::util::LogLimit> m_browserWarnings;
