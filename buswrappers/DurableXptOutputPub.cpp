@@ -77,7 +77,8 @@ void DurableXptOutputPub::follow(dds::sub::DataReader<MacroXptOutput> seen,
     writer().unregister_instance(writer().register_instance(MacroXptOutput{}));
     auto channel = m_recorder->channel({.name = {partitionName(routerPartition()), topicName()},
                                         .greatest = m_greatest,
-                                        .isShared = durability::areTargetsShared()},
+                                        .isShared = durability::areTargetsShared(),
+                                        .bridgesWrite = routing::topicName(TopicName::ComponentInfoKoraBridge)},
                                        durableCodec<MacroXptOutput>());
     auto joined = std::make_shared<DurableTopic<MacroXptOutput>>(writer(), std::move(seen), std::move(history),
                                                                  [channel = std::weak_ptr(channel)] {

@@ -11,6 +11,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -26,8 +27,9 @@ public:
     struct Settings
     {
         ChannelName name;
-        Instance greatest = 0; ///< greater ones do not exist
-        bool isShared = false; ///< the bridge's table follows the decisions of others
+        Instance greatest = 0;      ///< greater ones do not exist
+        bool isShared = false;      ///< the bridge's table follows the decisions of others
+        std::string bridgesWrite{}; ///< a topic: of too many neighbours those that write it are preferred
     };
     /// What the bridge is to do: it alone publishes, in one order with its own decisions, and leaves out what is older
     /// than those.

@@ -1,5 +1,6 @@
 #include "durability/ChannelRecorder.h"
 
+#include "durability/ParticipantName.h"
 #include "runtime/util/Log.h"
 
 #include <algorithm>
@@ -31,7 +32,7 @@ ChannelRecorder::ChannelRecorder(dds_entity_t participant, Clock::time_point sta
     : m_channel(std::move(channel)), m_keeper(keeper), m_recent(recent), m_logger(util::bridgeLogger()),
       m_description("Durable topic " + m_channel->name().topic + " in " + m_channel->name().partition),
       m_participant(participant), m_wake(wake), m_core({.greatest = m_channel->settings().greatest,
-                                                        .self = NeighbourPort::nameOf(participant),
+                                                        .self = nameOf(participant),
                                                         .isShared = m_channel->settings().isShared,
                                                         .started = steady(started),
                                                         .rules = m_channel->codec().rules},
@@ -72,7 +73,7 @@ void ChannelRecorder::openPort()
     }
     try
     {
-        m_port.emplace(m_participant, m_channel->name(), m_wake);
+        m_port.emplace(m_participant, m_channel->name(), m_channel->settings().bridgesWrite, m_wake);
         m_isPortReported = false;
     }
     catch (const BusError& error)
@@ -211,6 +212,12 @@ void ChannelRecorder::takeFromBus()
                           });
                           m_core.heard(rows, now());
                       }});
+    if (m_port->crowd() > Neighbours::most && !std::exchange(m_isCrowdReported, true))
+    {
+        LOG4CXX_WARN(m_logger, m_description << ": " << m_port->crowd() << " other participants keep it, "
+                                             << Neighbours::most
+                                             << " are heard, those with a bridge's component record first");
+    }
 }
 
 void ChannelRecorder::lookAtReaders()

@@ -94,6 +94,7 @@ private:
     std::optional<ChannelCore::Completed> m_completed; ///< the bridge has not been told yet
     std::vector<Instance> m_toAdopt;                   ///< the same
     std::vector<Instance> m_toRepeat;                  ///< the same
+    bool m_isCrowdReported = false;
     bool m_isRefusalReported = false;
     bool m_isSendingReported = false;
 };

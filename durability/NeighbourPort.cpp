@@ -1,6 +1,7 @@
 #include "durability/NeighbourPort.h"
 
 #include "dds/detail/GatheredWrites.hpp"
+#include "durability/ParticipantName.h"
 
 #include <exchange.h>
 
@@ -24,18 +25,6 @@ using BusWant = com_tallowcrest_durability__Want;
 
 constexpr dds_duration_t maxBlockingTime = DDS_MSECS(100);
 constexpr std::int32_t rowsKept = 256; ///< of each neighbour, when we are slow
-
-NeighbourId nameOfGuid(const dds_guid_t& guid)
-{
-    // FNV-1a over the participant's part of the name: the same wherever it is seen.
-    constexpr std::size_t participantsPart = 12;
-    std::uint64_t hash = 0xcbf29ce484222325U;
-    for (std::size_t i = 0; i < participantsPart; ++i)
-    {
-        hash = (hash ^ guid.v[i]) * 0x100000001b3U;
-    }
-    return hash;
-}
 
 BusQos commonQos(const ChannelName& channel, dds_durability_kind_t durability)
 {
@@ -90,7 +79,7 @@ Listener listener(util::WakeEvent& wake)
     return result;
 }
 
-/// Calls `visit` with each valid sample of type T.
+/// Calls `visit` with each valid sample of type T and its writer.
 template <typename T, typename Visit>
 void takeAll(dds_entity_t reader, const Visit& visit)
 {
@@ -104,7 +93,7 @@ void takeAll(dds_entity_t reader, const Visit& visit)
         {
             if (infos[i].valid_data)
             {
-                visit(*static_cast<const T*>(samples[i]));
+                visit(*static_cast<const T*>(samples[i]), infos[i].publication_handle);
             }
         }
         static_cast<void>(dds_return_loan(reader, samples.data(), count));
@@ -135,6 +124,37 @@ BucketRows fromBus(const BusRows& bus)
     return rows;
 }
 
+std::optional<NeighbourId> nameAndFree(dds_builtintopic_endpoint_t* endpoint)
+{
+    if (endpoint == nullptr)
+    {
+        return std::nullopt; // gone since
+    }
+    const NeighbourId name = nameOfGuid(endpoint->participant_key);
+    dds_builtintopic_free_endpoint(endpoint);
+    return name;
+}
+
+/// Whose endpoints they are that `handlesOf` fills in, however many.
+std::map<dds_instance_handle_t, NeighbourId> namesOf(const auto& handlesOf, const auto& endpointOf)
+{
+    std::vector<dds_instance_handle_t> handles(Neighbours::most);
+    std::size_t count = 0;
+    while ((count = static_cast<std::size_t>(std::max(handlesOf(handles.data(), handles.size()), 0))) > handles.size())
+    {
+        handles.resize(count + Neighbours::most);
+    }
+    std::map<dds_instance_handle_t, NeighbourId> names;
+    for (std::size_t i = 0; i < count; ++i)
+    {
+        if (const auto name = nameAndFree(endpointOf(handles[i])))
+        {
+            names[handles[i]] = *name;
+        }
+    }
+    return names;
+}
+
 /// A sequence that looks at somebody else's vector.
 template <typename Sequence, typename Element>
 Sequence view(std::vector<Element>& elements)
@@ -148,8 +168,9 @@ Sequence view(std::vector<Element>& elements)
 
 } // namespace
 
-NeighbourPort::NeighbourPort(dds_entity_t participant, const ChannelName& channel, util::WakeEvent& wake)
-    : m_self(nameOf(participant)),
+NeighbourPort::NeighbourPort(dds_entity_t participant, const ChannelName& channel, std::string bridgesWrite,
+                             util::WakeEvent& wake)
+    : m_participant(participant), m_bridgesWrite(std::move(bridgesWrite)), m_self(nameOf(participant)),
       m_statusTopic(dds_create_topic(participant, &com_tallowcrest_durability__ChannelStatus_desc,
                                      (channel.topic + "_durable").c_str(), nullptr, nullptr),
                     "making topic " + channel.topic + "_durable"),
@@ -172,17 +193,6 @@ NeighbourPort::NeighbourPort(dds_entity_t participant, const ChannelName& channe
                      "making the writer for neighbours")
 {}
 
-NeighbourId NeighbourPort::nameOf(dds_entity_t participant)
-{
-    dds_guid_t guid{};
-    const dds_return_t code = dds_get_guid(participant, &guid);
-    if (code < 0)
-    {
-        throw BusError(std::string("asking for the participant's name: ") + dds_strretcode(code));
-    }
-    return nameOfGuid(guid);
-}
-
 bool NeighbourPort::hasMatchedAnew()
 {
     dds_subscription_matched_status_t writers{};
@@ -194,43 +204,66 @@ bool NeighbourPort::hasMatchedAnew()
     return std::exchange(m_counts, counts) != counts;
 }
 
-std::set<NeighbourId> NeighbourPort::matched() const
+/// Those whose writers are known here and whose readers are.
+std::set<NeighbourId> NeighbourPort::matched()
 {
-    // Those whose writers are known here and whose readers are.
-    std::array<dds_instance_handle_t, Neighbours::most> handles{};
-    const auto names = [&](dds_return_t count, const auto& endpointOf) {
-        std::set<NeighbourId> all;
-        for (std::size_t i = 0; count > 0 && i < std::min(static_cast<std::size_t>(count), handles.size()); ++i)
-        {
-            dds_builtintopic_endpoint_t* const endpoint = endpointOf(handles[i]);
-            if (endpoint != nullptr) // gone since
-            {
-                all.insert(nameOfGuid(endpoint->participant_key));
-                dds_builtintopic_free_endpoint(endpoint);
-            }
-        }
-        return all;
-    };
-    const std::set<NeighbourId> writers =
-        names(dds_get_matched_publications(m_statusReader.get(), handles.data(), handles.size()),
-              [this](dds_instance_handle_t handle) {
-                  return dds_get_matched_publication_data(m_statusReader.get(), handle);
-              });
-    const std::set<NeighbourId> readers =
-        names(dds_get_matched_subscriptions(m_statusWriter.get(), handles.data(), handles.size()),
-              [this](dds_instance_handle_t handle) {
-                  return dds_get_matched_subscription_data(m_statusWriter.get(), handle);
-              });
+    m_writers =
+        namesOf([this](dds_instance_handle_t* handles,
+                       std::size_t size) { return dds_get_matched_publications(m_statusReader.get(), handles, size); },
+                [this](dds_instance_handle_t handle) {
+                    return dds_get_matched_publication_data(m_statusReader.get(), handle);
+                });
+    const Endpoints readers =
+        namesOf([this](dds_instance_handle_t* handles,
+                       std::size_t size) { return dds_get_matched_subscriptions(m_statusWriter.get(), handles, size); },
+                [this](dds_instance_handle_t handle) {
+                    return dds_get_matched_subscription_data(m_statusWriter.get(), handle);
+                });
+    std::set<NeighbourId> heard;
+    for (const auto& [handle, name] : readers)
+    {
+        heard.insert(name);
+    }
     std::set<NeighbourId> both;
-    std::set_intersection(writers.begin(), writers.end(), readers.begin(), readers.end(),
-                          std::inserter(both, both.end()));
-    both.erase(m_self);
-    return both;
+    for (const auto& [handle, name] : m_writers)
+    {
+        if (heard.contains(name) && name != m_self)
+        {
+            both.insert(name);
+        }
+    }
+    m_crowd = both.size();
+    m_isLong = std::max(m_writers.size(), readers.size()) > Neighbours::most;
+    return both.size() > Neighbours::most ? chooseNeighbours(both, bridges(), m_present) : both;
 }
 
-void NeighbourPort::take(const Visitor& visit)
+const std::set<NeighbourId>& NeighbourPort::bridges()
 {
-    const std::set<NeighbourId> present = hasMatchedAnew() ? matched() : m_present;
+    if (const auto now = Clock::now(); now >= m_bridgesDue)
+    {
+        m_bridgesDue = now + crowdedLook;
+        try
+        {
+            m_bridges = participantsThatWrite(m_participant, m_bridgesWrite);
+        }
+        catch (const BusError&)
+        {
+            // What was known of them still holds, and they are asked for at the next look.
+        }
+    }
+    return m_bridges;
+}
+
+void NeighbourPort::look(const Visitor& visit)
+{
+    m_isLookDue = hasMatchedAnew() || m_isLookDue || m_crowd > Neighbours::most;
+    if (!m_isLookDue || (m_isLong && Clock::now() < m_crowdDue))
+    {
+        return;
+    }
+    m_isLookDue = false;
+    m_crowdDue = Clock::now() + crowdedLook;
+    const std::set<NeighbourId> present = matched();
     for (const NeighbourId id : m_present)
     {
         if (!present.contains(id))
@@ -246,11 +279,43 @@ void NeighbourPort::take(const Visitor& visit)
         }
     }
     m_present = present;
-    takeAll<BusRows>(m_rowsReader.get(), [&](const BusRows& bus) { visit.onRows(fromBus(bus)); });
-    takeAll<BusStatus>(m_statusReader.get(), [&](const BusStatus& bus) {
-        if (m_early.size() < Neighbours::most || m_early.contains(bus.bridge))
+}
+
+/// Whose writer it is; nobody's when that has gone.
+std::optional<NeighbourId> NeighbourPort::writerOf(dds_instance_handle_t handle) const
+{
+    if (const auto found = m_writers.find(handle); found != m_writers.end())
+    {
+        return found->second;
+    }
+    return nameAndFree(dds_get_matched_publication_data(m_statusReader.get(), handle));
+}
+
+/// Keeps what was said by who cannot hear us yet.
+void NeighbourPort::keepEarly(NeighbourId id, Status status)
+{
+    if (m_early.size() >= Neighbours::most && !m_early.contains(id))
+    {
+        const auto stranger = std::find_if(m_early.begin(), m_early.end(),
+                                           [this](const auto& one) { return !bridges().contains(one.first); });
+        if (stranger == m_early.end() || !bridges().contains(id))
         {
-            m_early[bus.bridge] = fromBus(bus);
+            return;
+        }
+        m_early.erase(stranger);
+    }
+    m_early[id] = std::move(status);
+}
+
+void NeighbourPort::take(const Visitor& visit)
+{
+    look(visit);
+    takeAll<BusRows>(m_rowsReader.get(),
+                     [&](const BusRows& bus, dds_instance_handle_t) { visit.onRows(fromBus(bus)); });
+    takeAll<BusStatus>(m_statusReader.get(), [&](const BusStatus& bus, dds_instance_handle_t writer) {
+        if (writerOf(writer) == bus.bridge) // nobody speaks for another
+        {
+            keepEarly(bus.bridge, fromBus(bus));
         }
     });
     for (auto early = m_early.begin(); early != m_early.end();)

@@ -125,4 +125,14 @@ std::size_t Neighbours::rank(NeighbourId self) const
     return static_cast<std::size_t>(std::distance(m_all.begin(), m_all.lower_bound(self)));
 }
 
+std::set<NeighbourId> chooseNeighbours(const std::set<NeighbourId>& all, const std::set<NeighbourId>& bridges,
+                                       const std::set<NeighbourId>& present)
+{
+    std::vector<NeighbourId> order(all.begin(), all.end());
+    std::stable_partition(order.begin(), order.end(), [&](NeighbourId id) { return present.contains(id); });
+    std::stable_partition(order.begin(), order.end(), [&](NeighbourId id) { return bridges.contains(id); });
+    order.resize(std::min(order.size(), Neighbours::most));
+    return {order.begin(), order.end()};
+}
+
 } // namespace com::tallowcrest::durability

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <deque>
 #include <map>
+#include <set>
 #include <vector>
 
 namespace com::tallowcrest::durability
@@ -96,5 +97,10 @@ private:
     std::map<NeighbourId, Neighbour> m_all;
     std::vector<std::deque<std::uint64_t>> m_takenOver; ///< by bucket, the last few
 };
+
+/// Of more than `Neighbours::most` so many: the `bridges` first, then those that are `present`, then the others in the
+/// order of their names.
+std::set<NeighbourId> chooseNeighbours(const std::set<NeighbourId>& all, const std::set<NeighbourId>& bridges,
+                                       const std::set<NeighbourId>& present);
 
 } // namespace com::tallowcrest::durability

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <set>
 #include <utility>
 #include <vector>
 
@@ -181,4 +182,25 @@ TEST_F(NeighboursTest, RankIsTheNumberOfThoseWhoseNamesComeBefore)
     }
 
     EXPECT_EQ(m_sut.rank(self), 2U);
+}
+
+TEST(ChooseNeighboursTest, BridgesGoFirstThenThoseThatAreThereThenTheNewOnes)
+{
+    std::set<NeighbourId> all;
+    for (NeighbourId id = 1; id <= Neighbours::most + 3; ++id)
+    {
+        all.insert(id);
+    }
+    constexpr NeighbourId there = Neighbours::most + 2;
+    constexpr NeighbourId bridge = Neighbours::most + 3;
+
+    const auto chosen = chooseNeighbours(all, {bridge, bridge + 1}, {there});
+
+    std::set<NeighbourId> expected;
+    for (NeighbourId id = 1; id <= Neighbours::most - 2; ++id)
+    {
+        expected.insert(id);
+    }
+    expected.insert({there, bridge});
+    EXPECT_EQ(chosen, expected);
 }

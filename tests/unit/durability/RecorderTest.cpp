@@ -1,5 +1,7 @@
 #include "durability/Recorder.h"
 
+#include "CrowdOfNeighbours.h"
+#include "tests/support/LogRecorder.h"
 #include "tests/support/TempDir.h"
 #include "tests/support/WaitUntil.h"
 #include "tests/unit/durability/OutputCodec.h"
@@ -275,4 +277,22 @@ TEST_F(RecorderTest, FileInMemoryThatGrewIsBegunAnewWithTheNewestOfEachInstance)
 
     EXPECT_GT(longest, RecentRows::longestFile / 2);
     EXPECT_NE(testsupport::readFile(memory).find(contentOf(9, 1)), std::string::npos);
+}
+
+TEST_F(RecorderTest, MoreNeighboursThanThereCanBeAreToldOfOnce)
+{
+    const testsupport::LogRecorder log;
+    CrowdOfNeighbours others(settings().name);
+    for (std::size_t i = 0; i < Neighbours::most + 1; ++i)
+    {
+        others.add();
+    }
+    start();
+
+    const std::string told = "other participants keep it, 256 are heard, those with a bridge's component record first";
+    EXPECT_TRUE(log.waitForHolding(told));
+    others.add();
+    join();
+    EXPECT_EQ(history(), std::vector<std::string>{});
+    EXPECT_EQ(log.countHolding(told), 1U);
 }
