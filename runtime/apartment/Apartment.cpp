@@ -6,14 +6,16 @@
 #include "runtime/util/Slot.h"
 #include "runtime/util/ThreadName.h"
 
+#include <algorithm>
 #include <exception>
 #include <utility>
 
 namespace com::tallowcrest::apartment
 {
 
-Apartment::Apartment(const std::string& name, std::shared_ptr<RoundBracket> bracket)
-    : Task(name), m_name(name), m_round(std::move(bracket))
+Apartment::Apartment(const std::string& name, std::shared_ptr<RoundBracket> bracket,
+                     std::shared_ptr<AlarmClock> alarmClock)
+    : Task(name), m_alarmClock(std::move(alarmClock)), m_name(name), m_round(std::move(bracket))
 {}
 
 Apartment::~Apartment()
@@ -88,6 +90,7 @@ void Apartment::run()
 {
     while (isRunning())
     {
+        ringAlarms();
         auto event = takeEvent();
         if (event == nullptr)
         {
@@ -118,6 +121,18 @@ void Apartment::runInRound(std::unique_ptr<DoItEvent> event)
     }
 }
 
+void Apartment::ringAlarms()
+{
+    while (const Alarm* const alarm = m_alarmClock->takeDue())
+    {
+        m_round.end();
+        letAnswersOut();
+        m_round.enter();
+        runCall(alarm->call());
+        m_round.end();
+    }
+}
+
 void Apartment::letAnswersOut()
 {
     // Whoever was answered is awake, but on the same processor it would run only after the long event: this thread goes
@@ -131,9 +146,18 @@ void Apartment::letAnswersOut()
 
 std::unique_ptr<DoItEvent> Apartment::waitForEvent()
 {
+    const auto isOver = [this] { return !m_events.empty() || !m_running; };
+    const auto due = m_alarmClock->nextDue();
     std::unique_lock lock(m_mutex);
-    m_eventQueued.wait_until(lock, std::chrono::system_clock::now() + m_waitTimeout,
-                             [this] { return !m_events.empty() || !m_running; });
+    if (due)
+    {
+        const auto left = std::min<AlarmClock::Clock::duration>(*due - m_alarmClock->now(), m_waitTimeout);
+        m_eventQueued.wait_until(lock, AlarmClock::Clock::now() + left, isOver);
+    }
+    else
+    {
+        m_eventQueued.wait_until(lock, std::chrono::system_clock::now() + m_waitTimeout, isOver);
+    }
     return popEvent();
 }
 

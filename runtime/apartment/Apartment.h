@@ -1,5 +1,6 @@
 #pragma once
 
+#include "runtime/apartment/AlarmClock.h"
 #include "runtime/apartment/DoItEvent.h"
 #include "runtime/apartment/Round.h"
 #include "runtime/apartment/Task.h"
@@ -19,12 +20,15 @@ namespace com::tallowcrest::apartment
 /// thread alone, so they need no locks. `send` and `isRunning` are thread-safe; `start`, `stop` and the destructor
 /// belong to one owner, which is never the apartment's own thread.
 /// An exception that leaves an event is logged at ERROR to "KORABRIDGE" and the next event runs. Brief events that wait
-/// together run in one round, every other event in one of its own; see Round.
+/// together run in one round, every other event in one of its own; see Round. Alarms that are due ring between two
+/// events, each in a round of its own.
 class Apartment : public SendDoItEvent, public Task
 {
 public:
-    /// Enrols the task as `name`; no thread yet. `bracket`, if there is one, is called around each round.
-    explicit Apartment(const std::string& name, std::shared_ptr<RoundBracket> bracket = nullptr);
+    /// Enrols the task as `name`; no thread yet. `bracket`, if there is one, is called around each round. A test's
+    /// `alarmClock` may be fast, not slow.
+    explicit Apartment(const std::string& name, std::shared_ptr<RoundBracket> bracket = nullptr,
+                       std::shared_ptr<AlarmClock> alarmClock = std::make_shared<AlarmClock>());
     /// Stops the thread if it runs and deletes the events that never ran, in order.
     ~Apartment() override;
 
@@ -34,6 +38,8 @@ public:
     /// Ends the loop after the event that runs, and joins the thread. Events behind it stay queued. Idempotent.
     void stop() override;
     bool isRunning() const override;
+    /// For alarms that ring on this apartment.
+    const std::shared_ptr<AlarmClock>& alarmClock() const { return m_alarmClock; }
 
 protected:
     /// The thread body: runs events one at a time until stopped; looks at the running flag every 10 seconds at least.
@@ -42,9 +48,11 @@ protected:
 private:
     /// Runs the event in the round that is under way or in a new one.
     void runInRound(std::unique_ptr<DoItEvent> event);
+    void ringAlarms();
     /// Gives way once, if anybody has been answered since the last time.
     void letAnswersOut();
-    /// Waits for an event until the wait timeout has passed or the apartment stops; null when none came.
+    /// Waits for an event until the wait timeout has passed, an alarm is due or the apartment stops; null when none
+    /// came.
     std::unique_ptr<DoItEvent> waitForEvent();
     std::unique_ptr<DoItEvent> takeEvent();
     /// Takes the front of the queue, with the mutex held; null when the queue is empty.
@@ -55,6 +63,7 @@ private:
     util::RingQueue<DoItEvent*> m_events;
     std::mutex m_mutex;
     std::condition_variable m_eventQueued;
+    const std::shared_ptr<AlarmClock> m_alarmClock;
     const std::string m_name;
     Round m_round; ///< the thread's
 };

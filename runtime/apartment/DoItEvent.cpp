@@ -7,11 +7,11 @@
 namespace com::tallowcrest::apartment
 {
 
-void runEvent(std::unique_ptr<DoItEvent> event) noexcept
+void runCall(const std::function<void()>& call) noexcept
 {
     try
     {
-        event->doIt();
+        call();
     }
     catch (const std::exception& error)
     {
@@ -21,6 +21,11 @@ void runEvent(std::unique_ptr<DoItEvent> event) noexcept
     {
         REPORT_ERROR_F(util::bridgeLogger(), "Apartment event failed, unknown exception");
     }
+}
+
+void runEvent(std::unique_ptr<DoItEvent> event) noexcept
+{
+    runCall([&event] { event->doIt(); });
 }
 
 } // namespace com::tallowcrest::apartment

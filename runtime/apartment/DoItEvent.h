@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 
 namespace com::tallowcrest::apartment
@@ -35,6 +36,9 @@ class EmptyDoItEvent final : public DoItEvent
 public:
     void doIt() override {}
 };
+
+/// Runs a piece of an apartment's work. An exception is logged at ERROR to "KORABRIDGE" and goes no further.
+void runCall(const std::function<void()>& call) noexcept;
 
 /// Runs the event and deletes it. An exception is logged at ERROR to "KORABRIDGE" and goes no further.
 void runEvent(std::unique_ptr<DoItEvent> event) noexcept;

@@ -22,6 +22,7 @@
 namespace
 {
 
+using com::tallowcrest::apartment::Alarm;
 using com::tallowcrest::apartment::Apartment;
 using com::tallowcrest::apartment::DoItEvent;
 using com::tallowcrest::apartment::EmptyDoItEvent;
@@ -359,6 +360,68 @@ TEST_F(ApartmentTest, anythingThrownIsLoggedAndTheLoopGoesOn)
     ASSERT_EQ(lines.size(), 1U);
     EXPECT_EQ(lines[0].level, "ERROR");
     EXPECT_THAT(lines[0].text, testing::HasSubstr("unknown exception"));
+}
+
+TEST_F(ApartmentTest, anAlarmThatIsDueRingsOnTheThreadOfAnIdleApartment)
+{
+    Apartment sut("sut");
+    std::promise<std::thread::id> rung;
+    Alarm alarm(sut.alarmClock(), [&rung] { rung.set_value(std::this_thread::get_id()); });
+    std::thread::id own;
+    std::chrono::steady_clock::time_point due;
+    sut.start();
+
+    send(sut, 1, [&] {
+        own = std::this_thread::get_id();
+        due = alarm.now() + std::chrono::milliseconds(20);
+        alarm.set(due);
+    });
+
+    auto ring = rung.get_future();
+    ASSERT_EQ(ring.wait_for(std::chrono::seconds(9)), std::future_status::ready) << "not by its wait of ten seconds";
+    EXPECT_GE(std::chrono::steady_clock::now(), due);
+    EXPECT_EQ(ring.get(), own);
+    sut.stop();
+}
+
+TEST_F(ApartmentTest, anAlarmRingsBetweenEventsThatDoNotEnd)
+{
+    Apartment sut("sut");
+    std::atomic<bool> isRung{false};
+    Alarm alarm(sut.alarmClock(), [&isRung] { isRung = true; });
+    std::function<void()> again = [&] {
+        if (!isRung)
+        {
+            send(sut, 2, again);
+        }
+    };
+    sut.start();
+
+    send(sut, 1, [&] {
+        alarm.set(alarm.now() + std::chrono::milliseconds(20));
+        again();
+    });
+
+    EXPECT_TRUE(waitUntil([&isRung] { return isRung.load(); }));
+    isRung = true;
+    drain(sut);
+    sut.stop();
+}
+
+TEST_F(ApartmentTest, anAlarmThatThrowsIsLoggedAndTheLoopGoesOn)
+{
+    const testsupport::LogRecorder log;
+    Apartment sut("sut");
+    Alarm alarm(sut.alarmClock(), [] { throw std::runtime_error("output 7 is on fire"); });
+    sut.start();
+
+    send(sut, 1, [&] { alarm.set(alarm.now()); });
+    EXPECT_TRUE(log.waitFor("ERROR Apartment event failed, output 7 is on fire"));
+    send(sut, 2);
+    drain(sut);
+
+    EXPECT_THAT(m_ran.numbers(), ElementsAre(1, 2));
+    sut.stop();
 }
 
 TEST_F(ApartmentTest, theThreadBearsTheNameCutToFifteenCharacters)
