@@ -189,7 +189,7 @@ void Director::createRouterMembership()
     m_routerMembers = std::make_shared<RouterMembers>(
         std::vector<std::shared_ptr<IPartitionBound>>{m_levelMgr, m_audioTargetMgr, m_videoTargetMgr, m_audioStatusMgr,
                                                       m_videoStatusMgr, m_audioLocalTargetMgr, m_videoLocalTargetMgr},
-        m_server);
+        m_server, apartment::bridgeApartment()->alarmClock());
     m_routerMemberMgr = std::make_shared<routing::RouterMemberMgr>(
         apartment::bridgeApartment(), topicName(TopicName::RouterMember), m_frameId, m_routerMembers);
 }

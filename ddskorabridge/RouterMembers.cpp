@@ -2,30 +2,54 @@
 
 #include "koraserver/Server.h"
 #include "runtime/apartment/ThreadPriority.h"
+#include "runtime/util/Log.h"
 
+#include <exception>
 #include <utility>
 
-RouterMembers::RouterMembers(std::vector<std::shared_ptr<IPartitionBound>> parts, std::shared_ptr<Server> server)
-    : m_parts(std::move(parts)), m_server(std::move(server)), m_presence(*this)
+using com::tallowcrest::apartment::AlarmClock;
+
+RouterMembers::RouterMembers(std::vector<std::shared_ptr<IPartitionBound>> parts, std::shared_ptr<Server> server,
+                             std::shared_ptr<AlarmClock> clock)
+    : m_parts(std::move(parts)), m_server(std::move(server)), m_failures(com::tallowcrest::util::bridgeLogger()),
+      m_alarm(std::move(clock), [this] { goOn(); }), m_presence(*this)
 {}
 
 RouterMembers::~RouterMembers() = default;
 
 void RouterMembers::joinRouterPartition(std::string routerPartition)
 {
-    if (m_isJoining)
-    {
-        m_next = std::move(routerPartition);
-        return;
-    }
-    begin(routerPartition);
+    m_next = std::move(routerPartition);
+    m_failed.reset();
+    goOn();
 }
 
-void RouterMembers::begin(const std::string& routerPartition)
+void RouterMembers::goOn()
 {
+    if (m_isJoining || (!m_next && !m_failed))
+    {
+        return;
+    }
+    const AlarmClock::Clock::time_point now = m_alarm.now();
+    const AlarmClock::Clock::time_point due = !m_next ? m_failed->due : m_begun ? *m_begun + joinInterval : now;
+    if (now < due)
+    {
+        m_alarm.set(due);
+        return;
+    }
     m_isJoining = true;
-    m_routerPartition = routerPartition;
-    step(0, ++m_join);
+    std::size_t part = 0;
+    if (m_next)
+    {
+        m_routerPartition = *std::exchange(m_next, std::nullopt);
+        m_begun = now;
+    }
+    else
+    {
+        part = m_failed->part;
+    }
+    m_failed.reset();
+    step(part, ++m_join);
 }
 
 void RouterMembers::step(std::size_t part, std::uint64_t join)
@@ -50,25 +74,48 @@ void RouterMembers::step(std::size_t part, std::uint64_t join)
         }
         m_server->connectToRouter();
     }
+    catch (const std::exception& error)
+    {
+        fail(part, join, error.what());
+        return;
+    }
     catch (...)
     {
-        if (join == m_join)
-        {
-            end();
-        }
-        throw;
+        fail(part, join, "unknown exception");
+        return;
     }
     end();
+}
+
+void RouterMembers::fail(std::size_t part, std::uint64_t join, const char* reason)
+{
+    if (join == m_join)
+    {
+        // First what needs no memory: whatever fails behind it, the join is taken up again.
+        ++m_join;
+        m_isJoining = false;
+        m_failed = {.part = part, .due = m_alarm.now() + repeatsAfter};
+        m_alarm.set(m_failed->due);
+        if (m_openFor && *m_openFor != m_routerPartition)
+        {
+            // Some parts have moved and some have not.
+            m_openFor.reset();
+            m_server->disconnectFromRouter();
+        }
+    }
+    m_failures.warn(
+        {reason, com::tallowcrest::util::formatText("joining router partition '%s' failed and is tried again: %s",
+                                                    m_routerPartition.c_str(), reason)});
+    goOn(); // with what has been asked for meanwhile
 }
 
 void RouterMembers::end()
 {
     ++m_join; // nobody goes on with this one
     m_isJoining = false;
-    if (const auto next = std::exchange(m_next, std::nullopt))
-    {
-        begin(*next);
-    }
+    m_openFor = m_routerPartition;
+    m_failures.succeeded();
+    goOn();
 }
 
 void RouterMembers::leaveRouterPartition()
@@ -76,9 +123,14 @@ void RouterMembers::leaveRouterPartition()
     ++m_join;
     m_isJoining = false;
     m_next.reset();
+    m_failed.reset();
+    m_begun.reset();
+    m_openFor.reset();
+    m_alarm.clear();
     for (const auto& part : m_parts)
     {
         part->leaveRouterPartition();
     }
     m_server->disconnectFromRouter();
+    m_failures.succeeded();
 }

@@ -1,8 +1,11 @@
 #pragma once
 
 #include "buswrappers/RouterMemberMgr.h"
+#include "runtime/apartment/AlarmClock.h"
 #include "runtime/apartment/Presence.h"
+#include "runtime/util/FailureLog.h"
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -37,14 +40,25 @@ public:
 
 /// Moves every part of the bridge that lives in a router's partition, and the controller server last: levels and
 /// crosspoints are in the partition before a controller can connect, and the server is the last to hear that the router
-/// is gone. A part that waits holds up those behind it and nobody else; a join that is asked for meanwhile follows, the
-/// last of them when there are several. Owned by the Director, called by the router member manager. Apartment-bound.
-/// When one part throws, those behind it are not called.
+/// is gone. A part that waits holds up those behind it and nobody else.
+///
+/// However many joins are asked for, one is under way and one more follows, to the last partition asked for, and they
+/// begin at least `joinInterval` apart; after a quiet second a join begins at once.
+///
+/// When a part throws, the join goes on with that part after `repeatsAfter`, until it succeeds or another one is asked
+/// for. If the server is open for another partition it is told to leave at once. The first failure is logged at WARN,
+/// repeats are counted.
+///
+/// Owned by the Director, called by the router member manager. Apartment-bound.
 class RouterMembers : public com::tallowcrest::routing::IRouterMember
 {
 public:
-    /// The parts move in the order given.
-    RouterMembers(std::vector<std::shared_ptr<IPartitionBound>> parts, std::shared_ptr<Server> server);
+    static constexpr std::chrono::seconds joinInterval{1};
+    static constexpr std::chrono::milliseconds repeatsAfter{500};
+
+    /// The parts move in the order given; `clock` is the apartment's.
+    RouterMembers(std::vector<std::shared_ptr<IPartitionBound>> parts, std::shared_ptr<Server> server,
+                  std::shared_ptr<com::tallowcrest::apartment::AlarmClock> clock);
     ~RouterMembers() override;
 
     // IRouterMember
@@ -52,15 +66,29 @@ public:
     void leaveRouterPartition() override;
 
 private:
-    void begin(const std::string& routerPartition);
+    using TimePoint = com::tallowcrest::apartment::AlarmClock::Clock::time_point;
+    struct Failed
+    {
+        std::size_t part = 0;
+        TimePoint due; ///< when it is tried again
+    };
+
+    /// Begins what is to be done next, or sets the alarm for it.
+    void goOn();
     void step(std::size_t part, std::uint64_t join);
+    void fail(std::size_t part, std::uint64_t join, const char* reason);
     void end();
 
     const std::vector<std::shared_ptr<IPartitionBound>> m_parts;
     const std::shared_ptr<Server> m_server;
     std::uint64_t m_join = 0; ///< counts them
     bool m_isJoining = false;
-    std::string m_routerPartition;                                         ///< of the join under way
-    std::optional<std::string> m_next;                                     ///< to be joined after it
+    std::string m_routerPartition;        ///< of the last join that has begun
+    std::optional<TimePoint> m_begun;     ///< when it did
+    std::optional<std::string> m_next;    ///< to be joined after it
+    std::optional<Failed> m_failed;       ///< where it is to be taken up again
+    std::optional<std::string> m_openFor; ///< what controllers are served for
+    com::tallowcrest::util::FailureLog m_failures;
+    com::tallowcrest::apartment::Alarm m_alarm;
     const com::tallowcrest::apartment::Presence<RouterMembers> m_presence; ///< for parts that wait
 };

@@ -9,11 +9,13 @@
 #include "ddskorabridge/MacroXptMgrTarget.h"
 #include "koraserver/Server.h"
 #include "runtime/apartment/ThreadPriority.h"
+#include "tests/fakes/ManualAlarmClock.h"
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <functional>
 #include <future>
 #include <memory>
@@ -26,6 +28,7 @@ namespace
 {
 
 using Calls = std::vector<std::string>;
+using namespace std::chrono_literals;
 
 int niceOfThisThread()
 {
@@ -120,8 +123,25 @@ protected:
         std::make_shared<Recording<LevelMgr>>(m_calls, "levels", m_apartment, "level", m_audioTarget, m_videoTarget,
                                               m_audioStatus, m_videoStatus, m_levels, m_levels);
     std::shared_ptr<RecordingServer> m_server = std::make_shared<RecordingServer>(m_calls);
+    std::shared_ptr<ManualAlarmClock> m_clock = std::make_shared<ManualAlarmClock>();
     RouterMembers m_sut{
-        {m_levelMgr, m_audioTarget, m_videoTarget, m_audioStatus, m_videoStatus, m_audioLocal, m_videoLocal}, m_server};
+        {m_levelMgr, m_audioTarget, m_videoTarget, m_audioStatus, m_videoStatus, m_audioLocal, m_videoLocal},
+        m_server,
+        m_clock};
+
+    /// Which partitions the first part has joined since the last call.
+    Calls takeJoins()
+    {
+        Calls joins;
+        for (const std::string& call : std::exchange(m_calls, {}))
+        {
+            if (call.starts_with("levels joins "))
+            {
+                joins.push_back(call.substr(call.rfind(' ') + 1));
+            }
+        }
+        return joins;
+    }
 };
 
 TEST_F(RouterMembersTest, JoiningConnectsTheServerAfterEveryManagerHasJoined)
@@ -151,7 +171,8 @@ TEST_F(RouterMembersTest, WhoeverJoinsHasTheOrdinaryPriorityAndThePreferenceCome
                             m_sut.joinRouterPartition("R1");
                             result.afterJoin = niceOfThisThread();
                             m_videoLocal->throws = true;
-                            EXPECT_THROW(m_sut.joinRouterPartition("R1"), std::runtime_error);
+                            m_clock->pass(1s);
+                            m_sut.joinRouterPartition("R1");
                             result.afterFailedJoin = niceOfThisThread();
                             return result;
                         }).get();
@@ -194,6 +215,7 @@ TEST_F(RouterMembersTest, JoinsThatAreAskedForMeanwhileFollowAsOneToTheLastParti
     m_sut.joinRouterPartition("R1");
     m_sut.joinRouterPartition("R2");
     m_sut.joinRouterPartition("R3");
+    m_clock->pass(1s);
     m_calls.clear();
 
     m_videoTarget->joined();
@@ -220,30 +242,189 @@ TEST_F(RouterMembersTest, LeavingEndsTheJoinThatIsUnderWayAndTheOneBehindIt)
     EXPECT_EQ(m_calls.size(), 8U) << "joins anew";
 }
 
-TEST_F(RouterMembersTest, AJoinThatFailsAfterAWaitLeavesTheNextOnePossible)
+// How often.
+
+TEST_F(RouterMembersTest, JoinWithinASecondOfTheLastOnesBeginningWaitsUntilTheSecondIsOver)
+{
+    m_sut.joinRouterPartition("R1");
+    m_clock->pass(300ms);
+    m_sut.joinRouterPartition("R2");
+    ASSERT_EQ(takeJoins(), Calls{"R1"});
+
+    m_clock->pass(700ms - 1ns);
+    EXPECT_EQ(takeJoins(), Calls{});
+    m_clock->pass(1ns);
+    EXPECT_EQ(takeJoins(), Calls{"R2"});
+    m_clock->pass(1h);
+    EXPECT_EQ(takeJoins(), Calls{}) << "once";
+}
+
+TEST_F(RouterMembersTest, JoinAfterAQuietSecondBeginsAtOnce)
+{
+    m_sut.joinRouterPartition("R1");
+    m_clock->pass(1s);
+    m_sut.joinRouterPartition("R2");
+    m_clock->pass(1s);
+    m_sut.joinRouterPartition("R2");
+
+    EXPECT_EQ(takeJoins(), (Calls{"R1", "R2", "R2"}));
+}
+
+TEST_F(RouterMembersTest, HoweverManyJoinsAreAskedForOneASecondBeginsAndTheLastOneWins)
+{
+    for (int i = 0; i < 10'000; ++i)
+    {
+        m_sut.joinRouterPartition("R" + std::to_string(i));
+        m_clock->pass(1ms);
+    }
+    m_clock->pass(1h);
+
+    const Calls joins = takeJoins();
+    EXPECT_EQ(joins.size(), 11U);
+    EXPECT_EQ(joins.front(), "R0");
+    EXPECT_EQ(joins.at(1), "R999") << "the last one that was asked for in the first second";
+    EXPECT_EQ(joins.back(), "R9999");
+}
+
+TEST_F(RouterMembersTest, JoinThatIsAskedForDuringALongOneFollowsItAtOnce)
+{
+    m_videoTarget->waits = true;
+    m_sut.joinRouterPartition("R1");
+    m_sut.joinRouterPartition("R2");
+    m_clock->pass(5s);
+    ASSERT_EQ(takeJoins(), Calls{"R1"}) << "one is under way";
+
+    m_videoTarget->joined();
+
+    EXPECT_EQ(takeJoins(), Calls{"R2"});
+}
+
+TEST_F(RouterMembersTest, LeavingIsImmediateAndEndsTheWaitForAJoin)
+{
+    m_sut.joinRouterPartition("R1");
+    m_sut.joinRouterPartition("R2");
+    m_calls.clear();
+
+    m_sut.leaveRouterPartition();
+
+    EXPECT_EQ(m_calls.back(), "server disconnects");
+    m_clock->pass(1h);
+    EXPECT_EQ(takeJoins(), Calls{});
+    EXPECT_FALSE(m_server->isConnectedToRouter());
+}
+
+// Joins that fail.
+
+TEST_F(RouterMembersTest, JoinThatFailsGoesOnWithThatPartWithinASecondUntilItSucceeds)
+{
+    m_videoStatus->throws = true;
+    m_sut.joinRouterPartition("R1");
+    EXPECT_EQ(m_calls.back(), "video status joins R1");
+    EXPECT_FALSE(m_server->isConnectedToRouter());
+
+    for (int i = 0; i < 10; ++i)
+    {
+        m_calls.clear();
+        m_clock->pass(1s);
+        EXPECT_EQ(m_calls, Calls(2, "video status joins R1"));
+    }
+    EXPECT_FALSE(m_server->isConnectedToRouter());
+    m_videoStatus->throws = false;
+    m_calls.clear();
+    m_clock->pass(999ms);
+
+    EXPECT_EQ(m_calls, (Calls{"video status joins R1", "audio local target joins R1", "video local target joins R1",
+                              "server connects"}));
+    EXPECT_TRUE(m_server->isConnectedToRouter());
+    const std::string line = "joining router partition 'R1' failed and is tried again: expected by the test";
+    EXPECT_EQ(m_log.texts(), (Calls{"WARN " + line, "INFO connected to router\n", "WARN repeated 20 times: " + line}));
+}
+
+TEST_F(RouterMembersTest, JoinThatFailsAfterAWaitIsTakenUpAgainToo)
 {
     m_audioTarget->waits = true;
     m_videoStatus->throws = true;
     m_sut.joinRouterPartition("R1");
-    EXPECT_THROW(m_audioTarget->joined(), std::runtime_error);
+    m_clock->pass(10s);
+    m_audioTarget->joined();
+    ASSERT_FALSE(m_server->isConnectedToRouter());
     m_videoStatus->throws = false;
-    m_audioTarget->waits = false;
-    m_calls.clear();
 
-    m_sut.joinRouterPartition("R1");
+    m_clock->pass(1s);
 
-    EXPECT_EQ(m_calls.size(), 8U);
     EXPECT_TRUE(m_server->isConnectedToRouter());
 }
 
-TEST_F(RouterMembersTest, AManagerThatCannotJoinKeepsTheServerClosed)
+TEST_F(RouterMembersTest, ControllersOfAnotherPartitionAreSentAwayWhenAJoinFailsAndLetInWhenItIsComplete)
+{
+    m_sut.joinRouterPartition("R1");
+    m_clock->pass(1s);
+    m_videoTarget->throws = true;
+
+    m_sut.joinRouterPartition("R2");
+
+    EXPECT_EQ(m_calls.back(), "server disconnects");
+    m_clock->pass(5s);
+    EXPECT_FALSE(m_server->isConnectedToRouter());
+    EXPECT_EQ(std::count(m_calls.begin(), m_calls.end(), "server disconnects"), 1);
+    m_videoTarget->throws = false;
+    m_clock->pass(1s);
+    EXPECT_TRUE(m_server->isConnectedToRouter());
+}
+
+TEST_F(RouterMembersTest, ControllersStayWhenARefreshOfTheirPartitionFails)
+{
+    m_sut.joinRouterPartition("R1");
+    m_clock->pass(1s);
+    m_videoTarget->throws = true;
+
+    m_sut.joinRouterPartition("R1");
+    m_clock->pass(5s);
+
+    EXPECT_TRUE(m_server->isConnectedToRouter());
+    EXPECT_EQ(std::count(m_calls.begin(), m_calls.end(), "server disconnects"), 0);
+}
+
+TEST_F(RouterMembersTest, NewerJoinReplacesTheOneThatFails)
 {
     m_videoStatus->throws = true;
+    m_sut.joinRouterPartition("R1");
+    m_clock->pass(100ms);
+    m_sut.joinRouterPartition("R2");
+    m_videoStatus->throws = false;
+    m_calls.clear();
 
-    EXPECT_THROW(m_sut.joinRouterPartition("R1"), std::runtime_error);
+    m_clock->pass(1h);
 
-    EXPECT_EQ(m_calls.back(), "video status joins R1");
-    EXPECT_FALSE(m_server->isConnectedToRouter());
+    EXPECT_EQ(m_calls.size(), 8U);
+    EXPECT_EQ(m_calls.front(), "levels joins R2");
+    EXPECT_EQ(std::count(m_calls.begin(), m_calls.end(), "video status joins R1"), 0);
+}
+
+TEST_F(RouterMembersTest, JoinThatWasAskedForMeanwhileReplacesTheOneThatFails)
+{
+    m_audioTarget->waits = true;
+    m_videoStatus->throws = true;
+    m_sut.joinRouterPartition("R1");
+    m_sut.joinRouterPartition("R2");
+    m_clock->pass(5s);
+    m_calls.clear();
+
+    m_audioTarget->joined();
+
+    EXPECT_EQ(m_calls.back(), "audio target joins R2");
+}
+
+TEST_F(RouterMembersTest, LeavingEndsTheRepetitionOfAJoinThatFails)
+{
+    m_videoStatus->throws = true;
+    m_sut.joinRouterPartition("R1");
+    m_sut.leaveRouterPartition();
+    m_calls.clear();
+
+    m_clock->pass(1h);
+
+    EXPECT_EQ(m_calls, Calls{});
 }
 
 } // namespace
