@@ -3,11 +3,28 @@
 #include "koraserver/Server.h"
 #include "runtime/apartment/ThreadPriority.h"
 #include "runtime/util/Log.h"
+#include "runtime/util/Metrics.h"
 
+#include <array>
+#include <chrono>
+#include <cstdint>
 #include <exception>
 #include <utility>
 
 using com::tallowcrest::apartment::AlarmClock;
+using com::tallowcrest::util::Counter;
+using com::tallowcrest::util::Histogram;
+
+namespace
+{
+
+constexpr std::array<std::uint32_t, 11> joinTimeBounds{10000,   20000,   50000,   100000,   200000,  500000,
+                                                       1000000, 2000000, 5000000, 10000000, 60000000};
+Histogram joinTimes("korabridge_join_seconds", "Joins of a router's partition, from their beginning to their end.",
+                    joinTimeBounds);
+Counter failedJoins("korabridge_join_failures_total", "Joins that failed on the way and were taken up again.");
+
+} // namespace
 
 RouterMembers::RouterMembers(std::vector<std::shared_ptr<IPartitionBound>> parts, std::shared_ptr<Server> server,
                              std::shared_ptr<AlarmClock> clock)
@@ -94,6 +111,7 @@ void RouterMembers::fail(std::size_t part, std::uint64_t join, const char* reaso
         // First what needs no memory: whatever fails behind it, the join is taken up again.
         ++m_join;
         m_isJoining = false;
+        failedJoins.add();
         m_failed = {.part = part, .due = m_alarm.now() + repeatsAfter};
         m_alarm.set(m_failed->due);
         if (m_openFor && *m_openFor != m_routerPartition)
@@ -114,6 +132,8 @@ void RouterMembers::end()
     ++m_join; // nobody goes on with this one
     m_isJoining = false;
     m_openFor = m_routerPartition;
+    const auto taken = std::chrono::duration_cast<std::chrono::microseconds>(m_alarm.now() - *m_begun);
+    joinTimes.observe(static_cast<std::uint64_t>(taken.count()));
     m_failures.succeeded();
     goOn();
 }

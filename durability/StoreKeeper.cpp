@@ -3,6 +3,7 @@
 #include "durability/RecentRows.h"
 #include "durability/ThreadKind.h"
 #include "runtime/util/Log.h"
+#include "runtime/util/Metrics.h"
 
 #include <dds/dds.h>
 
@@ -12,6 +13,16 @@
 
 namespace com::tallowcrest::durability
 {
+
+namespace
+{
+
+util::Gauge storeUsable("korabridge_store_usable", "Whether the store of targets can be written.");
+util::Gauge pendingRows("korabridge_store_pending_rows", "Targets that are kept and not stored yet.");
+util::Counter commits("korabridge_store_commits_total", "Commits to the store.");
+util::Counter failures("korabridge_store_failures_total", "Attempts to open, read or write the store that failed.");
+
+} // namespace
 
 StoreKeeper::StoreKeeper(std::filesystem::path path, std::function<void()> onLoaded)
     : m_path(std::move(path)), m_onLoaded(std::move(onLoaded)), m_logger(util::bridgeLogger())
@@ -65,6 +76,7 @@ void StoreKeeper::put(StoredRow row)
     const std::lock_guard lock(m_mutex);
     RowName name(row.channel, row.instance);
     m_pending.insert_or_assign(std::move(name), std::move(row));
+    pendingRows.set(static_cast<std::int64_t>(m_pending.size()));
 }
 
 bool StoreKeeper::hasPending(const ChannelName& channel) const
@@ -158,6 +170,7 @@ void StoreKeeper::openStore()
     {
         m_store = std::make_unique<Store>(m_path);
         takeOver(m_store->load());
+        storeUsable.set(1);
         if (std::exchange(m_isWarned, false))
         {
             LOG4CXX_INFO(m_logger, "Durable store " << m_path.string() << ": in use again");
@@ -269,6 +282,7 @@ void StoreKeeper::forgetOlder()
             }
         }
     }
+    pendingRows.set(static_cast<std::int64_t>(m_pending.size()));
 }
 
 void StoreKeeper::commitPending()
@@ -305,6 +319,7 @@ void StoreKeeper::commitPending()
             return;
         }
         m_store->commit(rows);
+        commits.add();
         const std::lock_guard lock(m_mutex);
         for (const StoredRow& row : rows)
         {
@@ -314,6 +329,7 @@ void StoreKeeper::commitPending()
                 m_pending.erase(pending);
             }
         }
+        pendingRows.set(static_cast<std::int64_t>(m_pending.size()));
     }
     catch (const StoreError& error)
     {
@@ -328,6 +344,8 @@ void StoreKeeper::commitPending()
 void StoreKeeper::onFailure(const std::exception& error, StoreFailure failure, const char* what)
 {
     m_store.reset();
+    failures.add();
+    storeUsable.set(0);
     switch (failure)
     {
     case StoreFailure::Corrupt:
@@ -357,6 +375,7 @@ void StoreKeeper::startOver()
         m_isLost = true;
         m_onLoaded(); // whoever looks puts everything
         m_store = std::make_unique<Store>(m_path);
+        storeUsable.set(1);
     }
     catch (const std::exception& error)
     {

@@ -71,6 +71,7 @@ std::unique_ptr<Rsp> CmdHandlerImpl::runCmd(std::span<const std::uint8_t> messag
 std::unique_ptr<CmdBase> CmdHandlerImpl::createCmd(std::span<const std::uint8_t> message)
 {
     const std::uint32_t id = WireReader(message).bigEndianWordAt(wireLayout::header::msgId);
+    countRequest(id);
     if (const CmdTableEntry* const known = findCmd(id))
     {
         addCmd(m_processedCmds, "Processed Cmd", id, known->name, LogCmd::No);

@@ -4,10 +4,14 @@
 #include "koracommand/ListCommands.h"
 #include "koracommand/QueryCommands.h"
 #include "koracommand/WireLayout.h"
+#include "runtime/util/Metrics.h"
 
 #include <algorithm>
 #include <array>
+#include <string_view>
 #include <utility>
+
+using com::tallowcrest::util::Counter;
 
 namespace
 {
@@ -22,19 +26,40 @@ std::unique_ptr<CmdBase> create(std::span<const std::uint8_t> message, std::shar
 }
 
 constexpr std::array entries{
-    CmdTableEntry{msgId::take, "ermcTake", &create<TakeCmd>},
-    CmdTableEntry{msgId::setOutputLpr, "ermcSetOutputLPR", &create<SetOutputLPRCmd>},
-    CmdTableEntry{msgId::getOutputStatus, "ermcGetOutputStatus", &create<GetOutputStatusCmd>},
-    CmdTableEntry{msgId::getOutputChanges, "ermcGetOutputChanges", &create<GetOutputChangesCmd>},
-    CmdTableEntry{msgId::coherentTake, "ermcCoherentTake", &create<CoherentTakeCmd>},
-    CmdTableEntry{msgId::partitionInfo, "ermcRtrPartionInfo", &create<PartitionInfoCmd>},
-    CmdTableEntry{msgId::tally, "ermcTally", &create<TallyCmd>},
-    CmdTableEntry{msgId::ccPresence, "ermcGetCcPrsnt", &create<CcPresenceCmd>},
-    CmdTableEntry{msgId::routerPortPresent, "ermcPortPresent", &create<RouterPortPresentCmd>},
-    CmdTableEntry{msgId::readySystemStatus, "ncmReadSystemStatusCmd", &create<ReadySystemStatusCmd>},
+    CmdTableEntry{msgId::take, "ermcTake", R"(request="take")", &create<TakeCmd>},
+    CmdTableEntry{msgId::setOutputLpr, "ermcSetOutputLPR", R"(request="lock")", &create<SetOutputLPRCmd>},
+    CmdTableEntry{msgId::getOutputStatus, "ermcGetOutputStatus", R"(request="status")", &create<GetOutputStatusCmd>},
+    CmdTableEntry{msgId::getOutputChanges, "ermcGetOutputChanges", R"(request="changes")",
+                  &create<GetOutputChangesCmd>},
+    CmdTableEntry{msgId::coherentTake, "ermcCoherentTake", R"(request="coherent_take")", &create<CoherentTakeCmd>},
+    CmdTableEntry{msgId::partitionInfo, "ermcRtrPartionInfo", R"(request="partition_info")", &create<PartitionInfoCmd>},
+    CmdTableEntry{msgId::tally, "ermcTally", R"(request="tally")", &create<TallyCmd>},
+    CmdTableEntry{msgId::ccPresence, "ermcGetCcPrsnt", R"(request="card_presence")", &create<CcPresenceCmd>},
+    CmdTableEntry{msgId::routerPortPresent, "ermcPortPresent", R"(request="port_presence")",
+                  &create<RouterPortPresentCmd>},
+    CmdTableEntry{msgId::readySystemStatus, "ncmReadSystemStatusCmd", R"(request="system_status")",
+                  &create<ReadySystemStatusCmd>},
 };
 
+constexpr std::string_view requestsName = "korabridge_requests_total";
+constexpr std::string_view requestsHelp = "Requests of controllers, by what they ask for.";
+
+template <std::size_t... I>
+std::array<Counter, sizeof...(I)> requestCounters(std::index_sequence<I...>)
+{
+    return {Counter(requestsName, requestsHelp, entries[I].label)...};
+}
+
+std::array<Counter, entries.size()> requests = requestCounters(std::make_index_sequence<entries.size()>{});
+Counter unknownRequests(requestsName, requestsHelp, R"(request="unknown")");
+
 } // namespace
+
+void countRequest(std::uint32_t msgId)
+{
+    const CmdTableEntry* const entry = findCmd(msgId);
+    (entry != nullptr ? requests[static_cast<std::size_t>(entry - entries.data())] : unknownRequests).add();
+}
 
 std::span<const CmdTableEntry> cmdTable()
 {

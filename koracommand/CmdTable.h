@@ -12,6 +12,8 @@ struct CmdTableEntry
     std::uint32_t msgId;
     /// As the console lists it.
     const char* name;
+    /// As the metrics call it.
+    const char* label;
     /// Makes the command; the arguments are those of `CmdBase`.
     std::unique_ptr<CmdBase> (*create)(std::span<const std::uint8_t> message, std::shared_ptr<RspQueue> rspQueue,
                                        std::shared_ptr<ConnectionContext> context);
@@ -19,6 +21,9 @@ struct CmdTableEntry
 
 /// All message ids that have a command.
 std::span<const CmdTableEntry> cmdTable();
+
+/// One more request of a message id, known or not, for the metrics.
+void countRequest(std::uint32_t msgId);
 
 /// The entry of a message id; null when no command has it.
 const CmdTableEntry* findCmd(std::uint32_t msgId);

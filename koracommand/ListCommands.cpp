@@ -4,9 +4,13 @@
 #include "koracommand/ResultCode.h"
 #include "koracommand/WireLayout.h"
 #include "runtime/hwobjs/CurrentTimecodeReader.h"
+#include "runtime/util/Metrics.h"
 
 #include <algorithm>
 #include <memory>
+#include <string_view>
+
+using com::tallowcrest::util::Counter;
 
 namespace
 {
@@ -43,6 +47,51 @@ private:
     bool m_isInvalid = false;
 };
 
+/// Entries of one kind of request by what became of them.
+class ResultCounters
+{
+public:
+    ResultCounters(std::string_view name, std::string_view help) noexcept
+        : m_done(name, help, R"(result="done")"), m_invalidSource(name, help, R"(result="invalid_source")"),
+          m_invalidDestination(name, help, R"(result="invalid_destination")"),
+          m_noSuchLevel(name, help, R"(result="no_such_level")"), m_locked(name, help, R"(result="locked")"),
+          m_protected(name, help, R"(result="protected")"), m_other(name, help, R"(result="other")")
+    {}
+
+    void count(std::uint32_t result)
+    {
+        switch (result)
+        {
+        case resultCode::done:
+            return m_done.add();
+        case resultCode::esfInvalidSrc:
+            return m_invalidSource.add();
+        case resultCode::esfInvalidDst:
+            return m_invalidDestination.add();
+        case resultCode::noSuchLevel:
+            return m_noSuchLevel.add();
+        case resultCode::outputLocked:
+            return m_locked.add();
+        case resultCode::outputProtected:
+            return m_protected.add();
+        default:
+            return m_other.add();
+        }
+    }
+
+private:
+    Counter m_done;
+    Counter m_invalidSource;
+    Counter m_invalidDestination;
+    Counter m_noSuchLevel;
+    Counter m_locked;
+    Counter m_protected;
+    Counter m_other;
+};
+
+ResultCounters takes("korabridge_take_entries_total", "Entries of takes and coherent takes, by their result.");
+ResultCounters locks("korabridge_lock_entries_total", "Entries of locks, protects and releases, by their result.");
+
 } // namespace
 
 EntryListRsp::EntryListRsp(const WireReader& request, ConnectionContext& context, std::uint32_t rspId, LevelCall call,
@@ -55,6 +104,7 @@ EntryListRsp::EntryListRsp(const WireReader& request, ConnectionContext& context
                            std::min(entriesHeld(request), layout.maxEntries));
     setLength(static_cast<std::uint32_t>(layout.results + count * wireLayout::wordBytes));
     setWord(layout.count, count);
+    ResultCounters& counters = rspId == wireLayout::rspId::take ? takes : locks;
     LevelFinder finder;
     for (std::uint32_t i = 0; i < count; ++i)
     {
@@ -63,6 +113,7 @@ EntryListRsp::EntryListRsp(const WireReader& request, ConnectionContext& context
         const std::uint32_t result = (level.*call)(request.hostWordAt(entry + req::entryArgument1),
                                                    request.hostWordAt(entry + req::entryArgument2),
                                                    request.hostWordAt(entry + req::entryArgument3), when);
+        counters.count(result);
         m_allDone = m_allDone && result == resultCode::done;
         setWord(layout.results + i * wireLayout::wordBytes, result);
     }

@@ -5,6 +5,7 @@
 #include "koraserver/ControllerSocket.h"
 #include "runtime/util/HttpSign.h"
 #include "runtime/util/Log.h"
+#include "runtime/util/Metrics.h"
 #include "runtime/util/Sockets.h"
 #include "runtime/util/SystemError.h"
 #include "runtime/util/ThreadName.h"
@@ -20,13 +21,23 @@
 #include <string_view>
 #include <utility>
 
+using com::tallowcrest::util::Counter;
 using com::tallowcrest::util::dottedText;
 using com::tallowcrest::util::formatText;
+using com::tallowcrest::util::Gauge;
+using com::tallowcrest::util::Histogram;
 using com::tallowcrest::util::HttpSign;
 using com::tallowcrest::util::systemErrorText;
 
 namespace
 {
+
+constexpr std::array<std::uint32_t, 12> answerTimeBounds{50,   100,   200,   500,   1000,   2000,
+                                                         5000, 10000, 20000, 50000, 100000, 1000000};
+Histogram answerTimes("korabridge_answer_seconds", "From a whole request to its response.", answerTimeBounds);
+
+Gauge connectedControllers("korabridge_controllers_connected", "Controllers that have a slot.");
+Counter browsers("korabridge_browsers_closed_total", "Connections closed because they spoke HTTP.");
 
 constexpr int browserWarningsPerInterval = 20;
 /// What leaves together at most: two of the longest answers, or hundreds of short ones.
@@ -65,6 +76,7 @@ ConnectionImpl::~ConnectionImpl()
     if (m_ownedSocket.isOpen())
     {
         prepareToClose(m_ownedSocket.get());
+        connectedControllers.add(-1);
     }
 }
 
@@ -85,6 +97,7 @@ void ConnectionImpl::start()
         throw;
     }
     m_ownedSocket.reset(m_socket);
+    connectedControllers.add(1);
 }
 
 void ConnectionImpl::requestStop()
@@ -200,6 +213,7 @@ bool ConnectionImpl::answerMessages(MessageCutter& cutter)
 
 void ConnectionImpl::warnOfBrowser()
 {
+    browsers.add();
     if (!m_browserWarnings->allow())
     {
         return;
@@ -230,6 +244,7 @@ void ConnectionImpl::processEnetRtrMessageCommand(std::span<const std::uint8_t> 
     const WireReader request(message);
     m_timingSamples.record(request.bigEndianWordAt(wireLayout::header::msgId),
                            request.bigEndianWordAt(wireLayout::header::sequence));
+    const auto begin = std::chrono::steady_clock::now();
     const std::unique_ptr<Rsp> response = m_cmdHandler->handle(message);
     if (response == nullptr)
     {
@@ -237,6 +252,8 @@ void ConnectionImpl::processEnetRtrMessageCommand(std::span<const std::uint8_t> 
         m_running = false;
         return;
     }
+    const auto taken = std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() - begin);
+    answerTimes.observe(static_cast<std::uint64_t>(taken.count()));
     const WireReader answer({response->getData(), response->getLength()});
     m_timingSamples.record(answer.bigEndianWordAt(wireLayout::header::msgId), m_responseSequence);
     response->setSequence(m_responseSequence++);

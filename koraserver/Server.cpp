@@ -3,6 +3,7 @@
 #include "koraserver/ControllerSocket.h"
 #include "runtime/misc/Console.h"
 #include "runtime/util/Log.h"
+#include "runtime/util/Metrics.h"
 #include "runtime/util/Sockets.h"
 #include "runtime/util/SystemError.h"
 #include "runtime/util/ThreadName.h"
@@ -19,11 +20,20 @@
 #include <utility>
 
 using com::tallowcrest::misc::print;
+using com::tallowcrest::util::Counter;
 using com::tallowcrest::util::dottedText;
 using com::tallowcrest::util::formatText;
 using com::tallowcrest::util::paddedText;
 using com::tallowcrest::util::systemErrorText;
 using com::tallowcrest::util::UniqueFd;
+
+namespace
+{
+
+Counter accepted("korabridge_controllers_accepted_total", "Controllers that got a slot.");
+Counter rejected("korabridge_controllers_rejected_total", "Controllers that were accepted and closed at once.");
+
+} // namespace
 
 Server::Server(const std::string& loggerName, std::shared_ptr<ConnectionFactory> connectionFactory,
                std::shared_ptr<NotifyNewConnection> newConnectionListener)
@@ -173,12 +183,13 @@ void Server::showConnections() const
 
 bool Server::holdPort()
 {
-    if (const auto failure = m_port.hold())
+    const auto failure = m_port.hold();
+    m_isHoldingPort = !failure;
+    if (failure)
     {
         m_openFailures.warn(*failure);
-        return false;
     }
-    return true;
+    return m_isHoldingPort;
 }
 
 bool Server::openServerSocketIfClosed()
@@ -306,6 +317,7 @@ void Server::addClient(UniqueFd socket, const sockaddr_in& client)
         return;
     }
     m_connectionFailures.succeeded();
+    accepted.add();
 }
 
 bool Server::setSocketOptions(int socket)
@@ -321,16 +333,17 @@ bool Server::setSocketOptions(int socket)
     return true;
 }
 
-void Server::rejectClient(UniqueFd rejected)
+void Server::rejectClient(UniqueFd client)
 {
-    const int socket = rejected.get();
+    rejected.add();
+    const int socket = client.get();
     if (::shutdown(socket, SHUT_RDWR) != 0)
     {
         LOG_INFO_F(m_logger, "Rejecting connection: failed shutdown on socket %d, %s", socket,
                    systemErrorText().c_str());
     }
     prepareToClose(socket);
-    if (::close(rejected.release()) != 0)
+    if (::close(client.release()) != 0)
     {
         LOG_INFO_F(m_logger, "Rejecting connection: failed close on socket %d, %s", socket, systemErrorText().c_str());
     }

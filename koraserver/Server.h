@@ -50,6 +50,8 @@ public:
     virtual void connectToRouter();
     /// The router is gone: drop every controller and close the port at the next pass.
     virtual void disconnectFromRouter();
+    /// Nobody else can listen there.
+    bool isHoldingPort() const { return m_isHoldingPort; }
     bool isConnectedToRouter() const { return m_connectedToRouter; }
 
     /// Prints the statistics block to the console.
@@ -73,7 +75,7 @@ private:
     void acceptFailed(int error);
     void addClient(com::tallowcrest::util::UniqueFd socket, const sockaddr_in& client);
     bool setSocketOptions(int socket);
-    void rejectClient(com::tallowcrest::util::UniqueFd rejected);
+    void rejectClient(com::tallowcrest::util::UniqueFd client);
 
     void removeAnyDeadClients();
     void removeAllClients();
@@ -101,6 +103,7 @@ private:
     std::atomic<std::uint32_t> m_acceptedCount{0};
     std::atomic<std::uint32_t> m_openErrorCount{0};      ///< shown, counted by nothing
     std::atomic<std::uint32_t> m_setOptionErrorCount{0}; ///< shown, counted by nothing
+    std::atomic<bool> m_isHoldingPort{false};
     std::atomic<bool> m_connectedToRouter{false};
     std::atomic<bool> m_dropRequested{false}; ///< set with every disconnect, so that a quick re-connect hides none
     com::tallowcrest::util::FailureLog m_openFailures;
