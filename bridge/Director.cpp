@@ -1,10 +1,13 @@
 #include "bridge/Director.h"
 
 #include "bridge/Logging.h"
+#include "bridge/MetricsFile.h"
+#include "bridge/ServiceManager.h"
 #include "bridge/StartResources.h"
 #include "bustypes/TopicNames.h"
 #include "buswrappers/BusRound.h"
 #include "buswrappers/ComponentInfoPub.h"
+#include "buswrappers/Participant.h"
 #include "buswrappers/RouterMemberMgr.h"
 #include "ddskorabridge/LevelContainer.h"
 #include "ddskorabridge/LevelMgr.h"
@@ -22,6 +25,7 @@
 #include "runtime/misc/Console.h"
 #include "runtime/misc/TelnetIO.h"
 #include "runtime/util/Log.h"
+#include "runtime/util/Metrics.h"
 
 #include <exception>
 #include <utility>
@@ -68,6 +72,8 @@ std::shared_ptr<routing::ComponentInfoPub> Director::m_componentInfoPub;
 std::shared_ptr<ConnectionFactoryImpl> Director::m_connectionFactory;
 std::shared_ptr<CmdHandlerFactoryImpl> Director::m_cmdHandlerFactory;
 std::shared_ptr<hwobjs::TimecodeSharedMem> Director::m_timecodeSource;
+std::shared_ptr<MetricsFile> Director::m_metricsFile;
+std::shared_ptr<ServiceManager> Director::m_serviceManager;
 
 const MacroLevel Director::m_audioLevelDescriptor{.levelId = 2,
                                                   .levelSignalType = LST_Audio,
@@ -103,6 +109,7 @@ bool Director::startSystem(std::uint32_t frameId, std::uint32_t koraBridgeId, st
     configureLogging(loggingConfiguration, 0);
     guardLogAppenders();
     m_logger = util::bridgeLogger();
+    LOG_INFO_F(m_logger, "korabridge %s, %s", KORABRIDGE_VERSION, routing::busDescription().c_str());
     awaitStartResources(m_logger);
 
     createControllerLink(); // 3, 4
@@ -136,7 +143,34 @@ bool Director::startSystem(std::uint32_t frameId, std::uint32_t koraBridgeId, st
     LOG_INFO_F(m_logger, "Starting korabridge, koraBridgeId %d, koraBridgeName %s", static_cast<int>(m_koraBridgeId),
                m_koraBridgeName.c_str());
     m_server->start();
+    beWatched();
     return true;
+}
+
+void Director::beWatched()
+{
+    if (const auto path = metricsPath(); !path.empty())
+    {
+        m_metricsFile = std::make_shared<MetricsFile>(path);
+    }
+    const auto bridge = apartment::bridgeApartment();
+    m_serviceManager = std::make_shared<ServiceManager>(
+        *bridge, bridge->alarmClock(),
+        ServiceManager::Questions{
+            .isUp = [console = misc::console()] { return console->isListening() && m_server->isHoldingPort(); },
+            .status = &Director::status});
+}
+
+std::string Director::status()
+{
+    const std::string& partition = m_levelMgr->routerPartition();
+    const std::string where = partition.empty() ? "no router for frame " + std::to_string(m_frameId) + " yet"
+                              : m_server->isConnectedToRouter() ? "joined " + partition
+                                                                : "joining " + partition;
+    const auto controllers = util::gaugeValue("korabridge_controllers_connected").value_or(0);
+    const bool isStoreUsed = util::gaugeValue("korabridge_store_usable").value_or(0) != 0;
+    return where + ", " + std::to_string(controllers) + (controllers == 1 ? " controller" : " controllers") +
+           (isStoreUsed ? ", store ok" : ", store not in use");
 }
 
 void Director::createControllerLink()
@@ -203,6 +237,7 @@ bool Director::stopSystem()
     // 1
     m_started = false;
     LOG_INFO_F(m_logger, "Stopping korabridge");
+    ServiceManager::stopping();
 
     // 2, 3: nothing runs on a manager from here on
     if (m_server)
@@ -213,6 +248,8 @@ bool Director::stopSystem()
     {
         bridge->stop();
     }
+    m_serviceManager.reset();
+    m_metricsFile.reset();
 
     // 4
     if (const auto console = misc::console())

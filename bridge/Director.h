@@ -24,8 +24,10 @@ class LevelMgr;
 class MacroXptMgrLocalTarget;
 class MacroXptMgrStatus;
 class MacroXptMgrTarget;
+class MetricsFile;
 class RouterMembers;
 class Server;
+class ServiceManager;
 
 /// Owns every long-lived object of the bridge and fixes the order in which they are created and destroyed. Its
 /// operations belong to the main thread. An exception of a constructor leaves `startSystem` with everything built so
@@ -59,6 +61,8 @@ private:
     static void createRouterMembership();
     static void releaseManagers();
     static void withdrawComponentInfo();
+    static void beWatched();
+    static std::string status();
 
     static bool m_started;
     static std::shared_ptr<Server> m_server;
@@ -82,6 +86,8 @@ private:
     static std::shared_ptr<ConnectionFactoryImpl> m_connectionFactory;
     static std::shared_ptr<CmdHandlerFactoryImpl> m_cmdHandlerFactory;
     static std::shared_ptr<com::tallowcrest::hwobjs::TimecodeSharedMem> m_timecodeSource;
+    static std::shared_ptr<MetricsFile> m_metricsFile;
+    static std::shared_ptr<ServiceManager> m_serviceManager;
     static const com::tallowcrest::dds_::routing::MacroLevel m_audioLevelDescriptor;
     static const com::tallowcrest::dds_::routing::MacroLevel m_videoLevelDescriptor;
 };

@@ -2,6 +2,9 @@
 
 #include "dds/core/WeakReference.hpp"
 #include "durability/DurableSettings.h"
+#include "runtime/util/Log.h"
+
+#include <dds/version.h>
 
 #include <cstdlib>
 #include <mutex>
@@ -37,6 +40,14 @@ void configureBus()
 std::mutex slotMutex; ///< guards both slots
 
 } // namespace
+
+std::string busDescription()
+{
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): before there is a thread that changes the environment
+    const char* const configuration = std::getenv("CYCLONEDDS_URI");
+    return util::formatText("DDS library %s, configuration %s, store %s", DDS_VERSION,
+                            configuration != nullptr ? configuration : "none", durability::storePath().c_str());
+}
 
 dds::domain::DomainParticipant sharedParticipant()
 {

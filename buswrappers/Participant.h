@@ -4,6 +4,7 @@
 #include "durability/Recorder.h"
 
 #include <memory>
+#include <string>
 
 namespace com::tallowcrest::routing
 {
@@ -12,6 +13,9 @@ namespace com::tallowcrest::routing
 /// for it, deleted when the last handle is dropped; after that the next call makes a new one. Thread-safe. Throws
 /// dds::core::Error or one of its family when the DDS library cannot start.
 dds::domain::DomainParticipant sharedParticipant();
+
+/// What the bus is made of, for the log: library, configuration and store. Before there is a participant.
+std::string busDescription();
 
 /// The one that keeps its PERSISTENT data, in the store that the deployment names. The same, and what Recorder throws.
 std::shared_ptr<durability::Recorder> sharedRecorder();

@@ -38,6 +38,8 @@ public:
     /// Ends the accepting thread and a waiting `Getline`, and closes the sockets, within about a second. Idempotent.
     void stop() override;
     bool isRunning() const override { return m_running.load(); }
+    /// Operators can connect.
+    bool isListening() const { return m_isListening; }
     bool isTelnetOnly() const { return m_telnetOnly; }
 
     /// Formats at most 2047 bytes (longer text is cut) for the connected client; returns their number, also when they
@@ -74,6 +76,8 @@ private:
     std::thread m_thread;
     util::WakeEvent m_acceptorWake; ///< stop, or text that a client's socket did not take
     util::WakeEvent m_readerWake;   ///< stop, or a new client
+
+    std::atomic<bool> m_isListening{false};
 
     // Of the accepting thread.
     TelnetListener m_listener;

@@ -30,6 +30,7 @@ bool TelnetIO::openServerSocket()
 {
     const bool isLogged = m_openFailures.allow();
     const bool isOpen = m_listener.open(isLogged);
+    m_isListening = isOpen;
     if (isOpen)
     {
         m_openFailures.clear();
