@@ -41,10 +41,26 @@ void DurableXptOutputPub::leave()
     }
 }
 
+std::shared_ptr<durability::Channel> DurableXptOutputPub::channelOf(const std::string& routerPartition) const
+{
+    return m_recorder->channel({.name = {partitionName(routerPartition), topicName()},
+                                .greatest = m_greatest,
+                                .isShared = durability::areTargetsShared(),
+                                .bridgesWrite = routing::topicName(TopicName::ComponentInfoKoraBridge)},
+                               durableCodec<MacroXptOutput>());
+}
+
+void DurableXptOutputPub::expectToJoin(const std::string& routerPartition)
+{
+    m_expected = channelOf(routerPartition);
+    m_expected->expectJoin();
+}
+
 void DurableXptOutputPub::joinRouterPartition(const std::string& routerPartition)
 {
     if (routerPartition.empty())
     {
+        m_expected.reset();
         leave();
         MacroXptOutputPub::joinRouterPartition(routerPartition);
         return;
@@ -75,11 +91,7 @@ void DurableXptOutputPub::follow(dds::sub::DataReader<MacroXptOutput> seen,
 {
     // Readers confirm it like any sample, and know nothing of an instance that they have never seen.
     writer().unregister_instance(writer().register_instance(MacroXptOutput{}));
-    auto channel = m_recorder->channel({.name = {partitionName(routerPartition()), topicName()},
-                                        .greatest = m_greatest,
-                                        .isShared = durability::areTargetsShared(),
-                                        .bridgesWrite = routing::topicName(TopicName::ComponentInfoKoraBridge)},
-                                       durableCodec<MacroXptOutput>());
+    auto channel = channelOf(routerPartition());
     auto joined = std::make_shared<DurableTopic<MacroXptOutput>>(writer(), std::move(seen), std::move(history),
                                                                  [channel = std::weak_ptr(channel)] {
                                                                      if (const auto there = channel.lock())
@@ -97,6 +109,7 @@ void DurableXptOutputPub::follow(dds::sub::DataReader<MacroXptOutput> seen,
         m_topic->close();
     }
     m_topic = std::move(joined);
+    m_expected.reset();
     const std::uint64_t join = ++m_join;
     m_channel->join(m_topic, [presence = m_presence.weak(), apartment = m_apartment,
                               join](const durability::Channel::Delivery& delivery) {

@@ -68,6 +68,9 @@ public:
                         std::uint32_t greatest, KeptXptOutputsHandler& handler);
     ~DurableXptOutputPub() override;
 
+    /// A join of that partition follows: what its history waits for is waited for from now on, so that those that join
+    /// one after the other wait at the same time.
+    void expectToJoin(const std::string& routerPartition);
     /// The same, and asks for the history of that partition; nothing is waited for. In the bare one nothing is kept.
     void joinRouterPartition(const std::string& routerPartition) override;
 
@@ -83,12 +86,14 @@ private:
     void follow(dds::sub::DataReader<dds_::routing::MacroXptOutput> seen,
                 dds::sub::DataReader<dds_::routing::MacroXptOutput> history);
     void leave();
+    std::shared_ptr<durability::Channel> channelOf(const std::string& routerPartition) const;
 
     const std::shared_ptr<apartment::SendDoItEvent> m_apartment;
     const std::uint32_t m_greatest;
     KeptXptOutputsHandler& m_handler;
     const std::shared_ptr<durability::Recorder> m_recorder;
-    std::shared_ptr<durability::Channel> m_channel; ///< null outside of routers' partitions
+    std::shared_ptr<durability::Channel> m_channel;  ///< null outside of routers' partitions
+    std::shared_ptr<durability::Channel> m_expected; ///< kept until the join that follows
     std::shared_ptr<DurableTopic<dds_::routing::MacroXptOutput>> m_topic;
     std::uint64_t m_join = 0;                                  ///< counts them
     const apartment::Presence<DurableXptOutputPub> m_presence; ///< for events

@@ -38,6 +38,7 @@ public:
                       const std::string& memberTopic, std::uint32_t maxInput, std::uint32_t maxOutput,
                       const std::string& targetTopic);
 
+    void expectToJoin(const std::string& routerPartition) override { m_publisher.expectToJoin(routerPartition); }
     /// Moves into the partition. The targets last published there follow, and are published again.
     void joinRouterPartition(const std::string& routerPartition) override;
     /// The same; `joined` says that they have been. Requests are answered from the table until then.

@@ -79,6 +79,10 @@ void RouterMembers::step(std::size_t part, std::uint64_t join)
     const com::tallowcrest::apartment::OrdinaryPriority ordinary;
     try
     {
+        if (part == 0)
+        {
+            expect();
+        }
         if (part < m_parts.size())
         {
             m_parts[part]->beginToJoin(m_routerPartition, [presence = m_presence.weak(), next = part + 1, join] {
@@ -102,6 +106,14 @@ void RouterMembers::step(std::size_t part, std::uint64_t join)
         return;
     }
     end();
+}
+
+void RouterMembers::expect()
+{
+    for (const auto& part : m_parts)
+    {
+        part->expectToJoin(m_routerPartition);
+    }
 }
 
 void RouterMembers::fail(std::size_t part, std::uint64_t join, const char* reason)

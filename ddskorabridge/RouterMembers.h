@@ -25,6 +25,9 @@ public:
     IPartitionBound(const IPartitionBound&) = delete;
     IPartitionBound& operator=(const IPartitionBound&) = delete;
 
+    /// A join of that partition follows, when those in front have joined: what it waits for may be waited for from now
+    /// on. Perhaps another one is asked for instead.
+    virtual void expectToJoin(const std::string& /*routerPartition*/) {}
     /// Moves into the partition; called again for the same one to refresh what is read and written there.
     virtual void joinRouterPartition(const std::string& routerPartition) = 0;
     /// The same. `joined`, on the apartment, says that all of it has been done: at once, or later in a part that waits
@@ -76,6 +79,7 @@ private:
     /// Begins what is to be done next, or sets the alarm for it.
     void goOn();
     void step(std::size_t part, std::uint64_t join);
+    void expect();
     void fail(std::size_t part, std::uint64_t join, const char* reason);
     void end();
 

@@ -65,6 +65,15 @@ public:
 
     // For the bridge.
 
+    /// The bridge is about to join.
+    void expectJoin()
+    {
+        {
+            const std::lock_guard lock(m_mutex);
+            m_isExpected = true;
+        }
+        m_recorder.signal();
+    }
     /// The bridge has joined, once more perhaps. `deliver` is called on the recorder's thread, once with the history
     /// and then with what is learnt later, until the next join or `leave`; again when it throws.
     void join(std::shared_ptr<IDurableTopic> topic, Deliver deliver)
@@ -111,6 +120,12 @@ public:
         const std::lock_guard lock(m_mutex);
         return std::exchange(m_refused, {});
     }
+    /// Whether a join has been announced since the last call.
+    bool takeExpected()
+    {
+        const std::lock_guard lock(m_mutex);
+        return std::exchange(m_isExpected, false);
+    }
     /// The newest join since the last call.
     std::optional<Join> takeJoin()
     {
@@ -138,6 +153,7 @@ private:
     std::vector<Instance> m_refused;
     std::optional<Join> m_join;
     std::uint64_t m_lastTicket = 0; ///< also read by the thread that writes it
+    bool m_isExpected = false;
     bool m_isLeft = true;
 };
 

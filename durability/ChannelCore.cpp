@@ -33,8 +33,11 @@ void ChannelCore::join(std::uint64_t ticket, const Now& now)
 {
     m_ticket = ticket;
     m_isWaiting = true;
-    m_isSettled = false;
     m_joinedAt = now.steady;
+    if (!std::exchange(m_isExpected, false))
+    {
+        beginToWait(now.steady);
+    }
     for (Entry& entry : m_entries)
     {
         entry.isDecidedHere = false;

@@ -50,6 +50,7 @@ public:
     static constexpr Time longestSettling{350'000};
     static constexpr Time neighboursAnswer{1'000'000}; ///< all together, once it has settled
     static constexpr Time storeAnswers{20'000'000};    ///< then the join goes on without it
+    static constexpr Time expected{20'000'000};        ///< a join that was announced
     static constexpr Time asksAgain{300'000};          ///< another one
     static constexpr Time answersAgain{100'000};       ///< the same bucket
     static constexpr Time tellsAgain{1'000'000};       ///< of what has changed by takes only
@@ -65,6 +66,8 @@ public:
 
     // What happens.
 
+    /// The bridge is about to join: what the join waits for is waited for from now on, for `expected` at most.
+    void expectJoin(const Now& now);
     /// The bridge has joined, once more perhaps: it wants history. `ticket` names the join.
     void join(std::uint64_t ticket, const Now& now);
     /// The bridge has decided and published, at `earliest` at the earliest. To be told before anything that others say.
@@ -166,6 +169,7 @@ private:
     void remember(Instance instance);
     std::uint64_t digestOf(Instance instance) const;
     int order(const Decision& left, const Decision& right) const;
+    void beginToWait(Time now);
     bool isSettled(Time now);
     void planRepeating(Time now);
     void serveJoin(Time now);
@@ -198,7 +202,9 @@ private:
     bool m_isWaiting = false;
     bool m_isStoreTried = false;
     bool m_isSettled = false; ///< since the join
+    bool m_isExpected = false;
     Time m_joinedAt{};
+    Time m_waitsSince{}; ///< for all but the store
     Time m_newcomer{};
     Time m_answersUntil{};
 

@@ -82,10 +82,22 @@ void ChannelCore::tick(const Now& now)
     tellStatus(now.steady);
 }
 
+void ChannelCore::expectJoin(const Now& now)
+{
+    m_isExpected = true;
+    beginToWait(now.steady);
+}
+
+void ChannelCore::beginToWait(Time now)
+{
+    m_isSettled = false;
+    m_waitsSince = now;
+}
+
 bool ChannelCore::isSettled(Time now)
 {
     if (!m_isSettled && ((now >= m_settings.started + settlesAfterStart && now >= m_newcomer + settlesAfterNewcomer) ||
-                         now >= m_joinedAt + longestSettling))
+                         now >= m_waitsSince + longestSettling))
     {
         m_isSettled = true;
         m_answersUntil = now + neighboursAnswer;
@@ -95,6 +107,11 @@ bool ChannelCore::isSettled(Time now)
 
 void ChannelCore::serveJoin(Time now)
 {
+    m_isExpected = m_isExpected && now < m_waitsSince + expected;
+    if (m_isExpected && m_isStoreTried)
+    {
+        static_cast<void>(isSettled(now)); // from then on the neighbours' time runs
+    }
     const bool hasStoreAnswered = m_isStoreTried || now >= m_joinedAt + storeAnswers;
     if (!m_isWaiting || !hasStoreAnswered || !isSettled(now))
     {
@@ -118,9 +135,10 @@ void ChannelCore::askForMissing(Time now)
     {
         ++m_attempt;
     }
+    const bool isUrgent = m_isWaiting || m_isExpected;
     std::vector<Status::Want> wants =
-        m_neighbours.missing(m_digests, m_isWaiting ? now : now - differenceStands, m_attempt);
-    if (!m_isWaiting)
+        m_neighbours.missing(m_digests, isUrgent ? now : now - differenceStands, m_attempt);
+    if (!isUrgent)
     {
         // What changes here is being learnt already.
         std::erase_if(wants,
@@ -193,7 +211,7 @@ void ChannelCore::tellStatus(Time now)
 
 bool ChannelCore::isInHurry() const
 {
-    return m_isWaiting || m_isStatusUrgent || m_repeatDue || m_numAnswersDue > 0;
+    return m_isWaiting || m_isExpected || m_isStatusUrgent || m_repeatDue || m_numAnswersDue > 0;
 }
 
 Status ChannelCore::status() const

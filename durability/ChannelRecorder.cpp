@@ -88,6 +88,10 @@ void ChannelRecorder::openPort()
 
 void ChannelRecorder::takeJoin()
 {
+    if (m_channel->takeExpected())
+    {
+        m_core.expectJoin(now());
+    }
     if (auto join = m_channel->takeJoin())
     {
         takeSeen(); // what lay in the earlier reader

@@ -45,6 +45,7 @@ public:
         : Base(std::forward<Arguments>(arguments)...), m_calls(calls), m_name(std::move(name))
     {}
 
+    void expectToJoin(const std::string& routerPartition) override { expected = routerPartition; }
     void joinRouterPartition(const std::string& routerPartition) override
     {
         m_calls.push_back(m_name + " joins " + routerPartition);
@@ -68,6 +69,7 @@ public:
     }
     void leaveRouterPartition() override { m_calls.push_back(m_name + " leaves"); }
 
+    std::string expected; ///< the partition that was announced last
     bool throws = false;
     bool waits = false;
     std::function<void()> joined; ///< to be called by the test, when it waits
@@ -207,6 +209,17 @@ TEST_F(RouterMembersTest, APartThatWaitsHoldsUpThoseBehindIt)
     m_videoTarget->joined();
     EXPECT_EQ(m_calls.size(), 8U);
     EXPECT_EQ(m_calls.back(), "server connects");
+}
+
+TEST_F(RouterMembersTest, EveryPartHearsOfAJoinBeforeTheFirstOneWaits)
+{
+    m_audioTarget->waits = true;
+
+    m_sut.joinRouterPartition("R1");
+
+    ASSERT_EQ(m_calls.back(), "audio target joins R1");
+    EXPECT_EQ(m_videoTarget->expected, "R1");
+    EXPECT_EQ(m_videoLocal->expected, "R1");
 }
 
 TEST_F(RouterMembersTest, JoinsThatAreAskedForMeanwhileFollowAsOneToTheLastPartition)

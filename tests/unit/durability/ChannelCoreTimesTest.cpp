@@ -240,6 +240,84 @@ TEST_F(ChannelCoreTimesTest, LoneHolderIsAskedAgain)
     EXPECT_TRUE(look(1us).isStatusNew);
 }
 
+// A join that is announced.
+
+TEST_F(ChannelCoreTimesTest, JoinThatWasAnnouncedHasWaitedSinceThen)
+{
+    meet(3);
+    m_sut->storeTried();
+    m_sut->expectJoin(m_now);
+    EXPECT_TRUE(m_sut->isInHurry());
+    look(ChannelCore::settlesAfterStart);
+    look(ChannelCore::neighboursAnswer - 1us);
+
+    beginJoin();
+
+    EXPECT_FALSE(look().completed);
+    const auto completed = look(1us).completed;
+    ASSERT_TRUE(completed);
+    EXPECT_EQ(completed->silent, 1U);
+}
+
+TEST_F(ChannelCoreTimesTest, JoinThatWasAnnouncedIsCompleteAtOnceWhenAllHasBeenSaid)
+{
+    meet(3);
+    m_sut->storeTried();
+    m_sut->expectJoin(m_now);
+    hear(3);
+    look(ChannelCore::settlesAfterStart);
+
+    beginJoin();
+
+    const auto completed = look().completed;
+    ASSERT_TRUE(completed);
+    EXPECT_EQ(completed->silent, 0U);
+}
+
+TEST_F(ChannelCoreTimesTest, WhatAJoinThatIsAnnouncedLacksIsAskedForAtOnce)
+{
+    join();
+    haveNeighbour(3);
+    hear(3, {0, 77});
+
+    m_sut->expectJoin(m_now);
+
+    EXPECT_TRUE(look(ChannelCore::tellsUrgently).isStatusNew);
+    EXPECT_EQ(wants(), (Wants{{3, 1}}));
+}
+
+TEST_F(ChannelCoreTimesTest, NeighboursTimeBeginsWhenTheStoreHasBeenTriedAnnouncedOrNot)
+{
+    meet(3);
+    m_sut->expectJoin(m_now);
+    look(5s);
+    look(5s);
+    m_sut->storeTried();
+    look();
+
+    beginJoin();
+
+    EXPECT_FALSE(look(ChannelCore::neighboursAnswer - 1us).completed);
+    EXPECT_TRUE(look(1us).completed);
+}
+
+TEST_F(ChannelCoreTimesTest, AnnouncementThatNoJoinFollowsIsForgotten)
+{
+    meet(3);
+    m_sut->storeTried();
+    m_sut->expectJoin(m_now);
+    look();
+    EXPECT_TRUE(m_sut->isInHurry());
+
+    look(ChannelCore::expected);
+
+    EXPECT_FALSE(m_sut->isInHurry());
+    beginJoin();
+    look();
+    EXPECT_FALSE(look(ChannelCore::neighboursAnswer - 1us).completed) << "it waits anew";
+    EXPECT_TRUE(look(1us).completed);
+}
+
 // Neighbours outside of joins.
 
 TEST_F(ChannelCoreTimesTest, DifferenceIsAskedForOnceItHasStood)
