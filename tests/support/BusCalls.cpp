@@ -15,6 +15,8 @@ struct State
     bool isWatched = false;
     std::string failingTopic;
     dds_return_t code = DDS_RETCODE_OK;
+    std::string unreadableTopic;
+    dds_return_t readerCode = DDS_RETCODE_OK;
     bool areAcknowledgmentsMissing = false;
     std::vector<std::string> calls;
 };
@@ -25,11 +27,16 @@ State& state()
     return theState;
 }
 
-std::string topicOf(dds_entity_t writer)
+std::string nameOf(dds_entity_t topic)
 {
     std::array<char, 128> name{};
-    static_cast<void>(dds_get_name(dds_get_topic(writer), name.data(), name.size()));
+    static_cast<void>(dds_get_name(topic, name.data(), name.size()));
     return name.data();
+}
+
+std::string topicOf(dds_entity_t writer)
+{
+    return nameOf(dds_get_topic(writer));
 }
 
 /// The library's own function, which the one of that name here hides.
@@ -58,6 +65,21 @@ extern "C" dds_return_t dds_write_ts(dds_entity_t writer, const void* data, dds_
         }
     }
     return library(writer, data, timestamp);
+}
+
+extern "C" dds_entity_t dds_create_reader(dds_entity_t owner, dds_entity_t topic, const dds_qos_t* qos,
+                                          const dds_listener_t* listener)
+{
+    static const auto library = libraryFunction<decltype(&dds_create_reader)>("dds_create_reader");
+    {
+        State& current = state();
+        const std::lock_guard lock(current.mutex);
+        if (current.readerCode != DDS_RETCODE_OK && nameOf(topic) == current.unreadableTopic)
+        {
+            return current.readerCode;
+        }
+    }
+    return library(owner, topic, qos, listener);
 }
 
 extern "C" dds_return_t dds_wait_for_acks(dds_entity_t writer, dds_duration_t timeout)
@@ -93,6 +115,7 @@ BusCalls::~BusCalls()
     const std::lock_guard lock(current.mutex);
     current.isWatched = false;
     current.code = DDS_RETCODE_OK;
+    current.readerCode = DDS_RETCODE_OK;
     current.areAcknowledgmentsMissing = false;
     current.calls.clear();
 }
@@ -102,6 +125,13 @@ void BusCalls::failWrites(const std::string& topic, dds_return_t code)
     const std::lock_guard lock(state().mutex);
     state().failingTopic = topic;
     state().code = code;
+}
+
+void BusCalls::failReaders(const std::string& topic, dds_return_t code)
+{
+    const std::lock_guard lock(state().mutex);
+    state().unreadableTopic = topic;
+    state().readerCode = code;
 }
 
 void BusCalls::failAcknowledgments()
