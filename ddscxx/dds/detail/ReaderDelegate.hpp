@@ -1,10 +1,10 @@
 #pragma once
 
 #include "dds/core/Status.hpp"
+#include "dds/detail/Delegates.hpp"
 #include "dds/detail/Entity.hpp"
 #include "dds/detail/NativeListener.hpp"
 #include "dds/detail/SubscriberDelegate.hpp"
-#include "dds/detail/TopicDelegate.hpp"
 #include "dds/sub/qos/DataReaderQos.hpp"
 
 #include <dds/dds.h>

@@ -3,11 +3,11 @@
 #include "dds/core/InstanceHandle.hpp"
 #include "dds/core/Status.hpp"
 #include "dds/core/Time.hpp"
+#include "dds/detail/Delegates.hpp"
 #include "dds/detail/Entity.hpp"
 #include "dds/detail/PublisherDelegate.hpp"
-#include "dds/detail/TopicDelegate.hpp"
-#include "dds/pub/MatchedSubscription.hpp"
 #include "dds/pub/qos/DataWriterQos.hpp"
+#include "dds/topic/BuiltinTopic.hpp"
 
 #include <memory>
 #include <string>

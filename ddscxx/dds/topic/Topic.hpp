@@ -1,7 +1,7 @@
 #pragma once
 
 #include "dds/core/Reference.hpp"
-#include "dds/detail/TopicDelegate.hpp"
+#include "dds/detail/Delegates.hpp"
 #include "dds/domain/DomainParticipant.hpp"
 #include "dds/topic/TopicTraits.hpp"
 #include "dds/topic/qos/TopicQos.hpp"

@@ -1,6 +1,5 @@
-#include "dds/detail/Check.hpp"
-
 #include "dds/core/Exception.hpp"
+#include "dds/detail/Check.hpp"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "dds/detail/TopicDelegate.hpp"
+#include "dds/detail/Delegates.hpp"
 
 #include "dds/detail/Check.hpp"
 #include "dds/detail/NativeQos.hpp"
