@@ -1,6 +1,6 @@
 #include "buswrappers/Participant.h"
 
-#include "dds/core/WeakReference.hpp"
+#include "dds/core/Reference.hpp"
 #include "durability/DurableSettings.h"
 #include "runtime/util/Log.h"
 

@@ -2,13 +2,10 @@
 
 // The part of the standard C++ interface to DDS that this project uses, over the C interface of Cyclone DDS.
 
-#include "dds/core/Duration.hpp"
 #include "dds/core/Exception.hpp"
-#include "dds/core/InstanceHandle.hpp"
 #include "dds/core/Reference.hpp"
 #include "dds/core/Status.hpp"
 #include "dds/core/Time.hpp"
-#include "dds/core/WeakReference.hpp"
 #include "dds/core/policy/CorePolicy.hpp"
 #include "dds/domain/DomainParticipant.hpp"
 #include "dds/pub/DataWriter.hpp"

@@ -2,6 +2,7 @@
 
 #include "dds/core/Exception.hpp"
 
+#include <cstdint>
 #include <memory>
 #include <utility>
 
@@ -39,6 +40,36 @@ public:
 
 private:
     std::shared_ptr<Delegate> m_delegate;
+};
+
+/// Knows an entity without keeping it alive. `Handle` is one of the reference classes.
+template <typename Handle>
+class WeakReference
+{
+public:
+    WeakReference() = default;
+    explicit WeakReference(const Handle& handle) : m_delegate(handle.delegate()) {}
+
+    /// The entity, or nil when it is gone.
+    Handle lock() const { return Handle(m_delegate.lock()); }
+
+private:
+    std::weak_ptr<typename Handle::DelegateType> m_delegate;
+};
+
+/// Names one instance of a topic, or one entity, within this process. Nil names none.
+class InstanceHandle
+{
+public:
+    constexpr InstanceHandle() = default;
+    constexpr explicit InstanceHandle(std::uint64_t value) : m_value(value) {}
+
+    constexpr bool is_nil() const { return m_value == 0; }
+    constexpr std::uint64_t value() const { return m_value; }
+    constexpr bool operator==(const InstanceHandle&) const = default;
+
+private:
+    std::uint64_t m_value = 0;
 };
 
 } // namespace dds::core

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "dds/core/InstanceHandle.hpp"
+#include "dds/core/Reference.hpp"
 
 #include <cstdint>
 #include <variant>

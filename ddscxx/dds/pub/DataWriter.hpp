@@ -1,6 +1,5 @@
 #pragma once
 
-#include "dds/core/InstanceHandle.hpp"
 #include "dds/core/Reference.hpp"
 #include "dds/core/Status.hpp"
 #include "dds/core/Time.hpp"

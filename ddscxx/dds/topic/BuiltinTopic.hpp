@@ -1,6 +1,6 @@
 #pragma once
 
-#include "dds/core/InstanceHandle.hpp"
+#include "dds/core/Reference.hpp"
 #include "dds/core/policy/CorePolicy.hpp"
 
 namespace dds::pub

@@ -1,7 +1,7 @@
 #include "buswrappers/Participant.h"
 
 #include "buswrappers/TypedTopics.h"
-#include "dds/core/WeakReference.hpp"
+#include "dds/core/Reference.hpp"
 
 #include <gtest/gtest.h>
 

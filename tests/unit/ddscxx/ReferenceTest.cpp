@@ -1,4 +1,5 @@
-#include "dds/core/WeakReference.hpp"
+#include "dds/core/Reference.hpp"
+
 #include "tests/unit/ddscxx/BusFixture.h"
 
 using dds::domain::DomainParticipant;

@@ -1,5 +1,4 @@
-#include "dds/core/Duration.hpp"
-#include "dds/core/InstanceHandle.hpp"
+#include "dds/core/Reference.hpp"
 #include "dds/core/Status.hpp"
 #include "dds/core/Time.hpp"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "dds/core/Duration.hpp"
+#include "dds/core/Time.hpp"
 
 #include <cstdint>
 #include <string>
