@@ -1,11 +1,8 @@
 #pragma once
 
+#include "dds/core/EntityQos.hpp"
 #include "dds/core/policy/CorePolicy.hpp"
 #include "dds/domain/DomainParticipant.hpp"
-#include "dds/pub/qos/DataWriterQos.hpp"
-#include "dds/pub/qos/PublisherQos.hpp"
-#include "dds/sub/qos/SubscriberQos.hpp"
-#include "dds/topic/qos/TopicQos.hpp"
 
 #include <string>
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "dds/core/policy/CorePolicy.hpp"
+
 #include <tuple>
 
 namespace dds::core
@@ -35,3 +37,54 @@ private:
 };
 
 } // namespace dds::core
+
+namespace dds::topic::qos
+{
+
+class TopicQos : public core::EntityQos<TopicQos, core::policy::Durability, core::policy::Reliability>
+{};
+
+} // namespace dds::topic::qos
+
+namespace dds::pub::qos
+{
+
+class PublisherQos : public core::EntityQos<PublisherQos, core::policy::Partition>
+{};
+
+class DataWriterQos : public core::EntityQos<DataWriterQos, core::policy::Durability, core::policy::Reliability,
+                                             core::policy::WriterDataLifecycle>
+{
+public:
+    /// The standard's defaults: as a topic's, but RELIABLE.
+    DataWriterQos() { policy(core::policy::Reliability::Reliable()); }
+    /// A writer's QoS made from its topic's.
+    DataWriterQos(const topic::qos::TopicQos& topic)
+    {
+        policy(topic.policy<core::policy::Durability>());
+        policy(topic.policy<core::policy::Reliability>());
+    }
+};
+
+} // namespace dds::pub::qos
+
+namespace dds::sub::qos
+{
+
+class SubscriberQos : public core::EntityQos<SubscriberQos, core::policy::Partition>
+{};
+
+class DataReaderQos : public core::EntityQos<DataReaderQos, core::policy::Durability, core::policy::Reliability,
+                                             core::policy::UserData, core::policy::IgnoreLocal>
+{
+public:
+    DataReaderQos() = default;
+    /// A reader's QoS made from its topic's.
+    DataReaderQos(const topic::qos::TopicQos& topic)
+    {
+        policy(topic.policy<core::policy::Durability>());
+        policy(topic.policy<core::policy::Reliability>());
+    }
+};
+
+} // namespace dds::sub::qos

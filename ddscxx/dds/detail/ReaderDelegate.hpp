@@ -1,11 +1,11 @@
 #pragma once
 
+#include "dds/core/EntityQos.hpp"
 #include "dds/core/Status.hpp"
 #include "dds/detail/Delegates.hpp"
 #include "dds/detail/Entity.hpp"
 #include "dds/detail/NativeListener.hpp"
 #include "dds/detail/SubscriberDelegate.hpp"
-#include "dds/sub/qos/DataReaderQos.hpp"
 
 #include <dds/dds.h>
 

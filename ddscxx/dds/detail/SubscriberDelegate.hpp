@@ -1,8 +1,8 @@
 #pragma once
 
+#include "dds/core/EntityQos.hpp"
 #include "dds/detail/Entity.hpp"
 #include "dds/detail/ParticipantDelegate.hpp"
-#include "dds/sub/qos/SubscriberQos.hpp"
 
 #include <memory>
 

@@ -1,12 +1,12 @@
 #pragma once
 
+#include "dds/core/EntityQos.hpp"
 #include "dds/core/Reference.hpp"
 #include "dds/core/Status.hpp"
 #include "dds/core/Time.hpp"
 #include "dds/detail/Delegates.hpp"
 #include "dds/detail/Entity.hpp"
 #include "dds/detail/PublisherDelegate.hpp"
-#include "dds/pub/qos/DataWriterQos.hpp"
 #include "dds/topic/BuiltinTopic.hpp"
 
 #include <memory>

@@ -1,11 +1,9 @@
 #pragma once
 
+#include "dds/core/EntityQos.hpp"
 #include "dds/core/Reference.hpp"
 #include "dds/core/Time.hpp"
 #include "dds/detail/ParticipantDelegate.hpp"
-#include "dds/pub/qos/PublisherQos.hpp"
-#include "dds/sub/qos/SubscriberQos.hpp"
-#include "dds/topic/qos/TopicQos.hpp"
 
 #include <cstdint>
 #include <memory>

@@ -1,11 +1,11 @@
 #pragma once
 
+#include "dds/core/EntityQos.hpp"
 #include "dds/core/Reference.hpp"
 #include "dds/core/Status.hpp"
 #include "dds/core/Time.hpp"
 #include "dds/detail/WriterDelegate.hpp"
 #include "dds/pub/Publisher.hpp"
-#include "dds/pub/qos/DataWriterQos.hpp"
 #include "dds/topic/Topic.hpp"
 
 #include <dds/dds.h>

@@ -1,9 +1,9 @@
 #pragma once
 
+#include "dds/core/EntityQos.hpp"
 #include "dds/core/Reference.hpp"
 #include "dds/detail/PublisherDelegate.hpp"
 #include "dds/domain/DomainParticipant.hpp"
-#include "dds/pub/qos/PublisherQos.hpp"
 
 #include <memory>
 

@@ -1,12 +1,12 @@
 #pragma once
 
+#include "dds/core/EntityQos.hpp"
 #include "dds/core/Reference.hpp"
 #include "dds/core/Status.hpp"
 #include "dds/detail/ReaderDelegate.hpp"
 #include "dds/sub/DataReaderListener.hpp"
 #include "dds/sub/LoanedSamples.hpp"
 #include "dds/sub/Subscriber.hpp"
-#include "dds/sub/qos/DataReaderQos.hpp"
 #include "dds/topic/Topic.hpp"
 
 #include <memory>

@@ -1,9 +1,9 @@
 #pragma once
 
+#include "dds/core/EntityQos.hpp"
 #include "dds/core/Reference.hpp"
 #include "dds/detail/SubscriberDelegate.hpp"
 #include "dds/domain/DomainParticipant.hpp"
-#include "dds/sub/qos/SubscriberQos.hpp"
 
 #include <memory>
 

@@ -1,10 +1,10 @@
 #pragma once
 
+#include "dds/core/EntityQos.hpp"
 #include "dds/core/Reference.hpp"
 #include "dds/detail/Delegates.hpp"
 #include "dds/domain/DomainParticipant.hpp"
 #include "dds/topic/TopicTraits.hpp"
-#include "dds/topic/qos/TopicQos.hpp"
 
 #include <memory>
 #include <string>

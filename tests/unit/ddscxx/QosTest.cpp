@@ -1,8 +1,5 @@
+#include "dds/core/EntityQos.hpp"
 #include "dds/detail/NativeQos.hpp"
-#include "dds/pub/qos/DataWriterQos.hpp"
-#include "dds/sub/qos/DataReaderQos.hpp"
-#include "dds/sub/qos/SubscriberQos.hpp"
-#include "dds/topic/qos/TopicQos.hpp"
 
 #include <gtest/gtest.h>
 
