@@ -4,8 +4,7 @@
 #include "dds/core/Exception.hpp"
 #include "dds/pub/DataWriter.hpp"
 #include "dds/sub/DataReader.hpp"
-#include "dds/sub/DataReaderListener.hpp"
-#include "dds/sub/LoanedSamples.hpp"
+#include "dds/sub/Sample.hpp"
 #include "durability/IDurableTopic.h"
 #include "durability/TypeCodec.h"
 

@@ -3,7 +3,7 @@
 #include "bustypes/TopicNames.h"
 #include "buswrappers/BusQos.h"
 #include "buswrappers/Participant.h"
-#include "dds/sub/Subscriber.hpp"
+#include "dds/sub/DataReader.hpp"
 #include "dds/topic/Topic.hpp"
 #include "durability/DurableSettings.h"
 

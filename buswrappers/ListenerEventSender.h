@@ -2,7 +2,6 @@
 
 #include "buswrappers/ListenerEvents.h"
 #include "dds/sub/DataReader.hpp"
-#include "dds/sub/DataReaderListener.hpp"
 #include "runtime/apartment/DoItEvent.h"
 #include "runtime/util/Log.h"
 

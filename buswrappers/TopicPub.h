@@ -5,7 +5,6 @@
 #include "buswrappers/Participant.h"
 #include "dds/core/Exception.hpp"
 #include "dds/pub/DataWriter.hpp"
-#include "dds/pub/Publisher.hpp"
 #include "dds/topic/Topic.hpp"
 
 #include <chrono>

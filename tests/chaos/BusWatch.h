@@ -2,7 +2,7 @@
 
 #include "bustypes/RoutingTypes.h"
 #include "bustypes/TopicNames.h"
-#include "dds/sub/SampleInfo.hpp"
+#include "dds/sub/Sample.hpp"
 #include "tests/chaos/Crosspoint.h"
 
 #include <atomic>

@@ -4,8 +4,9 @@
 #include "dds/core/Reference.hpp"
 #include "dds/core/Status.hpp"
 #include "dds/core/Time.hpp"
+#include "dds/detail/PublisherDelegate.hpp"
 #include "dds/detail/WriterDelegate.hpp"
-#include "dds/pub/Publisher.hpp"
+#include "dds/domain/DomainParticipant.hpp"
 #include "dds/topic/Topic.hpp"
 
 #include <dds/dds.h>
@@ -15,6 +16,17 @@
 
 namespace dds::pub
 {
+
+/// Groups writers under one set of partitions. A shared handle; thread-safe. Construction throws dds::core::Error
+/// or one of its family.
+class Publisher : public core::Reference<detail::PublisherDelegate>
+{
+public:
+    using Reference::Reference;
+    explicit Publisher(const domain::DomainParticipant& participant, const qos::PublisherQos& qos = {})
+        : Reference(std::make_shared<detail::PublisherDelegate>(participant.delegate(), qos))
+    {}
+};
 
 /// Writes values of one type to a topic. A shared handle; its operations are thread-safe. Every operation throws
 /// dds::core::Error or one of its family when the DDS library refuses; a write that a slow reader holds up for longer

@@ -4,13 +4,20 @@
 #include "dds/core/Reference.hpp"
 #include "dds/detail/Delegates.hpp"
 #include "dds/domain/DomainParticipant.hpp"
-#include "dds/topic/TopicTraits.hpp"
 
 #include <memory>
 #include <string>
+#include <type_traits>
+#include <utility>
 
 namespace dds::topic
 {
+
+/// What the DDS interface needs to know of a data type: its C struct `BusType`, its `descriptor()`, and the conversions
+/// `toBus` and `fromBus`. The namespace of the type says which class that is, with a declaration
+///   `TypeSupport<T> type_support_of(std::type_identity<T>)`.
+template <typename T>
+using topic_type_support = decltype(type_support_of(std::type_identity<T>()));
 
 /// A named stream of values of one type on the bus. Made without a listener and with an empty status mask. The same
 /// name can be made again on a participant while the first lives, but with the same QoS only: otherwise
