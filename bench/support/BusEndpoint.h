@@ -1,7 +1,7 @@
 #pragma once
 
 #include "bustypes/TypeSupport.h"
-#include "dds/detail/Check.hpp"
+#include "dds/detail/Entity.hpp"
 
 #include <dds/dds.h>
 

@@ -1,6 +1,5 @@
 #include "dds/detail/Delegates.hpp"
 
-#include "dds/detail/Check.hpp"
 #include "dds/detail/NativeQos.hpp"
 
 #include <utility>
@@ -22,6 +21,24 @@ dds_entity_t create(const ParticipantDelegate& participant, const dds_topic_desc
 }
 
 } // namespace
+
+ParticipantDelegate::ParticipantDelegate(std::uint32_t domainId)
+    : m_entity(check(dds_create_participant(domainId, nullptr, nullptr), "creating the DDS domain participant"))
+{}
+
+PublisherDelegate::PublisherDelegate(std::shared_ptr<ParticipantDelegate> participant,
+                                     const pub::qos::PublisherQos& qos)
+    : m_participant(std::move(participant)), m_qos(qos),
+      m_entity(
+          check(dds_create_publisher(m_participant->handle(), NativeQos(m_qos).get(), nullptr), "creating a publisher"))
+{}
+
+SubscriberDelegate::SubscriberDelegate(std::shared_ptr<ParticipantDelegate> participant,
+                                       const sub::qos::SubscriberQos& qos)
+    : m_participant(std::move(participant)), m_qos(qos),
+      m_entity(check(dds_create_subscriber(m_participant->handle(), NativeQos(m_qos).get(), nullptr),
+                     "creating a subscriber"))
+{}
 
 TopicDelegate::TopicDelegate(std::shared_ptr<ParticipantDelegate> participant, const dds_topic_descriptor_t& descriptor,
                              std::size_t sampleSize, std::string name, const topic::qos::TopicQos& qos)

@@ -2,16 +2,64 @@
 
 #include "dds/core/EntityQos.hpp"
 #include "dds/detail/Entity.hpp"
-#include "dds/detail/ParticipantDelegate.hpp"
 
 #include <dds/dds.h>
 
+#include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <string>
 
 namespace dds::detail
 {
+
+/// A participant of the DDS library. Thread-safe.
+class ParticipantDelegate
+{
+public:
+    explicit ParticipantDelegate(std::uint32_t domainId);
+
+    dds_entity_t handle() const { return m_entity.handle(); }
+    /// When it began to come onto the bus.
+    std::chrono::steady_clock::time_point started() const { return m_started; }
+
+private:
+    const std::chrono::steady_clock::time_point m_started = std::chrono::steady_clock::now();
+    const Entity m_entity;
+};
+
+/// A publisher of the DDS library, and the participant that it needs to live.
+class PublisherDelegate
+{
+public:
+    PublisherDelegate(std::shared_ptr<ParticipantDelegate> participant, const pub::qos::PublisherQos& qos);
+
+    dds_entity_t handle() const { return m_entity.handle(); }
+    const std::shared_ptr<ParticipantDelegate>& participant() const { return m_participant; }
+    const pub::qos::PublisherQos& qos() const { return m_qos; }
+
+private:
+    const std::shared_ptr<ParticipantDelegate> m_participant;
+    const pub::qos::PublisherQos m_qos;
+    const Entity m_entity;
+};
+
+/// A subscriber of the DDS library, and the participant that it needs to live.
+class SubscriberDelegate
+{
+public:
+    SubscriberDelegate(std::shared_ptr<ParticipantDelegate> participant, const sub::qos::SubscriberQos& qos);
+
+    dds_entity_t handle() const { return m_entity.handle(); }
+    const std::shared_ptr<ParticipantDelegate>& participant() const { return m_participant; }
+    const sub::qos::SubscriberQos& qos() const { return m_qos; }
+
+private:
+    const std::shared_ptr<ParticipantDelegate> m_participant;
+    const sub::qos::SubscriberQos m_qos;
+    const Entity m_entity;
+};
 
 /// A topic of the DDS library, and the participant that it needs to live.
 class TopicDelegate

@@ -1,8 +1,7 @@
 #include "dds/detail/NativeListener.hpp"
 
-#include "dds/detail/Check.hpp"
+#include "dds/detail/Entity.hpp"
 #include "dds/detail/NativeStatus.hpp"
-#include "dds/detail/Report.hpp"
 
 #include <exception>
 #include <new>

@@ -1,9 +1,8 @@
 #include "dds/detail/ReaderDelegate.hpp"
 
-#include "dds/detail/Check.hpp"
+#include "dds/detail/Entity.hpp"
 #include "dds/detail/NativeQos.hpp"
 #include "dds/detail/NativeStatus.hpp"
-#include "dds/detail/Report.hpp"
 
 #include <algorithm>
 #include <cstddef>

@@ -5,7 +5,6 @@
 #include "dds/detail/Delegates.hpp"
 #include "dds/detail/Entity.hpp"
 #include "dds/detail/NativeListener.hpp"
-#include "dds/detail/SubscriberDelegate.hpp"
 
 #include <dds/dds.h>
 

@@ -1,6 +1,6 @@
 #include "dds/detail/WriterDelegate.hpp"
 
-#include "dds/detail/Check.hpp"
+#include "dds/detail/Entity.hpp"
 #include "dds/detail/GatheredWrites.hpp"
 #include "dds/detail/NativeQos.hpp"
 #include "dds/detail/NativeStatus.hpp"

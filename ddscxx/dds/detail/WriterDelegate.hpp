@@ -6,7 +6,6 @@
 #include "dds/core/Time.hpp"
 #include "dds/detail/Delegates.hpp"
 #include "dds/detail/Entity.hpp"
-#include "dds/detail/PublisherDelegate.hpp"
 #include "dds/topic/BuiltinTopic.hpp"
 
 #include <memory>

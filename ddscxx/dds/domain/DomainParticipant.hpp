@@ -3,7 +3,7 @@
 #include "dds/core/EntityQos.hpp"
 #include "dds/core/Reference.hpp"
 #include "dds/core/Time.hpp"
-#include "dds/detail/ParticipantDelegate.hpp"
+#include "dds/detail/Delegates.hpp"
 
 #include <cstdint>
 #include <memory>

@@ -4,7 +4,7 @@
 #include "dds/core/Reference.hpp"
 #include "dds/core/Status.hpp"
 #include "dds/core/Time.hpp"
-#include "dds/detail/PublisherDelegate.hpp"
+#include "dds/detail/Delegates.hpp"
 #include "dds/detail/WriterDelegate.hpp"
 #include "dds/domain/DomainParticipant.hpp"
 #include "dds/topic/Topic.hpp"

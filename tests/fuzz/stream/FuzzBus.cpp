@@ -2,10 +2,7 @@
 
 #include "bustypes/SampleText.h"
 #include "dds/detail/Delegates.hpp"
-#include "dds/detail/ParticipantDelegate.hpp"
-#include "dds/detail/PublisherDelegate.hpp"
 #include "dds/detail/ReaderDelegate.hpp"
-#include "dds/detail/SubscriberDelegate.hpp"
 #include "dds/detail/WriterDelegate.hpp"
 #include "durability/DurableSettings.h"
 #include "durability/Recorder.h"

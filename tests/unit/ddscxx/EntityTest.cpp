@@ -1,5 +1,6 @@
+#include "dds/detail/Entity.hpp"
+
 #include "dds/core/Exception.hpp"
-#include "dds/detail/Check.hpp"
 
 #include <gtest/gtest.h>
 
