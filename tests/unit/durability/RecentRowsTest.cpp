@@ -21,7 +21,6 @@ namespace
 {
 
 const ChannelName name{"R1", "Topic"};
-constexpr const char* noFailingCalls = "system calls cannot be made to fail here";
 
 /// The file in memory of one store, and the lives of a process that use it one after the other.
 class RecentRowsTest : public testing::Test
@@ -357,7 +356,7 @@ TEST_F(RecentRowsTest, FileThatCannotBeWrittenIsOneWarningAndLeftAsItIs)
 
     if (!isTried)
     {
-        GTEST_SKIP() << noFailingCalls;
+        GTEST_SKIP() << testsupport::noFailingCalls;
     }
     EXPECT_EQ(log.takeTexts(),
               std::vector<std::string>{"WARN Durable targets: cannot write " + file().string() +
@@ -375,7 +374,7 @@ TEST_F(RecentRowsTest, TornLastLineThatCannotBeEndedIsNotWrittenBehind)
 
     if (!testsupport::withFailingCalls({{SYS_write, ENOSPC, {{2, 1}}}}, [&] { sut = nextLife(); }))
     {
-        GTEST_SKIP() << noFailingCalls;
+        GTEST_SKIP() << testsupport::noFailingCalls;
     }
 
     const auto size = std::filesystem::file_size(file());

@@ -539,7 +539,7 @@ TEST_F(StoreKeeperTest, CorruptStoreThatCannotBeSetAsideIsOneWarningAndLeftAsItI
     testsupport::writeFile(m_path, std::string(10000, 'x'));
     if (!testsupport::withFailingCalls(testsupport::failingRename(EROFS), [this] { start(); }))
     {
-        GTEST_SKIP() << "system calls cannot be made to fail here";
+        GTEST_SKIP() << testsupport::noFailingCalls;
     }
     take(7, 5);
 

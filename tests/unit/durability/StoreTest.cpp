@@ -417,7 +417,7 @@ TEST_F(StoreTest, DirectoryThatCannotBeForcedToTheDiskIsUnusable)
 
     if (!isTried)
     {
-        GTEST_SKIP() << "system calls cannot be made to fail here";
+        GTEST_SKIP() << testsupport::noFailingCalls;
     }
     EXPECT_EQ(text, "cannot write directory " + m_path.parent_path().string() + ": Input/output error");
 }
