@@ -56,7 +56,7 @@ const durability::TypeCodec& durableCodec()
 /// The writer and the readers of a durable topic in one partition, as the recorder sees them. Thread-safe; the
 /// bridge closes it when it has joined anew.
 template <typename T>
-class DurableTopic final : public durability::IDurableTopic, private dds::sub::DataReaderListener<T>
+class DurableTopic final : public durability::IDurableTopic, private dds::sub::NoOpDataReaderListener<T>
 {
 public:
     /// `seen` reads what others write from now on, `history` what others keep; either may be nil. `wake` is called, on
@@ -166,13 +166,7 @@ private:
     }
 
     using Reader = dds::sub::DataReader<T>;
-    void on_requested_deadline_missed(Reader&, const dds::core::status::RequestedDeadlineMissedStatus&) override {}
-    void on_requested_incompatible_qos(Reader&, const dds::core::status::RequestedIncompatibleQosStatus&) override {}
-    void on_sample_rejected(Reader&, const dds::core::status::SampleRejectedStatus&) override {}
-    void on_liveliness_changed(Reader&, const dds::core::status::LivelinessChangedStatus&) override {}
     void on_data_available(Reader&) override { m_wake(); }
-    void on_subscription_matched(Reader&, const dds::core::status::SubscriptionMatchedStatus&) override {}
-    void on_sample_lost(Reader&, const dds::core::status::SampleLostStatus&) override {}
 
     /// Those that ask for what was published before, in order.
     std::vector<std::uint64_t> lateReaders() const

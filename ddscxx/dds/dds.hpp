@@ -10,6 +10,7 @@
 #include "dds/domain/DomainParticipant.hpp"
 #include "dds/pub/DataWriter.hpp"
 #include "dds/pub/WriteBatch.hpp"
+#include "dds/sub/BuiltinReader.hpp"
 #include "dds/sub/DataReader.hpp"
 #include "dds/sub/Sample.hpp"
 #include "dds/topic/Topic.hpp"

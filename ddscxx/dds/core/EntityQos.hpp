@@ -53,7 +53,7 @@ class PublisherQos : public core::EntityQos<PublisherQos, core::policy::Partitio
 {};
 
 class DataWriterQos : public core::EntityQos<DataWriterQos, core::policy::Durability, core::policy::Reliability,
-                                             core::policy::WriterDataLifecycle>
+                                             core::policy::History, core::policy::WriterDataLifecycle>
 {
 public:
     /// The standard's defaults: as a topic's, but RELIABLE.
@@ -75,7 +75,7 @@ class SubscriberQos : public core::EntityQos<SubscriberQos, core::policy::Partit
 {};
 
 class DataReaderQos : public core::EntityQos<DataReaderQos, core::policy::Durability, core::policy::Reliability,
-                                             core::policy::UserData, core::policy::IgnoreLocal>
+                                             core::policy::History, core::policy::UserData, core::policy::IgnoreLocal>
 {
 public:
     DataReaderQos() = default;

@@ -22,8 +22,9 @@ public:
     static constexpr StatusMask sample_rejected() { return StatusMask(0x0100); }
     static constexpr StatusMask data_available() { return StatusMask(0x0400); }
     static constexpr StatusMask liveliness_changed() { return StatusMask(0x1000); }
+    static constexpr StatusMask publication_matched() { return StatusMask(0x2000); }
     static constexpr StatusMask subscription_matched() { return StatusMask(0x4000); }
-    /// Every status of a reader; others are not asked for.
+    /// Every status of a reader.
     static constexpr StatusMask all()
     {
         return requested_deadline_missed() | requested_incompatible_qos() | sample_rejected() | liveliness_changed() |

@@ -1,5 +1,6 @@
 #include "dds/detail/Delegates.hpp"
 
+#include "dds/detail/Discovery.hpp"
 #include "dds/detail/NativeQos.hpp"
 
 #include <utility>
@@ -26,6 +27,13 @@ ParticipantDelegate::ParticipantDelegate(std::uint32_t domainId)
     : m_entity(check(dds_create_participant(domainId, nullptr, nullptr), "creating the DDS domain participant"))
 {}
 
+topic::BuiltinTopicKey ParticipantDelegate::key() const
+{
+    dds_guid_t guid{};
+    check(dds_get_guid(handle(), &guid), "asking for the name of the DDS domain participant");
+    return keyOf(guid);
+}
+
 PublisherDelegate::PublisherDelegate(std::shared_ptr<ParticipantDelegate> participant,
                                      const pub::qos::PublisherQos& qos)
     : m_participant(std::move(participant)), m_qos(qos),
@@ -41,9 +49,9 @@ SubscriberDelegate::SubscriberDelegate(std::shared_ptr<ParticipantDelegate> part
 {}
 
 TopicDelegate::TopicDelegate(std::shared_ptr<ParticipantDelegate> participant, const dds_topic_descriptor_t& descriptor,
-                             std::size_t sampleSize, std::string name, const topic::qos::TopicQos& qos)
-    : m_participant(std::move(participant)), m_name(std::move(name)), m_qos(qos), m_sampleSize(sampleSize),
-      m_entity(create(*m_participant, descriptor, m_name, m_qos))
+                             std::string name, const topic::qos::TopicQos& qos)
+    : m_participant(std::move(participant)), m_name(std::move(name)), m_qos(qos), m_descriptor(descriptor),
+      m_entity(create(*m_participant, m_descriptor, m_name, m_qos))
 {}
 
 } // namespace dds::detail

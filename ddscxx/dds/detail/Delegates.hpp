@@ -2,6 +2,7 @@
 
 #include "dds/core/EntityQos.hpp"
 #include "dds/detail/Entity.hpp"
+#include "dds/topic/BuiltinTopic.hpp"
 
 #include <dds/dds.h>
 
@@ -21,6 +22,7 @@ public:
     explicit ParticipantDelegate(std::uint32_t domainId);
 
     dds_entity_t handle() const { return m_entity.handle(); }
+    topic::BuiltinTopicKey key() const;
     /// When it began to come onto the bus.
     std::chrono::steady_clock::time_point started() const { return m_started; }
 
@@ -65,14 +67,16 @@ private:
 class TopicDelegate
 {
 public:
-    /// The same name may be created again on a participant, with the same QoS only.
+    /// The same name may be created again on a participant, with the same QoS only. `descriptor` is the type's, which
+    /// lives as long as the process.
     TopicDelegate(std::shared_ptr<ParticipantDelegate> participant, const dds_topic_descriptor_t& descriptor,
-                  std::size_t sampleSize, std::string name, const topic::qos::TopicQos& qos);
+                  std::string name, const topic::qos::TopicQos& qos);
 
     dds_entity_t handle() const { return m_entity.handle(); }
     const std::shared_ptr<ParticipantDelegate>& participant() const { return m_participant; }
+    const dds_topic_descriptor_t& descriptor() const { return m_descriptor; }
     /// Bytes of one sample in its C form.
-    std::size_t sampleSize() const { return m_sampleSize; }
+    std::size_t sampleSize() const { return m_descriptor.m_size; }
     const std::string& name() const { return m_name; }
     const topic::qos::TopicQos& qos() const { return m_qos; }
 
@@ -80,7 +84,7 @@ private:
     const std::shared_ptr<ParticipantDelegate> m_participant;
     const std::string m_name;
     const topic::qos::TopicQos m_qos;
-    const std::size_t m_sampleSize;
+    const dds_topic_descriptor_t& m_descriptor;
     const Entity m_entity;
 };
 

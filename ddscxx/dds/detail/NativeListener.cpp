@@ -16,9 +16,19 @@ namespace
 
 using core::status::StatusMask;
 
+constexpr const char* whatThrew(const ReaderCallback*)
+{
+    return "a reader's listener threw";
+}
+
+constexpr const char* whatThrew(const WriterCallback*)
+{
+    return "a writer's listener threw";
+}
+
 /// Calls `callback` with a copy of the status.
-template <typename Native>
-void callWith(const ReaderCallback& callback, const Native& native) noexcept
+template <typename Callback, typename Native>
+void callWith(const Callback& callback, const Native& native) noexcept
 {
     try
     {
@@ -26,18 +36,18 @@ void callWith(const ReaderCallback& callback, const Native& native) noexcept
     }
     catch (const std::exception& error)
     {
-        reportError("a reader's listener threw", error.what());
+        reportError(whatThrew(&callback), error.what());
     }
     catch (...)
     {
-        reportError("a reader's listener threw", "no standard exception");
+        reportError(whatThrew(&callback), "no standard exception");
     }
 }
 
-template <typename Native>
+template <typename Callback, typename Native>
 void forward(dds_entity_t, const Native native, void* callback) noexcept
 {
-    callWith(*static_cast<const ReaderCallback*>(callback), native);
+    callWith(*static_cast<const Callback*>(callback), native);
 }
 
 void forwardDataAvailable(dds_entity_t, void* callback) noexcept
@@ -69,7 +79,7 @@ struct Row
         }
         else
         {
-            attach(listener, forward<Native>);
+            attach(listener, forward<ReaderCallback, Native>);
         }
     }
 
@@ -114,12 +124,26 @@ void forEach(StatusMask mask, Visit visit)
 
 } // namespace
 
-NativeListener::NativeListener(ReaderCallback& callback, StatusMask mask) : m_listener(dds_create_listener(&callback))
+NativeListener::NativeListener(void* callback) : m_listener(dds_create_listener(callback))
 {
     if (m_listener == nullptr)
     {
         throw std::bad_alloc();
     }
+}
+
+NativeListener::NativeListener(WriterCallback& callback, StatusMask mask)
+    : NativeListener(static_cast<void*>(&callback))
+{
+    if (mask.contains(StatusMask::publication_matched()))
+    {
+        dds_lset_publication_matched(m_listener.get(), forward<WriterCallback, dds_publication_matched_status_t>);
+    }
+}
+
+NativeListener::NativeListener(ReaderCallback& callback, StatusMask mask)
+    : NativeListener(static_cast<void*>(&callback))
+{
     forEach(mask, [this](const auto& row) { row.attachTo(m_listener.get()); });
 }
 
@@ -133,6 +157,27 @@ void callForPending(dds_entity_t reader, const ReaderCallback& callback, StatusM
             row.callFor(reader, callback);
         }
     });
+}
+
+void callForPending(dds_entity_t writer, const WriterCallback& callback, StatusMask mask)
+{
+    std::uint32_t raised = 0;
+    check(dds_get_status_changes(writer, &raised), "asking for the statuses of a writer");
+    if (mask.contains(StatusMask::publication_matched()) && (raised & DDS_PUBLICATION_MATCHED_STATUS) != 0)
+    {
+        dds_publication_matched_status_t native{};
+        check(dds_get_publication_matched_status(writer, &native), "asking for a status of a writer");
+        callWith(callback, native);
+    }
+}
+
+void detachListener(dds_entity_t entity) noexcept
+{
+    const dds_return_t code = dds_set_listener(entity, nullptr);
+    if (code < 0)
+    {
+        reportError("detaching a listener", dds_strretcode(code));
+    }
 }
 
 } // namespace dds::detail

@@ -35,6 +35,12 @@ void NativeQos::set(const policy::Reliability& policy)
     dds_qset_reliability(m_qos.get(), kind, policy.max_blocking_time().to_chrono().count());
 }
 
+void NativeQos::set(const policy::History& policy)
+{
+    const auto kind = policy.kind() == policy::HistoryKind::KEEP_ALL ? DDS_HISTORY_KEEP_ALL : DDS_HISTORY_KEEP_LAST;
+    dds_qset_history(m_qos.get(), kind, policy.depth());
+}
+
 void NativeQos::set(const policy::Partition& policy)
 {
     std::vector<const char*> names;

@@ -31,6 +31,7 @@ private:
     NativeQos();
     void set(const core::policy::Durability& policy);
     void set(const core::policy::Reliability& policy);
+    void set(const core::policy::History& policy);
     void set(const core::policy::Partition& policy);
     void set(const core::policy::WriterDataLifecycle& policy);
     void set(const core::policy::UserData& policy);

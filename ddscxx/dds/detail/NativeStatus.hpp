@@ -1,10 +1,12 @@
 #pragma once
 
 #include "dds/core/Status.hpp"
+#include "dds/core/Time.hpp"
+#include "dds/sub/Sample.hpp"
 
 #include <dds/dds.h>
 
-/// Copies of the DDS library's statuses as values of this interface.
+/// Copies of the DDS library's statuses, and of what comes with a sample, as values of this interface.
 namespace dds::detail
 {
 
@@ -82,6 +84,13 @@ inline core::status::PublicationMatchedStatus fromNative(const dds_publication_m
 inline core::status::SampleLostStatus fromNative(const dds_sample_lost_status_t& native)
 {
     return {signedCount(native.total_count), native.total_count_change};
+}
+
+inline sub::SampleInfo fromNative(const dds_sample_info_t& native)
+{
+    return {native.valid_data, sub::status::DataState(static_cast<sub::status::InstanceState>(native.instance_state)),
+            core::Time(native.source_timestamp), core::InstanceHandle(native.instance_handle),
+            core::InstanceHandle(native.publication_handle)};
 }
 
 } // namespace dds::detail

@@ -1,5 +1,6 @@
 #include "dds/detail/ReaderDelegate.hpp"
 
+#include "dds/detail/Discovery.hpp"
 #include "dds/detail/Entity.hpp"
 #include "dds/detail/NativeQos.hpp"
 #include "dds/detail/NativeStatus.hpp"
@@ -28,24 +29,24 @@ ReaderDelegate::ReaderDelegate(std::shared_ptr<SubscriberDelegate> subscriber, s
 
 ReaderDelegate::~ReaderDelegate()
 {
-    const dds_return_t code = dds_set_listener(m_entity.handle(), nullptr);
-    if (code < 0)
-    {
-        reportError("detaching a reader's listener", dds_strretcode(code));
-    }
+    detachListener(m_entity.handle());
 }
 
 class ReaderDelegate::Buffer
 {
 public:
     Buffer(const ReaderDelegate& reader, std::size_t size)
-        : m_sampleSize(reader.m_topic->sampleSize()), m_storage(size * m_sampleSize), m_samples(size), m_infos(size)
+        : m_descriptor(reader.m_topic->descriptor()), m_sampleSize(reader.m_topic->sampleSize()),
+          m_storage(size * m_sampleSize), m_samples(size), m_infos(size)
     {
         for (std::size_t i = 0; i < size; ++i)
         {
             m_samples[i] = &m_storage[i * m_sampleSize];
         }
     }
+    ~Buffer() { release(); }
+    Buffer(const Buffer&) = delete;
+    Buffer& operator=(const Buffer&) = delete;
 
     std::size_t size() const { return m_samples.size(); }
 
@@ -53,9 +54,13 @@ public:
     template <typename Get>
     dds_return_t fill(Get get, dds_entity_t reader)
     {
+        release();
         // An invalid sample fills in the key fields only: the others must not be those of the sample before.
         std::fill(m_storage.begin(), m_storage.end(), std::byte{0});
-        return get(reader, m_samples.data(), m_infos.data(), size(), static_cast<std::uint32_t>(size()));
+        const dds_return_t count =
+            get(reader, m_samples.data(), m_infos.data(), size(), static_cast<std::uint32_t>(size()));
+        m_filled = static_cast<std::size_t>(std::max(count, 0));
+        return count;
     }
     void visit(const Visitor& visitor, dds_return_t count) const
     {
@@ -66,10 +71,19 @@ public:
     }
 
 private:
+    /// What sequences in the samples point to is the library's.
+    void release() noexcept
+    {
+        std::for_each_n(m_samples.begin(), std::exchange(m_filled, 0),
+                        [this](void* sample) { dds_sample_free(sample, &m_descriptor, DDS_FREE_CONTENTS); });
+    }
+
+    const dds_topic_descriptor_t& m_descriptor;
     const std::size_t m_sampleSize;
     std::vector<std::byte> m_storage;
     std::vector<void*> m_samples;
     std::vector<dds_sample_info_t> m_infos;
+    std::size_t m_filled = 0;
 };
 
 void ReaderDelegate::take(const Visitor& visit)
@@ -100,17 +114,7 @@ void ReaderDelegate::read(const Visitor& visit)
 
 void ReaderDelegate::listen(ReaderCallback callback, core::status::StatusMask mask)
 {
-    if (callback == nullptr)
-    {
-        check(dds_set_listener(m_entity.handle(), nullptr), call("detaching the listener of"));
-        m_callback.reset();
-        return;
-    }
-    auto attached = std::make_unique<ReaderCallback>(std::move(callback));
-    const NativeListener listener(*attached, mask);
-    check(dds_set_listener(m_entity.handle(), listener.get()), call("attaching a listener to"));
-    m_callback = std::move(attached);
-    callForPending(m_entity.handle(), *m_callback, mask);
+    m_listener.attach(m_entity.handle(), std::move(callback), mask, call(""));
 }
 
 core::status::SubscriptionMatchedStatus ReaderDelegate::subscriptionMatchedStatus()
@@ -118,6 +122,26 @@ core::status::SubscriptionMatchedStatus ReaderDelegate::subscriptionMatchedStatu
     dds_subscription_matched_status_t status{};
     check(dds_get_subscription_matched_status(m_entity.handle(), &status), call("asking for the writers of"));
     return fromNative(status);
+}
+
+std::vector<sub::MatchedPublication> ReaderDelegate::matchedPublications() const
+{
+    std::vector<sub::MatchedPublication> all;
+    visitMatched(m_entity.handle(), matchedWriters, call("asking for the writers of"),
+                 [&all](core::InstanceHandle handle, const dds_builtintopic_endpoint_t& writer) {
+                     all.push_back({handle, keyOf(writer.participant_key)});
+                 });
+    return all;
+}
+
+std::optional<sub::MatchedPublication> ReaderDelegate::matchedPublication(core::InstanceHandle handle) const
+{
+    std::optional<sub::MatchedPublication> found;
+    visitMatched(m_entity.handle(), matchedWriters, handle,
+                 [&found](core::InstanceHandle which, const dds_builtintopic_endpoint_t& writer) {
+                     found = sub::MatchedPublication{which, keyOf(writer.participant_key)};
+                 });
+    return found;
 }
 
 std::string ReaderDelegate::call(const char* what) const

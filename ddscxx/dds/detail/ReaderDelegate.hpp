@@ -5,12 +5,15 @@
 #include "dds/detail/Delegates.hpp"
 #include "dds/detail/Entity.hpp"
 #include "dds/detail/NativeListener.hpp"
+#include "dds/topic/BuiltinTopic.hpp"
 
 #include <dds/dds.h>
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
+#include <vector>
 
 namespace dds::detail
 {
@@ -39,9 +42,11 @@ public:
     void listen(ReaderCallback callback, core::status::StatusMask mask);
 
     core::status::SubscriptionMatchedStatus subscriptionMatchedStatus();
+    std::vector<sub::MatchedPublication> matchedPublications() const;
+    std::optional<sub::MatchedPublication> matchedPublication(core::InstanceHandle handle) const;
 
 private:
-    /// Samples in memory of our own: the bus types hold no pointers, so nothing needs to be lent.
+    /// Samples in memory of our own.
     class Buffer;
 
     std::string call(const char* what) const;
@@ -49,7 +54,7 @@ private:
     const std::shared_ptr<SubscriberDelegate> m_subscriber;
     const std::shared_ptr<TopicDelegate> m_topic;
     const sub::qos::DataReaderQos m_qos;
-    std::unique_ptr<ReaderCallback> m_callback; ///< stays where the library's listener finds it
+    AttachedListener<ReaderCallback> m_listener;
     const Entity m_entity;
 };
 

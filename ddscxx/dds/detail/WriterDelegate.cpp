@@ -1,12 +1,12 @@
 #include "dds/detail/WriterDelegate.hpp"
 
+#include "dds/detail/Discovery.hpp"
 #include "dds/detail/Entity.hpp"
 #include "dds/detail/GatheredWrites.hpp"
 #include "dds/detail/NativeQos.hpp"
 #include "dds/detail/NativeStatus.hpp"
 #include "dds/pub/WriteBatch.hpp"
 
-#include <algorithm>
 #include <utility>
 
 namespace dds::detail
@@ -34,6 +34,7 @@ WriterDelegate::WriterDelegate(std::shared_ptr<PublisherDelegate> publisher, std
 
 WriterDelegate::~WriterDelegate()
 {
+    detachListener(m_entity.handle());
     dds_write_flush(m_entity.handle());
 }
 
@@ -77,6 +78,11 @@ void WriterDelegate::disposeInstance(core::InstanceHandle instance, core::Time s
           call("disposing an instance of"));
 }
 
+void WriterDelegate::listen(WriterCallback callback, core::status::StatusMask mask)
+{
+    m_listener.attach(m_entity.handle(), std::move(callback), mask, call(""));
+}
+
 void WriterDelegate::waitForAcknowledgments(core::Duration timeout)
 {
     pub::WriteBatch::flush(); // what is not sent is not confirmed
@@ -92,24 +98,12 @@ core::status::PublicationMatchedStatus WriterDelegate::publicationMatchedStatus(
 
 std::vector<pub::MatchedSubscription> WriterDelegate::matchedSubscriptions() const
 {
-    std::vector<dds_instance_handle_t> handles;
-    const auto get = [&] {
-        return check(dds_get_matched_subscriptions(m_entity.handle(), handles.data(), handles.size()),
-                     call("asking for the readers of"));
-    };
-    handles.resize(static_cast<std::size_t>(get()));
-    handles.resize(std::min(static_cast<std::size_t>(get()), handles.size())); // one that came meanwhile is next time's
-
     std::vector<pub::MatchedSubscription> all;
-    for (const dds_instance_handle_t handle : handles)
-    {
-        const std::unique_ptr<dds_builtintopic_endpoint_t, decltype(&dds_builtintopic_free_endpoint)> endpoint(
-            dds_get_matched_subscription_data(m_entity.handle(), handle), dds_builtintopic_free_endpoint);
-        if (endpoint != nullptr) // else it has gone
-        {
-            all.push_back({core::InstanceHandle(handle), durabilityOf(*endpoint->qos), userDataOf(*endpoint->qos)});
-        }
-    }
+    visitMatched(
+        m_entity.handle(), matchedReaders, call("asking for the readers of"),
+        [&all](core::InstanceHandle handle, const dds_builtintopic_endpoint_t& reader) {
+            all.push_back({handle, keyOf(reader.participant_key), durabilityOf(*reader.qos), userDataOf(*reader.qos)});
+        });
     return all;
 }
 

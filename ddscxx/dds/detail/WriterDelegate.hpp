@@ -6,6 +6,7 @@
 #include "dds/core/Time.hpp"
 #include "dds/detail/Delegates.hpp"
 #include "dds/detail/Entity.hpp"
+#include "dds/detail/NativeListener.hpp"
 #include "dds/topic/BuiltinTopic.hpp"
 
 #include <memory>
@@ -23,7 +24,7 @@ class WriterDelegate
 public:
     WriterDelegate(std::shared_ptr<PublisherDelegate> publisher, std::shared_ptr<TopicDelegate> topic,
                    const pub::qos::DataWriterQos& qos);
-    /// Sends what another thread may still be gathering.
+    /// Sends what another thread may still be gathering. Detaches the listener first, as a reader does.
     ~WriterDelegate();
     WriterDelegate(const WriterDelegate&) = delete;
     WriterDelegate& operator=(const WriterDelegate&) = delete;
@@ -34,6 +35,10 @@ public:
     core::InstanceHandle lookupInstance(const void* sample) const;
     void unregisterInstance(core::InstanceHandle instance, core::Time sourceTimestamp);
     void disposeInstance(core::InstanceHandle instance, core::Time sourceTimestamp);
+
+    /// Attaches `callback` in place of an earlier one; an empty one detaches. Waits for calls that run, so it must not
+    /// be called from one. Statuses that were raised before are called for on this thread.
+    void listen(WriterCallback callback, core::status::StatusMask mask);
 
     /// Waits until every reader has confirmed all that was written, else throws TimeoutError.
     void waitForAcknowledgments(core::Duration timeout);
@@ -48,6 +53,7 @@ private:
     const std::shared_ptr<PublisherDelegate> m_publisher;
     const std::shared_ptr<TopicDelegate> m_topic;
     const pub::qos::DataWriterQos m_qos;
+    AttachedListener<WriterCallback> m_listener;
     const Entity m_entity;
 };
 

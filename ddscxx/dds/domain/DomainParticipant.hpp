@@ -30,6 +30,9 @@ public:
     /// The machine's clock, as samples carry it.
     core::Time current_time() const { return core::Time(dds_time()); }
 
+    /// Its name on the whole bus. An addition to the standard.
+    topic::BuiltinTopicKey key() const { return delegate()->key(); }
+
     topic::qos::TopicQos default_topic_qos() const { return {}; }
     pub::qos::PublisherQos default_publisher_qos() const { return {}; }
     sub::qos::SubscriberQos default_subscriber_qos() const { return {}; }

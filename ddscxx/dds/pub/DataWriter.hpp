@@ -28,6 +28,26 @@ public:
     {}
 };
 
+template <typename T>
+class DataWriter;
+
+/// Told that readers have come or gone, on threads of the DDS library. It must not wait, and must neither delete the
+/// writer nor change its listener. `writer` is good for the time of the call only. An exception is reported in the DDS
+/// library's log and goes no further. Owned by whoever attached it, who keeps it until it is detached or the writer is
+/// gone. Of the standard's statuses of a writer the one that somebody asks for.
+template <typename T>
+class DataWriterListener
+{
+public:
+    DataWriterListener() = default;
+    virtual ~DataWriterListener() = default;
+    DataWriterListener(const DataWriterListener&) = delete;
+    DataWriterListener& operator=(const DataWriterListener&) = delete;
+
+    virtual void on_publication_matched(DataWriter<T>& writer,
+                                        const core::status::PublicationMatchedStatus& status) = 0;
+};
+
 /// Writes values of one type to a topic. A shared handle; its operations are thread-safe. Every operation throws
 /// dds::core::Error or one of its family when the DDS library refuses; a write that a slow reader holds up for longer
 /// than the writer's max blocking time throws TimeoutError. Deleting the writer unregisters its instances.
@@ -35,6 +55,7 @@ template <typename T>
 class DataWriter : public core::Reference<detail::WriterDelegate>
 {
 public:
+    using Listener = DataWriterListener<T>;
     using Reference::Reference;
 
     DataWriter(const Publisher& publisher, const topic::Topic<T>& topic, const qos::DataWriterQos& qos)
@@ -75,6 +96,24 @@ public:
 
     /// Returns when every reader has confirmed all that was written; throws TimeoutError when one does not in time.
     void wait_for_acknowledgments(const core::Duration& timeout) { delegate()->waitForAcknowledgments(timeout); }
+
+    /// Attaches `listener` for the statuses of `mask`, in place of an earlier one; null detaches. A status that was
+    /// raised earlier and not yet looked at is called for at once, on this thread. Not from a listener's own call.
+    void listener(Listener* listener, const core::status::StatusMask& mask)
+    {
+        if (listener == nullptr)
+        {
+            delegate()->listen(nullptr, mask);
+            return;
+        }
+        // A handle that owns nothing: were it the last one, the writer would be deleted inside its own callback.
+        DataWriter<T> writer(std::shared_ptr<detail::WriterDelegate>(std::shared_ptr<void>(), delegate().get()));
+        delegate()->listen(
+            [listener, writer](const core::status::PublicationMatchedStatus& status) mutable {
+                listener->on_publication_matched(writer, status);
+            },
+            mask);
+    }
     core::status::PublicationMatchedStatus publication_matched_status()
     {
         return delegate()->publicationMatchedStatus();

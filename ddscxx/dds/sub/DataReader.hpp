@@ -4,12 +4,14 @@
 #include "dds/core/Reference.hpp"
 #include "dds/core/Status.hpp"
 #include "dds/detail/Delegates.hpp"
+#include "dds/detail/NativeStatus.hpp"
 #include "dds/detail/ReaderDelegate.hpp"
 #include "dds/domain/DomainParticipant.hpp"
 #include "dds/sub/Sample.hpp"
 #include "dds/topic/Topic.hpp"
 
 #include <memory>
+#include <optional>
 #include <utility>
 #include <variant>
 #include <vector>
@@ -69,6 +71,20 @@ private:
     void tell(Reader& r, const core::status::SampleLostStatus& s) { on_sample_lost(r, s); }
 };
 
+/// One that does nothing, for who wants to know of some statuses only.
+template <typename T>
+class NoOpDataReaderListener : public DataReaderListener<T>
+{
+    using Reader = DataReader<T>;
+    void on_requested_deadline_missed(Reader&, const core::status::RequestedDeadlineMissedStatus&) override {}
+    void on_requested_incompatible_qos(Reader&, const core::status::RequestedIncompatibleQosStatus&) override {}
+    void on_sample_rejected(Reader&, const core::status::SampleRejectedStatus&) override {}
+    void on_liveliness_changed(Reader&, const core::status::LivelinessChangedStatus&) override {}
+    void on_data_available(Reader&) override {}
+    void on_subscription_matched(Reader&, const core::status::SubscriptionMatchedStatus&) override {}
+    void on_sample_lost(Reader&, const core::status::SampleLostStatus&) override {}
+};
+
 /// Reads values of one type from a topic. A shared handle; `take` and `read` are thread-safe, attaching a listener
 /// belongs to the owner. Deleting the reader waits for callbacks that run; none comes after that. Every operation
 /// throws dds::core::Error or one of its family when the DDS library refuses.
@@ -121,6 +137,13 @@ public:
     {
         return delegate()->subscriptionMatchedStatus();
     }
+    /// The writers that are known now.
+    std::vector<MatchedPublication> matched_publications() const { return delegate()->matchedPublications(); }
+    /// One of them; none when it has gone.
+    std::optional<MatchedPublication> matched_publication(const core::InstanceHandle& handle) const
+    {
+        return delegate()->matchedPublication(handle);
+    }
 
 private:
     using Support = topic::topic_type_support<T>;
@@ -128,11 +151,8 @@ private:
     static detail::ReaderDelegate::Visitor collectInto(std::vector<Sample<T>>& samples)
     {
         return [&samples](const void* data, const dds_sample_info_t& info) {
-            samples.emplace_back(
-                Support::fromBus(*static_cast<const typename Support::BusType*>(data)),
-                SampleInfo(info.valid_data, status::DataState(static_cast<status::InstanceState>(info.instance_state)),
-                           core::Time(info.source_timestamp), core::InstanceHandle(info.instance_handle),
-                           core::InstanceHandle(info.publication_handle)));
+            samples.emplace_back(Support::fromBus(*static_cast<const typename Support::BusType*>(data)),
+                                 detail::fromNative(info));
         };
     }
 };

@@ -30,7 +30,7 @@ public:
 
     Topic(const domain::DomainParticipant& participant, const std::string& name, const qos::TopicQos& qos)
         : Reference(std::make_shared<detail::TopicDelegate>(participant.delegate(), topic_type_support<T>::descriptor(),
-                                                            sizeof(typename topic_type_support<T>::BusType), name, qos))
+                                                            name, qos))
     {}
 
     qos::TopicQos qos() const { return delegate()->qos(); }

@@ -159,9 +159,9 @@ SubscriberDelegate::SubscriberDelegate(std::shared_ptr<ParticipantDelegate> part
     : m_participant(std::move(participant)), m_qos(qos), m_entity(1)
 {}
 
-TopicDelegate::TopicDelegate(std::shared_ptr<ParticipantDelegate> participant, const dds_topic_descriptor_t&,
-                             std::size_t sampleSize, std::string name, const topic::qos::TopicQos& qos)
-    : m_participant(std::move(participant)), m_name(std::move(name)), m_qos(qos), m_sampleSize(sampleSize), m_entity(1)
+TopicDelegate::TopicDelegate(std::shared_ptr<ParticipantDelegate> participant, const dds_topic_descriptor_t& descriptor,
+                             std::string name, const topic::qos::TopicQos& qos)
+    : m_participant(std::move(participant)), m_name(std::move(name)), m_qos(qos), m_descriptor(descriptor), m_entity(1)
 {}
 
 WriterDelegate::WriterDelegate(std::shared_ptr<PublisherDelegate> publisher, std::shared_ptr<TopicDelegate> topic,

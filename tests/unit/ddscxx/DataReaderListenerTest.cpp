@@ -11,20 +11,7 @@ namespace
 
 using Output = com::tallowcrest::dds_::routing::MacroXptOutput;
 
-/// Does nothing.
-class IdleListener : public dds::sub::DataReaderListener<Output>
-{
-public:
-    using Reader = dds::sub::DataReader<Output>;
-
-    void on_requested_deadline_missed(Reader&, const dds::core::status::RequestedDeadlineMissedStatus&) override {}
-    void on_requested_incompatible_qos(Reader&, const dds::core::status::RequestedIncompatibleQosStatus&) override {}
-    void on_sample_rejected(Reader&, const dds::core::status::SampleRejectedStatus&) override {}
-    void on_liveliness_changed(Reader&, const dds::core::status::LivelinessChangedStatus&) override {}
-    void on_data_available(Reader&) override {}
-    void on_subscription_matched(Reader&, const dds::core::status::SubscriptionMatchedStatus&) override {}
-    void on_sample_lost(Reader&, const dds::core::status::SampleLostStatus&) override {}
-};
+using IdleListener = dds::sub::NoOpDataReaderListener<Output>;
 
 /// Counts its calls and keeps the last status of each.
 class CountingListener final : public dds::sub::DataReaderListener<Output>

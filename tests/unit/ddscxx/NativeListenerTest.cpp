@@ -239,3 +239,19 @@ TEST(NativeListener, AnExceptionEndsInTheLibrarysLog)
     EXPECT_EQ(recording.m_dataAvailable, 1);
     EXPECT_NE(log.text().find("a reader's listener threw: the listener failed"), std::string::npos) << log.text();
 }
+
+TEST(NativeListener, AnExceptionOfAWritersListenerEndsInTheLibrarysLogToo)
+{
+    const LibraryLog log;
+    dds::detail::WriterCallback callback = [](const PublicationMatchedStatus&) {
+        throw std::runtime_error("the listener failed");
+    };
+    const dds::detail::NativeListener sut(callback, StatusMask::publication_matched());
+    dds_on_publication_matched_fn publicationMatched = nullptr;
+    dds_lget_publication_matched(sut.get(), &publicationMatched);
+    ASSERT_NE(publicationMatched, nullptr);
+
+    EXPECT_NO_THROW(publicationMatched(1, {}, &callback));
+
+    EXPECT_NE(log.text().find("a writer's listener threw: the listener failed"), std::string::npos) << log.text();
+}

@@ -82,6 +82,25 @@ TEST(NativeQos, SetsTheWritersLifecycle)
     EXPECT_FALSE(autodispose);
 }
 
+TEST(NativeQos, SetsTheHistoryOfReadersAndWriters)
+{
+    dds::sub::qos::DataReaderQos all;
+    all << History::KeepAll();
+    dds::pub::qos::DataWriterQos some;
+    some << History::KeepLast(7);
+
+    dds_history_kind_t kind = DDS_HISTORY_KEEP_LAST;
+    std::int32_t depth = 0;
+    EXPECT_TRUE(dds_qget_history(dds::detail::NativeQos(all).get(), &kind, &depth));
+    EXPECT_EQ(kind, DDS_HISTORY_KEEP_ALL);
+    EXPECT_TRUE(dds_qget_history(dds::detail::NativeQos(some).get(), &kind, &depth));
+    EXPECT_EQ(kind, DDS_HISTORY_KEEP_LAST);
+    EXPECT_EQ(depth, 7);
+    EXPECT_TRUE(dds_qget_history(dds::detail::NativeQos(dds::sub::qos::DataReaderQos()).get(), &kind, &depth));
+    EXPECT_EQ(kind, DDS_HISTORY_KEEP_LAST);
+    EXPECT_EQ(depth, 1);
+}
+
 TEST(NativeQos, SetsThePartitionNamesInTheirOrder)
 {
     dds::sub::qos::SubscriberQos qos;

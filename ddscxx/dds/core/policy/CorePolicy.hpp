@@ -80,6 +80,32 @@ private:
     std::vector<std::string> m_names;
 };
 
+enum class HistoryKind
+{
+    KEEP_LAST = 0,
+    KEEP_ALL = 1
+};
+
+class History
+{
+public:
+    History() = default;
+
+    static History KeepLast(std::int32_t depth) { return History(HistoryKind::KEEP_LAST, depth); }
+    static History KeepAll() { return History(HistoryKind::KEEP_ALL, 1); }
+
+    HistoryKind kind() const { return m_kind; }
+    /// How many samples of each instance are kept, unless all are.
+    std::int32_t depth() const { return m_depth; }
+    bool operator==(const History&) const = default;
+
+private:
+    History(HistoryKind kind, std::int32_t depth) : m_kind(kind), m_depth(depth) {}
+
+    HistoryKind m_kind = HistoryKind::KEEP_LAST;
+    std::int32_t m_depth = 1;
+};
+
 class WriterDataLifecycle
 {
 public:
