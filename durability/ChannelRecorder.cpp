@@ -1,5 +1,6 @@
 #include "durability/ChannelRecorder.h"
 
+#include "dds/core/Exception.hpp"
 #include "durability/ParticipantName.h"
 #include "runtime/util/Log.h"
 
@@ -27,12 +28,13 @@ bool parseInstance(const std::string& text, Instance& instance)
 
 } // namespace
 
-ChannelRecorder::ChannelRecorder(dds_entity_t participant, Clock::time_point started, std::shared_ptr<Channel> channel,
-                                 StoreKeeper& keeper, RecentRows& recent, util::WakeEvent& wake)
+ChannelRecorder::ChannelRecorder(const dds::domain::DomainParticipant& participant, Clock::time_point started,
+                                 std::shared_ptr<Channel> channel, StoreKeeper& keeper, RecentRows& recent,
+                                 util::WakeEvent& wake)
     : m_channel(std::move(channel)), m_keeper(keeper), m_recent(recent), m_logger(util::bridgeLogger()),
       m_description("Durable topic " + m_channel->name().topic + " in " + m_channel->name().partition),
       m_participant(participant), m_wake(wake), m_core({.greatest = m_channel->settings().greatest,
-                                                        .self = nameOf(participant),
+                                                        .self = nameOf(participant.key()),
                                                         .isShared = m_channel->settings().isShared,
                                                         .started = steady(started),
                                                         .rules = m_channel->codec().rules},
@@ -42,7 +44,7 @@ ChannelRecorder::ChannelRecorder(dds_entity_t participant, Clock::time_point sta
 
 ChannelCore::Now ChannelRecorder::now() const
 {
-    return {steady(std::chrono::steady_clock::now()), fromBusTime(dds_time())};
+    return {steady(std::chrono::steady_clock::now()), fromBusTime(m_participant.current_time().to_nanoseconds())};
 }
 
 bool ChannelRecorder::work(std::chrono::steady_clock::time_point newcomer)
@@ -76,7 +78,7 @@ void ChannelRecorder::openPort()
         m_port.emplace(m_participant, m_channel->name(), m_channel->settings().bridgesWrite, m_wake);
         m_isPortReported = false;
     }
-    catch (const BusError& error)
+    catch (const dds::core::Exception& error)
     {
         m_portDue = Clock::now() + portRetry;
         if (!std::exchange(m_isPortReported, true))
@@ -260,11 +262,7 @@ bool ChannelRecorder::carryOut()
     }
     m_toAdopt.insert(m_toAdopt.end(), effects.adopt.begin(), effects.adopt.end());
     m_toRepeat.insert(m_toRepeat.end(), effects.publish.begin(), effects.publish.end());
-    const dds_return_t code = tellNeighbours(effects);
-    if (code != DDS_RETCODE_OK && !std::exchange(m_isSendingReported, true))
-    {
-        LOG4CXX_WARN(m_logger, m_description << ": cannot be handed to other bridges: " << dds_strretcode(code));
-    }
+    tellNeighbours(effects);
     if (effects.completed && effects.completed->ticket == m_ticket)
     {
         m_completed = effects.completed;
@@ -277,22 +275,34 @@ bool ChannelRecorder::carryOut()
     return !effects.store.empty();
 }
 
-dds_return_t ChannelRecorder::tellNeighbours(const ChannelCore::Effects& effects)
+/// What could not be sent is not repeated here.
+void ChannelRecorder::tellNeighbours(const ChannelCore::Effects& effects)
 {
-    dds_return_t code = DDS_RETCODE_OK;
     if (!m_port)
     {
-        return code;
+        return;
     }
+    const auto attempt = [this](const auto& send) {
+        try
+        {
+            send();
+        }
+        catch (const dds::core::Exception& error)
+        {
+            if (!std::exchange(m_isSendingReported, true))
+            {
+                LOG4CXX_WARN(m_logger, m_description << ": cannot be handed to other bridges: " << error.what());
+            }
+        }
+    };
     for (const Bucket bucket : effects.handOver)
     {
-        code = std::min(code, m_port->handOver(m_core.rows(bucket)));
+        attempt([&] { m_port->handOver(m_core.rows(bucket)); });
     }
     if (effects.isStatusNew)
     {
-        code = std::min(code, m_port->tell(m_core.status()));
+        attempt([&] { m_port->tell(m_core.status()); });
     }
-    return code;
 }
 
 /// What could not be delivered stays for the next look.

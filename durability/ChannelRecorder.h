@@ -1,12 +1,12 @@
 #pragma once
 
+#include "dds/domain/DomainParticipant.hpp"
 #include "durability/Channel.h"
 #include "durability/ChannelCore.h"
 #include "durability/NeighbourPort.h"
 #include "durability/RecentRows.h"
 #include "durability/StoreKeeper.h"
 
-#include <dds/dds.h>
 #include <log4cxx/logger.h>
 
 #include <chrono>
@@ -32,8 +32,8 @@ public:
     /// After which the bus is asked again for what it has refused.
     static constexpr std::chrono::seconds portRetry{1};
 
-    /// `started` is when the participant came onto the bus. Throws BusError.
-    ChannelRecorder(dds_entity_t participant, std::chrono::steady_clock::time_point started,
+    /// `started` is when the participant came onto the bus. Throws dds::core::Error.
+    ChannelRecorder(const dds::domain::DomainParticipant& participant, std::chrono::steady_clock::time_point started,
                     std::shared_ptr<Channel> channel, StoreKeeper& keeper, RecentRows& recent, util::WakeEvent& wake);
 
     /// One look at everything. True when something became due for the store. `newcomer` is when a participant was
@@ -65,7 +65,7 @@ private:
     void takeFromBus();
     void lookAtReaders();
     bool carryOut();
-    dds_return_t tellNeighbours(const ChannelCore::Effects& effects);
+    void tellNeighbours(const ChannelCore::Effects& effects);
     void deliver();
     void deliver(const std::vector<Instance>& instances, Channel::Delivery::Purpose purpose);
     void reportRefused();
@@ -76,7 +76,7 @@ private:
     RecentRows& m_recent;
     const log4cxx::LoggerPtr m_logger;
     const std::string m_description;
-    const dds_entity_t m_participant;
+    const dds::domain::DomainParticipant m_participant;
     util::WakeEvent& m_wake;
     std::optional<NeighbourPort> m_port; ///< none while the bus refuses it
     Clock::time_point m_portDue{};

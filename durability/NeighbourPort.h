@@ -1,11 +1,13 @@
 #pragma once
 
-#include "durability/BusEntity.h"
+#include "dds/domain/DomainParticipant.hpp"
+#include "dds/pub/DataWriter.hpp"
+#include "dds/sub/DataReader.hpp"
+#include "dds/topic/Topic.hpp"
+#include "durability/Exchange.h"
 #include "durability/Neighbours.h"
 #include "durability/StoredRow.h"
 #include "runtime/util/WakeEvent.h"
-
-#include <dds/dds.h>
 
 #include <array>
 #include <chrono>
@@ -29,8 +31,8 @@ public:
     static constexpr std::chrono::milliseconds crowdedLook{250};
 
     /// Of too many neighbours those that write `bridgesWrite` are preferred. `wake` is signalled when something has
-    /// come. Throws BusError.
-    NeighbourPort(dds_entity_t participant, const ChannelName& channel, std::string bridgesWrite,
+    /// come. Throws dds::core::Error or one of its family, as all that asks the bus.
+    NeighbourPort(dds::domain::DomainParticipant participant, const ChannelName& channel, std::string bridgesWrite,
                   util::WakeEvent& wake);
 
     struct Visitor
@@ -46,34 +48,59 @@ public:
     /// How many there were at the last look, those beyond that number too.
     std::size_t crowd() const { return m_crowd; }
 
-    /// Codes of the DDS library; what could not be sent is not repeated here.
-    dds_return_t tell(const Status& status);
-    dds_return_t handOver(const BucketRows& rows);
+    /// What could not be sent is not repeated here.
+    void tell(const Status& status);
+    void handOver(const BucketRows& rows);
 
 private:
     using Clock = std::chrono::steady_clock;
-    using Endpoints = std::map<dds_instance_handle_t, NeighbourId>;
+    using Endpoints = std::map<std::uint64_t, NeighbourId>; ///< by their handle
+
+    /// Signals what wakes the recorder, for the reader and the writer of one topic.
+    template <typename T>
+    class Waker final : public dds::sub::NoOpDataReaderListener<T>, public dds::pub::DataWriterListener<T>
+    {
+    public:
+        explicit Waker(util::WakeEvent& wake) : m_wake(wake) {}
+
+    private:
+        void on_data_available(dds::sub::DataReader<T>&) override { m_wake.signal(); }
+        void on_subscription_matched(dds::sub::DataReader<T>&,
+                                     const dds::core::status::SubscriptionMatchedStatus&) override
+        {
+            m_wake.signal();
+        }
+        void on_publication_matched(dds::pub::DataWriter<T>&,
+                                    const dds::core::status::PublicationMatchedStatus&) override
+        {
+            m_wake.signal();
+        }
+
+        util::WakeEvent& m_wake;
+    };
 
     void look(const Visitor& visit);
     std::set<NeighbourId> matched();
     bool hasMatchedAnew();
     const std::set<NeighbourId>& bridges();
-    std::optional<NeighbourId> writerOf(dds_instance_handle_t handle) const;
+    std::optional<NeighbourId> writerOf(const dds::core::InstanceHandle& handle) const;
     void keepEarly(NeighbourId id, Status status);
 
-    const dds_entity_t m_participant;
+    const dds::domain::DomainParticipant m_participant;
     const std::string m_bridgesWrite;
     const NeighbourId m_self;
-    const BusEntity m_statusTopic;
-    const BusEntity m_rowsTopic;
-    const BusEntity m_publisher;
-    const BusEntity m_subscriber;
-    const BusEntity m_rowsReader; ///< before the status: who has met us can be heard
-    const BusEntity m_rowsWriter;
-    const BusEntity m_statusReader;
-    const BusEntity m_statusWriter;
+    const dds::topic::Topic<StatusMessage> m_statusTopic;
+    const dds::topic::Topic<RowsMessage> m_rowsTopic;
+    const dds::pub::Publisher m_publisher;
+    const dds::sub::Subscriber m_subscriber;
+    Waker<RowsMessage> m_rowsWaker; ///< before what calls it
+    Waker<StatusMessage> m_statusWaker;
+    dds::sub::DataReader<RowsMessage> m_rowsReader; ///< before the status: who has met us can be heard
+    dds::pub::DataWriter<RowsMessage> m_rowsWriter;
+    dds::sub::DataReader<StatusMessage> m_statusReader;
+    dds::pub::DataWriter<StatusMessage> m_statusWriter;
     /// How many writers and readers came in all, and how many there are.
-    std::array<std::uint32_t, 4> m_counts{};
+    std::array<std::int32_t, 4> m_counts{};
     Endpoints m_writers; ///< of statuses, as of the last look
     std::size_t m_crowd = 0;
     bool m_isLong = false; ///< the last look was

@@ -1,8 +1,8 @@
 #pragma once
 
+#include "dds/domain/DomainParticipant.hpp"
+#include "dds/topic/BuiltinTopic.hpp"
 #include "durability/Neighbours.h"
-
-#include <dds/dds.h>
 
 #include <set>
 #include <string>
@@ -12,13 +12,11 @@ namespace com::tallowcrest::durability
 
 // Participants, as their neighbours see them.
 
-/// This life of a participant. Throws BusError.
-NeighbourId nameOf(dds_entity_t participant);
+/// This life of a participant, by the key that it or one of its endpoints tells: the same wherever it is seen.
+NeighbourId nameOf(const dds::topic::BuiltinTopicKey& participant);
 
-/// The participant that a participant or one of its endpoints belongs to: the same wherever it is seen.
-NeighbourId nameOfGuid(const dds_guid_t& guid);
-
-/// All participants known here that have a writer of `topic`, in whatever partition. Throws BusError.
-std::set<NeighbourId> participantsThatWrite(dds_entity_t participant, const std::string& topic);
+/// All participants known here that have a writer of `topic`, in whatever partition. Throws dds::core::Error.
+std::set<NeighbourId> participantsThatWrite(const dds::domain::DomainParticipant& participant,
+                                            const std::string& topic);
 
 } // namespace com::tallowcrest::durability

@@ -1,8 +1,7 @@
 #pragma once
 
-#include "durability/BusEntity.h"
-
-#include <dds/dds.h>
+#include "dds/domain/DomainParticipant.hpp"
+#include "dds/sub/BuiltinReader.hpp"
 
 #include <chrono>
 
@@ -15,15 +14,15 @@ class ParticipantWatch
 public:
     using Clock = std::chrono::steady_clock;
 
-    /// `started` is when the own participant was made. Throws BusError.
-    ParticipantWatch(dds_entity_t participant, Clock::time_point started);
+    /// `started` is when the own participant was made. Throws dds::core::Error.
+    ParticipantWatch(const dds::domain::DomainParticipant& participant, Clock::time_point started);
 
     /// When somebody was discovered last, the own participant included.
     Clock::time_point lastNewcomer();
 
 private:
     Clock::time_point m_newcomer;
-    BusEntity m_reader;
+    dds::sub::BuiltinReader<dds::topic::ParticipantBuiltinTopicData> m_reader;
 };
 
 } // namespace com::tallowcrest::durability

@@ -15,8 +15,7 @@ namespace com::tallowcrest::durability
 Recorder::Recorder(dds::domain::DomainParticipant participant, std::filesystem::path store,
                    std::chrono::milliseconds calmTime)
     : m_participant(std::move(participant)), m_store(std::move(store)), m_calmTime(calmTime),
-      m_participants(m_participant.delegate()->handle(), m_participant.delegate()->started()),
-      m_thread([this] { run(); })
+      m_participants(m_participant, m_participant.delegate()->started()), m_thread([this] { run(); })
 {}
 
 Recorder::~Recorder()
@@ -122,8 +121,8 @@ void Recorder::openChannels(StoreKeeper& keeper, RecentRows& recent)
             {
                 keeper.ask(name);
             }
-            m_recorders.try_emplace(name, m_participant.delegate()->handle(), m_participant.delegate()->started(),
-                                    channel, keeper, recent, m_wake);
+            m_recorders.try_emplace(name, m_participant, m_participant.delegate()->started(), channel, keeper, recent,
+                                    m_wake);
         }
     }
 }
@@ -135,7 +134,7 @@ void Recorder::dropUnused(StoreKeeper& keeper)
         return;
     }
     m_unusedDue = Clock::now() + unusedLook;
-    const SourceTime now = fromBusTime(dds_time());
+    const SourceTime now = fromBusTime(m_participant.current_time().to_nanoseconds());
     if (now < earliestSane)
     {
         return; // a clock that was never set

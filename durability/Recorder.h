@@ -46,7 +46,7 @@ public:
     static constexpr std::chrono::hours unusedFirstLook{1};
     static constexpr std::chrono::hours unusedLook{24};
 
-    /// Throws BusError, and std::system_error when there is no thread to be had.
+    /// Throws dds::core::Error, and std::system_error when there is no thread to be had.
     Recorder(dds::domain::DomainParticipant participant, std::filesystem::path store,
              std::chrono::milliseconds calmTime = usualCalmTime);
     /// Takes over what has been handed over, stores what is not stored yet, then ends the threads.

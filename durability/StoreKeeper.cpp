@@ -1,11 +1,10 @@
 #include "durability/StoreKeeper.h"
 
+#include "dds/domain/DomainParticipant.hpp"
 #include "durability/RecentRows.h"
 #include "durability/ThreadKind.h"
 #include "runtime/util/Log.h"
 #include "runtime/util/Metrics.h"
-
-#include <dds/dds.h>
 
 #include <exception>
 #include <system_error>
@@ -270,7 +269,7 @@ void StoreKeeper::takeOver(std::vector<StoredRow> rows)
 /// What has just been loaded is not to be replaced by what was put before anybody knew of it, if that is older.
 void StoreKeeper::forgetOlder()
 {
-    const SourceTime now = fromBusTime(dds_time());
+    const SourceTime now = fromBusTime(dds::domain::current_time().to_nanoseconds());
     for (const auto& [channel, rows] : m_loaded)
     {
         for (const StoredRow& row : rows)

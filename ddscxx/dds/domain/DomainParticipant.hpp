@@ -17,6 +17,12 @@ constexpr std::uint32_t default_id()
     return DDS_DOMAIN_DEFAULT;
 }
 
+/// The machine's clock, as samples carry it, for who has no participant. An addition to the standard.
+inline core::Time current_time()
+{
+    return core::Time(dds_time());
+}
+
 /// A member of the bus; everything else is made from one. A shared handle; the entity goes when the last handle and the
 /// last entity made from it are gone. Thread-safe. Construction throws dds::core::Error or one of its family.
 class DomainParticipant : public core::Reference<detail::ParticipantDelegate>
@@ -28,7 +34,7 @@ public:
     {}
 
     /// The machine's clock, as samples carry it.
-    core::Time current_time() const { return core::Time(dds_time()); }
+    core::Time current_time() const { return domain::current_time(); }
 
     /// Its name on the whole bus. An addition to the standard.
     topic::BuiltinTopicKey key() const { return delegate()->key(); }

@@ -66,20 +66,20 @@ public:
     void write(const T& sample, const core::Time& sourceTimestamp)
     {
         const auto native = Support::toBus(sample);
-        delegate()->write(&native, sourceTimestamp);
+        delegate()->write(addressOf(native), sourceTimestamp);
     }
 
     /// The handle of the instance that the key fields of `key` name; the other fields do not matter.
     core::InstanceHandle register_instance(const T& key)
     {
         const auto native = Support::toBus(key);
-        return delegate()->registerInstance(&native);
+        return delegate()->registerInstance(addressOf(native));
     }
     /// The same, or nil when this process has never seen the instance.
     core::InstanceHandle lookup_instance(const T& key) const
     {
         const auto native = Support::toBus(key);
-        return delegate()->lookupInstance(&native);
+        return delegate()->lookupInstance(addressOf(native));
     }
 
     /// This writer no longer keeps the instance up to date. Disposes it too when the writer's lifecycle says so.
@@ -123,6 +123,8 @@ public:
 
 private:
     using Support = topic::topic_type_support<T>;
+
+    static const void* addressOf(const typename Support::BusType& native) { return &native; }
 };
 
 } // namespace dds::pub

@@ -14,7 +14,8 @@ namespace dds::topic
 {
 
 /// What the DDS interface needs to know of a data type: its C struct `BusType`, its `descriptor()`, and the conversions
-/// `toBus` and `fromBus`. The namespace of the type says which class that is, with a declaration
+/// `toBus` (a `BusType` or what derives from it, which may own what it points to) and `fromBus`. The namespace of the
+/// type says which class that is, with a declaration
 ///   `TypeSupport<T> type_support_of(std::type_identity<T>)`.
 template <typename T>
 using topic_type_support = decltype(type_support_of(std::type_identity<T>()));

@@ -195,8 +195,9 @@ TEST_F(SecuredBusTest, BridgeWithoutLeaveForTheCompanionTopicsSaysSoAndRunsOn)
     ASSERT_TRUE(takes(controller, 7, 5));
 
     EXPECT_TRUE(inside->waitForOutput("target video output 7 input 5 lprId 42"));
-    EXPECT_TRUE(bridge().waitForOutput("cannot meet other bridges: making topic "
-                                       "TopicMacroXptOutputVideoTarget_durable: Not Allowed By Security"));
+    EXPECT_TRUE(bridge().waitForOutput(
+        "cannot meet other bridges: creating topic \"TopicMacroXptOutputVideoTarget_durable\" of type "
+        "com::tallowcrest::durability_::ChannelStatus: Not Allowed By Security"));
     EXPECT_EQ(stopBridge(), 0);
 }
 

@@ -106,12 +106,14 @@ bool areTargetsShared()
     return false;
 }
 
-ParticipantWatch::ParticipantWatch(dds_entity_t, Clock::time_point started) : m_newcomer(started) {}
+ParticipantWatch::ParticipantWatch(const dds::domain::DomainParticipant&, Clock::time_point started)
+    : m_newcomer(started), m_reader(dds::core::null)
+{}
 
 Recorder::Recorder(dds::domain::DomainParticipant participant, std::filesystem::path store,
                    std::chrono::milliseconds calmTime)
     : m_participant(std::move(participant)), m_store(std::move(store)), m_calmTime(calmTime),
-      m_participants(m_participant.delegate()->handle(), m_participant.delegate()->started())
+      m_participants(m_participant, m_participant.delegate()->started())
 {}
 
 Recorder::~Recorder() = default;

@@ -27,7 +27,7 @@ public:
         const auto& participant = m_participants.emplace_back(dds::domain::default_id());
         for (std::size_t i = 0; i < times; ++i)
         {
-            m_ports.emplace_back(participant.delegate()->handle(), m_channel, "", m_wake);
+            m_ports.emplace_back(participant, m_channel, "", m_wake);
         }
         return participant;
     }

@@ -1,10 +1,8 @@
 #include "durability/NeighbourPort.h"
 
 #include "CrowdOfNeighbours.h"
-#include "durability/BusEntity.h"
 #include "tests/support/WaitUntil.h"
 
-#include <exchange.h>
 #include <gtest/gtest.h>
 
 #include <map>
@@ -23,7 +21,7 @@ constexpr const char* recordTopic = "TopicOfRecords";
 class NeighbourPortTest : public testing::Test
 {
 protected:
-    void start() { m_sut.emplace(m_participant.delegate()->handle(), m_channel, recordTopic, m_wake); }
+    void start() { m_sut.emplace(m_participant, m_channel, recordTopic, m_wake); }
     void take()
     {
         m_sut->take({.onNeighbour =
@@ -48,10 +46,7 @@ protected:
             return m_present.contains(id);
         });
     }
-    static NeighbourId name(const dds::domain::DomainParticipant& participant)
-    {
-        return nameOf(participant.delegate()->handle());
-    }
+    static NeighbourId name(const dds::domain::DomainParticipant& participant) { return nameOf(participant.key()); }
 
     const ChannelName m_channel{"R1", "TopicTarget"};
     WakeEvent m_wake;
@@ -63,27 +58,17 @@ protected:
     std::map<NeighbourId, std::vector<NeighbourId>> m_said;
 };
 
-/// Makes and deletes an entity that lives as long as the test.
-class RawWriter
+/// A writer that a bridge has not made.
+template <typename T>
+dds::pub::DataWriter<T> writerOf(const dds::domain::DomainParticipant& participant, const std::string& topic,
+                                 const std::string& partition)
 {
-public:
-    RawWriter(dds_entity_t participant, const dds_topic_descriptor_t& type, const std::string& topic,
-              const std::string& partition)
-        : m_qos(dds_create_qos()),
-          m_topic(dds_create_topic(participant, &type, topic.c_str(), nullptr, nullptr), "topic")
-    {
-        dds_qset_durability(m_qos.get(), DDS_DURABILITY_TRANSIENT_LOCAL);
-        dds_qset_reliability(m_qos.get(), DDS_RELIABILITY_RELIABLE, DDS_MSECS(100));
-        dds_qset_partition1(m_qos.get(), partition.c_str());
-        m_writer.emplace(dds_create_writer(participant, m_topic.get(), m_qos.get(), nullptr), "writer");
-    }
-    dds_return_t write(const void* sample) { return dds_write(m_writer->get(), sample); }
-
-private:
-    BusQos m_qos;
-    BusEntity m_topic;
-    std::optional<BusEntity> m_writer;
-};
+    dds::pub::qos::PublisherQos publisher;
+    publisher << dds::core::policy::Partition(partition);
+    dds::pub::qos::DataWriterQos qos;
+    qos << dds::core::policy::Durability::TransientLocal();
+    return {dds::pub::Publisher(participant, publisher), dds::topic::Topic<T>(participant, topic, {}), qos};
+}
 
 } // namespace
 
@@ -113,8 +98,7 @@ TEST_F(NeighbourPortTest, OfTooManyParticipantsTheOnesWithAComponentRecordAreThe
     }));
 
     const auto& participant = m_others.add();
-    const RawWriter records(participant.delegate()->handle(), com_tallowcrest_durability__ChannelRows_desc, recordTopic,
-                            "");
+    const auto records = writerOf<RowsMessage>(participant, recordTopic, "");
 
     EXPECT_TRUE(waitForNeighbour(name(participant)));
     EXPECT_EQ(m_sut->crowd(), Neighbours::most + 1);
@@ -126,20 +110,17 @@ TEST_F(NeighbourPortTest, WhoSpeaksInTheNameOfAnotherIsNotBelieved)
 {
     const NeighbourId bridge = name(m_others.add());
     NeighbourPort& honest = m_others.lastPort();
-    RawWriter liar(m_others.add().delegate()->handle(), com_tallowcrest_durability__ChannelStatus_desc,
-                   m_channel.topic + "_durable", m_channel.partition);
+    auto liar = writerOf<StatusMessage>(m_others.add(), m_channel.topic + "_durable", m_channel.partition);
     start();
     ASSERT_TRUE(waitForNeighbour(bridge));
     const auto tell = [&](NeighbourId met) { return honest.tell({.digests = {}, .met = {met}, .wants = {}}); };
-    ASSERT_EQ(tell(1), DDS_RETCODE_OK);
+    tell(1);
     ASSERT_TRUE(waitUntil([&] {
         take();
         return m_said.contains(bridge);
     }));
 
-    com_tallowcrest_durability__ChannelStatus lie{};
-    lie.bridge = bridge;
-    ASSERT_EQ(liar.write(&lie), DDS_RETCODE_OK);
+    liar.write({.bridge = bridge, .status = {}});
     take(); // a writer of the same process has delivered it by now
 
     EXPECT_EQ(m_said[bridge], std::vector<NeighbourId>{1});

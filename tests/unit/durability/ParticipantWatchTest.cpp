@@ -16,8 +16,6 @@ class ParticipantWatchTest : public testing::Test
 protected:
     using Clock = ParticipantWatch::Clock;
 
-    dds_entity_t participant() const { return m_participant.delegate()->handle(); }
-
     dds::domain::DomainParticipant m_participant{dds::domain::default_id()};
     const Clock::time_point m_made = Clock::now();
 };
@@ -27,7 +25,7 @@ protected:
 TEST_F(ParticipantWatchTest, WhereNobodyElseIsTheLastNewcomerIsTheOwnParticipant)
 {
     const auto started = m_participant.delegate()->started();
-    ParticipantWatch sut(participant(), started);
+    ParticipantWatch sut(m_participant, started);
 
     EXPECT_GE(sut.lastNewcomer(), started);
     EXPECT_LE(sut.lastNewcomer(), m_made + 50ms);
@@ -36,7 +34,7 @@ TEST_F(ParticipantWatchTest, WhereNobodyElseIsTheLastNewcomerIsTheOwnParticipant
 TEST_F(ParticipantWatchTest, StartOfTheOwnParticipantCountsWhenNobodyWasFoundLater)
 {
     const auto started = Clock::now() + 1h;
-    ParticipantWatch sut(participant(), started);
+    ParticipantWatch sut(m_participant, started);
 
     EXPECT_EQ(sut.lastNewcomer(), started);
 }
@@ -47,7 +45,7 @@ TEST_F(ParticipantWatchTest, WhoWasThereBeforeCountsFromWhenItWasFound)
     const auto found = Clock::now();
     ASSERT_TRUE(testsupport::waitUntil([&] { return Clock::now() > found + 20ms; }));
 
-    ParticipantWatch sut(participant(), m_made - 1h);
+    ParticipantWatch sut(m_participant, m_made - 1h);
 
     EXPECT_LE(sut.lastNewcomer(), found + 10ms) << "not from when it was looked at";
     EXPECT_GE(sut.lastNewcomer(), m_made - 1s);
@@ -55,7 +53,7 @@ TEST_F(ParticipantWatchTest, WhoWasThereBeforeCountsFromWhenItWasFound)
 
 TEST_F(ParticipantWatchTest, NewcomerIsSeen)
 {
-    ParticipantWatch sut(participant(), m_made - 1h);
+    ParticipantWatch sut(m_participant, m_made - 1h);
     static_cast<void>(sut.lastNewcomer());
     const auto before = Clock::now();
     const dds::domain::DomainParticipant newcomer(dds::domain::default_id());
