@@ -2,7 +2,6 @@
 
 #include "dds/detail/Discovery.hpp"
 #include "dds/detail/Entity.hpp"
-#include "dds/detail/GatheredWrites.hpp"
 #include "dds/detail/NativeQos.hpp"
 #include "dds/detail/NativeStatus.hpp"
 #include "dds/pub/WriteBatch.hpp"
@@ -15,11 +14,17 @@ namespace dds::detail
 namespace
 {
 
-/// The library sends nothing by itself: WriterDelegate does, once for each change or batch of changes.
+/// The library sends nothing by itself: WriterDelegate does, once for each change or batch of changes. Later releases
+/// of the library have a policy for it. Earlier ones know a switch for all writers that the process makes from then on,
+/// which is meant as well; it works once the participant is there.
 NativeQos gathering(const pub::qos::DataWriterQos& qos)
 {
     NativeQos native(qos);
-    gatherWrites(native.get());
+#ifdef KORABRIDGE_HAS_WRITER_BATCHING
+    dds_qset_writer_batching(native.get(), true);
+#else
+    dds_write_set_batch(true);
+#endif
     return native;
 }
 
