@@ -1,7 +1,7 @@
 #include "durability/ChannelRecorder.h"
 
 #include "dds/core/Exception.hpp"
-#include "durability/ParticipantName.h"
+#include "durability/Participants.h"
 #include "runtime/util/Log.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 #include "durability/NeighbourPort.h"
 
 #include "dds/core/Exception.hpp"
-#include "durability/ParticipantName.h"
+#include "durability/Participants.h"
 
 #include <algorithm>
 #include <array>

@@ -3,7 +3,7 @@
 #include "dds/domain/DomainParticipant.hpp"
 #include "durability/Channel.h"
 #include "durability/ChannelRecorder.h"
-#include "durability/ParticipantWatch.h"
+#include "durability/Participants.h"
 #include "durability/RecentRows.h"
 #include "durability/StoreKeeper.h"
 #include "runtime/util/WakeEvent.h"

@@ -2,7 +2,7 @@
 
 #include "dds/domain/DomainParticipant.hpp"
 #include "durability/NeighbourPort.h"
-#include "durability/ParticipantName.h"
+#include "durability/Participants.h"
 #include "runtime/util/WakeEvent.h"
 
 #include <cstddef>

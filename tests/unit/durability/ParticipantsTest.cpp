@@ -1,4 +1,4 @@
-#include "durability/ParticipantWatch.h"
+#include "durability/Participants.h"
 
 #include "dds/domain/DomainParticipant.hpp"
 #include "tests/support/WaitUntil.h"
