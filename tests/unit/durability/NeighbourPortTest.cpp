@@ -4,6 +4,7 @@
 #include "tests/support/WaitUntil.h"
 
 #include <gtest/gtest.h>
+#include <poll.h>
 
 #include <map>
 #include <set>
@@ -47,6 +48,17 @@ protected:
         });
     }
     static NeighbourId name(const dds::domain::DomainParticipant& participant) { return nameOf(participant.key()); }
+
+    /// Whether the port has signalled since the last time.
+    bool isWoken()
+    {
+        const bool isSignalled = waitUntil([this] {
+            pollfd wake{m_wake.fd(), POLLIN, 0};
+            return ::poll(&wake, 1, 0) == 1;
+        });
+        m_wake.clear();
+        return isSignalled;
+    }
 
     const ChannelName m_channel{"R1", "TopicTarget"};
     WakeEvent m_wake;
@@ -124,4 +136,27 @@ TEST_F(NeighbourPortTest, WhoSpeaksInTheNameOfAnotherIsNotBelieved)
     take(); // a writer of the same process has delivered it by now
 
     EXPECT_EQ(m_said[bridge], std::vector<NeighbourId>{1});
+}
+
+TEST_F(NeighbourPortTest, WhoComesAndWhatIsSaidWakesTheRecorder)
+{
+    start();
+    m_wake.clear();
+    const dds::domain::DomainParticipant other(dds::domain::default_id());
+    const std::string statusTopic = m_channel.topic + "_durable";
+
+    auto speaker = writerOf<StatusMessage>(other, statusTopic, m_channel.partition);
+    EXPECT_TRUE(isWoken());
+    speaker.write({});
+    EXPECT_TRUE(isWoken());
+    auto giver = writerOf<RowsMessage>(other, m_channel.topic + "_durable_rows", m_channel.partition);
+    EXPECT_TRUE(isWoken());
+    giver.write({});
+    EXPECT_TRUE(isWoken());
+
+    dds::sub::qos::SubscriberQos subscriber;
+    subscriber << dds::core::policy::Partition(m_channel.partition);
+    const dds::sub::DataReader<StatusMessage> listener(dds::sub::Subscriber(other, subscriber),
+                                                       dds::topic::Topic<StatusMessage>(other, statusTopic, {}), {});
+    EXPECT_TRUE(isWoken());
 }
