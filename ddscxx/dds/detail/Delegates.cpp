@@ -3,6 +3,7 @@
 #include "dds/detail/Discovery.hpp"
 #include "dds/detail/NativeQos.hpp"
 
+#include <exception>
 #include <utility>
 
 namespace dds::detail
@@ -19,6 +20,20 @@ dds_entity_t create(const ParticipantDelegate& participant, const dds_topic_desc
     return check(topic, "creating topic \"" + name + "\" of type " + descriptor.m_typename,
                  topic == DDS_RETCODE_INCONSISTENT_POLICY ? "the participant already has this topic with another QoS"
                                                           : "");
+}
+
+/// A sample that cannot be judged is not wanted: there is only C above, and whoever sent it may have meant that.
+bool isWanted(const void* sample, void* filter) noexcept
+{
+    try
+    {
+        return (*static_cast<const TopicDelegate::Filter*>(filter))(sample);
+    }
+    catch (const std::exception& error)
+    {
+        reportError("a topic's filter threw", error.what());
+        return false;
+    }
 }
 
 } // namespace
@@ -49,9 +64,18 @@ SubscriberDelegate::SubscriberDelegate(std::shared_ptr<ParticipantDelegate> part
 {}
 
 TopicDelegate::TopicDelegate(std::shared_ptr<ParticipantDelegate> participant, const dds_topic_descriptor_t& descriptor,
-                             std::string name, const topic::qos::TopicQos& qos)
+                             std::string name, const topic::qos::TopicQos& qos, Filter filter)
     : m_participant(std::move(participant)), m_name(std::move(name)), m_qos(qos), m_descriptor(descriptor),
-      m_entity(create(*m_participant, m_descriptor, m_name, m_qos))
-{}
+      m_filter(std::move(filter)), m_entity(create(*m_participant, m_descriptor, m_name, m_qos))
+{
+    if (m_filter)
+    {
+        dds_topic_filter native{};
+        native.mode = DDS_TOPIC_FILTER_SAMPLE_ARG;
+        native.f.sample_arg = isWanted;
+        native.arg = &m_filter;
+        check(dds_set_topic_filter_extended(m_entity.handle(), &native), "filtering topic \"" + m_name + "\"");
+    }
+}
 
 } // namespace dds::detail

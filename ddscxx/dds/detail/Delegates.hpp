@@ -9,6 +9,7 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -67,10 +68,14 @@ private:
 class TopicDelegate
 {
 public:
+    /// Whether a sample, in its C form, is wanted. Called on threads of the DDS library, several at a time.
+    using Filter = std::function<bool(const void*)>;
+
     /// The same name may be created again on a participant, with the same QoS only. `descriptor` is the type's, which
-    /// lives as long as the process.
+    /// lives as long as the process. A filter that is not empty is asked of each sample with data before a reader of
+    /// this topic stores it.
     TopicDelegate(std::shared_ptr<ParticipantDelegate> participant, const dds_topic_descriptor_t& descriptor,
-                  std::string name, const topic::qos::TopicQos& qos);
+                  std::string name, const topic::qos::TopicQos& qos, Filter filter = nullptr);
 
     dds_entity_t handle() const { return m_entity.handle(); }
     const std::shared_ptr<ParticipantDelegate>& participant() const { return m_participant; }
@@ -85,6 +90,7 @@ private:
     const std::string m_name;
     const topic::qos::TopicQos m_qos;
     const dds_topic_descriptor_t& m_descriptor;
+    Filter m_filter; ///< stays where the library's filter finds it
     const Entity m_entity;
 };
 

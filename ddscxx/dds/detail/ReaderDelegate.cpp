@@ -50,15 +50,16 @@ public:
 
     std::size_t size() const { return m_samples.size(); }
 
-    /// Fills the buffer through `get`, which is dds_take or dds_read; returns the number of samples or an error code.
+    /// Gets `most` samples, at most its size, through `get`, which is dds_take or dds_read; returns their number or an
+    /// error code.
     template <typename Get>
-    dds_return_t fill(Get get, dds_entity_t reader)
+    dds_return_t fill(Get get, dds_entity_t reader, std::size_t most)
     {
         release();
         // An invalid sample fills in the key fields only: the others must not be those of the sample before.
         std::fill(m_storage.begin(), m_storage.end(), std::byte{0});
         const dds_return_t count =
-            get(reader, m_samples.data(), m_infos.data(), size(), static_cast<std::uint32_t>(size()));
+            get(reader, m_samples.data(), m_infos.data(), most, static_cast<std::uint32_t>(most));
         m_filled = static_cast<std::size_t>(std::max(count, 0));
         return count;
     }
@@ -86,15 +87,16 @@ private:
     std::size_t m_filled = 0;
 };
 
-void ReaderDelegate::take(const Visitor& visit)
+void ReaderDelegate::take(const Visitor& visit, std::size_t most)
 {
     Buffer buffer(*this, batchSize);
-    dds_return_t count = 0;
-    do
+    while (most > 0)
     {
-        count = check(buffer.fill(dds_take, m_entity.handle()), call("taking from"));
+        const std::size_t wanted = std::min(most, buffer.size());
+        const dds_return_t count = check(buffer.fill(dds_take, m_entity.handle(), wanted), call("taking from"));
         buffer.visit(visit, count);
-    } while (static_cast<std::size_t>(count) == buffer.size());
+        most = static_cast<std::size_t>(count) == wanted ? most - wanted : 0;
+    }
 }
 
 void ReaderDelegate::read(const Visitor& visit)
@@ -103,7 +105,7 @@ void ReaderDelegate::read(const Visitor& visit)
     for (std::size_t size = batchSize;; size *= 2)
     {
         Buffer buffer(*this, size);
-        const dds_return_t count = check(buffer.fill(dds_read, m_entity.handle()), call("reading"));
+        const dds_return_t count = check(buffer.fill(dds_read, m_entity.handle(), size), call("reading"));
         if (static_cast<std::size_t>(count) < size)
         {
             buffer.visit(visit, count);

@@ -9,7 +9,9 @@
 
 #include <dds/dds.h>
 
+#include <cstddef>
 #include <functional>
+#include <limits>
 #include <memory>
 #include <optional>
 #include <string>
@@ -32,8 +34,9 @@ public:
     ReaderDelegate(const ReaderDelegate&) = delete;
     ReaderDelegate& operator=(const ReaderDelegate&) = delete;
 
-    /// Visits every sample that is there, of any sample, view and instance state, and removes them from the reader.
-    void take(const Visitor& visit);
+    /// Visits every sample that is there, of any sample, view and instance state, but no more than `most`, and removes
+    /// them from the reader.
+    void take(const Visitor& visit, std::size_t most = std::numeric_limits<std::size_t>::max());
     /// The same, but leaves the samples in the reader, marked as read.
     void read(const Visitor& visit);
 

@@ -10,6 +10,9 @@
 #include "dds/sub/Sample.hpp"
 #include "dds/topic/Topic.hpp"
 
+#include <cstddef>
+#include <cstdint>
+#include <limits>
 #include <memory>
 #include <optional>
 #include <utility>
@@ -99,13 +102,32 @@ public:
         : Reference(std::make_shared<detail::ReaderDelegate>(subscriber.delegate(), topic.delegate(), qos))
     {}
 
-    /// All samples that are there, of any sample, view and instance state; they leave the reader.
-    LoanedSamples<T> take()
+    /// Says of which samples there shall be a take.
+    class Selector
     {
-        std::vector<Sample<T>> samples;
-        delegate()->take(collectInto(samples));
-        return LoanedSamples<T>(std::move(samples));
-    }
+    public:
+        explicit Selector(DataReader& reader) : m_reader(reader) {}
+
+        Selector& max_samples(std::uint32_t most)
+        {
+            m_most = most;
+            return *this;
+        }
+        LoanedSamples<T> take()
+        {
+            std::vector<Sample<T>> samples;
+            m_reader.delegate()->take(collectInto(samples), m_most);
+            return LoanedSamples<T>(std::move(samples));
+        }
+
+    private:
+        DataReader& m_reader;
+        std::size_t m_most = std::numeric_limits<std::size_t>::max();
+    };
+    Selector select() { return Selector(*this); }
+
+    /// All samples that are there, of any sample, view and instance state; they leave the reader.
+    LoanedSamples<T> take() { return select().take(); }
     /// The same, but the samples stay.
     LoanedSamples<T> read()
     {

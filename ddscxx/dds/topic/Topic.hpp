@@ -5,6 +5,7 @@
 #include "dds/detail/Delegates.hpp"
 #include "dds/domain/DomainParticipant.hpp"
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <type_traits>
@@ -30,12 +31,34 @@ public:
     using Reference::Reference;
 
     Topic(const domain::DomainParticipant& participant, const std::string& name, const qos::TopicQos& qos)
-        : Reference(std::make_shared<detail::TopicDelegate>(participant.delegate(), topic_type_support<T>::descriptor(),
-                                                            name, qos))
+        : Reference(std::make_shared<detail::TopicDelegate>(participant.delegate(), Support::descriptor(), name, qos))
+    {}
+
+    /// The same, whose readers never see a sample with data that `isWanted` refuses, and make no instance for it. It is
+    /// called on threads of the DDS library, several at a time, until the last reader of this topic has been deleted.
+    /// An empty one refuses none.
+    Topic(const domain::DomainParticipant& participant, const std::string& name, const qos::TopicQos& qos,
+          std::function<bool(const T&)> isWanted)
+        : Reference(std::make_shared<detail::TopicDelegate>(participant.delegate(), Support::descriptor(), name, qos,
+                                                            filterOf(std::move(isWanted))))
     {}
 
     qos::TopicQos qos() const { return delegate()->qos(); }
     domain::DomainParticipant participant() const { return domain::DomainParticipant(delegate()->participant()); }
+
+private:
+    using Support = topic_type_support<T>;
+
+    static detail::TopicDelegate::Filter filterOf(std::function<bool(const T&)> isWanted)
+    {
+        if (!isWanted)
+        {
+            return nullptr;
+        }
+        return [isWanted = std::move(isWanted)](const void* sample) {
+            return isWanted(Support::fromBus(*static_cast<const typename Support::BusType*>(sample)));
+        };
+    }
 };
 
 } // namespace dds::topic

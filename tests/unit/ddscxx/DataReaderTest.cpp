@@ -123,3 +123,17 @@ TEST_F(DataReaderTest, LivesAsLongAsItsHandleWhateverHappensToWhatItWasMadeFrom)
 
     EXPECT_EQ(takeSamples(sut, 1).size(), 1U);
 }
+
+TEST_F(DataReaderTest, SelectionOfSoManySamplesTakesNoMoreAndLeavesTheRest)
+{
+    Reader sut = makeReader(m_topic);
+    Writer local = makeWriter(m_topic);
+    for (std::uint32_t i = 0; i < 300; ++i)
+    {
+        local.write(output(i));
+    }
+
+    EXPECT_EQ(sut.select().max_samples(200).take().length(), 200U);
+    EXPECT_EQ(sut.select().max_samples(0).take().length(), 0U);
+    EXPECT_EQ(sut.select().max_samples(200).take().length(), 100U);
+}

@@ -1,5 +1,7 @@
 #include "tests/unit/ddscxx/BusFixture.h"
 
+#include <stdexcept>
+
 using namespace dds::core::policy;
 
 class TopicTest : public BusFixture
@@ -69,4 +71,40 @@ TEST_F(TopicTest, LivesAsLongAsAReaderOfIt)
 TEST_F(TopicTest, NameThatIsEmptyIsRefused)
 {
     EXPECT_THROW(Topic(m_participant, "", transientLocal()), dds::core::Error);
+}
+
+TEST_F(TopicTest, ReadersOfAFilteredOneNeverSeeWhatTheFilterRefuses)
+{
+    const Topic sut(m_participant, topicName, transientLocal(),
+                    [](const Output& sample) { return sample.macroXptOutput <= 5; });
+    Reader reader = makeReader(sut);
+    Reader unfiltered = makeReader(makeTopic(m_participant));
+    Writer writer = makeWriter(makeTopic(m_wire.participant()));
+    ASSERT_TRUE(waitForReaders(writer, 2));
+
+    writer.write(output(6, 1));
+    writer.write(output(5, 2));
+
+    ASSERT_EQ(takeSamples(unfiltered, 2).size(), 2U) << "each reader has its own topic";
+    const auto samples = takeSamples(reader, 1);
+    ASSERT_EQ(samples.size(), 1U);
+    EXPECT_EQ(samples[0].data().macroXptOutput, 5U);
+    EXPECT_EQ(samples[0].data().macroXptInput, 2U);
+}
+
+TEST_F(TopicTest, WhatAFilterCannotJudgeIsRefused)
+{
+    const Topic sut(m_participant, topicName, transientLocal(), [](const Output& sample) {
+        return sample.macroXptOutput == 2 ? true : throw std::runtime_error("no memory");
+    });
+    Reader reader = makeReader(sut);
+    Writer writer = makeWriter(makeTopic(m_wire.participant()));
+    ASSERT_TRUE(waitForReaders(writer, 1));
+
+    writer.write(output(1));
+    writer.write(output(2));
+
+    const auto samples = takeSamples(reader, 1);
+    ASSERT_EQ(samples.size(), 1U);
+    EXPECT_EQ(samples[0].data().macroXptOutput, 2U);
 }
