@@ -1,6 +1,8 @@
 #pragma once
 
+#include "bustypes/SampleCheck.h"
 #include "bustypes/SampleText.h"
+#include "buswrappers/SampleGate.h"
 #include "dds/core/Exception.hpp"
 #include "dds/pub/DataWriter.hpp"
 #include "dds/sub/DataReader.hpp"
@@ -42,7 +44,8 @@ const durability::TypeCodec& durableCodec()
         .normalize =
             [](std::string& content, durability::Instance instance) {
                 T value;
-                if (!bus::parseJson(content, value) || bus::keyNumber(value) != instance)
+                if (!bus::parseJson(content, value) || bus::keyNumber(value) != instance ||
+                    !bus::faultOf(value).empty())
                 {
                     return false;
                 }
@@ -153,9 +156,14 @@ private:
             {
                 continue;
             }
-            for (const auto& sample : reader->take())
+            const auto taken = reader->select().max_samples(mostSamplesAtOnce).take();
+            if (taken.length() == mostSamplesAtOnce)
             {
-                if (sample.info().valid())
+                m_wake(); // the rest is the next look's
+            }
+            for (const auto& sample : taken)
+            {
+                if (sample.info().valid() && dds_::routing::faultOf(sample.data()).empty())
                 {
                     visit(dds_::routing::keyNumber(sample.data()),
                           {.written = durability::fromBusTime(sample.info().timestamp().to_nanoseconds()),

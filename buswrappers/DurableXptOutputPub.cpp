@@ -65,7 +65,10 @@ void DurableXptOutputPub::joinRouterPartition(const std::string& routerPartition
         MacroXptOutputPub::joinRouterPartition(routerPartition);
         return;
     }
-    const dds::topic::Topic<MacroXptOutput> topic(participant(), topicName(), busTopicQos(participant(), durability()));
+    const Places<MacroXptOutput> places{
+        .has = [greatest = m_greatest](const MacroXptOutput& sample) { return sample.macroXptOutput <= greatest; }};
+    const dds::topic::Topic<MacroXptOutput> topic(participant(), topicName(), busTopicQos(participant(), durability()),
+                                                  filterFor<MacroXptOutput>(places, [] {}));
     const dds::sub::Subscriber subscriber(participant(), busSubscriberQos(participant(), routerPartition));
     dds::sub::qos::DataReaderQos historyQos(topic.qos());
     historyQos << IgnoreLocal(true) << UserData(historyReaderMark);

@@ -12,9 +12,10 @@
 namespace com::tallowcrest::routing
 {
 
-/// Turns each callback of a reader of T into one event on the apartment, which calls the handler there. Called on DDS
-/// threads, several at a time; it allocates and posts, nothing else. When an event cannot be had or posted it is
-/// destroyed, the loss is logged at ERROR, and no exception leaves. Owned by the wrapper that owns the reader.
+/// Turns each callback of a reader of T into one event on the apartment, which calls the handler there; those for data
+/// into no more events than `WaitingEvents` lets wait. Called on DDS threads, several at a time; it allocates and
+/// posts, nothing else. When an event cannot be had or posted it is destroyed, the loss is logged at ERROR, and no
+/// exception leaves. Owned by the wrapper that owns the reader.
 template <typename T>
 class ListenerEventSender final : public dds::sub::DataReaderListener<T>
 {
@@ -44,7 +45,7 @@ public:
     {
         send<EventOnLivelinessChanged>(status);
     }
-    void on_data_available(Reader&) override { send<EventOnDataAvailable>(); }
+    void on_data_available(Reader&) override { lookAtData(); }
     void on_subscription_matched(Reader&, const dds::core::status::SubscriptionMatchedStatus& status) override
     {
         send<EventOnSubscriptionMatched>(status);
@@ -52,6 +53,15 @@ public:
     void on_sample_lost(Reader&, const dds::core::status::SampleLostStatus& status) override
     {
         send<EventOnSampleLost>(status);
+    }
+
+    /// Sends the event of a callback for data; none while enough of them wait.
+    void lookAtData()
+    {
+        if (m_waiting->add())
+        {
+            send<EventOnDataAvailable>(m_waiting);
+        }
     }
 
 private:
@@ -70,6 +80,7 @@ private:
 
     const std::weak_ptr<DataReaderListenerHandler> m_handler;
     const std::shared_ptr<apartment::SendDoItEvent> m_apartment;
+    const std::shared_ptr<WaitingEvents> m_waiting = std::make_shared<WaitingEvents>();
     const log4cxx::LoggerPtr m_logger;
 };
 

@@ -4,6 +4,7 @@
 #include "runtime/apartment/DoItEvent.h"
 #include "runtime/util/Pooled.h"
 
+#include <atomic>
 #include <memory>
 #include <utility>
 
@@ -89,16 +90,45 @@ public:
     using StatusEvent::StatusEvent;
 };
 
-/// The same for the one callback that has no status.
+/// Counts the data available events of one reader that wait, so that a flood of samples is no flood of events: each
+/// takes all that has come until it begins, so a few that wait are as good as many. Thread-safe.
+class WaitingEvents
+{
+public:
+    static constexpr int most = 4;
+
+    /// False when so many wait that one more would find nothing.
+    bool add()
+    {
+        int count = m_count.load();
+        while (count < most && !m_count.compare_exchange_weak(count, count + 1))
+        {}
+        return count < most;
+    }
+    void remove() { --m_count; }
+
+private:
+    std::atomic<int> m_count{0};
+};
+
+/// The same for the one callback that has no status. Waits until it runs or is dropped.
 class EventOnDataAvailable final : public util::Pooled<EventOnDataAvailable, apartment::DoItEvent>
 {
 public:
     static constexpr const char* poolName = "EventOnDataAvailable";
 
-    explicit EventOnDataAvailable(std::weak_ptr<DataReaderListenerHandler> handler) : m_handler(std::move(handler)) {}
+    /// `waiting`, when there is one, has counted this event.
+    explicit EventOnDataAvailable(std::weak_ptr<DataReaderListenerHandler> handler,
+                                  std::shared_ptr<WaitingEvents> waiting = nullptr)
+        : m_handler(std::move(handler)), m_waiting(std::move(waiting))
+    {}
+    ~EventOnDataAvailable() override { waitsNoMore(); }
+    EventOnDataAvailable(const EventOnDataAvailable&) = delete;
+    EventOnDataAvailable& operator=(const EventOnDataAvailable&) = delete;
 
     void doIt() override
     {
+        waitsNoMore(); // first: what comes from now on needs another one
         if (const auto handler = m_handler.lock())
         {
             handler->onDataAvailable();
@@ -106,7 +136,16 @@ public:
     }
 
 private:
+    void waitsNoMore()
+    {
+        if (const auto waiting = std::exchange(m_waiting, nullptr))
+        {
+            waiting->remove();
+        }
+    }
+
     std::weak_ptr<DataReaderListenerHandler> m_handler;
+    std::shared_ptr<WaitingEvents> m_waiting;
 };
 
 class EventOnSubscriptionMatched final

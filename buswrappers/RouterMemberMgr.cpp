@@ -9,7 +9,9 @@ namespace com::tallowcrest::routing
 
 RouterMemberMgr::RouterMemberMgr(std::shared_ptr<apartment::SendDoItEvent> apartment, const std::string& topicName,
                                  dds_::routing::FrameId frameId, std::shared_ptr<IRouterMember> routerMember)
-    : RouterMemberSub(std::move(apartment), topicName), m_frameId(frameId), m_routerMember(std::move(routerMember))
+    : RouterMemberSub(std::move(apartment), topicName,
+                      [frameId](const Membership& membership) { return membership.frameId == frameId; }),
+      m_frameId(frameId), m_routerMember(std::move(routerMember))
 {
     // Last: from here on events may run on the apartment.
     RouterMemberSub::joinRouterPartition("");

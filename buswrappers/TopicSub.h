@@ -4,6 +4,7 @@
 #include "buswrappers/BusQos.h"
 #include "buswrappers/ListenerEventSender.h"
 #include "buswrappers/Participant.h"
+#include "buswrappers/SampleGate.h"
 #include "dds/sub/DataReader.hpp"
 #include "dds/sub/Sample.hpp"
 #include "dds/topic/Topic.hpp"
@@ -50,15 +51,16 @@ dds::sub::LoanedSamples<T> withEndsApart(dds::sub::LoanedSamples<T> taken)
 
 /// Reads one topic in the partition of the router that was joined last, and tells the derived class on the apartment.
 /// Apartment-bound. It may be made, and joined for the first time, on another thread; it must be destroyed on the
-/// apartment or when the apartment has stopped. Events that are still queued then do nothing.
+/// apartment or when the apartment has stopped. Events that are still queued then do nothing. What fails the check
+/// beside its type, and what has no place here, the derived class never sees.
 template <typename T>
 class TopicSub : public DataReaderListenerHandler
 {
 public:
     TopicSub(std::shared_ptr<apartment::SendDoItEvent> apartment, std::string topicName,
-             dds::core::policy::DurabilityKind durability)
+             dds::core::policy::DurabilityKind durability, Places<T> places = {})
         : m_participant(sharedParticipant()), m_topicName(std::move(topicName)), m_durability(durability),
-          m_presence(*this), m_sender(m_presence.weak(), std::move(apartment))
+          m_presence(*this), m_sender(m_presence.weak(), std::move(apartment)), m_gate(m_topicName, std::move(places))
     {}
 
     /// Makes topic, subscriber, reader and listener for `routerPartition` (empty: the bare prefix), also when it is the
@@ -66,7 +68,8 @@ public:
     /// stay in use.
     virtual void joinRouterPartition(const std::string& routerPartition)
     {
-        dds::topic::Topic<T> topic(m_participant, m_topicName, busTopicQos(m_participant, m_durability));
+        dds::topic::Topic<T> topic(m_participant, m_topicName, busTopicQos(m_participant, m_durability),
+                                   m_gate.filter([this] { m_sender.lookAtData(); }));
         dds::sub::Subscriber subscriber(m_participant, busSubscriberQos(m_participant, routerPartition));
         dds::sub::DataReader<T> reader(subscriber, topic, dds::sub::qos::DataReaderQos(topic.qos()));
 
@@ -89,11 +92,21 @@ public:
     const std::string& routerPartition() const { return m_routerPartition; }
 
 protected:
-    /// All samples that are there, of any state, valid or not; none before the first join. A value whose instance has
-    /// ended by the time it is taken is followed by a sample without valid data, as if it had been taken in between.
+    /// All samples that are there, of any state, valid or not, but for what the gate keeps out; none before the first
+    /// join. When there are more than a look takes another event follows. A value whose instance has ended by the time
+    /// it is taken is followed by a sample without valid data, as if it had been taken in between.
     dds::sub::LoanedSamples<T> takeAll()
     {
-        return m_reader.is_nil() ? dds::sub::LoanedSamples<T>() : withEndsApart(m_reader.take());
+        if (m_reader.is_nil())
+        {
+            return {};
+        }
+        auto taken = m_reader.select().max_samples(mostSamplesAtOnce).take();
+        if (taken.length() == mostSamplesAtOnce)
+        {
+            m_sender.lookAtData();
+        }
+        return withEndsApart(m_gate.sound(std::move(taken)));
     }
 
 private:
@@ -103,6 +116,7 @@ private:
     std::string m_routerPartition;
     const apartment::Presence<DataReaderListenerHandler> m_presence; ///< for the sender's events
     ListenerEventSender<T> m_sender;
+    SampleGate<T> m_gate;
     /// Holds its topic and subscriber. Last, so that it goes first and no callback finds the sender gone.
     dds::sub::DataReader<T> m_reader{dds::core::null};
 };

@@ -4,6 +4,10 @@
 #include "buswrappers/TopicPub.h"
 #include "buswrappers/TopicSub.h"
 
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <limits>
 #include <memory>
 #include <string>
 #include <utility>
@@ -18,8 +22,12 @@ namespace com::tallowcrest::routing
 class MacroLevelSub : public TopicSub<dds_::routing::MacroLevel>
 {
 public:
+    /// Different ones since the last join. Controllers count levels in tens.
+    static constexpr std::size_t mostLevels = 256;
+
     MacroLevelSub(std::shared_ptr<apartment::SendDoItEvent> apartment, std::string topicName)
-        : TopicSub(std::move(apartment), std::move(topicName), dds::core::policy::DurabilityKind::TRANSIENT_LOCAL)
+        : TopicSub(std::move(apartment), std::move(topicName), dds::core::policy::DurabilityKind::TRANSIENT_LOCAL,
+                   {.has = [](const auto&) { return false; }, .mostOthers = mostLevels, .isFullNews = true})
     {}
 };
 
@@ -27,8 +35,13 @@ public:
 class RouterMemberSub : public TopicSub<dds_::routing::RouterMember>
 {
 public:
-    RouterMemberSub(std::shared_ptr<apartment::SendDoItEvent> apartment, std::string topicName)
-        : TopicSub(std::move(apartment), std::move(topicName), dds::core::policy::DurabilityKind::TRANSIENT_LOCAL)
+    using Membership = dds_::routing::RouterMember;
+
+    /// `isOfInterest` says which frames have a place; empty: all.
+    RouterMemberSub(std::shared_ptr<apartment::SendDoItEvent> apartment, std::string topicName,
+                    std::function<bool(const Membership&)> isOfInterest = nullptr)
+        : TopicSub(std::move(apartment), std::move(topicName), dds::core::policy::DurabilityKind::TRANSIENT_LOCAL,
+                   {.has = std::move(isOfInterest)})
     {}
 };
 
@@ -36,8 +49,12 @@ public:
 class RouterMemberXptsSub : public TopicSub<dds_::routing::RouterMemberMacroXpts>
 {
 public:
+    /// Different ones since the last join. A router has a few frames.
+    static constexpr std::size_t mostMembers = 256;
+
     RouterMemberXptsSub(std::shared_ptr<apartment::SendDoItEvent> apartment, std::string topicName)
-        : TopicSub(std::move(apartment), std::move(topicName), dds::core::policy::DurabilityKind::TRANSIENT_LOCAL)
+        : TopicSub(std::move(apartment), std::move(topicName), dds::core::policy::DurabilityKind::TRANSIENT_LOCAL,
+                   {.has = [](const auto&) { return false; }, .mostOthers = mostMembers, .isFullNews = true})
     {}
 };
 
@@ -45,8 +62,11 @@ public:
 class MacroXptOutputSub : public TopicSub<dds_::routing::MacroXptOutput>
 {
 public:
-    MacroXptOutputSub(std::shared_ptr<apartment::SendDoItEvent> apartment, std::string topicName, bool durable)
-        : TopicSub(std::move(apartment), std::move(topicName), durabilityKind(durable))
+    /// Outputs up to `greatest` have a place.
+    MacroXptOutputSub(std::shared_ptr<apartment::SendDoItEvent> apartment, std::string topicName, bool durable,
+                      std::uint32_t greatest = std::numeric_limits<std::uint32_t>::max())
+        : TopicSub(std::move(apartment), std::move(topicName), durabilityKind(durable),
+                   {.has = [greatest](const auto& sample) { return sample.macroXptOutput <= greatest; }})
     {}
 };
 

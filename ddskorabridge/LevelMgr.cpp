@@ -8,6 +8,7 @@
 
 using namespace com::tallowcrest::dds_::routing;
 using com::tallowcrest::apartment::SendDoItEvent;
+using com::tallowcrest::util::formatText;
 
 LevelMgr::LevelMgr(std::shared_ptr<SendDoItEvent> apartment, const std::string& topicName,
                    std::shared_ptr<IXptTarget> audioTarget, std::shared_ptr<IXptTarget> videoTarget,
@@ -34,6 +35,7 @@ void LevelMgr::leaveRouterPartition()
                m_routerPartition.c_str());
     m_audioLevels->clear();
     m_videoLevels->clear();
+    m_budget.clear();
     m_routerPartition.clear();
     MacroLevelSub::joinRouterPartition(m_routerPartition);
 }
@@ -57,10 +59,18 @@ void LevelMgr::handleSample(const Sample& sample)
     {
         return;
     }
-    if (sample.numMacroXptOutputs == 0 || sample.numMacroXptOutputs > maxLevelOutputs)
+    if (!isLevelSize(sample.numMacroXptOutputs))
     {
         LOG_WARN_F(m_logger, "Level %d ignored: %u outputs, must be 1 to %u", static_cast<int>(sample.levelId),
                    sample.numMacroXptOutputs, maxLevelOutputs);
+        return;
+    }
+    if (!m_budget.admit(isVideo, sample.levelId, sample.numMacroXptOutputs))
+    {
+        m_overBudget.warn(
+            {"budget",
+             formatText("Level %d ignored: no room beside %zu levels or %u outputs of all levels together",
+                        static_cast<int>(sample.levelId), LevelBudget::mostLevels, LevelBudget::mostOutputs)});
         return;
     }
     auto level =

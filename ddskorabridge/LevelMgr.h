@@ -4,12 +4,14 @@
 #include "buswrappers/TypedTopics.h"
 #include "ddskorabridge/IXptStatus.h"
 #include "ddskorabridge/IXptTarget.h"
+#include "ddskorabridge/LevelBudget.h"
 #include "ddskorabridge/LevelContainer.h"
 #include "ddskorabridge/RouterMembers.h"
 #include "koracommand/LevelAccess.h"
 #include "koraserver/Connection.h"
 #include "runtime/apartment/DoItEvent.h"
 #include "runtime/apartment/Presence.h"
+#include "runtime/util/FailureLog.h"
 #include "runtime/util/Pooled.h"
 
 #include <log4cxx/logger.h>
@@ -31,7 +33,7 @@ public:
 
     /// A level with more outputs is ignored: it is beyond the largest router, and its change masks would be taken from
     /// the memory of everything else.
-    static constexpr std::uint32_t maxLevelOutputs = 73728;
+    static constexpr std::uint32_t maxLevelOutputs = com::tallowcrest::dds_::routing::largestLevel;
 
     LevelMgr(std::shared_ptr<com::tallowcrest::apartment::SendDoItEvent> apartment, const std::string& topicName,
              std::shared_ptr<IXptTarget> audioTarget, std::shared_ptr<IXptTarget> videoTarget,
@@ -44,7 +46,8 @@ public:
     void leaveRouterPartition() override;
 
     /// Builds the level that a valid sample describes, in place of the one that had its number in the same container.
-    /// Ignored without a word: an unknown signal type. Ignored with a warning: no outputs, or more than the maximum.
+    /// Ignored without a word: an unknown signal type. Ignored with a warning: no outputs, or more than the maximum, or
+    /// a level beyond the budget.
     void handleSample(const Sample& sample);
 
     // DataReaderListenerHandler
@@ -70,7 +73,9 @@ private:
     const std::shared_ptr<LevelContainer> m_videoLevels;
     const std::shared_ptr<LevelInvalid> m_levelInvalid;
     std::string m_routerPartition; ///< empty until joined
+    LevelBudget m_budget;
     log4cxx::LoggerPtr m_logger;
+    com::tallowcrest::util::FailureLog m_overBudget{m_logger};
     const com::tallowcrest::apartment::Presence<LevelMgr> m_presence{*this}; ///< for events
 };
 

@@ -17,10 +17,15 @@ bool isInBlock(std::uint32_t xpt, std::uint32_t start, std::uint32_t count)
 
 } // namespace
 
-void MacroXptAvailable::add(const Sample& sample)
+bool MacroXptAvailable::add(const Sample& sample)
 {
+    if (m_members.size() >= mostMembers && !m_members.contains(sample.memberIndex))
+    {
+        return false;
+    }
     m_members[sample.memberIndex] = {sample.memberIndex, sample.macroXptInputStart, sample.numMacroXptInputs,
                                      sample.macroXptOutputStart, sample.numMacroXptOutputs};
+    return true;
 }
 
 void MacroXptAvailable::remove(const Sample& sample)

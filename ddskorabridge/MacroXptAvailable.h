@@ -1,7 +1,9 @@
 #pragma once
 
 #include "bustypes/RoutingTypes.h"
+#include "buswrappers/TypedTopics.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <unordered_map>
@@ -13,8 +15,12 @@ class MacroXptAvailable
 public:
     using Sample = com::tallowcrest::dds_::routing::RouterMemberMacroXpts;
 
-    /// Adds the member's blocks, or replaces those it had.
-    void add(const Sample& sample);
+    /// Each take looks at all of them. A router has a few.
+    static constexpr std::size_t mostMembers = com::tallowcrest::routing::RouterMemberXptsSub::mostMembers;
+
+    /// Adds the member's blocks, or replaces those it had. False, and all stays as it is, when it would be one too
+    /// many.
+    bool add(const Sample& sample);
     /// Forgets the member; only its index is read.
     void remove(const Sample& sample);
 

@@ -8,8 +8,8 @@
 MacroXptMgrLocalTarget::MacroXptMgrLocalTarget(std::shared_ptr<com::tallowcrest::apartment::SendDoItEvent> apartment,
                                                const std::string& localTargetTopic,
                                                std::shared_ptr<MacroXptMgrTarget> targetMgr)
-    : MacroXptOutputSub(std::move(apartment), localTargetTopic, false), m_targetMgr(std::move(targetMgr)),
-      m_logger(com::tallowcrest::util::bridgeLogger())
+    : MacroXptOutputSub(std::move(apartment), localTargetTopic, false, targetMgr->maxOutput()),
+      m_targetMgr(std::move(targetMgr)), m_logger(com::tallowcrest::util::bridgeLogger())
 {}
 
 void MacroXptMgrLocalTarget::joinRouterPartition(const std::string& routerPartition)

@@ -25,8 +25,8 @@ XptStatus statusOf(const MacroXptTable& table, std::uint32_t output)
 MacroXptMgrStatus::MacroXptMgrStatus(std::shared_ptr<com::tallowcrest::apartment::SendDoItEvent> apartment,
                                      std::uint32_t maxOutput, const std::string& statusTopic,
                                      std::shared_ptr<LevelContainer> levels)
-    : MacroXptOutputSub(std::move(apartment), statusTopic, false), m_levels(std::move(levels)), m_status(maxOutput),
-      m_logger(com::tallowcrest::util::bridgeLogger())
+    : MacroXptOutputSub(std::move(apartment), statusTopic, false, maxOutput), m_levels(std::move(levels)),
+      m_status(maxOutput), m_logger(com::tallowcrest::util::bridgeLogger())
 {}
 
 void MacroXptMgrStatus::joinRouterPartition(const std::string& routerPartition)

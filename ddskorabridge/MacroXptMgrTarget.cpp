@@ -14,6 +14,7 @@ using com::tallowcrest::hwobjs::currentTimecode;
 using com::tallowcrest::routing::KeptXptOutput;
 using com::tallowcrest::routing::KeptXptOutputs;
 using com::tallowcrest::routing::SourceTime;
+using com::tallowcrest::util::formatText;
 
 MacroXptMgrTarget::MacroXptMgrTarget(std::shared_ptr<SendDoItEvent> apartment, const std::string& memberTopic,
                                      std::uint32_t maxInput, std::uint32_t maxOutput, const std::string& targetTopic)
@@ -252,15 +253,20 @@ void MacroXptMgrTarget::onDataAvailable()
 {
     for (const auto& sample : takeAll())
     {
-        if (sample.info().valid())
+        if (!sample.info().valid())
         {
-            m_available.add(sample.data());
+            m_available.remove(sample.data());
+            logMember("remove", sample.data());
+        }
+        else if (m_available.add(sample.data()))
+        {
             logMember("add", sample.data());
         }
         else
         {
-            m_available.remove(sample.data());
-            logMember("remove", sample.data());
+            m_tooManyMembers.warn(
+                {"members", formatText("%s router member %d ignored: there are %zu", m_targetTopic.c_str(),
+                                       static_cast<int>(sample.data().memberIndex), MacroXptAvailable::mostMembers)});
         }
     }
 }

@@ -7,6 +7,7 @@
 #include "ddskorabridge/MacroXptAvailable.h"
 #include "ddskorabridge/MacroXptTable.h"
 #include "ddskorabridge/RouterMembers.h"
+#include "runtime/util/FailureLog.h"
 
 #include <log4cxx/logger.h>
 
@@ -63,6 +64,9 @@ public:
     /// three values as they were.
     std::uint32_t getTarget(std::uint32_t output, std::uint32_t& input, LPRState& lprState, std::uint32_t& lprId) const;
 
+    /// The greatest macro output number.
+    std::uint32_t maxOutput() const { return m_targets.maxOutput(); }
+
     // IXptTable
     std::string table(std::uint32_t first, std::uint32_t last) const override;
     /// Prints the same to the console.
@@ -95,4 +99,5 @@ private:
     com::tallowcrest::routing::DurableXptOutputPub m_publisher;
     MacroXptAvailable m_available;
     log4cxx::LoggerPtr m_logger;
+    com::tallowcrest::util::FailureLog m_tooManyMembers{m_logger};
 };

@@ -19,6 +19,7 @@ public:
     /// Every record starts with no input, timecode 0 and released.
     explicit MacroXptTable(std::uint32_t maxOutput);
 
+    std::uint32_t maxOutput() const { return m_maxOutput; }
     bool contains(std::uint32_t output) const { return output <= m_maxOutput; }
 
     /// `output` must be contained.

@@ -78,6 +78,8 @@ public:
     /// How many of those that waited have been run.
     std::size_t processed() const { return m_processed; }
 
+    /// Runs the first event; false when there is none.
+    bool runOnce() { return runOne(Clock::now()); }
     /// Runs the events that are there and those that they send; returns how many.
     std::size_t runAll()
     {

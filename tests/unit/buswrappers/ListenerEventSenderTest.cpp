@@ -62,3 +62,42 @@ TEST_F(ListenerEventSenderTest, EventThatCannotBePostedGoesBackToItsPoolAndIsRep
     EXPECT_EQ(log.lines()[0].logger, "KORABRIDGE");
     EXPECT_EQ(log.lines()[0].text, "EventOnDataAvailable lost: no room");
 }
+
+TEST_F(ListenerEventSenderTest, FloodOfSamplesIsNoFloodOfEvents)
+{
+    for (int i = 0; i < 1000; ++i)
+    {
+        m_sut.on_data_available(m_reader);
+    }
+
+    EXPECT_EQ(m_apartment->pending(), static_cast<std::size_t>(WaitingEvents::most));
+}
+
+TEST_F(ListenerEventSenderTest, WhatComesWhileAnEventTakesGetsAnotherOne)
+{
+    for (int i = 0; i < 10; ++i)
+    {
+        m_sut.on_data_available(m_reader);
+    }
+    m_apartment->runAll();
+
+    m_sut.on_data_available(m_reader);
+
+    EXPECT_EQ(m_apartment->pending(), 1U);
+    m_handler->m_duringData = [this] { m_sut.on_data_available(m_reader); };
+    m_apartment->runOnce();
+    EXPECT_EQ(m_apartment->pending(), 1U) << "the event has begun to take when the sample comes";
+}
+
+TEST_F(ListenerEventSenderTest, EventsThatCannotBePostedKeepNoOthersAway)
+{
+    const auto refusing = std::make_shared<FakeApartment>(FakeApartment::Sent::IsRefused);
+    ListenerEventSender<MacroLevel> sut(m_handler, refusing);
+
+    for (int i = 0; i < 3 * WaitingEvents::most; ++i)
+    {
+        sut.on_data_available(m_reader);
+    }
+
+    EXPECT_EQ(refusing->refused(), 3 * WaitingEvents::most);
+}

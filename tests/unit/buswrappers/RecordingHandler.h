@@ -2,8 +2,10 @@
 
 #include "buswrappers/ListenerEvents.h"
 
+#include <functional>
 #include <mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
 /// Notes the order of its calls and keeps each last status.
@@ -30,7 +32,14 @@ public:
         note("LivelinessChanged");
         m_liveliness = status;
     }
-    void onDataAvailable() override { note("DataAvailable"); }
+    void onDataAvailable() override
+    {
+        note("DataAvailable");
+        if (const auto during = std::exchange(m_duringData, nullptr))
+        {
+            during();
+        }
+    }
     void onSubscriptionMatched(const dds::core::status::SubscriptionMatchedStatus& status) override
     {
         note("SubscriptionMatched");
@@ -48,6 +57,7 @@ public:
         return m_calls;
     }
 
+    std::function<void()> m_duringData; ///< called once, while data are handled
     dds::core::status::RequestedDeadlineMissedStatus m_deadline;
     dds::core::status::RequestedIncompatibleQosStatus m_incompatible;
     dds::core::status::SampleRejectedStatus m_rejected;

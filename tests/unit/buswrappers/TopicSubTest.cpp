@@ -4,6 +4,7 @@
 #include "buswrappers/TypedTopics.h"
 #include "runtime/apartment/Apartment.h"
 #include "tests/fakes/FakeApartment.h"
+#include "tests/support/LogRecorder.h"
 #include "tests/unit/buswrappers/RouterSide.h"
 
 #include <gtest/gtest.h>
@@ -51,6 +52,17 @@ public:
     std::thread::id m_thread;
     std::atomic<int> m_count{0};
     std::atomic<int> m_writers{0};
+};
+
+/// Counts the levels that it gets.
+class CountingLevels final : public MacroLevelSub
+{
+public:
+    using MacroLevelSub::MacroLevelSub;
+
+    void onDataAvailable() override { m_count += takeAll().length(); }
+
+    std::size_t m_count = 0;
 };
 
 MacroXptOutput output(std::uint32_t number, std::uint32_t input = 0)
@@ -275,4 +287,59 @@ TEST_F(TopicSubTest, EventsOfAWrapperThatIsGoneDoNothingAndGoBackToTheirPool)
     EXPECT_EQ(m_apartment->runAll(), pending);
 
     EXPECT_EQ(inUse(), before);
+}
+
+TEST_F(TopicSubTest, MoreThanALookTakesIsLeftForTheNextEvent)
+{
+    MacroXptOutputPub local("TopicX", false);
+    local.joinRouterPartition("R1");
+    for (std::uint32_t number = 0; number < mostSamplesAtOnce + 100; ++number)
+    {
+        local.write(output(number));
+    }
+    TakingSub sut(m_apartment, "TopicX", false);
+
+    sut.joinRouterPartition("R1"); // all of it is there when the first look comes
+    m_apartment->runAll();
+
+    EXPECT_EQ(sut.m_takes, (std::vector<std::size_t>{mostSamplesAtOnce, 100}));
+}
+
+TEST_F(TopicSubTest, OutputsBeyondTheGreatestAreSeenAFewTimesOnly)
+{
+    TakingSub sut(m_apartment, "TopicX", false, 10);
+    sut.joinRouterPartition("R1");
+    MacroXptOutputPub local("TopicX", false);
+    local.joinRouterPartition("R1");
+
+    for (std::uint32_t number = 0; number < 1000; ++number)
+    {
+        local.write(output(number));
+    }
+    m_apartment->runAll();
+
+    EXPECT_EQ(sut.m_samples.size(), 11U + Places<MacroXptOutput>().mostOthers);
+}
+
+TEST_F(TopicSubTest, LevelsBeyondTheirBoundAreNotTakenAndWarnedOfOnce)
+{
+    const testsupport::LogRecorder log;
+    CountingLevels sut(m_apartment, "TopicX");
+    sut.joinRouterPartition("R1");
+    TopicPub<MacroLevel> local("TopicX", dds::core::policy::DurabilityKind::TRANSIENT_LOCAL);
+    local.joinRouterPartition("R1");
+    m_apartment->runAll();
+
+    for (std::uint16_t levelId = 0; levelId < 2 * MacroLevelSub::mostLevels; ++levelId)
+    {
+        MacroLevel level;
+        level.levelId = levelId;
+        level.numMacroXptOutputs = 1;
+        local.write(level);
+        m_apartment->runAll();
+    }
+
+    EXPECT_EQ(sut.m_count, MacroLevelSub::mostLevels);
+    EXPECT_EQ(log.texts(),
+              std::vector<std::string>{"WARN TopicX sample ignored: more instances than there is room for: 256"});
 }

@@ -167,6 +167,46 @@ TEST_F(LevelMgrTest, ALevelWithMoreOutputsThanAnyRouterIsIgnoredWithAWarning)
     EXPECT_TRUE(m_audioLevels->entries().empty());
 }
 
+TEST_F(LevelMgrTest, LevelsBeyondTheBudgetAreIgnoredWithOneWarningAndWhatThereIsStays)
+{
+    m_sut->handleSample(macroLevel(1, LST_Video));
+    for (std::uint16_t levelId = 100; levelId < 200; ++levelId)
+    {
+        m_sut->handleSample(macroLevel(levelId, LST_Audio, LevelMgr::maxLevelOutputs));
+    }
+
+    EXPECT_EQ(m_audioLevels->entries().size(), 3U);
+    EXPECT_FALSE(isInvalid(1));
+    EXPECT_EQ(m_log.takeTexts(),
+              Lines{"WARN Level 103 ignored: no room beside 256 levels or 294912 outputs of all levels together"});
+}
+
+TEST_F(LevelMgrTest, AReplacedLevelIsFreedAndWhoeverHoldsItMayUseIt)
+{
+    m_sut->handleSample(macroLevel(1, LST_Video));
+    std::shared_ptr<ILevel> held = m_sut->getLevelInstance(1);
+    const std::weak_ptr<ILevel> watched = held;
+
+    m_sut->handleSample(macroLevel(1, LST_Video));
+
+    EXPECT_EQ(held->take(0, 1, 1, 0), 0U);
+    held.reset();
+    EXPECT_TRUE(watched.expired());
+}
+
+TEST_F(LevelMgrTest, LeavingMakesRoomForLevels)
+{
+    for (std::uint16_t levelId = 0; levelId < 4; ++levelId)
+    {
+        m_sut->handleSample(macroLevel(levelId, LST_Audio, LevelMgr::maxLevelOutputs));
+    }
+
+    m_sut->leaveRouterPartition();
+    m_sut->handleSample(macroLevel(9, LST_Video, LevelMgr::maxLevelOutputs));
+
+    EXPECT_FALSE(isInvalid(9));
+}
+
 TEST_F(LevelMgrTest, LevelsAlreadyPublishedAreBuiltOnJoining)
 {
     m_router.write(macroLevel(7, LST_Video));

@@ -111,6 +111,22 @@ TEST(MacroXptAvailable, ABlockMayReachTheEndOf32Bits)
     EXPECT_FALSE(sut.isInputAvailable(0)) << "the block does not wrap";
 }
 
+TEST(MacroXptAvailable, HoldsSoManyMembersAndReplacesThoseThatItHas)
+{
+    MacroXptAvailable sut;
+    for (std::uint16_t index = 0; index < MacroXptAvailable::mostMembers; ++index)
+    {
+        ASSERT_TRUE(sut.add({.memberIndex = index, .macroXptInputStart = 1, .numMacroXptInputs = 1}));
+    }
+
+    EXPECT_FALSE(sut.add({.memberIndex = 60000, .macroXptInputStart = 500, .numMacroXptInputs = 1}));
+    EXPECT_FALSE(sut.isInputAvailable(500));
+    EXPECT_TRUE(sut.add({.memberIndex = 0, .macroXptInputStart = 500, .numMacroXptInputs = 1}));
+    EXPECT_TRUE(sut.isInputAvailable(500));
+    sut.remove({.memberIndex = 0});
+    EXPECT_TRUE(sut.add({.memberIndex = 60000, .macroXptInputStart = 600, .numMacroXptInputs = 1}));
+}
+
 TEST(MacroXptAvailable, ShowPrintsTitleAndMembers)
 {
     MacroXptAvailable sut;
