@@ -1,6 +1,6 @@
 #pragma once
 
-#include "dds/core/InstanceHandle.hpp"
+#include "dds/core/Reference.hpp"
 #include "runtime/util/FailureLog.h"
 
 #include <log4cxx/logger.h>
