@@ -3,7 +3,7 @@
 #include "bustypes/SampleCheck.h"
 #include "bustypes/SampleText.h"
 #include "buswrappers/FaultLog.h"
-#include "dds/sub/LoanedSamples.hpp"
+#include "dds/sub/Sample.hpp"
 #include "runtime/util/VisibleText.h"
 
 #include <algorithm>

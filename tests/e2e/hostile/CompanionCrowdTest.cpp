@@ -1,12 +1,13 @@
 #include "bustypes/TopicNames.h"
 #include "buswrappers/TopicPub.h"
-#include "durability/BusEntity.h"
+#include "dds/detail/Entity.hpp"
 #include "tests/e2e/durable/DurableFixture.h"
 #include "tests/e2e/durable/FrameNetwork.h"
 
 #include <exchange.h>
 
 #include <list>
+#include <memory>
 
 using namespace e2e;
 
@@ -14,8 +15,6 @@ namespace
 {
 
 using com::tallowcrest::dds_::routing::RouterMember;
-using com::tallowcrest::durability::BusEntity;
-using com::tallowcrest::durability::BusQos;
 using com::tallowcrest::routing::TopicName;
 using com::tallowcrest::routing::topicName;
 using com::tallowcrest::routing::TopicPub;
@@ -57,7 +56,7 @@ protected:
     /// Writers alone: that is all it takes.
     void beginCrowd()
     {
-        const BusQos qos(dds_create_qos());
+        const std::unique_ptr<dds_qos_t, decltype(&dds_delete_qos)> qos(dds_create_qos(), &dds_delete_qos);
         dds_qset_durability(qos.get(), DDS_DURABILITY_TRANSIENT_LOCAL);
         dds_qset_reliability(qos.get(), DDS_RELIABILITY_RELIABLE, DDS_MSECS(100));
         dds_qset_partition1(qos.get(), com::tallowcrest::routing::partitionName("R1").c_str());
@@ -65,7 +64,8 @@ protected:
         for (std::size_t i = 0; i < participants; ++i)
         {
             const dds_entity_t participant =
-                m_crowd.emplace_back(dds_create_participant(DDS_DOMAIN_DEFAULT, nullptr, nullptr), "participant").get();
+                m_crowd.emplace_back(dds_create_participant(DDS_DOMAIN_DEFAULT, nullptr, nullptr)).handle();
+            ASSERT_GT(participant, 0);
             const dds_entity_t topic = dds_create_topic(participant, &com_tallowcrest_durability__ChannelStatus_desc,
                                                         topicOfStatus.c_str(), nullptr, nullptr);
             for (std::size_t j = 0; j < writersOfEach; ++j)
@@ -77,7 +77,7 @@ protected:
 
     TopicPub<RouterMember> m_memberships{topicName(TopicName::RouterMember),
                                          dds::core::policy::DurabilityKind::TRANSIENT_LOCAL};
-    std::list<BusEntity> m_crowd;
+    std::list<dds::detail::Entity> m_crowd;
     std::unique_ptr<ChildProcess> m_far;
 };
 

@@ -53,7 +53,7 @@ private:
     NeighbourPort& port(TopicName topic)
     {
         return m_ports.emplace_back(
-            m_participant.delegate()->handle(),
+            m_participant,
             com::tallowcrest::durability::ChannelName{m_partition, com::tallowcrest::routing::topicName(topic)}, "",
             m_wake);
     }
@@ -70,8 +70,8 @@ private:
                                  .onStatus = [](auto, const Status&) {},
                                  .onRows = [](const auto&) {}});
                 status.met = m_met;
-                static_cast<void>(topic.port.tell(status));
-                static_cast<void>(topic.port.handOver({.bucket = 0, .digest = ++promised, .rows = {}}));
+                topic.port.tell(status);
+                topic.port.handOver({.bucket = 0, .digest = ++promised, .rows = {}});
             }
             m_wake.waitUntil(std::chrono::steady_clock::now() + std::chrono::milliseconds(50));
         }
