@@ -1,47 +1,23 @@
 #include "ddskorabridge/MacroXptMgrTarget.h"
 
-#include "BusTest.h"
+#include "MacroXptMgrTargetFixture.h"
 #include "buswrappers/Participant.h"
 #include "tests/support/BusCalls.h"
-#include "tests/support/TimeFactor.h"
 
 #include <dds/dds.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <array>
-#include <atomic>
-#include <chrono>
 #include <cstdint>
-#include <iterator>
 #include <limits>
 #include <string>
-#include <thread>
 #include <vector>
 
-using namespace com::tallowcrest::dds_::routing;
+using namespace targetmgr;
 
 namespace
 {
-
-using Lines = std::vector<std::string>;
-
-constexpr const char* memberTopic = "TopicRouterMemberMacroXptsDxVideo";
-constexpr const char* targetTopic = "TopicMacroXptOutputVideoTarget";
-constexpr std::uint32_t noInput = 4294967295U;
-constexpr std::uint32_t maximum = 288;
-
-const RouterMemberMacroXpts wholeRouter{.memberIndex = 1,
-                                        .macroXptInputStart = 1,
-                                        .numMacroXptInputs = 1000,
-                                        .macroXptOutputStart = 1,
-                                        .numMacroXptOutputs = 1000};
-
-std::string text(const MacroXptOutput& sample)
-{
-    return std::to_string(sample.macroXptOutput) + " " + std::to_string(sample.macroXptInput) + " " +
-           std::to_string(sample.when) + " " + std::to_string(sample.lprId) + " " + std::to_string(sample.lprState);
-}
 
 std::vector<dds_entity_t> childrenOf(dds_entity_t entity)
 {
@@ -67,53 +43,7 @@ void deleteWriterOf(const std::string& topicName)
     }
 }
 
-class MacroXptMgrTargetTest : public BusTest
-{
-protected:
-    /// Returns when the bridge has its history.
-    void join(MacroXptMgrTarget& manager, const std::string& partition)
-    {
-        bool isJoined = false;
-        manager.beginToJoin(partition, [&isJoined] { isJoined = true; });
-        ASSERT_TRUE(m_apartment->runUntil([&isJoined] { return isJoined; }));
-    }
-    /// A router with members that offer everything, and a manager that has joined it.
-    void joinOfferedRouter()
-    {
-        m_members.write(wholeRouter);
-        join(m_sut, "R1");
-        ASSERT_TRUE(m_apartment->runUntil([this] { return m_sut.checkTake(1, 1, 0) == 0; }));
-        m_log.takeTexts();
-    }
-
-    Lines published(PeerReader<MacroXptOutput>& reader, std::size_t count)
-    {
-        Lines lines;
-        m_apartment->runUntil([&] {
-            for (const MacroXptOutput& sample : reader.take())
-            {
-                lines.push_back(text(sample));
-            }
-            return lines.size() >= count;
-        });
-        return lines;
-    }
-
-    std::string targetOf(std::uint32_t output)
-    {
-        MacroXptOutput target{.macroXptOutput = output};
-        const std::uint32_t result = m_sut.getTarget(output, target.macroXptInput, target.lprState, target.lprId);
-        return std::to_string(result) + ": " + std::to_string(target.macroXptInput) + " " +
-               std::to_string(target.lprId) + " " + std::to_string(target.lprState);
-    }
-
-    PeerWriter<RouterMemberMacroXpts> m_members{m_peer, memberTopic, "R1"};
-    PeerReader<MacroXptOutput> m_targets{m_peer, targetTopic, "R1", dds::core::policy::DurabilityKind::PERSISTENT};
-    using Purpose = com::tallowcrest::routing::KeptXptOutputs::Purpose;
-    static constexpr com::tallowcrest::routing::SourceTime later = INT64_C(2000000000) * 1000000;
-
-    MacroXptMgrTarget m_sut{m_apartment, memberTopic, maximum, maximum, targetTopic};
-};
+using MacroXptMgrTargetTest = MacroXptMgrTargetFixture;
 
 TEST_F(MacroXptMgrTargetTest, TheTableStartsWithoutTargets)
 {
@@ -402,171 +332,6 @@ TEST_F(MacroXptMgrTargetTest, AMemberThatLosesItsWriterIsRemoved)
     EXPECT_TRUE(m_apartment->runUntil([this] { return m_sut.checkTake(1, 1, 0) == 3; }));
 }
 
-TEST_F(MacroXptMgrTargetTest, JoiningLogsItsSteps)
-{
-    join(m_sut, "0123456789abcdef");
-
-    EXPECT_EQ(m_log.takeTexts(),
-              (Lines{"INFO TopicMacroXptOutputVideoTarget joinRouterPartition(routerPartition '0123456789abcdef')",
-                     "INFO TopicMacroXptOutputVideoTarget getDurableData for routerPartition '0123456789abcdef'",
-                     "INFO Before waiting for historical data)", "INFO Back  waiting for historical data)"}));
-}
-
-TEST_F(MacroXptMgrTargetTest, JoiningWithoutStoredTargetsKeepsTheTable)
-{
-    m_sut.setLpr(5, 42, LPR_LOCKED, 1);
-
-    join(m_sut, "R1");
-
-    EXPECT_EQ(targetOf(5), "3: 4294967295 42 2");
-    EXPECT_EQ(m_targets.take().size(), 0U);
-}
-
-TEST_F(MacroXptMgrTargetTest, JoiningAgainPublishesWhatWasTakenOnceTheReadersKnowTheWriter)
-{
-    joinOfferedRouter();
-    m_sut.take(5, 7, 1, 2);
-    EXPECT_EQ(published(m_targets, 1), Lines{"5 7 2 1 0"});
-
-    for (int again = 0; again < 3; ++again)
-    {
-        join(m_sut, "R1");
-
-        const Lines lines = published(m_targets, 1);
-        ASSERT_EQ(lines.size(), 1U) << again;
-        EXPECT_EQ(lines[0].substr(0, 4), "5 7 ");
-    }
-}
-
-TEST_F(MacroXptMgrTargetTest, ATakeWhileTheHistoryIsAwaitedIsDoneAndStays)
-{
-    joinOfferedRouter();
-    m_sut.take(5, 7, 1, 2);
-    m_sut.take(6, 7, 1, 2);
-    published(m_targets, 2);
-
-    bool isJoined = false;
-    m_sut.beginToJoin("R1", [&isJoined] { isJoined = true; });
-    EXPECT_EQ(m_sut.checkTake(5, 8, 0), 0U);
-    m_sut.take(5, 8, 9, 3);
-    ASSERT_TRUE(m_apartment->runUntil([&isJoined] { return isJoined; }));
-
-    EXPECT_EQ(targetOf(5), "0: 8 9 0");
-    EXPECT_EQ(targetOf(6), "0: 7 1 0");
-    Lines last;
-    EXPECT_TRUE(m_apartment->runUntil([&] {
-        for (const MacroXptOutput& sample : m_targets.take())
-        {
-            last.push_back(text(sample).substr(0, 3));
-        }
-        return std::count(last.begin(), last.end(), "5 8") > 0 && std::count(last.begin(), last.end(), "6 7") > 0;
-    }));
-    EXPECT_EQ(std::count(last.begin(), last.end(), "5 7"), 0) << "nothing older is published";
-}
-
-TEST_F(MacroXptMgrTargetTest, WhatIsTakenBeforeTheReadersKnowTheWriterIsPublishedOnceMore)
-{
-    joinOfferedRouter();
-    bool isJoined = false;
-    {
-        testsupport::BusCalls bus;
-        bus.failAcknowledgments();
-        m_sut.beginToJoin("R1", [&isJoined] { isJoined = true; });
-        m_sut.take(5, 8, 9, 3);
-    }
-    const testsupport::BusCalls bus; // from here on they confirm
-
-    ASSERT_TRUE(m_apartment->runUntil([&isJoined] { return isJoined; }));
-
-    const Lines calls = bus.calls();
-    EXPECT_EQ(std::count(calls.begin(), calls.end(), std::string("write ") + targetTopic), 1);
-}
-
-TEST_F(MacroXptMgrTargetTest, AJoinThatTheNextOneOvertakesIsNotReportedAsDone)
-{
-    bool isFirstJoined = false;
-    m_sut.beginToJoin("R1", [&isFirstJoined] { isFirstJoined = true; });
-
-    join(m_sut, "R2");
-
-    EXPECT_FALSE(isFirstJoined);
-}
-
-TEST_F(MacroXptMgrTargetTest, WhatIsOlderThanTheTableIsNeitherStoredNorPublished)
-{
-    joinOfferedRouter();
-    m_sut.onDurableTarget({.macroXptOutput = 5, .macroXptInput = 9}, later);
-    published(m_targets, 1);
-
-    m_sut.onDurableTarget({.macroXptOutput = 5, .macroXptInput = 8}, later - 1);
-    m_sut.onDurableTarget({.macroXptOutput = 6, .macroXptInput = 8}, later - 1);
-
-    EXPECT_EQ(published(m_targets, 1), Lines{"6 8 0 0 0"});
-    EXPECT_EQ(targetOf(5), "0: 9 0 0");
-}
-
-TEST_F(MacroXptMgrTargetTest, TimesOfOnePartitionDoNotCountInAnother)
-{
-    joinOfferedRouter();
-    m_sut.onDurableTarget({.macroXptOutput = 5, .macroXptInput = 9}, later);
-
-    join(m_sut, "R2");
-    m_sut.onDurableTarget({.macroXptOutput = 5, .macroXptInput = 8}, later - 1);
-
-    MacroXptOutput target;
-    m_sut.getTarget(5, target.macroXptInput, target.lprState, target.lprId);
-    EXPECT_EQ(target.macroXptInput, 8U);
-}
-
-TEST_F(MacroXptMgrTargetTest, WhatIsLearntLateGoesIntoTheTableOnly)
-{
-    joinOfferedRouter();
-    m_sut.take(5, 7, 1, 2);
-    published(m_targets, 1);
-
-    m_sut.onKept({.purpose = Purpose::Adopt,
-                  .outputs = {{.sample = {.macroXptOutput = 5, .macroXptInput = 9, .lprId = 4}, .written = later},
-                              {.sample = {.macroXptOutput = 6, .macroXptInput = 9, .lprId = 4}, .written = later}}});
-
-    EXPECT_EQ(targetOf(5), "0: 9 4 0");
-    EXPECT_EQ(targetOf(6), "0: 9 4 0");
-    EXPECT_TRUE(m_targets.take().empty()) << "whoever learnt it has published it";
-}
-
-TEST_F(MacroXptMgrTargetTest, WhatIsToBeRepeatedIsPublishedUnlessTheTableHasSomethingLater)
-{
-    joinOfferedRouter();
-    m_sut.onDurableTarget({.macroXptOutput = 5, .macroXptInput = 7}, later);
-    published(m_targets, 1);
-
-    m_sut.onKept({.purpose = Purpose::Repeat,
-                  .outputs = {{.sample = {.macroXptOutput = 5, .macroXptInput = 8}, .written = later - 1},
-                              {.sample = {.macroXptOutput = 6, .macroXptInput = 9}, .written = later}}});
-
-    const Lines lines = published(m_targets, 1);
-    ASSERT_EQ(lines.size(), 1U);
-    EXPECT_EQ(lines[0].substr(0, 4), "6 9 ");
-    EXPECT_EQ(targetOf(6), "3: 4294967295 0 0") << "the table is its own";
-}
-
-TEST_F(MacroXptMgrTargetTest, ReaderThatDoesNotAnswerIsWarnedOfInEveryJoinAndTheJoinGoesOn)
-{
-    testsupport::BusCalls bus;
-    bus.failAcknowledgments();
-
-    for (int i = 0; i < 2; ++i)
-    {
-        join(m_sut, "R1");
-
-        EXPECT_EQ(
-            m_log.takeTexts(),
-            (Lines{"INFO TopicMacroXptOutputVideoTarget joinRouterPartition(routerPartition 'R1')",
-                   "INFO TopicMacroXptOutputVideoTarget getDurableData for routerPartition 'R1'",
-                   "INFO Before waiting for historical data)", "INFO Back  waiting for historical data)",
-                   "WARN TopicMacroXptOutputVideoTarget a reader has not answered the new writer within 150 ms"}));
-    }
-}
-
 TEST_F(MacroXptMgrTargetTest, ATakeOrLockThatTheBusRefusesLeavesTheTableAsItWas)
 {
     joinOfferedRouter();
@@ -582,19 +347,6 @@ TEST_F(MacroXptMgrTargetTest, ATakeOrLockThatTheBusRefusesLeavesTheTableAsItWas)
     bus.failWrites(targetTopic, DDS_RETCODE_OK);
     m_sut.setLpr(5, 42, LPR_LOCKED, 4);
     EXPECT_EQ(targetOf(5), "0: 7 42 2");
-}
-
-TEST_F(MacroXptMgrTargetTest, TargetsFoundOnJoiningAreStampedWithTheCurrentTimecode)
-{
-    joinOfferedRouter();
-    m_sut.setLpr(5, 4, LPR_LOCKED, 3);
-    m_sut.take(5, 9, 4, 3);
-
-    join(m_sut, "R1");
-
-    EXPECT_EQ(targetOf(5), "0: 9 4 2");
-    const std::string row = "              R1      5      9    00:01:17;22     4    locked\n";
-    EXPECT_NE(m_sut.table(5, 5).find(row), std::string::npos) << m_sut.table(5, 5);
 }
 
 TEST_F(MacroXptMgrTargetTest, ShowPrintsTheRowsAskedFor)
