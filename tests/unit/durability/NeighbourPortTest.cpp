@@ -86,15 +86,14 @@ dds::pub::DataWriter<T> writerOf(const dds::domain::DomainParticipant& participa
 
 TEST_F(NeighbourPortTest, ManyWritersOfOneParticipantHideNobody)
 {
-    m_others.add(Neighbours::most + 1);
-    const NeighbourId bridge = name(m_others.add());
-    const NeighbourId manyAgain = name(m_others.add(Neighbours::most + 1));
+    const NeighbourId many = name(m_others.add(Neighbours::most + 1));
+    const NeighbourId bridge = name(m_others.add()); // comes behind them in the library's lists
 
     start();
 
     EXPECT_TRUE(waitForNeighbour(bridge));
-    EXPECT_TRUE(m_present.contains(manyAgain));
-    EXPECT_EQ(m_sut->crowd(), 3U);
+    EXPECT_TRUE(m_present.contains(many));
+    EXPECT_EQ(m_sut->crowd(), 2U);
 }
 
 TEST_F(NeighbourPortTest, OfTooManyParticipantsTheOnesWithAComponentRecordAreThere)
