@@ -84,6 +84,7 @@ public:
     std::size_t sampleSize() const { return m_descriptor.m_size; }
     const std::string& name() const { return m_name; }
     const topic::qos::TopicQos& qos() const { return m_qos; }
+    const Filter& filter() const { return m_filter; }
 
 private:
     const std::shared_ptr<ParticipantDelegate> m_participant;

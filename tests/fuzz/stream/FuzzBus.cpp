@@ -29,9 +29,11 @@ void FuzzBus::reset()
     m_channels.clear();
 }
 
-void FuzzBus::attach(const dds::detail::ReaderDelegate* reader, std::string topic, std::string partition)
+void FuzzBus::attach(const dds::detail::ReaderDelegate* reader, std::string topic, std::string partition,
+                     std::function<bool(const void*)> isWanted)
 {
     m_readers[reader].channel = Channel(std::move(topic), std::move(partition));
+    m_readers[reader].isWanted = std::move(isWanted);
 }
 
 void FuzzBus::listen(const dds::detail::ReaderDelegate* reader, dds::detail::ReaderCallback callback)
@@ -70,16 +72,22 @@ void FuzzBus::record(const std::string& topic, const std::string& partition, con
     m_history[Channel(topic, partition)][sample.macroXptOutput] = {sample, written};
 }
 
-std::vector<FuzzBus::Sample> FuzzBus::take(const dds::detail::ReaderDelegate* reader)
+std::vector<FuzzBus::Sample> FuzzBus::take(const dds::detail::ReaderDelegate* reader, std::size_t most)
 {
-    return std::exchange(m_readers.at(reader).samples, {});
+    std::vector<Sample>& waiting = m_readers.at(reader).samples;
+    require(waiting.size() <= most, "no more comes than a look takes");
+    return std::exchange(waiting, {});
 }
 
 void FuzzBus::deliver(const std::string& topic, const std::string& partition, const Bytes& bytes, bool isValid)
 {
     for (auto& [delegate, reader] : m_readers)
     {
-        if (reader.channel == Channel(topic, partition))
+        if (reader.channel != Channel(topic, partition))
+        {
+            continue;
+        }
+        if (!isValid || !reader.isWanted || reader.isWanted(bytes.data()))
         {
             reader.samples.push_back({bytes, isValid});
             if (reader.callback)
@@ -162,8 +170,9 @@ SubscriberDelegate::SubscriberDelegate(std::shared_ptr<ParticipantDelegate> part
 {}
 
 TopicDelegate::TopicDelegate(std::shared_ptr<ParticipantDelegate> participant, const dds_topic_descriptor_t& descriptor,
-                             std::string name, const topic::qos::TopicQos& qos)
-    : m_participant(std::move(participant)), m_name(std::move(name)), m_qos(qos), m_descriptor(descriptor), m_entity(1)
+                             std::string name, const topic::qos::TopicQos& qos, Filter filter)
+    : m_participant(std::move(participant)), m_name(std::move(name)), m_qos(qos), m_descriptor(descriptor),
+      m_filter(std::move(filter)), m_entity(1)
 {}
 
 WriterDelegate::WriterDelegate(std::shared_ptr<PublisherDelegate> publisher, std::shared_ptr<TopicDelegate> topic,
@@ -219,7 +228,7 @@ ReaderDelegate::ReaderDelegate(std::shared_ptr<SubscriberDelegate> subscriber, s
     : m_subscriber(std::move(subscriber)), m_topic(std::move(topic)), m_qos(qos), m_entity(1)
 {
     FuzzBus::instance().attach(this, m_topic->name(),
-                               partitionOf(m_subscriber->qos().policy<core::policy::Partition>()));
+                               partitionOf(m_subscriber->qos().policy<core::policy::Partition>()), m_topic->filter());
 }
 
 ReaderDelegate::~ReaderDelegate()
@@ -227,9 +236,9 @@ ReaderDelegate::~ReaderDelegate()
     FuzzBus::instance().detach(this);
 }
 
-void ReaderDelegate::take(const Visitor& visit)
+void ReaderDelegate::take(const Visitor& visit, std::size_t most)
 {
-    for (const FuzzBus::Sample& sample : FuzzBus::instance().take(this))
+    for (const FuzzBus::Sample& sample : FuzzBus::instance().take(this, most))
     {
         dds_sample_info_t info{};
         info.sample_state = DDS_SST_NOT_READ;

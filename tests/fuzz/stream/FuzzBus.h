@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <cstring>
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
@@ -64,7 +65,9 @@ public:
     std::vector<Write> takeWrites() { return std::exchange(m_writes, {}); }
 
     // For the delegates.
-    void attach(const dds::detail::ReaderDelegate* reader, std::string topic, std::string partition);
+    /// `isWanted` is the topic's filter, perhaps empty.
+    void attach(const dds::detail::ReaderDelegate* reader, std::string topic, std::string partition,
+                std::function<bool(const void*)> isWanted);
     void detach(const dds::detail::ReaderDelegate* reader) { m_readers.erase(reader); }
     void listen(const dds::detail::ReaderDelegate* reader, dds::detail::ReaderCallback callback);
     void record(const std::string& topic, const std::string& partition, const Output& sample, SourceTime written);
@@ -76,7 +79,8 @@ public:
         Bytes bytes;
         bool isValid = false;
     };
-    std::vector<Sample> take(const dds::detail::ReaderDelegate* reader);
+    /// At most so many.
+    std::vector<Sample> take(const dds::detail::ReaderDelegate* reader, std::size_t most);
 
 private:
     using Channel = std::pair<std::string, std::string>; ///< topic, partition
@@ -84,6 +88,7 @@ private:
     struct Reader
     {
         Channel channel;
+        std::function<bool(const void*)> isWanted;
         dds::detail::ReaderCallback callback;
         std::vector<Sample> samples;
     };

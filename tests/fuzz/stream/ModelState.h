@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -71,6 +72,7 @@ public:
         return outputs;
     }
 
+    std::size_t numOutputs() const { return m_changedFor.size(); }
     bool isVideo() const { return m_description.levelSignalType == com::tallowcrest::dds_::routing::LST_Video; }
 
 private:
@@ -131,6 +133,7 @@ struct ModelSignal
     std::vector<Output> targets;  ///< by output
     std::vector<Output> statuses; ///< by output
     std::map<std::uint16_t, Member> members;
+    std::set<std::uint16_t> memberIndexes; ///< that have been published since the join, as many as are read
     std::map<std::string, std::map<std::uint32_t, Output>> history; ///< what was written, by partition and output
 };
 

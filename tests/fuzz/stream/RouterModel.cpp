@@ -40,11 +40,33 @@ RouterModel::Words response(const RouterModel::Words& request, std::uint32_t id,
     return words;
 }
 
+/// How many levels or router members there may be.
+constexpr std::size_t mostOfThem = 256;
+
+/// Whether a sample with that number is read: the first ones since the join are.
+bool isRead(std::set<std::uint16_t>& numbers, std::uint16_t number)
+{
+    if (numbers.size() < mostOfThem)
+    {
+        numbers.insert(number);
+    }
+    return numbers.contains(number);
+}
+
+/// Whether the last number of a block can be said.
+bool isBlock(std::uint64_t start, std::uint64_t count)
+{
+    return start + count <= 0x100000000;
+}
+
 } // namespace
 
 void RouterModel::join(const std::string& partition)
 {
     m_partition = partition;
+    m_levelIds.clear();
+    m_video.memberIndexes.clear();
+    m_audio.memberIndexes.clear();
     if (partition.empty())
     {
         m_audioLevels.clear();
@@ -63,9 +85,30 @@ void RouterModel::join(const std::string& partition)
     }
 }
 
+bool RouterModel::hasRoomFor(const Level& level) const
+{
+    std::size_t levels = 1;
+    std::size_t outputs = level.numMacroXptOutputs;
+    for (const auto* const others : {&m_audioLevels, &m_videoLevels})
+    {
+        for (const auto& [number, other] : *others)
+        {
+            const bool isReplaced = number == level.levelId && other.isVideo() == (level.levelSignalType == 0);
+            levels += isReplaced ? 0 : 1;
+            outputs += isReplaced ? 0 : other.numOutputs();
+        }
+    }
+    return levels <= mostOfThem && outputs <= 4 * 73728;
+}
+
 void RouterModel::onLevel(const Level& level)
 {
-    if (level.levelSignalType > 1 || level.numMacroXptOutputs == 0 || level.numMacroXptOutputs > 73728)
+    const bool areBlocks = isBlock(level.macroXptInputStart, level.numMacroXptInputs) &&
+                           isBlock(level.controllerInputStart, level.numMacroXptInputs) &&
+                           isBlock(level.macroXptOutputStart, level.numMacroXptOutputs) &&
+                           isBlock(level.controllerOutputStart, level.numMacroXptOutputs);
+    if (!isRead(m_levelIds, level.levelId) || level.levelSignalType > 1 || level.numMacroXptOutputs == 0 ||
+        level.numMacroXptOutputs > 73728 || !areBlocks || !hasRoomFor(level))
     {
         return;
     }
@@ -75,13 +118,18 @@ void RouterModel::onLevel(const Level& level)
 
 void RouterModel::onMember(Signal signal, const Member& member, bool isValid)
 {
-    if (isValid)
+    auto& members = of(signal).members;
+    if (!isValid)
     {
-        of(signal).members[member.memberIndex] = member;
+        members.erase(member.memberIndex);
+        return;
     }
-    else
+    const bool hasRoom = members.size() < mostOfThem || members.contains(member.memberIndex);
+    if (isRead(of(signal).memberIndexes, member.memberIndex) && hasRoom &&
+        isBlock(member.macroXptInputStart, member.numMacroXptInputs) &&
+        isBlock(member.macroXptOutputStart, member.numMacroXptOutputs))
     {
-        of(signal).members.erase(member.memberIndex);
+        members[member.memberIndex] = member;
     }
 }
 

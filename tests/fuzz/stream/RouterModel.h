@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <map>
+#include <set>
 #include <span>
 #include <string>
 #include <utility>
@@ -57,6 +58,7 @@ private:
 
     ModelSignal& of(Signal signal) { return signal == Signal::Video ? m_video : m_audio; }
     ModelSignal& of(const ModelLevel& level) { return level.isVideo() ? m_video : m_audio; }
+    bool hasRoomFor(const Level& level) const;
     ModelLevel* find(std::uint32_t number);
     void noteChange(Signal signal, std::uint32_t xpt);
     void write(ModelSignal& signal, const Output& sample);
@@ -78,6 +80,7 @@ private:
     ModelSignal m_audio{720, "TopicMacroXptOutputAudioTarget"};
     std::map<std::uint32_t, ModelLevel> m_videoLevels;
     std::map<std::uint32_t, ModelLevel> m_audioLevels;
+    std::set<std::uint16_t> m_levelIds; ///< that have been published since the join, as many as are read
     std::vector<FuzzBus::Write> m_writes;
 };
 
