@@ -67,6 +67,22 @@ TEST_F(DurableTopicTest, WhatOthersWriteWakesAndCanBeTakenOnce)
     EXPECT_EQ(taken(), std::vector<std::uint32_t>{});
 }
 
+TEST_F(DurableTopicTest, MoreThanALookTakesIsLeftForTheNextAndWakesAgain)
+{
+    using com::tallowcrest::routing::mostSamplesAtOnce;
+    dds::pub::DataWriter<MacroXptOutput> local = makeWriter();
+    for (std::uint32_t output = 0; output < mostSamplesAtOnce + 100; ++output)
+    {
+        local.write({.macroXptOutput = output});
+    }
+    m_wakes = 0;
+
+    EXPECT_EQ(taken().size(), mostSamplesAtOnce);
+    EXPECT_EQ(m_wakes, 1);
+    EXPECT_EQ(taken().size(), 100U);
+    EXPECT_EQ(m_wakes, 1);
+}
+
 TEST_F(DurableTopicTest, WhatOthersHaveWrittenCanBeTakenAfterItHasBeenClosed)
 {
     ASSERT_TRUE(m_others.waitForReaders(1));
