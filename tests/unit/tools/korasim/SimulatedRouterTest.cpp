@@ -55,7 +55,8 @@ struct StatusReader : BusCollector<MacroXptOutput>
 TEST(SimulatedRouterTest, AnnounceReachesAReaderThatComesLater)
 {
     RouterOptions options;
-    options.levels.push_back({.levelId = 3, .levelSignalType = LST_Audio, .numMacroXptInputs = 16});
+    options.levels.push_back(
+        {.levelId = 3, .levelSignalType = LST_Audio, .numMacroXptInputs = 16, .numMacroXptOutputs = 1});
     RecordedRouter sut(options);
     sut.announce();
 
@@ -181,7 +182,7 @@ TEST(SimulatedRouterTest, TargetsAreOnlyRecordedWhileNotFollowing)
 TEST(SimulatedRouterTest, ReAnnounceInAnotherPartitionMovesEverythingThere)
 {
     RouterOptions options;
-    options.levels.push_back({.levelId = 3});
+    options.levels.push_back({.levelId = 3, .numMacroXptOutputs = 1});
     RecordedRouter sut(options);
     sut.announce();
     sut.setStatus(Signal::Video, {.macroXptOutput = 4, .macroXptInput = 8});
@@ -218,7 +219,7 @@ TEST(SimulatedRouterTest, ReAnnounceWithoutPartitionPublishesTheMembershipAgain)
 TEST(SimulatedRouterTest, DisposedInstancesAreSeenAsDisposed)
 {
     RouterOptions options;
-    options.levels.push_back({.levelId = 3});
+    options.levels.push_back({.levelId = 3, .numMacroXptOutputs = 1});
     RecordedRouter sut(options);
     sut.announce();
     sut.setStatus(Signal::Audio, {.macroXptOutput = 4, .macroXptInput = 8});
