@@ -83,13 +83,31 @@ TEST_F(CertificatesTest, LaterParticipantsAreOfTheSameAuthorities)
     EXPECT_EQ(testsupport::readFile(m_bus / "router1" / "identity-ca.pem"), authority);
 }
 
+TEST_F(CertificatesTest, PermissionsForOneRouterNameItsPartitionAlone)
+{
+    ASSERT_EQ(make({"router=router1@R1"}).status, 0);
+
+    const std::string text = openssl({"smime", "-verify", "-text", "-in", file("router1/permissions.p7s"), "-CAfile",
+                                      file("authorities/permissions-ca.pem")});
+
+    EXPECT_NE(text.find("<partition>com:tallowcrest:routing:R1</partition>"), std::string::npos) << text;
+    EXPECT_EQ(text.find("routing:*"), std::string::npos) << text;
+}
+
 TEST_F(CertificatesTest, WrongArgumentsAreRefusedBeforeAnythingIsMade)
 {
-    for (const std::string wrong : {"frame17", "king=frame17", "bridge=", "bridge=a/b", "bridge=authorities"})
+    const std::string tooLong(65, 'a');
+    for (const std::string& wrong :
+         {std::string("frame17"), std::string("king=frame17"), std::string("bridge="), std::string("bridge=a/b"),
+          std::string("bridge=authorities"), std::string("bridge=."), std::string("bridge=.."),
+          std::string("bridge=a..b"), std::string("bridge=-a"), std::string("bridge=a."), std::string("bridge=a\nb"),
+          std::string("bridge=a b"), std::string("bridge=a<b"), std::string("bridge=a@"), std::string("bridge=a@.."),
+          std::string("bridge=a@*"), std::string("../bridge=a"), std::string("router=frame17"), "bridge=" + tooLong})
     {
         const auto result = make({"bridge=frame17", wrong});
         EXPECT_EQ(result.status, 2) << wrong;
         EXPECT_NE(result.errors.find("make-bus-certificates: "), std::string::npos) << wrong;
+        EXPECT_FALSE(std::filesystem::exists(m_bus)) << wrong;
     }
     EXPECT_EQ(make({}).status, 2);
     EXPECT_FALSE(std::filesystem::exists(m_bus));

@@ -3,6 +3,7 @@
 #include "tests/support/Places.h"
 
 #include <cstdlib>
+#include <regex>
 #include <stdexcept>
 
 namespace e2e
@@ -30,11 +31,22 @@ void SecuredBus::makeCertificates(const std::filesystem::path& directory, const 
 
 SecuredBus::Child SecuredBus::startInside(const std::string& program, const std::vector<std::string>& arguments,
                                           const std::filesystem::path& certificates,
-                                          std::map<std::string, std::string> environment)
+                                          std::map<std::string, std::string> environment, Conduct conduct) const
 {
+    std::filesystem::path configuration = testsupport::sourceFolder() / "config/security/cyclonedds-security.xml";
+    if (conduct == Conduct::Hostile)
+    {
+        const std::string plugins = (testsupport::buildFolder() / "tests/libhostile_plugins.so").string();
+        std::string text = testsupport::readFile(configuration);
+        text = std::regex_replace(text, std::regex("\"dds_security_(ac|crypto)\""), '"' + plugins + '"');
+        text = std::regex_replace(text, std::regex("(init|finalize)_access_control"), "$1_lenient_access_control");
+        text = std::regex_replace(text, std::regex("(init|finalize)_crypto"), "$1_forging_crypto");
+        configuration = m_directory.path() / "hostile.xml";
+        testsupport::writeFile(configuration, text);
+        environment["KORABRIDGE_TEST_FORGE"] = forgeFile().string();
+    }
     const char* const plain = std::getenv("CYCLONEDDS_URI");
-    environment["CYCLONEDDS_URI"] = std::string(plain != nullptr ? plain : "") + ",file://" +
-                                    (testsupport::sourceFolder() / "config/security/cyclonedds-security.xml").string();
+    environment["CYCLONEDDS_URI"] = std::string(plain != nullptr ? plain : "") + ",file://" + configuration.string();
     environment["KORABRIDGE_BUS_SECURITY"] = certificates.string();
     return std::make_unique<ChildProcess>(testsupport::programPath(program), arguments,
                                           ChildProcess::Options{std::move(environment), false});
