@@ -1,5 +1,10 @@
+#include "runtime/util/UniqueFd.h"
 #include "tests/e2e/support/BridgeFixture.h"
 #include "tests/support/Places.h"
+
+#include <arpa/inet.h>
+#include <poll.h>
+#include <sys/socket.h>
 
 namespace e2e
 {
@@ -37,6 +42,33 @@ protected:
         ChildProcess peer("/bin/sh", {"-c", "exec nc -z -w 1 -s " + from + " 127.0.0.1 " + std::to_string(port)});
         return peer.waitForExit() == 0;
     }
+    enum class Outcome
+    {
+        Refused, ///< the packet has passed: nobody listens
+        Dropped
+    };
+    /// What becomes of the first packet of a connection to the controllers' port, where nobody listens in this test.
+    static Outcome knock(const char* from, std::chrono::milliseconds patience)
+    {
+        const com::tallowcrest::util::UniqueFd socket(::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
+        const auto address = [](const char* text, std::uint16_t port) {
+            sockaddr_in result{};
+            result.sin_family = AF_INET;
+            result.sin_port = htons(port);
+            EXPECT_EQ(::inet_pton(AF_INET, text, &result.sin_addr), 1);
+            return result;
+        };
+        const auto own = address(from, 0);
+        EXPECT_EQ(::bind(socket.get(), reinterpret_cast<const sockaddr*>(&own), sizeof own), 0);
+        const auto port = address("127.0.0.1", koraPort);
+        EXPECT_EQ(::connect(socket.get(), reinterpret_cast<const sockaddr*>(&port), sizeof port), -1);
+        if (errno == ECONNREFUSED)
+        {
+            return Outcome::Refused;
+        }
+        pollfd wait{socket.get(), POLLOUT, 0};
+        return ::poll(&wait, 1, static_cast<int>(patience.count())) == 1 ? Outcome::Refused : Outcome::Dropped;
+    }
     /// The rules, with networks of the loopback interface in place of the plant's.
     static void load()
     {
@@ -67,6 +99,21 @@ TEST_F(FirewallTest, EachPortIsOpenToItsNetworkOnly)
     EXPECT_FALSE(canConnect("127.5.0.1", koraPort));
     EXPECT_FALSE(canConnect("127.5.0.1", telnetPort));
     EXPECT_EQ(stopBridge(), 0);
+}
+
+TEST_F(FirewallTest, AddressThatOpensTooManyConnectionsKeepsNoOtherOut)
+{
+    load();
+
+    int attempts = 1;
+    while (knock("127.1.0.1", std::chrono::milliseconds(20)) == Outcome::Refused && attempts < 2000)
+    {
+        ++attempts;
+    }
+
+    EXPECT_EQ(knock("127.1.0.2", std::chrono::milliseconds(500)), Outcome::Refused);
+    EXPECT_GT(attempts, 20) << "less than what the rules permit";
+    EXPECT_LT(attempts, 2000) << "nothing limits it";
 }
 
 TEST_F(FirewallTest, LoadingTwiceReplacesTheRules)
