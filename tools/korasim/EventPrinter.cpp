@@ -1,5 +1,7 @@
 #include "tools/korasim/EventPrinter.h"
 
+#include "runtime/util/VisibleText.h"
+
 #include <limits>
 #include <ostream>
 
@@ -60,7 +62,8 @@ void EventPrinter::onComponent(const routing::ComponentInfo& component, Liveness
         "component frame " + std::to_string(component.frameId) + " id " + std::to_string(component.componentId);
     if (liveness == Liveness::Alive)
     {
-        line += " '" + component.name + "' '" + component.description + "'";
+        using com::tallowcrest::util::visibleText;
+        line += " '" + visibleText(component.name) + "' '" + visibleText(component.description) + "'";
     }
     print(line + " " + toString(liveness));
 }

@@ -1,5 +1,6 @@
 #include "tools/korasim/EventScript.h"
 
+#include "runtime/util/VisibleText.h"
 #include "tools/korasim/EventPrinter.h"
 
 #include <exception>
@@ -216,7 +217,7 @@ EventScript::Outcome EventScript::runLine(const std::string& line)
     catch (const std::exception& error)
     {
         ++m_errorCount;
-        m_errors << "line " << m_lineNumber << ": " << error.what() << std::endl;
+        m_errors << "line " << m_lineNumber << ": " << com::tallowcrest::util::visibleText(error.what()) << std::endl;
     }
     return m_isQuitting ? Outcome::Quit : Outcome::GoOn;
 }

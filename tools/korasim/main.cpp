@@ -1,3 +1,4 @@
+#include "runtime/util/VisibleText.h"
 #include "tools/korasim/CommandLine.h"
 #include "tools/korasim/EventPrinter.h"
 #include "tools/korasim/EventScript.h"
@@ -23,7 +24,7 @@ int main(int argc, char** argv)
         {
             router.announce();
             std::cout << "announced frame " + std::to_string(commandLine->router.frameId) + " in partition '" +
-                             commandLine->router.partition + "'\n"
+                             com::tallowcrest::util::visibleText(commandLine->router.partition) + "'\n"
                       << std::flush;
         }
         korasim::EventScript script(router, std::cout, std::cerr,
@@ -49,7 +50,7 @@ int main(int argc, char** argv)
     }
     catch (const std::exception& error)
     {
-        std::cerr << "korasim: " << error.what() << std::endl;
+        std::cerr << "korasim: " << com::tallowcrest::util::visibleText(error.what()) << std::endl;
         status = 1;
     }
     return status;

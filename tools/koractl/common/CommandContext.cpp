@@ -1,10 +1,12 @@
 #include "tools/koractl/common/CommandContext.h"
 
+#include "runtime/util/VisibleText.h"
 #include "tools/koractl/common/LatencyReport.h"
 
 #include <CLI/CLI.hpp>
 
 #include <ostream>
+#include <sstream>
 #include <stdexcept>
 
 namespace koractl
@@ -65,7 +67,14 @@ void CommandContext::printLine(const std::string& line) const
 
 void CommandContext::warn(const std::string& text) const
 {
-    m_streams.err << "koractl: " << text << '\n' << std::flush;
+    // Complaints have several lines, and quote files and what others have sent.
+    std::istringstream lines(text);
+    std::string visible;
+    for (std::string line; std::getline(lines, line);)
+    {
+        visible += com::tallowcrest::util::visibleText(line) + '\n';
+    }
+    m_streams.err << "koractl: " << visible << std::flush;
 }
 
 void CommandContext::flush() const

@@ -1,5 +1,7 @@
 #include "tools/koractl/common/FileLines.h"
 
+#include "runtime/util/VisibleText.h"
+
 #include <algorithm>
 #include <istream>
 #include <stdexcept>
@@ -14,21 +16,11 @@ namespace
 constexpr std::size_t mostComplaints = 10;
 constexpr std::string_view byteOrderMark = "\xef\xbb\xbf";
 
-/// True when the bytes are UTF-8 text; control characters other than the tab are not.
-bool isText(std::string_view line)
+/// True when a terminal draws the line and does nothing else. Tabs may separate words.
+bool isDrawn(std::string line)
 {
-    std::size_t following = 0;
-    for (const char c : line)
-    {
-        const auto byte = static_cast<unsigned char>(c);
-        const bool isFollowing = (byte & 0xc0U) == 0x80U;
-        if (isFollowing != (following > 0) || (byte < 0x20 && c != '\t') || byte == 0x7f || byte >= 0xf8)
-        {
-            return false;
-        }
-        following = isFollowing ? following - 1 : byte >= 0xf0 ? 3 : byte >= 0xe0 ? 2 : byte >= 0xc0 ? 1 : 0;
-    }
-    return following == 0;
+    std::replace(line.begin(), line.end(), '\t', ' ');
+    return com::tallowcrest::util::isVisibleText(line);
 }
 
 } // namespace
@@ -36,6 +28,7 @@ bool isText(std::string_view line)
 void forEachLine(std::istream& in, const std::string& fileName,
                  const std::function<void(const std::string& line, std::size_t number)>& read)
 {
+    const std::string file = com::tallowcrest::util::visibleText(fileName);
     std::string complaints;
     std::size_t complaintCount = 0;
     std::size_t number = 0;
@@ -52,9 +45,9 @@ void forEachLine(std::istream& in, const std::string& fileName,
         }
         try
         {
-            if (!isText(line))
+            if (!isDrawn(line))
             {
-                throw std::invalid_argument("the line is not UTF-8 text");
+                throw std::invalid_argument("the line is not UTF-8 text, or holds characters that draw nothing");
             }
             const std::size_t first = line.find_first_not_of(" \t");
             if (first != std::string::npos && line[first] != '#')
@@ -65,13 +58,13 @@ void forEachLine(std::istream& in, const std::string& fileName,
         catch (const std::invalid_argument& problem)
         {
             complaints.append(complaints.empty() ? "" : "\n");
-            complaints.append(fileName).append(":").append(std::to_string(number)).append(": ").append(problem.what());
+            complaints.append(file).append(":").append(std::to_string(number)).append(": ").append(problem.what());
             ++complaintCount;
         }
     }
     if (complaintCount == 0 && in.bad())
     {
-        complaints = fileName + ": cannot be read";
+        complaints = file + ": cannot be read";
     }
     if (!complaints.empty())
     {

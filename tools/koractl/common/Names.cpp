@@ -1,6 +1,7 @@
 #include "tools/koractl/common/Names.h"
 
 #include "runtime/util/SystemError.h"
+#include "runtime/util/VisibleText.h"
 #include "tools/koractl/common/FileLines.h"
 #include "tools/koractl/common/ParseText.h"
 #include "tools/koractl/common/Table.h"
@@ -58,7 +59,8 @@ Names Names::load(const std::string& fileName)
     std::ifstream file(fileName);
     if (!file)
     {
-        throw FileError(fileName + ": " + com::tallowcrest::util::systemErrorText());
+        throw FileError(com::tallowcrest::util::visibleText(fileName) + ": " +
+                        com::tallowcrest::util::systemErrorText());
     }
     return read(file, fileName);
 }

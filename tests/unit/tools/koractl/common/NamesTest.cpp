@@ -133,8 +133,16 @@ INSTANTIATE_TEST_SUITE_P(
         BadLine{"input 1 -A\n", "1: a name holds no colon, quotation mark or tab and begins with no hyphen"},
         BadLine{"input 1 A\ninput 2 A\n", "2: 'A' is the name of 1 already"},
         BadLine{"input 1 A\ninput 1 B\n", "2: 1 has a name already: 'A'"},
-        BadLine{"input 1 A\nlevel 1\noutput 3 \xff\n", "3: the line is not UTF-8 text"},
-        BadLine{"input 1 A\x01\n", "1: the line is not UTF-8 text"},
+        BadLine{"input 1 A\nlevel 1\noutput 3 \xff\n",
+                "3: the line is not UTF-8 text, or holds characters that draw nothing"},
+        BadLine{"input 1 A\x01\n", "1: the line is not UTF-8 text, or holds characters that draw nothing"},
+        // An escape sequence's beginning as one character, and the characters that turn a line round.
+        BadLine{"input 1 A\xc2\x9b"
+                "2J\n",
+                "1: the line is not UTF-8 text, or holds characters that draw nothing"},
+        BadLine{"input 1 \xe2\x80\xae"
+                "1 MAC\n",
+                "1: the line is not UTF-8 text, or holds characters that draw nothing"},
         BadLine{"input 1 "
                 "a name of sixty-five letters is one letter longer than is allowed\n",
                 "1: the name is longer than 64 characters"},
