@@ -112,8 +112,17 @@ std::vector<Status::Want> Neighbours::missing(const std::vector<std::uint64_t>& 
                 holders[neighbour.status.digests[bucket]].push_back(id);
             }
         }
-        for (const auto& [digest, ids] : holders)
+        // Of more contents than there is room for, others are asked for each time.
+        const std::size_t room = Status::mostWants / digests.size();
+        std::size_t skipped = holders.size() > room ? attempt * room % holders.size() : 0;
+        for (auto holder = holders.begin(); holder != holders.end() && wants.size() < (bucket + 1) * room; ++holder)
         {
+            if (skipped > 0)
+            {
+                --skipped;
+                continue;
+            }
+            const auto& ids = holder->second;
             wants.push_back({ids[attempt % ids.size()], bucket});
         }
     }

@@ -29,6 +29,7 @@ struct Status
 
         bool operator==(const Want&) const = default;
     };
+    static constexpr std::size_t mostWants = 4096; ///< that the bus carries at once
 
     std::vector<std::uint64_t> digests; ///< by bucket
     std::vector<NeighbourId> met;       ///< whom the sender had discovered when it was made

@@ -53,6 +53,29 @@ TEST_F(NeighboursTest, NamesWhoCameAndHasNotGone)
     EXPECT_FALSE(m_sut.knows(9));
 }
 
+TEST_F(NeighboursTest, MoreContentsThanAStatusHasRoomForAreAskedForInTurns)
+{
+    constexpr std::size_t buckets = 40;
+    Neighbours sut(buckets);
+    for (NeighbourId id = 1; id <= Neighbours::most; ++id)
+    {
+        ASSERT_TRUE(sut.add(id));
+        ASSERT_TRUE(sut.put(id, {.digests = Digests(buckets, id), .met = {self}, .wants = {}}, Time(0)));
+    }
+
+    std::set<std::pair<Bucket, NeighbourId>> asked;
+    for (std::size_t attempt = 0; attempt < 8; ++attempt)
+    {
+        const auto wants = sut.missing(Digests(buckets, 0), Time(0), attempt);
+        EXPECT_LE(wants.size(), Status::mostWants);
+        for (const Status::Want& want : wants)
+        {
+            asked.emplace(want.bucket, want.of);
+        }
+    }
+    EXPECT_EQ(asked.size(), buckets * Neighbours::most);
+}
+
 TEST_F(NeighboursTest, MoreThanThereCanBeAreNotWaitedFor)
 {
     for (NeighbourId id = 1; id <= Neighbours::most; ++id)
