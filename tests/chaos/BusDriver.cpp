@@ -9,6 +9,8 @@ namespace chaos
 namespace
 {
 
+constexpr int announcementsInARow = 100;
+
 std::string text(std::uint32_t number)
 {
     return std::to_string(number);
@@ -54,6 +56,12 @@ void BusDriver::perform(const Step<BusAct>& step, const Stopper& stopper)
         reAnnounce();
         reAnnounce();
         reAnnounce();
+        break;
+    case BusAct::ReAnnounceInARow:
+        for (int i = 0; i < announcementsInARow; ++i)
+        {
+            reAnnounce();
+        }
         break;
     case BusAct::DisposeMember:
         m_router.command("dispose-member");

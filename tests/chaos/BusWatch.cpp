@@ -90,6 +90,10 @@ void BusWatch::follow(const std::string& partition)
 void BusWatch::onTarget(const std::string& partition, Signal signal, const MacroXptOutput& sample,
                         const dds::sub::SampleInfo& info)
 {
+    if (sample.macroXptOutput > sizeOf(signal))
+    {
+        return; // of an output that nobody has
+    }
     if (m_world.takes.expects({signal, sample.macroXptOutput}, sample.lprId) &&
         m_world.takesSabotage(Sabotage::LostTake))
     {
@@ -112,7 +116,7 @@ void BusWatch::onTarget(const std::string& partition, Signal signal, const Macro
 void BusWatch::onStatus(std::size_t partition, Signal signal, const MacroXptOutput& sample,
                         const dds::sub::SampleInfo& info)
 {
-    if (partition != m_followed)
+    if (partition != m_followed || sample.macroXptOutput > sizeOf(signal))
     {
         return;
     }

@@ -17,6 +17,7 @@ namespace
 
 constexpr std::array busNames = {"re-announce",
                                  "re-announce three times",
+                                 "re-announce a hundred times",
                                  "dispose of membership",
                                  "drop ranges",
                                  "drop a level",

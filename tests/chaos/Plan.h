@@ -14,6 +14,7 @@ enum class BusAct
 {
     ReAnnounce,
     ReAnnounceThrice,
+    ReAnnounceInARow,
     DisposeMember,
     DropRanges,
     DropLevel,

@@ -44,7 +44,7 @@ TEST(PlanTest, TwoMinutesHoldEveryDisturbance)
 {
     const Plan sut(seed, 120s, calm);
 
-    EXPECT_EQ(actsOf(sut.bus()).size(), 14U);
+    EXPECT_EQ(actsOf(sut.bus()).size(), 15U);
     EXPECT_EQ(actsOf(sut.peer(0)).size(), 13U);
     EXPECT_EQ(actsOf(sut.console()).size(), 10U);
 }

@@ -1,8 +1,11 @@
 #include "tests/chaos/Processes.h"
 
+#include "runtime/util/VisibleText.h"
+
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <csignal>
 #include <stdexcept>
@@ -11,7 +14,8 @@
 namespace chaos
 {
 
-BridgeProcess::BridgeProcess(const std::vector<std::string>& arguments, std::string countedText)
+BridgeProcess::BridgeProcess(const std::vector<std::string>& arguments, std::string countedText,
+                             std::map<std::string, std::string> environment)
     : m_countedText(std::move(countedText))
 {
     std::array<int, 2> ends{};
@@ -21,6 +25,7 @@ BridgeProcess::BridgeProcess(const std::vector<std::string>& arguments, std::str
     }
     m_output = ends[0];
     testsupport::ChildProcess::Options options;
+    options.environment = std::move(environment);
     options.closeInput = true;
     options.output = ends[1];
     m_process = std::make_unique<testsupport::ChildProcess>(testsupport::programPath("korabridge"), arguments, options);
@@ -83,6 +88,12 @@ void BridgeProcess::addLine(const std::string& line)
     if (m_lastLines.size() > keptLines)
     {
         m_lastLines.pop_front();
+    }
+    std::string drawn = line;
+    std::replace(drawn.begin(), drawn.end(), '\t', ' ');
+    if (!com::tallowcrest::util::isVisibleText(drawn) && m_errorLines.size() < keptLines)
+    {
+        m_errorLines.push_back("what a terminal obeys: " + com::tallowcrest::util::visibleText(line));
     }
     for (const char* sign : {" ERROR ", "MemPool::", "Sanitizer", "runtime error:"})
     {

@@ -5,6 +5,7 @@
 #include <chrono>
 #include <cstddef>
 #include <deque>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -21,7 +22,8 @@ class BridgeProcess
 {
 public:
     /// Lines that hold `countedText` are counted.
-    explicit BridgeProcess(const std::vector<std::string>& arguments, std::string countedText = {});
+    explicit BridgeProcess(const std::vector<std::string>& arguments, std::string countedText = {},
+                           std::map<std::string, std::string> environment = {});
     ~BridgeProcess();
     BridgeProcess(const BridgeProcess&) = delete;
     BridgeProcess& operator=(const BridgeProcess&) = delete;
@@ -35,14 +37,16 @@ public:
     std::size_t lineCount() const;
     std::size_t countedLines() const;
     std::vector<std::string> lastLines() const;
-    /// Lines at level ERROR, complaints of the memory pools and reports of sanitizers.
+    /// Lines at level ERROR, complaints of the memory pools and reports of sanitizers, and what would do something else
+    /// to a terminal than to draw a line.
     std::vector<std::string> errorLines() const;
+    /// As if the program had printed it.
+    void addLine(const std::string& line);
 
 private:
     static constexpr std::size_t keptLines = 200;
 
     void readOutput();
-    void addLine(const std::string& line);
 
     const std::string m_countedText;
     int m_output = -1;

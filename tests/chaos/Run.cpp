@@ -5,10 +5,12 @@
 #include "tests/chaos/BusWatch.h"
 #include "tests/chaos/ConsolePeer.h"
 #include "tests/chaos/GoodControllers.h"
+#include "tests/chaos/MemoryBound.h"
 #include "tests/chaos/Processes.h"
 #include "tests/support/TcpSocket.h"
 #include "tests/support/WaitUntil.h"
 
+#include <algorithm>
 #include <csignal>
 #include <memory>
 #include <ostream>
@@ -39,7 +41,8 @@ class ChaosRun
 public:
     ChaosRun(const RunOptions& options, std::ostream& out)
         : m_options(options), m_out(out), m_plan(options.seed, options.length, options.bounds.change + 1s),
-          m_world(options.bounds, options.sabotage), m_bridge({"17", "3", "Bridge One", "bridge under chaos"}),
+          m_world(options.bounds, options.sabotage),
+          m_bridge({"17", "3", "Bridge One", "bridge under chaos"}, {}, MemoryBound::environment()),
           m_watch(m_world, {BusDriver::firstPartition, BusDriver::secondPartition}),
           m_driver(m_world, m_watch, options.seed), m_console(m_world), m_peers(Plan::peers)
     {}
@@ -51,6 +54,9 @@ private:
     void disturb();
     /// Looks after the invariants until the time is over or the bridge is dead.
     void supervise();
+    /// Lets somebody hostile in, who stays nearly to the end.
+    void letHostileIn();
+    void waitForHostileToLeave();
     void finish();
     /// Nothing disturbs any more: what is asked must be done again, and not refused.
     void expectAcknowledgements();
@@ -73,6 +79,8 @@ private:
     std::vector<std::unique_ptr<Controller>> m_takers;
     std::vector<std::unique_ptr<Controller>> m_others;
     Visitor* m_visitor = nullptr;
+    std::unique_ptr<testsupport::ChildProcess> m_hostile;
+    MemoryBound m_memory{m_world};
     Stopper m_disturbanceStopper;
     std::vector<std::thread> m_disturbances;
     bool m_isBridgeDead = false;
@@ -121,9 +129,14 @@ void ChaosRun::supervise()
     while (Clock::now() - begin < m_options.length && m_bridge.isRunning())
     {
         m_world.takes.check(Clock::now());
+        if (m_options.isWithHostileMember && !m_hostile && Clock::now() - begin > m_options.length / 6)
+        {
+            letHostileIn(); // when all others have shown what memory they cost
+        }
         if (!isSabotaged && Clock::now() - begin > m_options.length / 2)
         {
             isSabotaged = true;
+            m_memory.goOn();
             m_world.isSabotageOpen = m_options.sabotage != Sabotage::None;
             if (m_world.takesSabotage(Sabotage::DeadBridge))
             {
@@ -131,6 +144,24 @@ void ChaosRun::supervise()
             }
         }
         std::this_thread::sleep_for(checkInterval);
+    }
+}
+
+void ChaosRun::letHostileIn()
+{
+    m_memory.begin(m_bridge.pid());
+    m_world.answers.setCircumstance("somebody hostile");
+    m_hostile = std::make_unique<testsupport::ChildProcess>(
+        testsupport::buildFolder() / "tests/chaos/chaos",
+        std::vector<std::string>{"--be-hostile", "--seed", std::to_string(m_options.seed), "--seconds",
+                                 std::to_string(std::max<std::int64_t>(1, m_options.length.count() * 2 / 3))});
+}
+
+void ChaosRun::waitForHostileToLeave()
+{
+    if (m_hostile && m_hostile->waitForExit(m_options.length + 30s) != 0)
+    {
+        m_world.verdict.violation("program", "somebody hostile did not end well: " + m_hostile->errors());
     }
 }
 
@@ -180,6 +211,7 @@ void ChaosRun::finish()
     {
         disturbance.join();
     }
+    waitForHostileToLeave();
     m_world.answers.setCircumstance("the end");
     if (!m_isBridgeDead)
     {
@@ -193,6 +225,7 @@ void ChaosRun::finish()
     {
         compareEverything();
         m_console.inspect();
+        m_memory.end();
     }
     for (const auto& controller : m_others)
     {
@@ -206,6 +239,10 @@ void ChaosRun::finish()
             m_world.verdict.violation("bridge", "the bridge ended with " +
                                                     (status ? std::to_string(*status) : "nothing in time"));
         }
+    }
+    if (m_world.takesSabotage(Sabotage::Escape))
+    {
+        m_bridge.addLine("\x1b[2J");
     }
     for (const auto& line : m_bridge.errorLines())
     {
@@ -322,6 +359,11 @@ void ChaosRun::print()
     }
     printPerformed(m_out, "controllers", peers);
     printPerformed(m_out, "console", m_console.performed());
+    if (m_hostile)
+    {
+        m_out << "hostile:" << m_hostile->output() << "the bridge's own memory: " << m_memory.before() << " kB before, "
+              << m_memory.meanwhile() << " kB meanwhile, " << m_memory.after() << " kB after\n";
+    }
     m_out << "takes and locks: " << takes.acknowledged << " acknowledged, " << takes.found
           << " found on the bus, the last " << milliseconds(takes.longest) << " later at most; " << takes.refused
           << " refused (" << takes.refusedTakes << " takes), " << takes.unanswered << " unanswered\n"

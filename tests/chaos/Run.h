@@ -17,6 +17,7 @@ struct RunOptions
     std::chrono::seconds length{10};
     Bounds bounds = Bounds::times(1);
     Sabotage sabotage = Sabotage::None;
+    bool isWithHostileMember = false;
 };
 
 /// Starts a bridge, a router, controllers and operators, carries the plan out, checks what must hold throughout and at

@@ -54,6 +54,8 @@ enum class Sabotage
     SilentRouter,
     ForeignResponse,
     DeadBridge,
+    Growth,
+    Escape,
 };
 
 /// What the bridge has to keep.
@@ -65,6 +67,8 @@ struct Bounds
     std::chrono::milliseconds connect; ///< from wanting in to the first response, while not all slots are taken
     std::chrono::milliseconds console; ///< from the leaving of one operator to the menu of the next
     std::chrono::milliseconds exit;    ///< from SIGTERM to the end of the process
+    std::size_t growth = 4096;         ///< kB of memory, from the middle of a hostile participant's visit on
+    std::size_t visit = 16384;         ///< kB of memory, from before it
 
     /// What an optimised build keeps; `slowness` times as much for others.
     static Bounds times(int slowness)
