@@ -1,12 +1,16 @@
 #include "tests/chaos/HostileNeighbours.h"
 
 #include "bustypes/TopicNames.h"
+#include "dds/core/Exception.hpp"
 
 #include <exchange.h>
 
 #include <cstddef>
 #include <cstdint>
+#include <iostream>
 #include <iterator>
+#include <memory>
+#include <stdexcept>
 #include <string>
 
 using com::tallowcrest::routing::TopicName;
@@ -17,6 +21,29 @@ namespace chaos
 
 namespace
 {
+
+/// Whoever has had enough of it refuses more.
+template <typename Say>
+void unlessRefused(const Say& say)
+{
+    try
+    {
+        say();
+    }
+    catch (const dds::core::Exception& refused)
+    {
+        std::cerr << "hostile: " << refused.what() << '\n';
+    }
+}
+
+dds_entity_t made(dds_entity_t entity, const char* what)
+{
+    if (entity < 0)
+    {
+        throw std::runtime_error(std::string("making ") + what + ": " + dds_strretcode(entity));
+    }
+    return entity;
+}
 
 constexpr std::size_t participants = 3;
 constexpr std::size_t mostWriters = 300;
@@ -49,8 +76,7 @@ HostileNeighbours::HostileNeighbours(std::uint64_t seed) : m_dice(seed)
         {
             for (const char* router : routers)
             {
-                m_liars.emplace_back(m_participants.back().delegate()->handle(), channelOf(target, router), m_wake,
-                                     target.buckets);
+                m_liars.emplace_back(m_participants.back(), channelOf(target, router), m_wake, target.buckets);
             }
         }
     }
@@ -69,7 +95,7 @@ void HostileNeighbours::lie(Liar& liar)
         status.met.push_back(m_dice.seed());
         status.wants.push_back({m_dice.seed(), m_dice.between(0, 0xffffffff)});
     }
-    static_cast<void>(liar.port.tell(status)); // who has had enough of it refuses more
+    unlessRefused([&] { liar.port.tell(status); });
 }
 
 void HostileNeighbours::promise()
@@ -89,7 +115,7 @@ void HostileNeighbours::promise()
                                  {.written = isOfNoOutput ? m_dice.between(0, 0xffffffff) : inAYear,
                                   .content = m_dice.between(0, 3) == 0 ? "\x1b[2J" : content}});
         }
-        static_cast<void>(liar.port.handOver(rows));
+        unlessRefused([&] { liar.port.handOver(rows); });
     }
 }
 
@@ -105,21 +131,18 @@ void HostileNeighbours::crowd()
     {
         const auto participant = m_participants[i % m_participants.size()].delegate()->handle();
         const ChannelName channel = channelOf(targets[i % 2], routers[m_dice.between(0, 1)]);
-        const BusEntity& topic =
-            m_topics.emplace_back(dds_create_topic(participant, &com_tallowcrest_durability__ChannelStatus_desc,
-                                                   (channel.topic + "_durable").c_str(), nullptr, nullptr),
-                                  "making a topic");
-        const BusQos qos(dds_create_qos());
+        const auto& topic =
+            m_topics.emplace_back(made(dds_create_topic(participant, &com_tallowcrest_durability__ChannelStatus_desc,
+                                                        (channel.topic + "_durable").c_str(), nullptr, nullptr),
+                                       "a topic"));
+        const std::unique_ptr<dds_qos_t, decltype(&dds_delete_qos)> qos(dds_create_qos(), &dds_delete_qos);
         dds_qset_durability(qos.get(), DDS_DURABILITY_TRANSIENT_LOCAL);
         dds_qset_reliability(qos.get(), DDS_RELIABILITY_RELIABLE, DDS_MSECS(100));
         dds_qset_partition1(qos.get(), channel.partition.c_str());
-        const BusEntity& publisher =
-            m_crowd.emplace_back(dds_create_publisher(participant, qos.get(), nullptr), "making a publisher");
+        const auto& publisher =
+            m_crowd.emplace_back(made(dds_create_publisher(participant, qos.get(), nullptr), "a publisher"));
         // Gone with its publisher.
-        if (const dds_entity_t writer = dds_create_writer(publisher.get(), topic.get(), qos.get(), nullptr); writer < 0)
-        {
-            throw BusError(std::string("making a writer: ") + dds_strretcode(writer));
-        }
+        static_cast<void>(made(dds_create_writer(publisher.handle(), topic.handle(), qos.get(), nullptr), "a writer"));
     }
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "dds/detail/Entity.hpp"
 #include "dds/domain/DomainParticipant.hpp"
-#include "durability/BusEntity.h"
 #include "durability/NeighbourPort.h"
 #include "runtime/util/WakeEvent.h"
 #include "tests/chaos/Dice.h"
@@ -33,8 +33,9 @@ private:
 
     struct Liar
     {
-        Liar(dds_entity_t participant, const com::tallowcrest::durability::ChannelName& channel,
-             com::tallowcrest::util::WakeEvent& wake, std::size_t numBuckets)
+        Liar(const dds::domain::DomainParticipant& participant,
+             const com::tallowcrest::durability::ChannelName& channel, com::tallowcrest::util::WakeEvent& wake,
+             std::size_t numBuckets)
             : port(participant, channel, "", wake), buckets(numBuckets)
         {}
         NeighbourPort port;
@@ -47,8 +48,8 @@ private:
     com::tallowcrest::util::WakeEvent m_wake;
     std::vector<dds::domain::DomainParticipant> m_participants;
     std::list<Liar> m_liars;
-    std::list<com::tallowcrest::durability::BusEntity> m_topics;
-    std::list<com::tallowcrest::durability::BusEntity> m_crowd; ///< publishers, each with a writer
+    std::list<dds::detail::Entity> m_topics;
+    std::list<dds::detail::Entity> m_crowd; ///< publishers, each with a writer
 };
 
 } // namespace chaos
