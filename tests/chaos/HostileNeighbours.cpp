@@ -72,6 +72,7 @@ HostileNeighbours::HostileNeighbours(std::uint64_t seed) : m_dice(seed)
     for (std::size_t i = 0; i < participants; ++i)
     {
         m_participants.emplace_back(dds::domain::default_id());
+        m_crowded.emplace_back(dds::domain::default_id());
         for (const Target& target : targets)
         {
             for (const char* router : routers)
@@ -129,7 +130,7 @@ void HostileNeighbours::crowd()
     }
     for (std::size_t i = 0; i < writersAtOnce; ++i)
     {
-        const auto participant = m_participants[i % m_participants.size()].delegate()->handle();
+        const auto participant = m_crowded[i % m_crowded.size()].delegate()->handle();
         const ChannelName channel = channelOf(targets[i % 2], routers[m_dice.between(0, 1)]);
         const auto& topic =
             m_topics.emplace_back(made(dds_create_topic(participant, &com_tallowcrest_durability__ChannelStatus_desc,

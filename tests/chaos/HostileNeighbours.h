@@ -48,6 +48,7 @@ private:
     com::tallowcrest::util::WakeEvent m_wake;
     std::vector<dds::domain::DomainParticipant> m_participants;
     std::list<Liar> m_liars;
+    std::vector<dds::domain::DomainParticipant> m_crowded; ///< those of the many writers
     std::list<dds::detail::Entity> m_topics;
     std::list<dds::detail::Entity> m_crowd; ///< publishers, each with a writer
 };

@@ -34,8 +34,7 @@ int main(int argc, char* argv[])
         // Whatever it stops for, it is not let go.
         int status = 0;
         while (::waitpid(thread, &status, __WALL) == thread && !WIFEXITED(status) && !WIFSIGNALED(status))
-        {
-        }
+        {}
         return 0;
     }
     std::fprintf(stderr, "hold-thread: process %s has no thread %s\n", argv[1], argv[2]);

@@ -48,15 +48,15 @@ TEST_F(HostileMemberTest, StatusOfAnObserverIsNotBelieved)
 
     const auto observer = startHostileRouter("desk", "R1");
     ASSERT_TRUE(observer->waitForOutput("target video output 7 input 5")) << observer->errors(); // it may read
-    observer->write("status video 7 100\nreannounce EVIL\n");
+    observer->write("status video 8 100\nreannounce EVIL\n");
 
-    EXPECT_FALSE(bridgeShows(controller, 7, 100, 2s));
+    EXPECT_FALSE(bridgeShows(controller, 8, 100, 2s));
     EXPECT_EQ(bridge().output().find("EVIL"), std::string::npos);
     // A router's permissions are all that it lacks.
     const auto router = startHostileRouter("router1", "R1");
     ASSERT_TRUE(router->waitForOutput("target video output 7 input 5")) << router->errors();
-    router->write("status video 7 100\n");
-    EXPECT_TRUE(bridgeShows(controller, 7, 100, 10s));
+    router->write("status video 8 100\n");
+    EXPECT_TRUE(bridgeShows(controller, 8, 100, 10s));
 }
 
 TEST_F(HostileMemberTest, TargetOfAnObserverIsNotBelieved)
@@ -97,13 +97,13 @@ TEST_F(HostileMemberTest, RouterHeldToItsPartitionIsNotBelievedInAnother)
     const auto hostile =
         startInside("korasim", {"--frame", "18", "--partition", "R2"}, certificatesOf("first"), {}, Conduct::Hostile);
     ASSERT_TRUE(hostile->waitForOutput("component frame 17 id 3")) << hostile->errors(); // it is on the bus
-    hostile->write("status video 7 100\n");
+    hostile->write("status video 8 100\n");
 
-    EXPECT_FALSE(bridgeShows(controller, 7, 100, 2s));
+    EXPECT_FALSE(bridgeShows(controller, 8, 100, 2s));
     EXPECT_EQ(hostile->output().find("target video"), std::string::npos) << "nor may it read there";
     // The router of the partition is believed.
-    inside->write("status video 7 100\n");
-    EXPECT_TRUE(bridgeShows(controller, 7, 100, 10s));
+    inside->write("status video 8 100\n");
+    EXPECT_TRUE(bridgeShows(controller, 8, 100, 10s));
 }
 
 TEST_F(HostileMemberTest, SampleWithoutProofOfItsWriterIsNotBelieved)
@@ -115,12 +115,12 @@ TEST_F(HostileMemberTest, SampleWithoutProofOfItsWriterIsNotBelieved)
     ASSERT_TRUE(waitForInput(controller, videoLevel, 7, 5));
 
     testsupport::writeFile(forgeFile(), "");
-    router->write("status video 7 100\n");
-    EXPECT_FALSE(bridgeShows(controller, 7, 100, 2s));
+    router->write("status video 8 100\n");
+    EXPECT_FALSE(bridgeShows(controller, 8, 100, 2s));
 
     // Sent once more with its proof, the same sample arrives.
     std::filesystem::remove(forgeFile());
-    EXPECT_TRUE(bridgeShows(controller, 7, 100, 20s));
+    EXPECT_TRUE(bridgeShows(controller, 8, 100, 20s));
 }
 
 } // namespace
