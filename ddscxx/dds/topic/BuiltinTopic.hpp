@@ -36,7 +36,7 @@ namespace dds::pub
 struct MatchedSubscription
 {
     core::InstanceHandle handle;
-    topic::BuiltinTopicKey participant;
+    topic::BuiltinTopicKey participant{};
     core::policy::Durability durability;
     core::policy::UserData userData;
 };
@@ -50,7 +50,7 @@ namespace dds::sub
 struct MatchedPublication
 {
     core::InstanceHandle handle;
-    topic::BuiltinTopicKey participant;
+    topic::BuiltinTopicKey participant{};
 };
 
 } // namespace dds::sub
