@@ -1,9 +1,9 @@
 // What the bridge says of itself to those who watch it: the service manager, and the collector of metrics.
 #include "tests/e2e/support/BridgeFixture.h"
+#include "tests/support/SocketAddress.h"
 #include "tests/support/TempDir.h"
 #include "tests/support/TimeFactor.h"
 
-#include <netinet/in.h>
 #include <poll.h>
 #include <sys/ptrace.h>
 #include <sys/socket.h>
@@ -142,9 +142,7 @@ TEST_F(WatchedTest, IsReadyWhenOperatorsFindItsConsole)
     EXPECT_TRUE(testsupport::isListening(telnetPort));
     // Nobody else may take the controllers' port any more.
     const int other = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(koraPort);
+    const sockaddr_in address = testsupport::socketAddress("0.0.0.0", koraPort);
     EXPECT_NE(::bind(other, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
     ::close(other);
 }
@@ -178,9 +176,7 @@ TEST_F(WatchedTest, TellsThatTheStoreIsNotInUse)
 TEST_F(WatchedTest, WaitsForItsConsoleButNotForEver)
 {
     const int other = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(telnetPort);
+    const sockaddr_in address = testsupport::socketAddress("0.0.0.0", telnetPort);
     ASSERT_EQ(::bind(other, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
     ASSERT_EQ(::listen(other, 1), 0);
     const auto begin = std::chrono::steady_clock::now();

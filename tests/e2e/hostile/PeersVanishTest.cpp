@@ -1,7 +1,7 @@
 #include "runtime/util/UniqueFd.h"
 #include "tests/e2e/hostile/HostileFixture.h"
+#include "tests/support/SocketAddress.h"
 
-#include <arpa/inet.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
 
@@ -53,15 +53,8 @@ protected:
     static UniqueFd connectFrom(const char* own)
     {
         UniqueFd socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
-        const auto address = [](const char* text, std::uint16_t port) {
-            sockaddr_in result{};
-            result.sin_family = AF_INET;
-            result.sin_port = htons(port);
-            EXPECT_EQ(::inet_pton(AF_INET, text, &result.sin_addr), 1);
-            return result;
-        };
-        const sockaddr_in here = address(own, 0);
-        const sockaddr_in bridge = address("127.0.0.1", koraPort);
+        const sockaddr_in here = testsupport::socketAddress(own, 0);
+        const sockaddr_in bridge = testsupport::socketAddress("127.0.0.1", koraPort);
         EXPECT_EQ(::bind(socket.get(), reinterpret_cast<const sockaddr*>(&here), sizeof here), 0);
         EXPECT_TRUE(testsupport::waitForPort(koraPort));
         EXPECT_EQ(::connect(socket.get(), reinterpret_cast<const sockaddr*>(&bridge), sizeof bridge), 0);

@@ -1,8 +1,8 @@
 #include "runtime/util/UniqueFd.h"
 #include "tests/e2e/support/BridgeFixture.h"
 #include "tests/support/Places.h"
+#include "tests/support/SocketAddress.h"
 
-#include <arpa/inet.h>
 #include <poll.h>
 #include <sys/socket.h>
 
@@ -51,16 +51,9 @@ protected:
     static Outcome knock(const char* from, std::chrono::milliseconds patience)
     {
         const com::tallowcrest::util::UniqueFd socket(::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
-        const auto address = [](const char* text, std::uint16_t port) {
-            sockaddr_in result{};
-            result.sin_family = AF_INET;
-            result.sin_port = htons(port);
-            EXPECT_EQ(::inet_pton(AF_INET, text, &result.sin_addr), 1);
-            return result;
-        };
-        const auto own = address(from, 0);
+        const auto own = testsupport::socketAddress(from, 0);
         EXPECT_EQ(::bind(socket.get(), reinterpret_cast<const sockaddr*>(&own), sizeof own), 0);
-        const auto port = address("127.0.0.1", koraPort);
+        const auto port = testsupport::socketAddress("127.0.0.1", koraPort);
         EXPECT_EQ(::connect(socket.get(), reinterpret_cast<const sockaddr*>(&port), sizeof port), -1);
         if (errno == ECONNREFUSED)
         {
