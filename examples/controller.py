@@ -13,6 +13,8 @@ STATES = {0: "released", 1: "locked", 2: "protected"}
 class Bridge:
     def __init__(self, host, port=5194, timeout=2.0):
         self.socket = socket.create_connection((host, port), timeout)
+        # Closing takes back what has not arrived.
+        self.socket.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
         self.stream = self.socket.makefile("rb")
         self.tag = self.answered = 0
 

@@ -18,7 +18,20 @@ public:
 class ConnectError : public KoraError
 {
 public:
-    using KoraError::KoraError;
+    enum class Cause
+    {
+        refused,     ///< the machine answers, and nothing listens there
+        late,        ///< nobody answers
+        unknownHost, ///< the name has no address
+        other,       ///< no way there, or this machine has no socket to give
+    };
+
+    explicit ConnectError(const std::string& text, Cause cause = Cause::other) : KoraError(text), m_cause(cause) {}
+
+    Cause cause() const { return m_cause; }
+
+private:
+    Cause m_cause;
 };
 
 /// The bridge took longer than the client's timeout to take a request or to answer it.
@@ -30,6 +43,13 @@ public:
 
 /// The bridge closed or reset the connection.
 class PeerClosed : public KoraError
+{
+public:
+    using KoraError::KoraError;
+};
+
+/// Somebody else wanted the wait to end. The stream may be out of step.
+class Interrupted : public KoraError
 {
 public:
     using KoraError::KoraError;

@@ -25,8 +25,9 @@ namespace wire = wireLayout;
 
 } // namespace
 
-KoraClient::KoraClient(const std::string& host, std::uint16_t port, std::chrono::milliseconds timeout)
-    : m_timeout(timeout), m_socket(host, port, Clock::now() + timeout)
+KoraClient::KoraClient(const std::string& host, std::uint16_t port, std::chrono::milliseconds timeout,
+                       const com::tallowcrest::util::WakeEvent* interrupt)
+    : m_timeout(timeout), m_socket(host, port, Clock::now() + timeout, interrupt)
 {}
 
 template <class Decode>

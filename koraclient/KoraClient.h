@@ -23,9 +23,9 @@ namespace koraclient
 /// Owned by one thread.
 ///
 /// A call ends within the timeout, by throwing if need be: `TimeoutError`, `PeerClosed`, `ProtocolError` when something
-/// else came than was asked for, `ErrorResponse` when the bridge does not know the command. After any but
-/// `ErrorResponse` the stream may be out of step and the client should be thrown away. Nothing is sent again by itself:
-/// of a take that was not answered nobody knows whether it was done.
+/// else came than was asked for, `ErrorResponse` when the bridge does not know the command, `Interrupted`. After any
+/// but `ErrorResponse` the stream may be out of step and the client should be thrown away. Nothing is sent again by
+/// itself: of a take that was not answered nobody knows whether it was done.
 ///
 /// Levels, inputs and outputs are numbered as the bridge does (video is level 1, audio level 2, both count from 1);
 /// a refusal is no exception but a result code, see `ResultText.h`.
@@ -36,9 +36,11 @@ public:
     static constexpr std::chrono::milliseconds defaultTimeout{2000};
 
     /// Connects within `timeout`, which is also how long each later request may take until its response is whole.
-    /// `host` is a name or a numeric address. Throws ConnectError.
+    /// `host` is a name or a numeric address. Another thread may end every wait, now and later, by signalling
+    /// `interrupt`, which outlives the client. Throws ConnectError, Interrupted.
     explicit KoraClient(const std::string& host, std::uint16_t port = defaultPort,
-                        std::chrono::milliseconds timeout = defaultTimeout);
+                        std::chrono::milliseconds timeout = defaultTimeout,
+                        const com::tallowcrest::util::WakeEvent* interrupt = nullptr);
 
     static KoraClient connect(const std::string& host = "127.0.0.1", std::uint16_t port = defaultPort,
                               std::chrono::milliseconds timeout = defaultTimeout)

@@ -29,20 +29,21 @@ void require(bool isFine, const char* what)
 
 } // namespace
 
-FakeBridge::FakeBridge(Handler handler)
+FakeBridge::FakeBridge(Handler handler, std::uint32_t address, std::uint16_t port)
     : m_handler(std::move(handler)), m_listener(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)),
       m_stop(::eventfd(0, EFD_CLOEXEC))
 {
     require(m_listener.isOpen() && m_stop.isOpen(), "socket");
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    auto* const generic = reinterpret_cast<sockaddr*>(&address);
-    socklen_t size = sizeof address;
+    sockaddr_in own{};
+    own.sin_family = AF_INET;
+    own.sin_addr.s_addr = htonl(address);
+    own.sin_port = htons(port);
+    auto* const generic = reinterpret_cast<sockaddr*>(&own);
+    socklen_t size = sizeof own;
     require(::bind(m_listener.get(), generic, size) == 0, "bind");
     require(::listen(m_listener.get(), 4) == 0, "listen");
     require(::getsockname(m_listener.get(), generic, &size) == 0, "getsockname");
-    m_port = ntohs(address.sin_port);
+    m_port = ntohs(own.sin_port);
     m_thread = std::thread([this] { serve(); });
 }
 

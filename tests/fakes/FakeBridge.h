@@ -24,7 +24,8 @@ class FakeBridge
 public:
     using Handler = std::function<FakeReply(const koraclient::Message& request, std::uint32_t sequence)>;
 
-    explicit FakeBridge(Handler handler);
+    /// The address is one of this machine's own, in host order; port 0: any that is free.
+    explicit FakeBridge(Handler handler, std::uint32_t address = 0x7f000001, std::uint16_t port = 0);
     ~FakeBridge();
     FakeBridge(const FakeBridge&) = delete;
     FakeBridge& operator=(const FakeBridge&) = delete;

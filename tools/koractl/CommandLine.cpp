@@ -1,9 +1,9 @@
 #include "tools/koractl/CommandLine.h"
 
+#include "tools/common/FileLines.h"
 #include "tools/koractl/common/Arguments.h"
 #include "tools/koractl/common/CommandContext.h"
 #include "tools/koractl/common/Commands.h"
-#include "tools/koractl/common/FileLines.h"
 
 #include <CLI/CLI.hpp>
 
@@ -27,7 +27,12 @@ std::uint16_t parsePort(const std::string& text)
 
 void addGlobalOptions(CLI::App& app, CommandContext::Options& options)
 {
-    app.add_option("--host", options.host, "the bridge's name or address (default 127.0.0.1)")->type_name("HOST");
+    app.add_option("--host", options.hosts,
+                   "the bridge's name or address (default 127.0.0.1); repeated: bridges of one router, of which the "
+                   "next is used when one is gone")
+        ->type_name("HOST")
+        ->take_all()
+        ->allow_extra_args(false);
     addParsed(app, "--port", options.port, &parsePort, "PORT", "the bridge's controller port (default 5194)");
     addParsed(app, "--timeout", options.timeout, &parseDuration, "DURATION",
               "how long to wait for the connection and for each answer (default 2s)");
@@ -40,8 +45,9 @@ void addGlobalOptions(CLI::App& app, CommandContext::Options& options)
         ->type_name("COUNT");
     app.set_version_flag("--version", std::string("koractl ") + KORABRIDGE_VERSION);
     app.require_subcommand(1);
-    app.footer("Numbers are decimal, or hexadecimal with 0x. Durations: 500ms, 2s, 1min.\n"
-               "Exit status: 0 all done, 1 something refused, 2 wrong arguments, 3 no connection or a wrong answer.");
+    app.footer(
+        "Numbers are decimal, or hexadecimal with 0x. Durations: 500ms, 2s, 1min.\n"
+        "Exit status: 0 all done, 1 something refused or wrong, 2 wrong arguments, 3 no connection or a wrong answer.");
 }
 
 int parseAndRun(CLI::App& app, const CommandContext& context, const std::vector<std::string>& arguments,
@@ -86,6 +92,7 @@ int runCommandLine(const std::vector<std::string>& arguments, const ProgramStrea
         addMatrixCommand(app, context);
         addBackupCommands(app, context);
         addSystemCommands(app, context);
+        addDoctorCommand(app, context);
         addRawCommand(app, context);
         return parseAndRun(app, context, arguments, streams);
     }

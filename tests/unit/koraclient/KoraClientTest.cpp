@@ -3,20 +3,19 @@
 #include "koraclient/Errors.h"
 #include "runtime/util/UniqueFd.h"
 #include "tests/fakes/FakeBridge.h"
+#include "tests/fakes/UnattendedListener.h"
 #include "tests/support/FailingCall.h"
 #include "tests/support/WaitUntil.h"
 
 #include <gtest/gtest.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
 
 #include <atomic>
-#include <cerrno>
 #include <memory>
 #include <optional>
 
 using namespace koraclient;
 using namespace std::chrono_literals;
+using com::tallowcrest::util::UniqueFd;
 
 namespace
 {
@@ -181,6 +180,18 @@ TEST(KoraClient, GivenNoAnswerThrowsTimeoutError)
     EXPECT_THROW((void)sut.take({{}}), TimeoutError);
 }
 
+TEST(KoraClient, GivenNoAnswerTakesBackWhatMayNotHaveArrived)
+{
+    const UnattendedListener listener;
+    std::optional<KoraClient> sut(std::in_place, "127.0.0.1", listener.port, brief);
+    const UniqueFd peer = listener.accept();
+
+    EXPECT_THROW((void)sut->take({{}}), TimeoutError);
+    sut.reset();
+
+    EXPECT_TRUE(isTakenBack(peer));
+}
+
 TEST(KoraClient, GivenHalfAnAnswerThrowsTimeoutError)
 {
     FakeBridge bridge([](const Message& request, std::uint32_t sequence) {
@@ -209,6 +220,7 @@ TEST(KoraClient, GivenNobodyListeningThrowsConnectError)
     catch (const ConnectError& problem)
     {
         EXPECT_EQ(problem.what(), "cannot connect to 127.0.0.1 port " + std::to_string(port) + ": Connection refused");
+        EXPECT_EQ(problem.cause(), ConnectError::Cause::refused);
     }
 }
 
@@ -252,14 +264,7 @@ TEST(KoraClient, GivenConnectionThatTheSystemRefusesSaysWhy)
 
 TEST(KoraClient, GivenBridgeWhoseQueueIsFullThrowsConnectErrorAfterTheTime)
 {
-    const com::tallowcrest::util::UniqueFd listener(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t size = sizeof address;
-    ASSERT_EQ(::bind(listener.get(), reinterpret_cast<const sockaddr*>(&address), size), 0);
-    ASSERT_EQ(::getsockname(listener.get(), reinterpret_cast<sockaddr*>(&address), &size), 0);
-    ASSERT_EQ(::listen(listener.get(), 0), 0);
+    const UnattendedListener listener;
     std::vector<std::unique_ptr<KoraClient>> waiting;
     std::string problem;
 
@@ -267,16 +272,16 @@ TEST(KoraClient, GivenBridgeWhoseQueueIsFullThrowsConnectErrorAfterTheTime)
     {
         try
         {
-            waiting.push_back(std::make_unique<KoraClient>("127.0.0.1", ntohs(address.sin_port), brief));
+            waiting.push_back(std::make_unique<KoraClient>("127.0.0.1", listener.port, brief));
         }
         catch (const ConnectError& error)
         {
             problem = error.what();
+            EXPECT_EQ(error.cause(), ConnectError::Cause::late);
         }
     }
 
-    EXPECT_EQ(problem,
-              "cannot connect to 127.0.0.1 port " + std::to_string(ntohs(address.sin_port)) + ": no answer in time");
+    EXPECT_EQ(problem, "cannot connect to 127.0.0.1 port " + std::to_string(listener.port) + ": no answer in time");
 }
 
 TEST(KoraClient, GivenBridgeThatTakesNoMoreThrowsTimeoutError)
@@ -307,7 +312,15 @@ TEST(KoraClient, GivenBridgeThatTakesNoMoreThrowsTimeoutError)
 
 TEST(KoraClient, GivenUnknownHostThrowsConnectError)
 {
-    EXPECT_THROW(KoraClient("no host has blanks", 5194, brief), ConnectError);
+    try
+    {
+        const KoraClient sut("no host has blanks", 5194, brief);
+        ADD_FAILURE() << "nothing was thrown";
+    }
+    catch (const ConnectError& problem)
+    {
+        EXPECT_EQ(problem.cause(), ConnectError::Cause::unknownHost);
+    }
 }
 
 TEST(KoraClient, GivenRawBytesSendsThemAsTheyAreAndFollowsTheSequence)

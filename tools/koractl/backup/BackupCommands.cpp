@@ -1,11 +1,11 @@
 #include "koracommand/ResultCode.h"
 #include "runtime/util/SystemError.h"
-#include "tools/koractl/backup/BackupFile.h"
+#include "tools/common/BackupFile.h"
+#include "tools/common/FileLines.h"
+#include "tools/common/RestorePlan.h"
 #include "tools/koractl/backup/BackupReports.h"
-#include "tools/koractl/backup/RestorePlan.h"
 #include "tools/koractl/common/Arguments.h"
 #include "tools/koractl/common/Commands.h"
-#include "tools/koractl/common/FileLines.h"
 
 #include <ctime>
 #include <fstream>
@@ -141,6 +141,10 @@ ExitStatus runRestore(CommandContext& context, const RestoreArguments& arguments
         }
     }
     const std::exception_ptr trouble = arguments.isDryRun ? nullptr : sendRestore(client, steps);
+    if (trouble)
+    {
+        context.sayNotSentAgain();
+    }
     RestoreReport report(arguments.isDryRun, std::move(wanted), std::move(steps), context.names());
     report.setTrouble(trouble);
     return context.finish(report);

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "koraclient/AskOutputs.h"
-#include "tools/koractl/backup/RestorePlan.h"
-#include "tools/koractl/common/Names.h"
+#include "tools/common/Names.h"
+#include "tools/common/RestorePlan.h"
 #include "tools/koractl/common/Report.h"
 
 #include <cstdint>

@@ -12,7 +12,6 @@ namespace koractl
 namespace
 {
 
-using koraclient::EntryOutcome;
 using koraclient::HolderLookup;
 using koraclient::KoraClient;
 using koraclient::LprCommand;
@@ -31,17 +30,14 @@ struct TakeArguments
 TakeReport takeReport(KoraClient& client, const std::string& name, const std::vector<TakeEntry>& entries,
                       bool isCoherent, const Names& names)
 {
-    const PartsOutcome parts =
-        isCoherent ? PartsOutcome{.outcomes = {}, .trouble = nullptr}
-                   : sendInParts(entries, [&](const std::vector<TakeEntry>& part) { return client.take(part); });
-    const auto coherent = isCoherent ? client.coherentTake(entries) : std::vector<std::uint32_t>();
+    const PartsOutcome parts = sendInParts(entries, [&](const std::vector<TakeEntry>& part) {
+        return isCoherent ? client.coherentTake(entries) : client.take(part); // coherent: one message, or too long
+    });
     HolderLookup holders(client);
     std::vector<TakeRow> rows;
     for (std::size_t i = 0; i < entries.size(); ++i)
     {
-        rows.push_back(TakeRow{.entry = entries[i],
-                               .outcome = isCoherent ? EntryOutcome(coherent[i]) : parts.outcomes[i],
-                               .holder = std::nullopt});
+        rows.push_back(TakeRow{.entry = entries[i], .outcome = parts.outcomes[i], .holder = std::nullopt});
         if (!parts.trouble)
         {
             rows.back().holder = holders.ask(entries[i].level, entries[i].output, rows.back().outcome.result);

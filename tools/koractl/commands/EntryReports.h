@@ -2,7 +2,7 @@
 
 #include "koraclient/KoraTypes.h"
 #include "koraclient/SendInParts.h"
-#include "tools/koractl/common/Names.h"
+#include "tools/common/Names.h"
 #include "tools/koractl/common/Report.h"
 
 #include <cstdint>

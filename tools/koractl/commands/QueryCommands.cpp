@@ -117,7 +117,7 @@ void addTally(CLI::App& app, CommandContext& context)
     CLI::App* const command = addRangeCommand(app, "tally", "Show the inputs routed to outputs", arguments);
     command->callback([&context, arguments] {
         readRange(context, *arguments);
-        context.chooseRequest("tally", [&context, arguments](KoraClient& client) {
+        context.chooseQuery("tally", [&context, arguments](KoraClient& client) {
             auto rows = collect(*arguments, [&](std::uint32_t first, std::uint32_t count) {
                 return askTally(client, arguments->level, first, count);
             });
@@ -135,7 +135,7 @@ void addStatus(CLI::App& app, CommandContext& context)
     addNumber(*command, "--format", arguments->format, outputFormatText);
     command->callback([&context, arguments] {
         readRange(context, *arguments);
-        context.chooseRequest("status", [&context, arguments](KoraClient& client) {
+        context.chooseQuery("status", [&context, arguments](KoraClient& client) {
             auto rows = collect(*arguments, [&](std::uint32_t first, std::uint32_t count) {
                 return askStatus(client, arguments->format, arguments->level, first, count);
             });
@@ -197,7 +197,7 @@ void addChangesCommand(CLI::App& app, CommandContext& context)
     command->add_flag("--once", arguments->isOnce, "ask once, even if the bridge has more");
     command->callback([&context, arguments] {
         arguments->level = resolved("level", [&] { return context.reader().level(arguments->levelText); });
-        context.chooseRequest("changes", [&context, arguments](KoraClient& client) {
+        context.chooseQuery("changes", [&context, arguments](KoraClient& client) {
             return std::make_unique<OutputsReport>(changesReport(client, *arguments, context.names()));
         });
     });

@@ -20,7 +20,7 @@ using koraclient::RequestEncoder;
 void addPartition(CLI::App& app, CommandContext& context)
 {
     app.add_subcommand("partition", "Show the partition information")->callback([&context] {
-        context.chooseRequest("partition", [](KoraClient& client) {
+        context.chooseQuery("partition", [](KoraClient& client) {
             return std::make_unique<WordsReport>(partitionReport(client.partitionInfo()));
         });
     });
@@ -29,7 +29,7 @@ void addPartition(CLI::App& app, CommandContext& context)
 void addPort(CLI::App& app, CommandContext& context)
 {
     app.add_subcommand("port", "Show the router port's presence")->callback([&context] {
-        context.chooseRequest(
+        context.chooseQuery(
             "port", [](KoraClient& client) { return std::make_unique<WordsReport>(portReport(client.portPresent())); });
     });
 }
@@ -40,7 +40,7 @@ void addSystem(CLI::App& app, CommandContext& context)
     CLI::App* const command = app.add_subcommand("system", "Show the system status");
     addNumber(*command, "format", *format, "0, 2, 4 (default) or 6; any other is answered as 4");
     command->callback([&context, format] {
-        context.chooseRequest("system", [format](KoraClient& client) {
+        context.chooseQuery("system", [format](KoraClient& client) {
             return std::make_unique<WordsReport>(systemReport(client.systemStatus(*format)));
         });
     });
@@ -52,7 +52,7 @@ void addCard(CLI::App& app, CommandContext& context)
     CLI::App* const command = app.add_subcommand("card", "Show the presence of a control card");
     addNumber(*command, "card", *word, "the card (default 0)");
     command->callback([&context, word] {
-        context.chooseRequest("card", [word](KoraClient& client) {
+        context.chooseQuery("card", [word](KoraClient& client) {
             return std::make_unique<WordsReport>(cardReport(client.cardPresence(*word)));
         });
     });
@@ -115,7 +115,7 @@ std::vector<std::uint8_t> compose(const RawArguments& arguments)
     return RequestEncoder(arguments.tag).raw(words.front(), {words.begin() + 1, words.end()});
 }
 
-ExitStatus runRaw(const CommandContext& context, std::span<const std::uint8_t> bytes, std::uint32_t responses)
+ExitStatus runRaw(CommandContext& context, std::span<const std::uint8_t> bytes, std::uint32_t responses)
 {
     KoraClient client = context.connect();
     client.sendBytes(bytes);

@@ -2,7 +2,7 @@
 
 #include "koraclient/Message.h"
 #include "koracommand/WireLayout.h"
-#include "tools/koractl/common/Table.h"
+#include "tools/common/Table.h"
 
 #include <algorithm>
 #include <array>

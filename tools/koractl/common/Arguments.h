@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tools/koractl/common/ParseText.h"
+#include "tools/common/ParseText.h"
 
 #include <CLI/CLI.hpp>
 

@@ -1,5 +1,6 @@
 #include "tools/koractl/common/CommandContext.h"
 
+#include "koraclient/Errors.h"
 #include "runtime/util/VisibleText.h"
 #include "tools/koractl/common/LatencyReport.h"
 
@@ -8,11 +9,24 @@
 #include <ostream>
 #include <sstream>
 #include <stdexcept>
+#include <utility>
 
 namespace koractl
 {
 
 using koraclient::KoraClient;
+
+namespace
+{
+
+/// Whether another bridge may answer what this one has not.
+bool isGone(const koraclient::KoraError& problem)
+{
+    return dynamic_cast<const koraclient::PeerClosed*>(&problem) != nullptr ||
+           dynamic_cast<const koraclient::TimeoutError*>(&problem) != nullptr;
+}
+
+} // namespace
 
 const Names& CommandContext::names()
 {
@@ -32,13 +46,91 @@ void CommandContext::choose(std::function<ExitStatus()> command)
     m_chosen = std::move(command);
 }
 
-void CommandContext::chooseRequest(const std::string& name, std::function<std::unique_ptr<Report>(KoraClient&)> request)
+void CommandContext::chooseRequest(const std::string& name, Request request)
 {
     m_chosen = [this, name, request = std::move(request)] {
-        KoraClient client = connect();
-        return m_options.latencyCount > 0 ? finish(measure(client, name, m_options.latencyCount, request))
-                                          : finish(*request(client));
+        const std::unique_ptr<Report> report = ask(name, request);
+        if (report->trouble())
+        {
+            sayNotSentAgain();
+        }
+        return finish(*report);
     };
+}
+
+void CommandContext::chooseQuery(const std::string& name, Request request)
+{
+    m_chosen = [this, name, request = std::move(request)] {
+        for (std::size_t others = hosts().size() - 1;; --others)
+        {
+            std::unique_ptr<Report> report;
+            try
+            {
+                report = ask(name, request);
+            }
+            catch (const koraclient::KoraError& problem)
+            {
+                if (others == 0 || !isGone(problem))
+                {
+                    throw;
+                }
+                warn(hosts().current() + ": " + problem.what() + "; asking the next bridge");
+            }
+            if (report)
+            {
+                return finish(*report);
+            }
+            hosts().skip();
+        }
+    };
+}
+
+std::unique_ptr<Report> CommandContext::ask(const std::string& name, const Request& request)
+{
+    KoraClient client = connect();
+    return m_options.latencyCount > 0
+               ? std::make_unique<LatencyReport>(measure(client, name, m_options.latencyCount, request))
+               : request(client);
+}
+
+koraclient::BridgeHosts& CommandContext::hosts()
+{
+    if (!m_hosts)
+    {
+        m_hosts.emplace(m_options.hosts, m_options.port, m_options.timeout);
+    }
+    return *m_hosts;
+}
+
+KoraClient CommandContext::connect()
+{
+    KoraClient client = hosts().connect();
+    for (const std::string& reason : hosts().passedBy())
+    {
+        warn(reason + "; using " + hosts().current());
+    }
+    return client;
+}
+
+std::function<KoraClient()> CommandContext::connector()
+{
+    return [this, isFirst = true]() mutable {
+        if (std::exchange(isFirst, false))
+        {
+            return connect();
+        }
+        hosts().skip();
+        return hosts().connect();
+    };
+}
+
+void CommandContext::sayNotSentAgain()
+{
+    if (hosts().size() > 1)
+    {
+        warn(hosts().current() + " did not answer everything; nothing was sent to another bridge. 'koractl --host " +
+             hosts().next() + " status' shows what was done");
+    }
 }
 
 ExitStatus CommandContext::finish(const Report& report) const

@@ -1,8 +1,9 @@
 #pragma once
 
+#include "koraclient/BridgeHosts.h"
 #include "koraclient/KoraClient.h"
-#include "tools/koractl/common/AddressReader.h"
-#include "tools/koractl/common/Names.h"
+#include "tools/common/AddressReader.h"
+#include "tools/common/Names.h"
 #include "tools/koractl/common/Report.h"
 #include "tools/koractl/common/Terminal.h"
 
@@ -11,7 +12,9 @@
 #include <functional>
 #include <iosfwd>
 #include <memory>
+#include <optional>
 #include <string>
+#include <vector>
 
 namespace koractl
 {
@@ -43,7 +46,7 @@ public:
 
     struct Options
     {
-        std::string host = "127.0.0.1";
+        std::vector<std::string> hosts{"127.0.0.1"}; ///< bridges of one router, the preferred one first
         std::uint16_t port = koraclient::KoraClient::defaultPort;
         std::chrono::milliseconds timeout = koraclient::KoraClient::defaultTimeout;
         bool json = false;
@@ -60,16 +63,24 @@ public:
 
     /// Called while the arguments are parsed; the command runs afterwards.
     void choose(std::function<ExitStatus()> command);
-    /// The same for a command that asks the bridge and reports; such a command can be measured.
-    void chooseRequest(const std::string& name,
-                       std::function<std::unique_ptr<Report>(koraclient::KoraClient&)> request);
+    /// A command that asks the bridge and reports. Such a command can be measured.
+    using Request = std::function<std::unique_ptr<Report>(koraclient::KoraClient&)>;
+    /// The same for a command that changes something: sent once, whatever becomes of the answer.
+    void chooseRequest(const std::string& name, Request request);
+    /// The same for a command that only asks: when the bridge goes away meanwhile, the next one is asked.
+    void chooseQuery(const std::string& name, Request request);
     /// Runs the chosen command; what it throws passes through.
     ExitStatus runChosen() const { return m_chosen(); }
 
-    koraclient::KoraClient connect() const
-    {
-        return koraclient::KoraClient(m_options.host, m_options.port, m_options.timeout);
-    }
+    /// The bridges that the user named. Only once the arguments are parsed.
+    koraclient::BridgeHosts& hosts();
+    /// A connection to the current bridge, or to the next that is not gone; says why it went by others.
+    koraclient::KoraClient connect();
+    /// For those who connect again: each connection but the first begins with the bridge behind the one that was lost,
+    /// and nothing is said.
+    std::function<koraclient::KoraClient()> connector();
+    /// Where there are several bridges: that this one did not answer, and how to see what came of it.
+    void sayNotSentAgain();
 
     /// Prints a report in the wanted form; the status says whether all was done. Throws the report's trouble then.
     ExitStatus finish(const Report& report) const;
@@ -80,9 +91,12 @@ public:
     void flush() const;
 
 private:
+    std::unique_ptr<Report> ask(const std::string& name, const Request& request);
+
     const ProgramStreams m_streams;
     Options m_options;
     std::optional<Names> m_names;
+    std::optional<koraclient::BridgeHosts> m_hosts;
     std::function<ExitStatus()> m_chosen;
 };
 

@@ -20,6 +20,9 @@ void addChangesCommand(CLI::App& app, CommandContext& context); ///< changes
 void addSystemCommands(CLI::App& app, CommandContext& context); ///< partition, port, system, card
 void addRawCommand(CLI::App& app, CommandContext& context);     ///< raw
 
+// doctor/
+void addDoctorCommand(CLI::App& app, CommandContext& context); ///< doctor
+
 // matrix/
 void addMatrixCommand(CLI::App& app, CommandContext& context); ///< matrix
 

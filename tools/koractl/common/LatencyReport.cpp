@@ -1,7 +1,7 @@
 #include "tools/koractl/common/LatencyReport.h"
 
 #include "koraclient/Errors.h"
-#include "tools/koractl/common/Table.h"
+#include "tools/common/Table.h"
 
 #include <algorithm>
 #include <array>

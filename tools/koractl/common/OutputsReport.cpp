@@ -2,8 +2,8 @@
 
 #include "koraclient/ResultText.h"
 #include "koracommand/ResultCode.h"
-#include "tools/koractl/common/OutputFields.h"
-#include "tools/koractl/common/Table.h"
+#include "tools/common/OutputFields.h"
+#include "tools/common/Table.h"
 
 #include <algorithm>
 #include <ostream>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "koraclient/AskOutputs.h"
-#include "tools/koractl/common/Names.h"
+#include "tools/common/Names.h"
 #include "tools/koractl/common/Report.h"
 
 #include <cstdint>

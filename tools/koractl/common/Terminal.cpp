@@ -1,6 +1,6 @@
 #include "tools/koractl/common/Terminal.h"
 
-#include "tools/koractl/common/ParseText.h"
+#include "tools/common/ParseText.h"
 
 #include <sys/ioctl.h>
 #include <unistd.h>

@@ -1,12 +1,12 @@
 #include "koraclient/AskOutputs.h"
 #include "koraclient/Watch.h"
 #include "koracommand/ResultCode.h"
+#include "tools/common/StopSignal.h"
 #include "tools/koractl/common/Arguments.h"
 #include "tools/koractl/common/Commands.h"
 #include "tools/koractl/common/OutputsReport.h"
 #include "tools/koractl/matrix/MatrixReport.h"
 #include "tools/koractl/matrix/MatrixScreen.h"
-#include "tools/koractl/watch/StopSignal.h"
 
 #include <memory>
 
@@ -63,19 +63,18 @@ ExitStatus runMatrix(CommandContext& context, const MatrixArguments& arguments)
         return printOnce(context, arguments, std::move(model), width, hasColor);
     }
     const Watch::Settings settings{.format = 2, .interval = arguments.interval, .isReconnecting = true};
-    const auto connect = [&context] { return context.connect(); };
     if (isScreen)
     {
         // Before the terminal changes: what is wrong with the connection is said on the plain screen.
         (void)context.connect().portPresent();
         MatrixScreen screen(context, std::move(model), hasColor);
-        Watch watch(connect, {arguments.level}, settings, screen);
+        Watch watch(context.connector(), {arguments.level}, settings, screen);
         watch.start();
         watch.run(screen);
         return ExitStatus::done;
     }
     MatrixPrinter printer(context, std::move(model), width, hasColor);
-    Watch watch(connect, {arguments.level}, settings, printer);
+    Watch watch(context.connector(), {arguments.level}, settings, printer);
     watch.start();
     StopSignal stop;
     watch.run(stop);

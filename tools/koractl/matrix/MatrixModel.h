@@ -1,8 +1,8 @@
 #pragma once
 
 #include "koraclient/AskOutputs.h"
-#include "tools/koractl/common/Names.h"
-#include "tools/koractl/common/ParseText.h"
+#include "tools/common/Names.h"
+#include "tools/common/ParseText.h"
 
 #include <cstdint>
 #include <optional>

@@ -1,8 +1,8 @@
 #include "tools/koractl/matrix/MatrixPicture.h"
 
 #include "koracommand/ResultCode.h"
-#include "tools/koractl/common/OutputFields.h"
-#include "tools/koractl/common/Table.h"
+#include "tools/common/OutputFields.h"
+#include "tools/common/Table.h"
 
 #include <algorithm>
 

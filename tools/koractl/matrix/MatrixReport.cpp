@@ -1,7 +1,7 @@
 #include "tools/koractl/matrix/MatrixReport.h"
 
 #include "koraclient/ResultText.h"
-#include "tools/koractl/common/OutputFields.h"
+#include "tools/common/OutputFields.h"
 #include "tools/koractl/matrix/MatrixPicture.h"
 
 #include <algorithm>

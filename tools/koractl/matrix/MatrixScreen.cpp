@@ -1,6 +1,6 @@
 #include "tools/koractl/matrix/MatrixScreen.h"
 
-#include "tools/koractl/common/Table.h"
+#include "tools/common/Table.h"
 #include "tools/koractl/matrix/MatrixPicture.h"
 #include "tools/koractl/watch/WatchPrinter.h"
 

@@ -1,10 +1,10 @@
 #pragma once
 
 #include "koraclient/Watch.h"
+#include "tools/common/StopSignal.h"
 #include "tools/koractl/common/CommandContext.h"
 #include "tools/koractl/matrix/KeyReader.h"
 #include "tools/koractl/matrix/MatrixModel.h"
-#include "tools/koractl/watch/StopSignal.h"
 
 #include <chrono>
 #include <cstdint>

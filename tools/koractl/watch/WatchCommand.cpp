@@ -1,7 +1,7 @@
 #include "koraclient/Watch.h"
+#include "tools/common/StopSignal.h"
 #include "tools/koractl/common/Arguments.h"
 #include "tools/koractl/common/Commands.h"
-#include "tools/koractl/watch/StopSignal.h"
 #include "tools/koractl/watch/WatchPrinter.h"
 
 #include <memory>
@@ -24,7 +24,7 @@ struct WatchArguments
 ExitStatus runWatch(CommandContext& context, const WatchArguments& arguments)
 {
     WatchPrinter printer(context);
-    Watch watch([&context] { return context.connect(); }, arguments.levels, arguments.settings, printer);
+    Watch watch(context.connector(), arguments.levels, arguments.settings, printer);
     watch.start();
     // Only now: until here a signal ends the program at once, however long the bridge takes to answer.
     StopSignal stop;

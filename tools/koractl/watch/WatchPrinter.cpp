@@ -1,8 +1,8 @@
 #include "tools/koractl/watch/WatchPrinter.h"
 
 #include "koraclient/ResultText.h"
-#include "tools/koractl/common/OutputFields.h"
-#include "tools/koractl/common/Table.h"
+#include "tools/common/OutputFields.h"
+#include "tools/common/Table.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -70,7 +70,8 @@ void WatchPrinter::back(std::chrono::milliseconds gap)
 {
     char seconds[40];
     (void)std::snprintf(seconds, sizeof seconds, "%.1f s", static_cast<double>(gap.count()) / 1000);
-    m_context.warn(std::string("connected again after ") + seconds +
+    const std::string where = m_context.hosts().size() > 1 ? "to " + m_context.hosts().current() + " " : "";
+    m_context.warn("connected again " + where + "after " + seconds +
                    "; what changed and changed back meanwhile is not known");
 }
 

@@ -2,8 +2,8 @@
 
 #include "koraclient/AskOutputs.h"
 #include "koraclient/Watch.h"
+#include "tools/common/Names.h"
 #include "tools/koractl/common/CommandContext.h"
-#include "tools/koractl/common/Names.h"
 
 #include <cstdint>
 #include <string>
@@ -30,7 +30,7 @@ public:
     void resynchronised(std::uint32_t level, std::size_t differing) override;
 
 private:
-    const CommandContext& m_context;
+    CommandContext& m_context;
     const Names& m_names;
 };
 

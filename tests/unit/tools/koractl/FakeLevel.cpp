@@ -110,20 +110,22 @@ FakeReply FakeLevel::entryList(const Message& request, std::uint32_t sequence, b
 
 FakeReply FakeLevel::status(const Message& request, std::uint32_t sequence) const
 {
-    // Only ever asked whether the level exists, or for a holder.
     const bool isShort = request.word(16) == 1;
-    const auto found = m_outputs.find(request.word(24));
-    std::vector<std::uint32_t> words{request.word(16), request.word(20), request.word(24), 1};
-    if (request.word(20) != 1 || found == m_outputs.end())
+    const std::uint32_t first = request.word(24);
+    const std::uint32_t count = std::min(request.word(28), isShort ? 1019U : 509U);
+    std::vector<std::uint32_t> words{request.word(16), request.word(20), first, count};
+    for (std::uint32_t number = first; number < first + count; ++number)
     {
-        words.insert(words.end(), {request.word(20) != 1 ? 5U : 4U, 0, 0, 0});
+        const auto found = m_outputs.find(number);
+        const bool isThere = request.word(20) == 1 && found != m_outputs.end();
+        const Output output = isThere ? found->second : Output{};
+        words.push_back(request.word(20) != 1 ? 5 : !isThere ? 4 : output.input == 0 ? 3 : 0);
+        words.push_back(output.input);
+        if (!isShort)
+        {
+            words.insert(words.end(), {output.state, output.lprId});
+        }
     }
-    else
-    {
-        const Output& output = found->second;
-        words.insert(words.end(), {output.input == 0 ? 3U : 0U, output.input, output.state, output.lprId});
-    }
-    words.resize(isShort ? 6 : 8);
     return {responseTo(request, sequence, 0x80000052, words), false};
 }
 

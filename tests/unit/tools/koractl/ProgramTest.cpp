@@ -167,6 +167,25 @@ TEST(Koractl, WatchWhoseBridgeGoesAwaySaysSoAndConnectsAgain)
     EXPECT_EQ(sut.waitForExit(), 0);
 }
 
+TEST(Koractl, WatchWhoseBridgeGoesAwayGoesOnWithTheNext)
+{
+    constexpr std::uint32_t secondAddress = 0x7f000002;
+    FakeRouter router;
+    FakeBridge first([&router](const koraclient::Message& request, std::uint32_t sequence) {
+        FakeReply reply = router(request, sequence);
+        reply.isClosing = sequence == 4;
+        return reply;
+    });
+    const FakeBridge second(FakeRouter(), secondAddress, first.port());
+    Koractl sut(at(first, {"watch", "1", "--interval", "10ms", "--host", "127.0.0.1", "--host", "127.0.0.2"}));
+
+    EXPECT_TRUE(sut.readUntil("; trying to connect again\n")) << sut.text();
+    EXPECT_TRUE(sut.readUntil("koractl: connected again to 127.0.0.2 after ")) << sut.text();
+    EXPECT_TRUE(sut.readUntil("koractl: level 1: 0 outputs differ from before\n")) << sut.text();
+    sut.sendSignal(SIGINT);
+    EXPECT_EQ(sut.waitForExit(), 0);
+}
+
 TEST(Koractl, WatchWithoutReconnectingExits3WhenItsBridgeGoesAway)
 {
     FakeRouter router;
