@@ -13,8 +13,6 @@ namespace
 using util::isPrintableAscii;
 using util::isVisibleText;
 
-constexpr std::string_view beyondNumbers = "a block ends beyond the greatest number";
-
 /// True when the last number of the block is still a number.
 constexpr bool isBlock(std::uint32_t start, std::uint32_t count)
 {
@@ -27,24 +25,24 @@ std::string_view faultOfPartition(std::string_view routerPartition)
 {
     if (!isPrintableAscii(routerPartition))
     {
-        return "the partition is not printable ASCII";
+        return fault::partitionText;
     }
     // The bus would take it for a pattern that other routers' partitions match.
-    return routerPartition.find_first_of("*?[") == std::string_view::npos ? "" : "the partition holds a wildcard";
+    return routerPartition.find_first_of("*?[") == std::string_view::npos ? "" : fault::wildcard;
 }
 
 std::string_view faultOf(const ComponentInfo& sample)
 {
-    return isVisibleText(sample.name) && isVisibleText(sample.description) ? "" : "a name is not printable";
+    return isVisibleText(sample.name) && isVisibleText(sample.description) ? "" : fault::name;
 }
 
 std::string_view faultOf(const MacroRouter& sample)
 {
     if (!isVisibleText(sample.name))
     {
-        return "a name is not printable";
+        return fault::name;
     }
-    return sample.topology > T1728x288 ? "no such topology" : faultOfPartition(sample.routerPartition);
+    return sample.topology > T1728x288 ? fault::topology : faultOfPartition(sample.routerPartition);
 }
 
 std::string_view faultOf(const RouterMember& sample)
@@ -61,20 +59,20 @@ std::string_view faultOf(const MacroLevel& sample)
 {
     if (!isLevelSize(sample.numMacroXptOutputs))
     {
-        return "no outputs, or more than the largest router has";
+        return fault::levelSize;
     }
     const bool areBlocks = isBlock(sample.macroXptInputStart, sample.numMacroXptInputs) &&
                            isBlock(sample.controllerInputStart, sample.numMacroXptInputs) &&
                            isBlock(sample.macroXptOutputStart, sample.numMacroXptOutputs) &&
                            isBlock(sample.controllerOutputStart, sample.numMacroXptOutputs);
-    return areBlocks ? "" : beyondNumbers;
+    return areBlocks ? "" : fault::beyondNumbers;
 }
 
 std::string_view faultOf(const RouterMemberMacroXpts& sample)
 {
     const bool areBlocks = isBlock(sample.macroXptInputStart, sample.numMacroXptInputs) &&
                            isBlock(sample.macroXptOutputStart, sample.numMacroXptOutputs);
-    return areBlocks ? "" : beyondNumbers;
+    return areBlocks ? "" : fault::beyondNumbers;
 }
 
 } // namespace com::tallowcrest::dds_::routing

@@ -18,11 +18,22 @@ constexpr bool isLevelSize(std::uint32_t numOutputs)
     return numOutputs >= 1 && numOutputs <= largestLevel;
 }
 
+/// All that can be wrong with a sample.
+namespace fault
+{
+inline constexpr std::string_view partitionText = "the partition is not printable ASCII";
+inline constexpr std::string_view wildcard = "the partition holds a wildcard";
+inline constexpr std::string_view name = "a name is not printable";
+inline constexpr std::string_view topology = "no such topology";
+inline constexpr std::string_view levelSize = "no outputs, or more than the largest router has";
+inline constexpr std::string_view beyondNumbers = "a block ends beyond the greatest number";
+} // namespace fault
+
 /// What is wrong with the name of a router's partition; empty when nothing is. The empty name is sound: it is that of
 /// no router.
 std::string_view faultOfPartition(std::string_view routerPartition);
 
-// What is wrong with a sample; empty when nothing is. Any thread.
+// What is wrong with a sample, one of `fault`; empty when nothing is. Any thread.
 std::string_view faultOf(const ComponentInfo& sample);
 std::string_view faultOf(const MacroRouter& sample);
 std::string_view faultOf(const RouterMember& sample);

@@ -92,7 +92,9 @@ std::string jsonText(const T& value)
         text += "\":";
         appendJson(text, value.*member.inValue);
     });
-    return text + '}';
+    text += '}';
+    text.shrink_to_fit(); // the newest of each output is kept
+    return text;
 }
 
 /// Reads what `jsonText` wrote; members that are not named are left out of the reading. False, and `value` is as it

@@ -7,13 +7,16 @@
 #include "dds/pub/DataWriter.hpp"
 #include "dds/sub/DataReader.hpp"
 #include "dds/sub/Sample.hpp"
+#include "dds/topic/BuiltinTopic.hpp"
 #include "durability/IDurableTopic.h"
 #include "durability/TypeCodec.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <mutex>
+#include <set>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -63,12 +66,14 @@ class DurableTopic final : public durability::IDurableTopic, private dds::sub::N
 {
 public:
     /// `seen` reads what others write from now on, `history` what others keep; either may be nil. `wake` is called, on
-    /// any thread, when others have written; it must not throw.
+    /// any thread, when others have written; `tellReaders`, on the recorder's, with how many readers there are that are
+    /// no bridge's, at first and when that changes. Neither may throw, and neither is called any more once it is
+    /// closed.
     DurableTopic(
         dds::pub::DataWriter<T> writer, dds::sub::DataReader<T> seen, dds::sub::DataReader<T> history,
-        std::function<void()> wake = [] {})
-        : m_wake(std::move(wake)), m_writer(std::move(writer)), m_history(std::move(history)),
-          m_readersCame(m_writer.publication_matched_status().total_count()), m_readers(lateReaders()),
+        std::function<void()> wake = [] {}, std::function<void(std::size_t)> tellReaders = [](std::size_t) {})
+        : m_wake(std::move(wake)), m_tellReaders(std::move(tellReaders)), m_writer(std::move(writer)),
+          m_history(std::move(history)), m_readers(lateReaders(m_writer.matched_subscriptions())),
           m_seen(std::move(seen))
     {
         if (!m_seen.is_nil())
@@ -113,12 +118,15 @@ public:
         {
             return false;
         }
-        const std::int32_t came = m_writer.publication_matched_status().total_count();
-        if (came == std::exchange(m_readersCame, came))
+        const dds::core::status::PublicationMatchedStatus matched = m_writer.publication_matched_status();
+        const Counts counts{matched.total_count(), matched.current_count()};
+        if (counts == std::exchange(m_counts, counts))
         {
             return false;
         }
-        std::vector<std::uint64_t> readers = lateReaders();
+        const std::vector<dds::pub::MatchedSubscription> all = m_writer.matched_subscriptions();
+        m_tellReaders(countOthers(all));
+        std::vector<std::uint64_t> readers = lateReaders(all);
         const bool isNew = !std::includes(m_readers.begin(), m_readers.end(), readers.begin(), readers.end());
         m_readers = std::move(readers);
         return isNew;
@@ -176,14 +184,31 @@ private:
     using Reader = dds::sub::DataReader<T>;
     void on_data_available(Reader&) override { m_wake(); }
 
+    static bool isBridges(const dds::pub::MatchedSubscription& reader)
+    {
+        return reader.userData.value() == historyReaderMark;
+    }
+    /// Those of participants that are no bridges.
+    static std::size_t countOthers(const std::vector<dds::pub::MatchedSubscription>& all)
+    {
+        std::set<dds::topic::BuiltinTopicKey> bridges;
+        for (const dds::pub::MatchedSubscription& reader : all)
+        {
+            if (isBridges(reader))
+            {
+                bridges.insert(reader.participant);
+            }
+        }
+        return static_cast<std::size_t>(std::count_if(
+            all.begin(), all.end(), [&](const auto& reader) { return !bridges.contains(reader.participant); }));
+    }
     /// Those that ask for what was published before, in order.
-    std::vector<std::uint64_t> lateReaders() const
+    static std::vector<std::uint64_t> lateReaders(const std::vector<dds::pub::MatchedSubscription>& all)
     {
         std::vector<std::uint64_t> readers;
-        for (const dds::pub::MatchedSubscription& reader : m_writer.matched_subscriptions())
+        for (const dds::pub::MatchedSubscription& reader : all)
         {
-            if (reader.durability.kind() != dds::core::policy::DurabilityKind::VOLATILE &&
-                reader.userData.value() != historyReaderMark)
+            if (reader.durability.kind() != dds::core::policy::DurabilityKind::VOLATILE && !isBridges(reader))
             {
                 readers.push_back(reader.handle.value());
             }
@@ -192,12 +217,15 @@ private:
         return readers;
     }
 
+    using Counts = std::pair<std::int32_t, std::int32_t>;
+
     const std::function<void()> m_wake;
+    const std::function<void(std::size_t)> m_tellReaders;
     std::mutex m_mutex;                                                        ///< guards what follows
     std::vector<std::pair<durability::Instance, durability::Decision>> m_left; ///< taken when it was closed
     dds::pub::DataWriter<T> m_writer;
     dds::sub::DataReader<T> m_history;
-    std::int32_t m_readersCame;
+    Counts m_counts{-1, -1};              ///< of readers that came, and that are there, at the last look
     std::vector<std::uint64_t> m_readers; ///< in order
     dds::sub::DataReader<T> m_seen;       ///< last, so that it goes first and no callback finds the rest gone
 };

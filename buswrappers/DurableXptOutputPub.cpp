@@ -19,7 +19,10 @@ using dds_::routing::MacroXptOutput;
 DurableXptOutputPub::DurableXptOutputPub(std::shared_ptr<apartment::SendDoItEvent> apartment, std::string topicName,
                                          std::uint32_t greatest, KeptXptOutputsHandler& handler)
     : MacroXptOutputPub(std::move(topicName), true), m_apartment(std::move(apartment)), m_greatest(greatest),
-      m_handler(handler), m_recorder(sharedRecorder()), m_presence(*this)
+      m_handler(handler), m_recorder(sharedRecorder()), m_readersLabel("topic=\"" + this->topicName() + "\""),
+      m_readers("korabridge_target_readers_matched",
+                "Readers of the targets that the bus has matched and that are no bridge's.", m_readersLabel),
+      m_presence(*this)
 {}
 
 DurableXptOutputPub::~DurableXptOutputPub()
@@ -39,6 +42,7 @@ void DurableXptOutputPub::leave()
         m_topic->close();
         m_topic.reset();
     }
+    m_readers.set(0);
 }
 
 std::shared_ptr<durability::Channel> DurableXptOutputPub::channelOf(const std::string& routerPartition) const
@@ -95,13 +99,15 @@ void DurableXptOutputPub::follow(dds::sub::DataReader<MacroXptOutput> seen,
     // Readers confirm it like any sample, and know nothing of an instance that they have never seen.
     writer().unregister_instance(writer().register_instance(MacroXptOutput{}));
     auto channel = channelOf(routerPartition());
-    auto joined = std::make_shared<DurableTopic<MacroXptOutput>>(writer(), std::move(seen), std::move(history),
-                                                                 [channel = std::weak_ptr(channel)] {
-                                                                     if (const auto there = channel.lock())
-                                                                     {
-                                                                         there->wake();
-                                                                     }
-                                                                 });
+    auto joined = std::make_shared<DurableTopic<MacroXptOutput>>(
+        writer(), std::move(seen), std::move(history),
+        [channel = std::weak_ptr(channel)] {
+            if (const auto there = channel.lock())
+            {
+                there->wake();
+            }
+        },
+        [this](std::size_t number) { m_readers.set(static_cast<std::int64_t>(number)); });
     if (channel != m_channel) // else it goes on with what it knows
     {
         leave();

@@ -9,6 +9,7 @@
 #include "durability/SourceTime.h"
 #include "runtime/apartment/DoItEvent.h"
 #include "runtime/apartment/Presence.h"
+#include "runtime/util/Metrics.h"
 #include "runtime/util/Pooled.h"
 
 #include <chrono>
@@ -92,6 +93,8 @@ private:
     const std::uint32_t m_greatest;
     KeptXptOutputsHandler& m_handler;
     const std::shared_ptr<durability::Recorder> m_recorder;
+    const std::string m_readersLabel;
+    util::Gauge m_readers;
     std::shared_ptr<durability::Channel> m_channel;  ///< null outside of routers' partitions
     std::shared_ptr<durability::Channel> m_expected; ///< kept until the join that follows
     std::shared_ptr<DurableTopic<dds_::routing::MacroXptOutput>> m_topic;

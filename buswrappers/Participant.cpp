@@ -1,5 +1,6 @@
 #include "buswrappers/Participant.h"
 
+#include "buswrappers/BusInterfaces.h"
 #include "dds/core/Reference.hpp"
 #include "durability/DurableSettings.h"
 #include "runtime/util/Log.h"
@@ -23,44 +24,54 @@ constexpr const char* noLinger =
     "<CycloneDDS><Domain id=\"any\"><Internal><WriterLingerDuration>0s</WriterLingerDuration></Internal></Domain>"
     "</CycloneDDS>";
 
-/// Adds to the deployment's configuration what the program itself needs, once.
-void configureBus()
+/// The deployment's own configuration. What the program itself needs is added to it, once.
+const std::string& configureBus()
 {
-    static std::once_flag once;
-    std::call_once(once, [] {
+    static const std::string deployment = [] {
         // NOLINTBEGIN(concurrency-mt-unsafe): before there is a thread that reads the environment
-        const char* const deployment = std::getenv("CYCLONEDDS_URI");
-        std::string all = deployment != nullptr ? deployment : "";
-        all += all.empty() ? "" : ",";
-        ::setenv("CYCLONEDDS_URI", (all + noLinger).c_str(), 1);
+        const char* const value = std::getenv("CYCLONEDDS_URI");
+        std::string own = value != nullptr ? value : "";
+        ::setenv("CYCLONEDDS_URI", (own + (own.empty() ? "" : ",") + noLinger).c_str(), 1);
         // NOLINTEND(concurrency-mt-unsafe)
-    });
+        return own;
+    }();
+    return deployment;
 }
 
 std::mutex slotMutex; ///< guards both slots
+dds::core::WeakReference<dds::domain::DomainParticipant> participantSlot;
+
+dds::domain::DomainParticipant currentParticipant()
+{
+    const std::lock_guard lock(slotMutex);
+    return participantSlot.lock();
+}
 
 } // namespace
 
 std::string busDescription()
 {
-    // NOLINTNEXTLINE(concurrency-mt-unsafe): before there is a thread that changes the environment
-    const char* const configuration = std::getenv("CYCLONEDDS_URI");
-    return util::formatText("DDS library %s, configuration %s, store %s", DDS_VERSION,
-                            configuration != nullptr ? configuration : "none", durability::storePath().c_str());
+    const dds::domain::DomainParticipant participant = currentParticipant();
+    const bool isThere = !participant.is_nil();
+    const std::string& configuration = configureBus();
+    // The configuration may be long: whatever is cut is the end of it.
+    return util::formatText("DDS library %s, domain %s, interface %s, store %s, configuration %s", DDS_VERSION,
+                            isThere ? std::to_string(participant.domain_id()).c_str() : "unknown",
+                            isThere ? busInterfaces().c_str() : "unknown", durability::storePath().c_str(),
+                            configuration.empty() ? "none" : configuration.c_str());
 }
 
 dds::domain::DomainParticipant sharedParticipant()
 {
     using dds::domain::DomainParticipant;
-    static dds::core::WeakReference<DomainParticipant> slot;
 
     configureBus();
     const std::lock_guard lock(slotMutex);
-    DomainParticipant participant = slot.lock();
+    DomainParticipant participant = participantSlot.lock();
     if (participant.is_nil())
     {
         participant = DomainParticipant(dds::domain::default_id());
-        slot = dds::core::WeakReference<DomainParticipant>(participant);
+        participantSlot = dds::core::WeakReference<DomainParticipant>(participant);
     }
     return participant;
 }

@@ -14,7 +14,8 @@ namespace com::tallowcrest::routing
 /// dds::core::Error or one of its family when the DDS library cannot start.
 dds::domain::DomainParticipant sharedParticipant();
 
-/// What the bus is made of, for the log: library, configuration and store. Before there is a participant.
+/// What the bus is made of, for the log: library, domain, interface, store and configuration. Domain and interface are
+/// unknown while there is no participant.
 std::string busDescription();
 
 /// The one that keeps its PERSISTENT data, in the store that the deployment names. The same, and what Recorder throws.

@@ -3,6 +3,7 @@
 #include "bustypes/SampleCheck.h"
 #include "bustypes/SampleText.h"
 #include "buswrappers/FaultLog.h"
+#include "buswrappers/GateDrops.h"
 #include "dds/sub/Sample.hpp"
 #include "runtime/util/VisibleText.h"
 
@@ -14,6 +15,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <string_view>
 #include <unordered_set>
 #include <utility>
 #include <vector>
@@ -71,9 +73,13 @@ std::function<bool(const T&)> filterFor(const Places<T>& places, std::function<v
     return [has = places.has, others = std::make_shared<InstanceBound>(places.mostOthers),
             onFull = std::move(onFull)](const T& sample) {
         const bool isWanted = has(sample) || others->admit(dds_::routing::keyNumber(sample));
-        if (!isWanted && others->isFirstRefusal())
+        if (!isWanted)
         {
-            onFull();
+            countTurnedAway();
+            if (others->isFirstRefusal())
+            {
+                onFull();
+            }
         }
         return isWanted;
     };
@@ -85,6 +91,9 @@ template <typename T>
 class SampleGate
 {
 public:
+    /// So many ends of instances that have no place pass without a word: a larger router may give up outputs.
+    static constexpr std::size_t mostQuietEnds = 4096;
+
     SampleGate(std::string topicName, Places<T> places) : m_topicName(std::move(topicName)), m_places(std::move(places))
     {}
 
@@ -95,13 +104,15 @@ public:
         {
             look = [] {};
         }
+        m_foreignEnds = 0;
         return filterFor<T>(m_places, [this, look = std::move(look)] {
             m_isFull = true;
             look();
         });
     }
 
-    /// Those of the samples that may be handled. One without valid data has its key alone.
+    /// Those of the samples that may be handled. One without valid data has its key alone; the DDS library filters none
+    /// of those and keeps an entry for each, so that many of them are worth a warning.
     dds::sub::LoanedSamples<T> sound(dds::sub::LoanedSamples<T> taken)
     {
         if (m_isFull.exchange(false) && m_places.isFullNews)
@@ -109,8 +120,8 @@ public:
             m_faults.warn(m_topicName, {}, "more instances than there is room for",
                           std::to_string(m_places.mostOthers));
         }
-        const auto isSound = [](const dds::sub::Sample<T>& sample) {
-            return !sample.info().valid() || dds_::routing::faultOf(sample.data()).empty();
+        const auto isSound = [this](const dds::sub::Sample<T>& sample) {
+            return sample.info().valid() ? dds_::routing::faultOf(sample.data()).empty() : hasPlace(sample.data());
         };
         if (std::all_of(taken.begin(), taken.end(), isSound))
         {
@@ -125,16 +136,40 @@ public:
             }
             else
             {
-                m_faults.warn(m_topicName, sample.info().publication_handle(), dds_::routing::faultOf(sample.data()),
-                              util::visibleText(dds_::routing::jsonText(sample.data())));
+                drop(sample);
             }
         }
         return dds::sub::LoanedSamples<T>(std::move(samples));
     }
 
 private:
+    /// Whether the handler may know the instance. Where the first ones have the places, an earlier reader may have let
+    /// it in; they have small numbers, so that there cannot be many.
+    bool hasPlace(const T& key) const { return !m_places.has || m_places.isFullNews || m_places.has(key); }
+
+    void drop(const dds::sub::Sample<T>& sample)
+    {
+        std::string_view fault = "more ends of instances than it has places for";
+        if (sample.info().valid())
+        {
+            fault = dds_::routing::faultOf(sample.data());
+            countUnsound(fault);
+        }
+        else
+        {
+            countTurnedAway();
+            if (++m_foreignEnds <= mostQuietEnds)
+            {
+                return;
+            }
+        }
+        m_faults.warn(m_topicName, sample.info().publication_handle(), fault,
+                      util::visibleText(dds_::routing::jsonText(sample.data())));
+    }
+
     const std::string m_topicName;
     const Places<T> m_places;
+    std::size_t m_foreignEnds = 0;     ///< since the latest reader was made
     std::atomic<bool> m_isFull{false}; ///< since the last look; set by filters, which go with their readers
     FaultLog m_faults;
 };

@@ -108,6 +108,10 @@ void Apartment::run()
 void Apartment::runInRound(std::unique_ptr<DoItEvent> event)
 {
     const bool isBrief = event->isBrief();
+    if (m_preference.note(event->waiter(), isBrief))
+    {
+        preferThisThread(m_preference.isPreferred());
+    }
     if (!isBrief)
     {
         m_round.end(); // what was done before shall not wait for it

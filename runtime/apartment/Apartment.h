@@ -2,6 +2,7 @@
 
 #include "runtime/apartment/AlarmClock.h"
 #include "runtime/apartment/DoItEvent.h"
+#include "runtime/apartment/Preference.h"
 #include "runtime/apartment/Round.h"
 #include "runtime/apartment/Task.h"
 #include "runtime/util/RingQueue.h"
@@ -65,7 +66,8 @@ private:
     std::condition_variable m_eventQueued;
     const std::shared_ptr<AlarmClock> m_alarmClock;
     const std::string m_name;
-    Round m_round; ///< the thread's
+    Round m_round;           ///< the thread's
+    Preference m_preference; ///< the same
 };
 
 // The process-wide slot of the one apartment on which all bridge logic runs. Thread-safe.

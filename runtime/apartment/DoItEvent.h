@@ -21,13 +21,17 @@ public:
 
     /// Done within some microseconds and waits for nothing: others may wait for it. See Round.
     bool isBrief() const { return m_isBrief; }
+    /// Tells apart those who wait for an answer to it, one event at a time each; null when nobody waits.
+    const void* waiter() const { return m_waiter; }
 
 protected:
     /// For constructors of derived classes.
     void setBrief() { m_isBrief = true; }
+    void setWaiter(const void* waiter) { m_waiter = waiter; }
 
 private:
     bool m_isBrief = false;
+    const void* m_waiter = nullptr; ///< never looked into
 };
 
 /// Does nothing; sent to wake an apartment's thread.

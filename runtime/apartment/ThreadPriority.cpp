@@ -14,8 +14,9 @@ namespace
 
 constexpr int preferredNice = -10;
 
-/// What a preferred thread had before; empty on the others.
+/// What a thread had before it was preferred for the first time; empty on the others.
 thread_local std::optional<int> niceBefore;
+thread_local bool isPreferredNow = false;
 
 /// On Linux a thread's own, when its id is given.
 bool setNice(int nice)
@@ -32,23 +33,27 @@ void preferThisThread() noexcept
     if ((before != -1 || errno == 0) && before > preferredNice && setNice(preferredNice))
     {
         niceBefore = before;
+        isPreferredNow = true;
     }
 }
 
-OrdinaryPriority::OrdinaryPriority() noexcept
+void preferThisThread(bool isPreferred) noexcept
 {
-    if (niceBefore)
+    // It was permitted before, and lower is always permitted.
+    if (niceBefore && isPreferred != isPreferredNow && setNice(isPreferred ? preferredNice : *niceBefore))
     {
-        static_cast<void>(setNice(*niceBefore)); // lower is always permitted
+        isPreferredNow = isPreferred;
     }
+}
+
+OrdinaryPriority::OrdinaryPriority() noexcept : m_wasPreferred(isPreferredNow)
+{
+    preferThisThread(false);
 }
 
 OrdinaryPriority::~OrdinaryPriority()
 {
-    if (niceBefore)
-    {
-        static_cast<void>(setNice(preferredNice)); // was permitted before
-    }
+    preferThisThread(m_wasPreferred);
 }
 
 } // namespace com::tallowcrest::apartment

@@ -8,9 +8,11 @@ namespace com::tallowcrest::apartment
 /// Runs the calling thread before ordinary ones (nice -10) where the process may do that, and does nothing where it may
 /// not. Threads that it starts from then on inherit that, unless it starts them under an OrdinaryPriority.
 void preferThisThread() noexcept;
+/// Takes that back for now, or gives it again. Nothing on a thread that was never preferred.
+void preferThisThread(bool isPreferred) noexcept;
 
 /// While one lives, its thread has the priority that it had before `preferThisThread`: for long work and for starting
-/// threads. Does nothing on a thread that is not preferred. On the stack of its thread.
+/// threads. Afterwards it is as before. Does nothing on a thread that is not preferred. On the stack of its thread.
 class OrdinaryPriority
 {
 public:
@@ -18,6 +20,9 @@ public:
     ~OrdinaryPriority();
     OrdinaryPriority(const OrdinaryPriority&) = delete;
     OrdinaryPriority& operator=(const OrdinaryPriority&) = delete;
+
+private:
+    const bool m_wasPreferred;
 };
 
 /// Gives the apartment that runs it preference over ordinary threads. Sent once, first.

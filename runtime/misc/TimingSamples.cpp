@@ -66,11 +66,12 @@ Text timeText(std::int64_t microseconds, TimingSamples::Resolution resolution)
 }
 } // namespace
 
-TimingSamples::TimingSamples(std::function<Clock::time_point()> now) : m_now(std::move(now)), m_ring(capacity) {}
+TimingSamples::TimingSamples(std::function<Clock::time_point()> now) : m_now(std::move(now)) {}
 
 void TimingSamples::start()
 {
     const std::lock_guard lock(m_mutex);
+    m_ring.resize(capacity);
     m_resolution = Resolution::Microseconds;
     m_enabled.store(true, std::memory_order_relaxed);
 }
@@ -83,6 +84,7 @@ void TimingSamples::stop(const std::string& path)
     m_writeIndex = 0;
     m_count = 0;
     m_oldestIndex = 0;
+    m_ring = std::vector<Sample>(); // its memory too
 }
 
 std::size_t TimingSamples::count() const

@@ -80,7 +80,7 @@ private:
     const std::function<Clock::time_point()> m_now;
     std::atomic<bool> m_enabled{false};
     mutable std::mutex m_mutex; // guards everything below
-    std::vector<Sample> m_ring;
+    std::vector<Sample> m_ring; ///< empty until sampling is switched on
     std::size_t m_writeIndex = 0;
     std::size_t m_count = 0;
     std::size_t m_oldestIndex = 0;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <mutex>
+#include <stdexcept>
 #include <vector>
 
 namespace com::tallowcrest::util
@@ -111,6 +112,16 @@ void Histogram::observe(std::uint64_t microseconds)
     m_sum.fetch_add(microseconds, std::memory_order_relaxed);
 }
 
+std::uint64_t Histogram::count() const
+{
+    std::uint64_t all = 0;
+    for (const auto& count : m_counts)
+    {
+        all += count.load(std::memory_order_relaxed);
+    }
+    return all;
+}
+
 void Histogram::print(std::string& text) const
 {
     std::uint64_t count = 0;
@@ -138,6 +149,27 @@ std::optional<std::int64_t> gaugeValue(std::string_view name)
         }
     }
     return std::nullopt;
+}
+
+std::uint64_t countOf(std::string_view name, std::string_view labels)
+{
+    Enlisted& all = enlisted();
+    const std::lock_guard lock(all.mutex);
+    std::uint64_t sum = 0;
+    bool isThere = false;
+    for (const Metric* const metric : all.metrics)
+    {
+        if (metric->name() == name && (labels.empty() || metric->labels() == labels))
+        {
+            sum += metric->count();
+            isThere = true;
+        }
+    }
+    if (!isThere)
+    {
+        throw std::logic_error("nothing counts " + std::string(name));
+    }
+    return sum;
 }
 
 std::string metricsText()

@@ -37,6 +37,8 @@ public:
     std::string_view name() const { return m_name; }
     std::string_view help() const { return m_help; }
     std::string_view labels() const { return m_labels; }
+    /// How often what it counts has happened; 0 of a gauge.
+    virtual std::uint64_t count() const = 0;
     /// Appends its lines of samples.
     virtual void print(std::string& text) const = 0;
 
@@ -57,6 +59,7 @@ public:
 
     void add(std::uint64_t number = 1) { m_value.fetch_add(number, std::memory_order_relaxed); }
     std::uint64_t value() const { return m_value.load(std::memory_order_relaxed); }
+    std::uint64_t count() const override { return value(); }
     void print(std::string& text) const override;
 
 private:
@@ -74,6 +77,7 @@ public:
     void set(std::int64_t value) { m_value.store(value, std::memory_order_relaxed); }
     void add(std::int64_t number) { m_value.fetch_add(number, std::memory_order_relaxed); }
     std::int64_t value() const { return m_value.load(std::memory_order_relaxed); }
+    std::uint64_t count() const override { return 0; }
     void print(std::string& text) const override;
 
 private:
@@ -91,6 +95,7 @@ public:
               std::string_view labels = {}) noexcept;
 
     void observe(std::uint64_t microseconds);
+    std::uint64_t count() const override;
     void print(std::string& text) const override;
 
 private:
@@ -101,6 +106,10 @@ private:
 
 /// What the gauge of that name, one without labels, shows at the moment; empty when there is none.
 std::optional<std::int64_t> gaugeValue(std::string_view name);
+
+/// What all metrics of that name have counted, or those that also have these labels. Throws std::logic_error when there
+/// is none.
+std::uint64_t countOf(std::string_view name, std::string_view labels = {});
 
 /// All metrics that live, in the text format of Prometheus, by name. Not while one of them goes.
 std::string metricsText();

@@ -23,11 +23,12 @@ dds_entity_t create(const ParticipantDelegate& participant, const dds_topic_desc
 }
 
 /// A sample that cannot be judged is not wanted: there is only C above, and whoever sent it may have meant that.
-bool isWanted(const void* sample, void* filter) noexcept
+bool isWanted(const void* sample, const dds_sample_info_t* info, void* filter) noexcept
 {
     try
     {
-        return (*static_cast<const TopicDelegate::Filter*>(filter))(sample);
+        return (*static_cast<const TopicDelegate::Filter*>(filter))(sample,
+                                                                    core::InstanceHandle(info->publication_handle));
     }
     catch (const std::exception& error)
     {
@@ -47,6 +48,13 @@ topic::BuiltinTopicKey ParticipantDelegate::key() const
     dds_guid_t guid{};
     check(dds_get_guid(handle(), &guid), "asking for the name of the DDS domain participant");
     return keyOf(guid);
+}
+
+std::uint32_t ParticipantDelegate::domainId() const
+{
+    dds_domainid_t id = 0;
+    check(dds_get_domainid(handle(), &id), "asking for the domain of the DDS domain participant");
+    return id;
 }
 
 PublisherDelegate::PublisherDelegate(std::shared_ptr<ParticipantDelegate> participant,
@@ -71,8 +79,8 @@ TopicDelegate::TopicDelegate(std::shared_ptr<ParticipantDelegate> participant, c
     if (m_filter)
     {
         dds_topic_filter native{};
-        native.mode = DDS_TOPIC_FILTER_SAMPLE_ARG;
-        native.f.sample_arg = isWanted;
+        native.mode = DDS_TOPIC_FILTER_SAMPLE_SAMPLEINFO_ARG;
+        native.f.sample_sampleinfo_arg = isWanted;
         native.arg = &m_filter;
         check(dds_set_topic_filter_extended(m_entity.handle(), &native), "filtering topic \"" + m_name + "\"");
     }

@@ -24,6 +24,8 @@ public:
 
     dds_entity_t handle() const { return m_entity.handle(); }
     topic::BuiltinTopicKey key() const;
+    /// The one that it is in, whatever was asked for.
+    std::uint32_t domainId() const;
     /// When it began to come onto the bus.
     std::chrono::steady_clock::time_point started() const { return m_started; }
 
@@ -68,8 +70,9 @@ private:
 class TopicDelegate
 {
 public:
-    /// Whether a sample, in its C form, is wanted. Called on threads of the DDS library, several at a time.
-    using Filter = std::function<bool(const void*)>;
+    /// Whether a sample, in its C form, of that writer is wanted. Called on threads of the DDS library, several at a
+    /// time.
+    using Filter = std::function<bool(const void*, core::InstanceHandle)>;
 
     /// The same name may be created again on a participant, with the same QoS only. `descriptor` is the type's, which
     /// lives as long as the process. A filter that is not empty is asked of each sample with data before a reader of

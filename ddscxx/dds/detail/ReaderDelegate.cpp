@@ -16,6 +16,8 @@ namespace dds::detail
 namespace
 {
 
+/// Nearly always one sample waits, and making room for many costs more than taking it.
+constexpr std::size_t firstBatch = 4;
 constexpr std::size_t batchSize = 128;
 
 } // namespace
@@ -47,8 +49,6 @@ public:
     ~Buffer() { release(); }
     Buffer(const Buffer&) = delete;
     Buffer& operator=(const Buffer&) = delete;
-
-    std::size_t size() const { return m_samples.size(); }
 
     /// Gets `most` samples, at most its size, through `get`, which is dds_take or dds_read; returns their number or an
     /// error code.
@@ -89,14 +89,23 @@ private:
 
 void ReaderDelegate::take(const Visitor& visit, std::size_t most)
 {
-    Buffer buffer(*this, batchSize);
-    while (most > 0)
+    for (std::size_t size = firstBatch; most > 0; size = batchSize)
     {
-        const std::size_t wanted = std::min(most, buffer.size());
-        const dds_return_t count = check(buffer.fill(dds_take, m_entity.handle(), wanted), call("taking from"));
-        buffer.visit(visit, count);
-        most = static_cast<std::size_t>(count) == wanted ? most - wanted : 0;
+        most = takeOnce(size, visit, most);
     }
+}
+
+std::size_t ReaderDelegate::takeOnce(std::size_t size, const Visitor& visit, std::size_t most)
+{
+    Buffer buffer(*this, size);
+    const std::size_t wanted = std::min(most, size);
+    const dds_return_t count = buffer.fill(dds_take, m_entity.handle(), wanted);
+    if (count < 0)
+    {
+        check(count, call("taking from"));
+    }
+    buffer.visit(visit, count);
+    return static_cast<std::size_t>(count) == wanted ? most - wanted : 0;
 }
 
 void ReaderDelegate::read(const Visitor& visit)

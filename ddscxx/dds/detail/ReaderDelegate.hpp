@@ -52,6 +52,8 @@ private:
     /// Samples in memory of our own.
     class Buffer;
 
+    /// Takes and visits up to `size` at once; how many more of the `most` there may be.
+    std::size_t takeOnce(std::size_t size, const Visitor& visit, std::size_t most);
     std::string call(const char* what) const;
 
     const std::shared_ptr<SubscriberDelegate> m_subscriber;

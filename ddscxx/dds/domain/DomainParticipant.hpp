@@ -33,6 +33,8 @@ public:
         : Reference(std::make_shared<detail::ParticipantDelegate>(domainId))
     {}
 
+    std::uint32_t domain_id() const { return delegate()->domainId(); }
+
     /// The machine's clock, as samples carry it.
     core::Time current_time() const { return domain::current_time(); }
 

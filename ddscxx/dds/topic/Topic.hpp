@@ -43,6 +43,13 @@ public:
                                                             filterOf(std::move(isWanted))))
     {}
 
+    /// The same, for who judges by the writer too, which its handle names.
+    Topic(const domain::DomainParticipant& participant, const std::string& name, const qos::TopicQos& qos,
+          std::function<bool(const T&, core::InstanceHandle)> isWanted)
+        : Reference(std::make_shared<detail::TopicDelegate>(participant.delegate(), Support::descriptor(), name, qos,
+                                                            filterOf(std::move(isWanted))))
+    {}
+
     qos::TopicQos qos() const { return delegate()->qos(); }
     domain::DomainParticipant participant() const { return domain::DomainParticipant(delegate()->participant()); }
 
@@ -55,8 +62,14 @@ private:
         {
             return nullptr;
         }
-        return [isWanted = std::move(isWanted)](const void* sample) {
+        return [isWanted = std::move(isWanted)](const void* sample, core::InstanceHandle) {
             return isWanted(Support::fromBus(*static_cast<const typename Support::BusType*>(sample)));
+        };
+    }
+    static detail::TopicDelegate::Filter filterOf(std::function<bool(const T&, core::InstanceHandle)> isWanted)
+    {
+        return [isWanted = std::move(isWanted)](const void* sample, core::InstanceHandle writer) {
+            return isWanted(Support::fromBus(*static_cast<const typename Support::BusType*>(sample)), writer);
         };
     }
 };

@@ -38,6 +38,13 @@ TEST(SampleTextTest, MembersComeInTheirOrderAndEnumeratorsAsNumbers)
     EXPECT_EQ(jsonText(lockedOutput()), lockedText);
 }
 
+TEST(SampleTextTest, TakesNoMoreMemoryThanItIsLong)
+{
+    const std::string text = jsonText(lockedOutput());
+
+    EXPECT_EQ(text.capacity(), text.size());
+}
+
 TEST(SampleTextTest, NumberInPlaceOfATextIsRefused)
 {
     ComponentInfo info = component("kept");

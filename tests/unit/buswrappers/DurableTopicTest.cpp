@@ -109,4 +109,41 @@ TEST_F(DurableTopicTest, ReaderThatCameBeforeIsNotNewAndOneThatComesLaterIsOnce)
     EXPECT_FALSE(m_sut.hasNewReader());
 }
 
+TEST_F(DurableTopicTest, TellsHowManyReadersAreNoBridgesUntilItIsClosed)
+{
+    std::vector<std::size_t> told;
+    DurableTopic<MacroXptOutput> sut(
+        makeWriter(), dds::core::null, dds::core::null, [] {}, [&told](std::size_t number) { told.push_back(number); });
+    const auto waitForTold = [&](std::size_t number) {
+        return testsupport::waitUntil([&] {
+            sut.hasNewReader();
+            return !told.empty() && told.back() == number;
+        });
+    };
+    constexpr std::size_t router = 1;
+    constexpr std::size_t own = 1; // that of the fixture's, which has no mark
+    EXPECT_TRUE(waitForTold(router + own));
+
+    {
+        const RouterSide<MacroXptOutput> later(m_wire, "TopicX", partition, Durability::Persistent());
+        EXPECT_TRUE(waitForTold(router + own + 1));
+    }
+    EXPECT_TRUE(waitForTold(router + own));
+
+    // Another bridge has a reader with the mark beside others; of what it has nothing counts.
+    dds::sub::qos::SubscriberQos inPartition;
+    inPartition << dds::core::policy::Partition(partition);
+    dds::sub::qos::DataReaderQos marked(m_topic.qos());
+    marked << dds::core::policy::UserData(com::tallowcrest::routing::historyReaderMark);
+    const dds::sub::DataReader<MacroXptOutput> bridges(dds::sub::Subscriber(m_topic.participant(), inPartition),
+                                                       m_topic, marked);
+    EXPECT_TRUE(waitForTold(router));
+
+    sut.close();
+    told.clear();
+    const RouterSide<MacroXptOutput> unheard(m_wire, "TopicX", partition, Durability::Persistent());
+    EXPECT_FALSE(sut.hasNewReader());
+    EXPECT_TRUE(told.empty());
+}
+
 } // namespace

@@ -3,12 +3,16 @@
 #include "buswrappers/TypedTopics.h"
 #include "dds/core/Reference.hpp"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <memory>
+#include <string>
 #include <thread>
 #include <vector>
 
+using com::tallowcrest::routing::busDescription;
 using com::tallowcrest::routing::sharedParticipant;
 using dds::domain::DomainParticipant;
 
@@ -54,4 +58,17 @@ TEST(Participant, CanBeAskedForOnManyThreads)
     }
 
     EXPECT_EQ(seen, std::vector<DomainParticipant>(4, first));
+}
+
+TEST(Participant, BusIsDescribedAsTheLibraryHasFoundIt)
+{
+    ::setenv("KORABRIDGE_DURABLE_STORE", "/store.db", 1);
+    ::setenv("CYCLONEDDS_URI", "<CycloneDDS><Domain Id=\"7\"/></CycloneDDS>", 1);
+    const std::string rest = ", store /store.db, configuration <CycloneDDS><Domain Id=\"7\"/></CycloneDDS>";
+
+    EXPECT_THAT(busDescription(), testing::EndsWith(", domain unknown, interface unknown" + rest));
+
+    const DomainParticipant participant = sharedParticipant();
+
+    EXPECT_THAT(busDescription(), testing::EndsWith(", domain 7, interface lo (127.0.0.1)" + rest));
 }

@@ -119,3 +119,46 @@ TEST(SampleGate, ANewReaderHasNewPlaces)
 
     EXPECT_TRUE(second(level(2)));
 }
+
+TEST(SampleGate, AnEndOfAnInstanceThatNoTableHasIsDroppedWithoutAWord)
+{
+    const testsupport::LogRecorder log;
+    SampleGate<RouterMember> sut("TopicX", {.has = [](const RouterMember& sample) { return sample.frameId <= 10; }});
+
+    EXPECT_EQ(framesOf(sut.sound(Members({member(10, "", false), member(11, "", false)}))),
+              std::vector<std::uint32_t>{10});
+    EXPECT_EQ(log.texts(), Lines{}) << "a larger router may give up outputs";
+}
+
+TEST(SampleGate, WhereTheFirstOnesHaveThePlacesEachEndIsTheHandlers)
+{
+    SampleGate<RouterMember> sut(
+        "TopicX", {.has = [](const RouterMember&) { return false; }, .mostOthers = 1, .isFullNews = true});
+    sut.filter([] {})({100, "R1", 0});
+    const auto filterOfTheNextReader = sut.filter([] {});
+
+    EXPECT_EQ(framesOf(sut.sound(Members({member(100, "", false)}))), std::vector<std::uint32_t>{100});
+}
+
+TEST(SampleGate, ManyEndsOfInstancesWithoutAPlaceAreWarnedOfOnceAReader)
+{
+    const testsupport::LogRecorder log;
+    SampleGate<RouterMember> sut("TopicX", {.has = [](const RouterMember&) { return false; }});
+    const auto end = [&sut](std::uint32_t frameId) { sut.sound(Members({member(frameId, "", false)})); };
+    constexpr auto most = SampleGate<RouterMember>::mostQuietEnds;
+    const auto filter = sut.filter([] {});
+
+    for (std::uint32_t frame = 1; frame <= most; ++frame)
+    {
+        end(frame);
+    }
+    EXPECT_EQ(log.texts(), Lines{});
+    end(9001);
+    end(9002);
+    EXPECT_EQ(log.texts(), Lines{"WARN TopicX sample ignored: more ends of instances than it has places for: "
+                                 R"({"frameId":9001,"routerPartition":"","memberIndex":0})"});
+
+    const auto next = sut.filter([] {});
+    end(9003);
+    EXPECT_EQ(log.texts().size(), 1U);
+}

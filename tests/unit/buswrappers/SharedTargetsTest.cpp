@@ -55,23 +55,6 @@ TEST_F(SharedTargetsTest, WhatIsDecidedWhenSomebodyElsesDecisionIsKnownIsNewer)
     EXPECT_TRUE(testsupport::waitUntil([&] { return other->known() == Targets{{7, 3}}; }));
 }
 
-TEST_F(SharedTargetsTest, FullTableOfAnotherBridgeComesWithTheJoin)
-{
-    const auto other = otherBridge();
-    ASSERT_TRUE(testsupport::waitUntil([&] { return other->hasJoined(); }));
-    Targets all;
-    for (std::uint32_t number = 1; number <= greatest; ++number)
-    {
-        other->takeUnseen(number, number);
-        all[number] = number;
-    }
-    testsupport::LogRecorder log;
-
-    EXPECT_EQ(bridge()->history(), all);
-
-    EXPECT_EQ(log.takeTexts(), std::vector<std::string>{});
-}
-
 TEST_F(SharedTargetsTest, TargetThatSomebodyElsePublishedIsKept)
 {
     const auto panel = router(m_wire, Durability::Persistent()); // another make: no bridge

@@ -2,11 +2,14 @@
 
 #include "runtime/apartment/Apartment.h"
 #include "runtime/apartment/DoItEvent.h"
+#include "runtime/apartment/Preference.h"
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <array>
+#include <cstdint>
 #include <functional>
 #include <future>
 #include <memory>
@@ -75,24 +78,76 @@ TEST(ThreadPriorityTest, ordinaryPriorityLeavesAThreadThatIsNotPreferredAlone)
     EXPECT_EQ(niceOfThisThread(), before);
 }
 
-TEST(ThreadPriorityTest, theBridgeApartmentIsPreferred)
+TEST(ThreadPriorityTest, thePreferenceIsTakenBackAndGivenAgain)
+{
+    const int before = niceOfThisThread();
+    int taken = -20;
+    int afterOrdinary = -20;
+
+    const int after = onThread([&] {
+        preferThisThread();
+        preferThisThread(false);
+        taken = niceOfThisThread();
+        {
+            const OrdinaryPriority nothingToTakeBack;
+        }
+        afterOrdinary = niceOfThisThread();
+        preferThisThread(true);
+        return niceOfThisThread();
+    });
+
+    EXPECT_EQ(taken, before);
+    EXPECT_EQ(afterOrdinary, before);
+    EXPECT_EQ(after, mayPrefer() ? -10 : before);
+}
+
+TEST(ThreadPriorityTest, aThreadThatWasNeverPreferredIsNot)
+{
+    const int before = niceOfThisThread();
+
+    EXPECT_EQ(onThread([] {
+                  preferThisThread(true);
+                  return niceOfThisThread();
+              }),
+              before);
+}
+
+TEST(ThreadPriorityTest, theBridgeApartmentIsPreferredUnlessSeveralWaitForIt)
 {
     class Ask final : public DoItEvent
     {
     public:
-        explicit Ask(std::promise<int>& nice) : m_nice(nice) {}
+        Ask(std::promise<int>& nice, const void* waiter) : m_nice(nice)
+        {
+            setWaiter(waiter);
+            setBrief();
+        }
         void doIt() override { m_nice.set_value(niceOfThisThread()); }
 
     private:
         std::promise<int>& m_nice;
     };
+    constexpr std::array<int, 2> waiters{};
+    const auto ask = [](const void* waiter) {
+        std::promise<int> nice;
+        post(*bridgeApartment(), std::make_unique<Ask>(nice, waiter));
+        return nice.get_future().get();
+    };
     const int before = niceOfThisThread();
-    std::promise<int> nice;
+    const int preferred = mayPrefer() ? -10 : before;
 
     createBridgeApartment();
-    post(*bridgeApartment(), std::make_unique<Ask>(nice));
-
-    EXPECT_EQ(nice.get_future().get(), mayPrefer() ? -10 : before);
+    EXPECT_EQ(ask(nullptr), preferred);
+    for (std::uint32_t i = 0; i < Preference::numJudged; ++i)
+    {
+        ask(&waiters.at(i % 2));
+    }
+    EXPECT_EQ(ask(nullptr), before);
+    for (std::uint32_t i = 0; i < Preference::numJudged; ++i)
+    {
+        ask(waiters.data());
+    }
+    EXPECT_EQ(ask(nullptr), preferred);
     resetBridgeApartment();
 }
 

@@ -1,11 +1,13 @@
 #include "runtime/misc/TimingSamples.h"
 
 #include "runtime/util/UniqueFd.h"
+#include "tests/support/MeaningfulMemory.h"
 #include "tests/support/SmallDisk.h"
 #include "tests/support/TempDir.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <malloc.h>
 #include <sys/stat.h>
 
 #include <atomic>
@@ -100,6 +102,26 @@ TEST_F(TimingSamplesTest, whenStopped_writesTheFileAndEmptiesTheRing)
 
     EXPECT_EQ("0.000, 1, 0x10\n", testsupport::readFile(path()));
     EXPECT_EQ(0U, m_sut.count());
+}
+
+TEST_F(TimingSamplesTest, whenOff_hasNoMemoryForSamples)
+{
+    if (!testsupport::isMemoryMeaningful)
+    {
+        GTEST_SKIP() << "a sanitizer has heaps of its own";
+    }
+    constexpr std::size_t ofSamples = TimingSamples::capacity * 2 * sizeof(std::uint32_t); // and more for their times
+    const auto inUse = [] {
+        const auto heap = ::mallinfo2();
+        return heap.uordblks + heap.hblkhd;
+    };
+    const std::size_t before = inUse();
+    m_sut.start();
+    EXPECT_GE(inUse(), before + ofSamples);
+
+    m_sut.stop(path());
+
+    EXPECT_LT(inUse(), before + ofSamples / 2);
 }
 
 TEST_F(TimingSamplesTest, whenStartedAgain_beginsANewRun)

@@ -5,6 +5,7 @@
 #include <array>
 #include <cstdint>
 #include <optional>
+#include <stdexcept>
 #include <string>
 
 using namespace com::tallowcrest::util;
@@ -78,4 +79,25 @@ TEST(MetricsTest, GaugeIsFoundByItsName)
     EXPECT_EQ(gaugeValue("test_gauge"), 3);
     EXPECT_EQ(gaugeValue("test_total"), std::nullopt);
     EXPECT_EQ(gaugeValue("test"), std::nullopt);
+}
+
+TEST(MetricsTest, CountsOfANameAreAddedAndThoseOfItsLabelsCanBeHadAlone)
+{
+    constexpr std::array<std::uint32_t, 1> bounds{1000};
+    Counter locked("test_refusals_total", "Refusals.", "reason=\"locked\"");
+    Counter absent("test_refusals_total", "Refusals.", "reason=\"absent\"");
+    Gauge level("test_level", "Level.");
+    Histogram times("test_seconds", "Times.", bounds);
+    locked.add(2);
+    absent.add(5);
+    level.set(4);
+    times.observe(1);
+    times.observe(2000);
+
+    EXPECT_EQ(countOf("test_refusals_total"), 7U);
+    EXPECT_EQ(countOf("test_refusals_total", "reason=\"locked\""), 2U);
+    EXPECT_EQ(countOf("test_seconds"), 2U);
+    EXPECT_EQ(countOf("test_level"), 0U) << "nothing happens in a gauge";
+    EXPECT_THROW(countOf("test_refusal_total"), std::logic_error);
+    EXPECT_THROW(countOf("test_refusals_total", "reason=\"lost\""), std::logic_error);
 }
