@@ -1,5 +1,6 @@
 #include "bridge/Director.h"
 
+#include "bridge/DayReport.h"
 #include "bridge/Logging.h"
 #include "bridge/MetricsFile.h"
 #include "bridge/ServiceManager.h"
@@ -7,6 +8,7 @@
 #include "bustypes/TopicNames.h"
 #include "buswrappers/BusRound.h"
 #include "buswrappers/ComponentInfoPub.h"
+#include "buswrappers/LibraryLog.h"
 #include "buswrappers/Participant.h"
 #include "buswrappers/RouterMemberMgr.h"
 #include "ddskorabridge/LevelContainer.h"
@@ -48,6 +50,26 @@ namespace
 constexpr const char* loggingConfiguration = "/etc/tc/log/korabridge-log.xml";
 constexpr std::uint16_t telnetPort = 8882;
 
+/// Comes onto the bus and says what runs where; also when the bus is not to be had.
+auto enterBus()
+{
+    const auto say = [] {
+        LOG_INFO_F(util::bridgeLogger(), "korabridge %s, %s", KORABRIDGE_VERSION, routing::busDescription().c_str());
+    };
+    try
+    {
+        auto participant = routing::sharedParticipant();
+        say();
+        routing::logWhatTheLibrarySays(); // not before the log's first line
+        return participant;
+    }
+    catch (const std::exception&)
+    {
+        say();
+        throw;
+    }
+}
+
 } // namespace
 
 bool Director::m_started = false;
@@ -73,6 +95,7 @@ std::shared_ptr<ConnectionFactoryImpl> Director::m_connectionFactory;
 std::shared_ptr<CmdHandlerFactoryImpl> Director::m_cmdHandlerFactory;
 std::shared_ptr<hwobjs::TimecodeSharedMem> Director::m_timecodeSource;
 std::shared_ptr<MetricsFile> Director::m_metricsFile;
+std::shared_ptr<DayReport> Director::m_dayReport;
 std::shared_ptr<ServiceManager> Director::m_serviceManager;
 
 const MacroLevel Director::m_audioLevelDescriptor{.levelId = 2,
@@ -109,8 +132,8 @@ bool Director::startSystem(std::uint32_t frameId, std::uint32_t koraBridgeId, st
     configureLogging(loggingConfiguration, 0);
     guardLogAppenders();
     m_logger = util::bridgeLogger();
-    LOG_INFO_F(m_logger, "korabridge %s, %s", KORABRIDGE_VERSION, routing::busDescription().c_str());
     awaitStartResources(m_logger);
+    const auto participant = enterBus(); // held until the wrappers hold it
 
     createControllerLink(); // 3, 4
     createTelnetConsole();  // 5
@@ -154,6 +177,7 @@ void Director::beWatched()
         m_metricsFile = std::make_shared<MetricsFile>(path);
     }
     const auto bridge = apartment::bridgeApartment();
+    m_dayReport = std::make_shared<DayReport>(*bridge, bridge->alarmClock());
     m_serviceManager = std::make_shared<ServiceManager>(
         *bridge, bridge->alarmClock(),
         ServiceManager::Questions{
@@ -249,6 +273,7 @@ bool Director::stopSystem()
         bridge->stop();
     }
     m_serviceManager.reset();
+    m_dayReport.reset();
     m_metricsFile.reset();
 
     // 4

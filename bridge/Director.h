@@ -19,6 +19,7 @@ class RouterMemberMgr;
 } // namespace com::tallowcrest::routing
 class CmdHandlerFactoryImpl;
 class ConnectionFactoryImpl;
+class DayReport;
 class LevelContainer;
 class LevelMgr;
 class MacroXptMgrLocalTarget;
@@ -87,6 +88,7 @@ private:
     static std::shared_ptr<CmdHandlerFactoryImpl> m_cmdHandlerFactory;
     static std::shared_ptr<com::tallowcrest::hwobjs::TimecodeSharedMem> m_timecodeSource;
     static std::shared_ptr<MetricsFile> m_metricsFile;
+    static std::shared_ptr<DayReport> m_dayReport;
     static std::shared_ptr<ServiceManager> m_serviceManager;
     static const com::tallowcrest::dds_::routing::MacroLevel m_audioLevelDescriptor;
     static const com::tallowcrest::dds_::routing::MacroLevel m_videoLevelDescriptor;

@@ -30,8 +30,8 @@ namespace
 {
 
 Gauge buildInfo("korabridge_build_info", "The version of the bridge.", "version=\"" KORABRIDGE_VERSION "\"");
-Gauge residentMemory("process_resident_memory_bytes", "Resident memory size in bytes.");
-Gauge startTime("process_start_time_seconds", "Start time of the process since unix epoch in seconds.");
+Gauge residentMemory("korabridge_resident_memory_bytes", "Resident memory size in bytes.");
+Gauge startTime("korabridge_start_time_seconds", "Start time of the process since unix epoch in seconds.");
 
 void measureMemory()
 {

@@ -3,6 +3,7 @@
 #include "runtime/misc/Console.h"
 
 #include <algorithm>
+#include <span>
 #include <stdexcept>
 
 using com::tallowcrest::misc::print;
@@ -136,12 +137,17 @@ BinaryTree::Range BinaryTree::next()
 
 std::uint32_t BinaryTree::find(std::uint32_t node) const
 {
-    if (node >= m_firstLeafIndex)
+    // The leaves below a node lie side by side.
+    std::uint32_t leaf = node;
+    std::uint32_t count = 1;
+    for (; leaf < m_firstLeafIndex; leaf *= 2)
     {
-        return (m_nodes[node] & m_connectionMask) != 0 ? node : 0;
+        count *= 2;
     }
-    const std::uint32_t found = find(2 * node);
-    return found != 0 ? found : find(2 * node + 1);
+    const auto leaves = std::span(m_nodes).subspan(leaf, count);
+    const auto found = std::find_if(leaves.begin(), leaves.end(),
+                                    [this](std::uint32_t bits) { return (bits & m_connectionMask) != 0; });
+    return found != leaves.end() ? leaf + static_cast<std::uint32_t>(found - leaves.begin()) : 0;
 }
 
 BinaryTree::Range BinaryTree::currentRange() const

@@ -51,7 +51,7 @@ public:
 
 private:
     std::uint32_t leafOf(std::uint32_t output) const { return output / m_numOutputsPerLeaf + m_firstLeafIndex; }
-    /// The first leaf below `node` that holds a bit of the walk's mask, or 0. Inner nodes are passed untested.
+    /// The first leaf below `node`, or itself, that holds a bit of the walk's mask, or 0. Inner nodes are not tested.
     std::uint32_t find(std::uint32_t node) const;
     Range currentRange() const;
 

@@ -47,18 +47,14 @@ std::uint32_t controllerState(LPRState lprState)
 
 /// What a crosspoint's status means for the controller; the one rule of every query. Member by member into its place:
 /// a whole value that is returned and copied costs as much as all the rest.
-void setControllerStatus(OutputStatus& status, const Mapping& mapping, const XptStatus& xpt)
+void setControllerStatus(OutputStatus& status, const NumberBlock& inputs, const XptStatus& xpt)
 {
-    status.result = xpt.result;
-    status.controllerInput = 0;
+    const bool isThere = xpt.result == resultCode::done;
+    const auto input = inputs.toController(xpt.input);
+    status.result = isThere && !input ? resultCode::esfInvalidSrc : xpt.result;
+    status.controllerInput = isThere ? input.value_or(0) : 0;
     status.lprState = controllerState(xpt.lprState);
     status.lprId = xpt.lprId;
-    if (xpt.result == resultCode::done)
-    {
-        const auto input = mapping.xptInputToController(xpt.input);
-        status.result = input ? resultCode::done : resultCode::esfInvalidSrc;
-        status.controllerInput = input.value_or(0);
-    }
 }
 
 } // namespace
@@ -150,7 +146,7 @@ std::uint32_t LevelImpl::getOutputStatus(std::uint32_t controllerOutput, std::ui
     {
         XptStatus xpt;
         xpt.result = m_status->getStatus(*xptOutput, xpt.input, xpt.lprState, xpt.lprId);
-        setControllerStatus(status, m_mapping, xpt);
+        setControllerStatus(status, m_mapping.inputs(), xpt);
         if (status.result == resultCode::done)
         {
             status.result = checkGroup(*xptOutput, xpt.input);
@@ -193,11 +189,7 @@ void LevelImpl::getOutputStatuses(std::uint32_t firstOutput, std::span<OutputSta
         std::size_t count = 1;
         if (xptOutput)
         {
-            while (count < statuses.size() &&
-                   m_mapping.isValidControllerOutput(firstOutput + static_cast<std::uint32_t>(count)))
-            {
-                ++count;
-            }
+            count = std::min<std::size_t>(statuses.size(), m_mapping.outputs().controllersFrom(firstOutput));
             readStatuses(*xptOutput, statuses.first(count));
         }
         else
@@ -212,13 +204,14 @@ void LevelImpl::getOutputStatuses(std::uint32_t firstOutput, std::span<OutputSta
 void LevelImpl::readStatuses(std::uint32_t xptOutput, std::span<OutputStatus> statuses) const
 {
     std::array<XptStatus, 64> xpts;
+    const NumberBlock inputs = m_mapping.inputs(); // as a member it would be read again after each word that is written
     while (!statuses.empty())
     {
         const auto count = std::min(xpts.size(), statuses.size());
         m_status->getStatuses(xptOutput, std::span(xpts).first(count));
         for (std::size_t i = 0; i < count; ++i)
         {
-            setControllerStatus(statuses[i], m_mapping, xpts[i]);
+            setControllerStatus(statuses[i], inputs, xpts[i]);
         }
         xptOutput += static_cast<std::uint32_t>(count);
         statuses = statuses.subspan(count);

@@ -4,19 +4,16 @@
 #include "runtime/misc/Console.h"
 #include "runtime/util/Log.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace
 {
 
-/// What the table says of one output; both queries answer with it.
-XptStatus statusOf(const MacroXptTable& table, std::uint32_t output)
+constexpr XptStatus beyondTheTable{.result = resultCode::esfInvalidDst};
+
+XptStatus statusOf(const MacroXptTable::Record& record)
 {
-    if (!table.contains(output))
-    {
-        return {.result = resultCode::esfInvalidDst};
-    }
-    const MacroXptTable::Record& record = table.record(output);
     return {resultCode::done, record.macroXptInput, record.lprState, record.lprId};
 }
 
@@ -48,7 +45,8 @@ void MacroXptMgrStatus::leaveRouterPartition()
 std::uint32_t MacroXptMgrStatus::getStatus(std::uint32_t output, std::uint32_t& input, LPRState& lprState,
                                            std::uint32_t& lprId) const
 {
-    const XptStatus status = statusOf(m_status, output);
+    XptStatus status;
+    getStatuses(output, {&status, 1});
     if (status.result == resultCode::done)
     {
         input = status.input;
@@ -60,10 +58,12 @@ std::uint32_t MacroXptMgrStatus::getStatus(std::uint32_t output, std::uint32_t& 
 
 void MacroXptMgrStatus::getStatuses(std::uint32_t firstOutput, std::span<XptStatus> statuses) const
 {
-    for (XptStatus& status : statuses)
+    const auto records = m_status.records(firstOutput, statuses.size());
+    for (std::size_t i = 0; i < records.size(); ++i)
     {
-        status = statusOf(m_status, firstOutput++);
+        statuses[i] = statusOf(records[i]);
     }
+    std::fill(statuses.begin() + static_cast<std::ptrdiff_t>(records.size()), statuses.end(), beyondTheTable);
 }
 
 void MacroXptMgrStatus::onDataAvailable()

@@ -2,7 +2,10 @@
 
 #include "bustypes/RoutingTypes.h"
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -24,6 +27,12 @@ public:
 
     /// `output` must be contained.
     const Record& record(std::uint32_t output) const { return m_records[output]; }
+    /// Those of `output` and up to `count` - 1 that follow it, as far as they are contained; none when `output` is not.
+    std::span<const Record> records(std::uint32_t output, std::size_t count) const
+    {
+        const auto from = std::span(m_records).subspan(std::min<std::size_t>(output, m_records.size()));
+        return from.first(std::min(count, from.size()));
+    }
     /// Replaces the record of the output that `record` names, which must be contained.
     void store(const Record& record) { m_records[record.macroXptOutput] = record; }
     /// Puts the record back as it started.

@@ -121,6 +121,7 @@ public:
     void notPublished(Instance instance);
     /// Whether `tick` is wanted within milliseconds; otherwise a few times a second will do.
     bool isInHurry() const;
+    std::size_t neighbours() const { return m_neighbours.size(); }
 
     /// Null when nothing is known of it.
     const Decision* known(Instance instance) const;

@@ -39,7 +39,7 @@ ChannelRecorder::ChannelRecorder(const dds::domain::DomainParticipant& participa
                                                         .started = steady(started),
                                                         .rules = m_channel->codec().rules},
                                                        m_channel->clock()),
-      m_drainedAt(steady(Clock::now()))
+      m_drainedAt(steady(Clock::now())), m_lastDecided(m_channel->settings().greatest + std::size_t{1})
 {}
 
 ChannelCore::Now ChannelRecorder::now() const
@@ -119,23 +119,48 @@ void ChannelRecorder::takeJoin()
 
 void ChannelRecorder::takeHandedOver()
 {
-    const ChannelCore::Time earliest = std::exchange(m_drainedAt, now().steady);
+    const ChannelCore::Now looked = now();
+    const ChannelCore::Time earliest = std::exchange(m_drainedAt, looked.steady);
     m_channel->drain(m_batch);
+    findLastDecided();
     const TypeCodec& codec = m_channel->codec();
     for (std::size_t i = 0; i < m_batch.size(); ++i)
     {
-        const void* const value = &m_batch.values[i * codec.valueSize];
-        const HandOver::Written& written = m_batch.written[i];
-        Decision decision{.written = written.time, .content = codec.contentOf(value)};
-        if (written.isHistory || written.ticket != m_ticket) // what was decided before the join comes back with it
+        const void* const value = valueAt(i);
+        const Instance instance = codec.instanceOf(value);
+        const bool isDecided = isDecidedSinceJoin(i);
+        if (isDecided && instance < m_lastDecided.size() && m_lastDecided[instance] != i)
         {
-            m_core.published(codec.instanceOf(value), std::move(decision), earliest, now());
+            continue; // what follows it in this batch was decided later
+        }
+        Decision decision{.written = m_batch.written[i].time, .content = codec.contentOf(value)};
+        if (isDecided)
+        {
+            m_core.decided(instance, std::move(decision), earliest, looked);
         }
         else
         {
-            m_core.decided(codec.instanceOf(value), std::move(decision), earliest, now());
+            m_core.published(instance, std::move(decision), earliest, looked);
         }
     }
+}
+
+void ChannelRecorder::findLastDecided()
+{
+    for (std::size_t i = 0; i < m_batch.size(); ++i)
+    {
+        const Instance instance = m_channel->codec().instanceOf(valueAt(i));
+        if (isDecidedSinceJoin(i) && instance < m_lastDecided.size())
+        {
+            m_lastDecided[instance] = i;
+        }
+    }
+}
+
+bool ChannelRecorder::isDecidedSinceJoin(std::size_t i) const
+{
+    const HandOver::Written& written = m_batch.written[i];
+    return !written.isHistory && written.ticket == m_ticket; // what was decided before the join comes back with it
 }
 
 void ChannelRecorder::takeLoaded()

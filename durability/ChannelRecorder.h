@@ -39,6 +39,8 @@ public:
     /// One look at everything. True when something became due for the store. `newcomer` is when a participant was
     /// discovered last.
     bool work(std::chrono::steady_clock::time_point newcomer);
+    /// How many other bridges are known; none when nobody here has joined.
+    std::size_t neighbours() const { return m_topic == nullptr ? 0 : m_core.neighbours(); }
     bool isInHurry() const { return m_core.isInHurry() || m_completed || !m_toAdopt.empty() || !m_toRepeat.empty(); }
     /// Whether the bridge handed over more, at the last look, than what there is memory for from the start.
     bool isBusy() const { return m_batch.size() > HandOver::initialValues; }
@@ -58,7 +60,11 @@ private:
     ChannelCore::Now now() const;
     void openPort();
     void takeJoin();
+    /// Of the decisions about an instance that came since the last look the core is told the last one.
     void takeHandedOver();
+    void findLastDecided();
+    bool isDecidedSinceJoin(std::size_t i) const;
+    const void* valueAt(std::size_t i) const { return &m_batch.values[i * m_channel->codec().valueSize]; }
     void takeLoaded();
     std::size_t applyRows(std::vector<StoredRow> rows, ChannelCore::Kept where);
     void takeSeen();
@@ -84,6 +90,7 @@ private:
     ChannelCore m_core;
     HandOver::Batch m_batch;
     ChannelCore::Time m_drainedAt{};
+    std::vector<std::size_t> m_lastDecided; ///< by instance: where in the batch, if it is there
     std::shared_ptr<IDurableTopic> m_topic; ///< of the last join
     Channel::Deliver m_deliver;
     std::uint64_t m_ticket = 0;

@@ -37,8 +37,8 @@ public:
         }
     };
 
-    /// What there is memory for from the start.
-    static constexpr std::size_t initialValues = 1024;
+    /// What there is memory for from the start: the entries of a message.
+    static constexpr std::size_t initialValues = 512;
 
     explicit HandOver(std::size_t valueSize) : m_valueSize(valueSize), m_batch(makeBatch()) {}
 

@@ -72,7 +72,10 @@ NeighbourPort::NeighbourPort(dds::domain::DomainParticipant participant, const C
                              std::string bridgesWrite, util::WakeEvent& wake)
     : m_participant(std::move(participant)), m_bridgesWrite(std::move(bridgesWrite)),
       m_self(nameOf(m_participant.key())),
-      m_statusTopic(m_participant, channel.topic + "_durable", m_participant.default_topic_qos()),
+      m_statusTopic(m_participant, channel.topic + "_durable", m_participant.default_topic_qos(),
+                    [this](const StatusMessage& message, const dds::core::InstanceHandle& writer) {
+                        return m_names.admit(writer, message.bridge);
+                    }),
       m_rowsTopic(m_participant, channel.topic + "_durable_rows", m_participant.default_topic_qos()),
       m_publisher(m_participant, in<dds::pub::qos::PublisherQos>(channel.partition)),
       m_subscriber(m_participant, in<dds::sub::qos::SubscriberQos>(channel.partition)), m_rowsWaker(wake),
@@ -96,10 +99,14 @@ bool NeighbourPort::hasMatchedAnew()
 std::set<NeighbourId> NeighbourPort::matched()
 {
     m_writers.clear();
+    std::set<NeighbourId> speakers;
     for (const dds::sub::MatchedPublication& writer : m_statusReader.matched_publications())
     {
         m_writers[writer.handle.value()] = nameOf(writer.participant);
+        speakers.insert(nameOf(writer.participant));
     }
+    m_names.keepOnly(m_writers);
+    std::erase_if(m_early, [&](const auto& one) { return !speakers.contains(one.first); });
     const std::vector<dds::pub::MatchedSubscription> readers = m_statusWriter.matched_subscriptions();
     std::set<NeighbourId> heard;
     for (const dds::pub::MatchedSubscription& reader : readers)

@@ -15,12 +15,36 @@
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <mutex>
 #include <optional>
 #include <set>
 #include <string>
 
 namespace com::tallowcrest::durability
 {
+
+/// The name in which each writer of statuses speaks: the first that it has used. A bridge has one name; whoever uses
+/// more would have the reader keep an instance for each. Thread-safe.
+class NamesInUse
+{
+public:
+    /// Whether `writer` may use `name`.
+    bool admit(const dds::core::InstanceHandle& writer, NeighbourId name)
+    {
+        const std::lock_guard lock(m_mutex);
+        return m_names.try_emplace(writer.value(), name).first->second == name;
+    }
+    /// Forgets all writers that are not among `present`.
+    void keepOnly(const std::map<std::uint64_t, NeighbourId>& present)
+    {
+        const std::lock_guard lock(m_mutex);
+        std::erase_if(m_names, [&](const auto& one) { return !present.contains(one.first); });
+    }
+
+private:
+    std::mutex m_mutex;
+    std::map<std::uint64_t, NeighbourId> m_names; ///< by the writer's handle
+};
 
 /// How the bridges of a partition talk about one durable topic `T`: on `T_durable`, where each keeps one status, and on
 /// `T_durable_rows`, where decisions are handed over. Bound to the recorder's thread.
@@ -89,6 +113,7 @@ private:
     const dds::domain::DomainParticipant m_participant;
     const std::string m_bridgesWrite;
     const NeighbourId m_self;
+    NamesInUse m_names; ///< before the topic, which asks it
     const dds::topic::Topic<StatusMessage> m_statusTopic;
     const dds::topic::Topic<RowsMessage> m_rowsTopic;
     const dds::pub::Publisher m_publisher;

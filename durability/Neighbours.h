@@ -67,6 +67,7 @@ public:
     void remove(NeighbourId id) { m_all.erase(id); }
     bool knows(NeighbourId id) const { return m_all.contains(id); }
     std::vector<NeighbourId> ids() const;
+    std::size_t size() const { return m_all.size(); }
 
     /// Keeps the last status of a neighbour. False when it is of nobody known or of another size than the channel.
     bool put(NeighbourId id, Status status, Time now);

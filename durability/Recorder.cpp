@@ -1,21 +1,32 @@
 #include "durability/Recorder.h"
 
 #include "runtime/util/Log.h"
+#include "runtime/util/Metrics.h"
 #include "runtime/util/ThreadName.h"
 
 #include <log4cxx/logger.h>
-#include <malloc.h>
 
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <exception>
 #include <utility>
 
 namespace com::tallowcrest::durability
 {
 
+namespace
+{
+
+util::Gauge neighboursKnown("korabridge_neighbours", "Other bridges that keep the same targets.");
+
+} // namespace
+
 Recorder::Recorder(dds::domain::DomainParticipant participant, std::filesystem::path store,
                    std::chrono::milliseconds calmTime)
     : m_participant(std::move(participant)), m_store(std::move(store)), m_calmTime(calmTime),
-      m_participants(m_participant, m_participant.delegate()->started()), m_thread([this] { run(); })
+      m_participants(m_participant, m_participant.delegate()->started()), m_spareMemory(m_calmTime),
+      m_thread([this] { run(); })
 {}
 
 Recorder::~Recorder()
@@ -76,6 +87,7 @@ void Recorder::look(StoreKeeper& keeper, RecentRows& recent)
     m_isBusy = false;
     m_isInHurry = false;
     m_handedOver = 0;
+    std::size_t neighbours = 0;
     if (recent.isFull())
     {
         recent.beginAnew();
@@ -91,7 +103,9 @@ void Recorder::look(StoreKeeper& keeper, RecentRows& recent)
         m_isBusy = recorder.isBusy() || m_isBusy;
         m_isInHurry = recorder.isInHurry() || m_isInHurry;
         m_handedOver += recorder.handedOver();
+        neighbours = std::max(neighbours, recorder.neighbours());
     }
+    neighboursKnown.set(static_cast<std::int64_t>(neighbours));
     recent.flush();
     if (isDue)
     {
@@ -100,6 +114,7 @@ void Recorder::look(StoreKeeper& keeper, RecentRows& recent)
     letGoOfChannels(keeper);
     dropUnused(keeper);
     restAfterBurst(recent);
+    m_spareMemory.look(Clock::now());
 }
 
 void Recorder::keepAgain()
@@ -185,7 +200,7 @@ void Recorder::restAfterBurst(RecentRows& recent)
             recorder.rest();
         }
         recent.rest();
-        ::malloc_trim(0); // what the burst has used and freed is spread over the heaps of all threads
+        m_spareMemory.giveBack();
     }
 }
 

@@ -6,6 +6,7 @@
 #include "durability/Participants.h"
 #include "durability/RecentRows.h"
 #include "durability/StoreKeeper.h"
+#include "runtime/util/SpareMemory.h"
 #include "runtime/util/WakeEvent.h"
 
 #include <atomic>
@@ -37,7 +38,7 @@ public:
     static constexpr std::size_t fewValues = 64;
     static constexpr std::chrono::milliseconds hurriedPoll{3};
     static constexpr std::chrono::milliseconds idlePoll{250};
-    /// So long after a burst its memory is given back to the system.
+    /// So long after a burst its memory is given back to the system; what else has been freed, no more often.
     static constexpr std::chrono::milliseconds usualCalmTime{5000};
 
     /// What has been stored of a partition that nobody has used for so long goes; looked at an hour after the start and
@@ -83,6 +84,7 @@ private:
     bool m_isInHurry = false;
     bool m_isBusy = false;
     std::optional<Clock::time_point> m_lastBurst; ///< whose memory is still held
+    util::SpareMemory m_spareMemory;
 
     std::atomic<bool> m_stopping{false};
     std::thread m_thread;

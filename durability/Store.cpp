@@ -200,7 +200,7 @@ void Store::open()
     m_database->execute("PRAGMA synchronous = FULL");
     // A reader beside us keeps the log from being moved into the file; it is cut once the reader has gone.
     m_database->execute("PRAGMA journal_size_limit = 1048576");
-    m_database->execute("PRAGMA cache_size = -256"); // KiB: rows are written once and read at the start
+    m_database->execute("PRAGMA cache_size = -64"); // KiB: rows are written once and read at the start
     if (isNew)
     {
         m_database->execute(schema); // a transaction that fails goes with the connection

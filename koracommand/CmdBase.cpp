@@ -35,6 +35,7 @@ CmdBase::CmdBase(std::span<const std::uint8_t> message, std::shared_ptr<RspQueue
                  std::shared_ptr<ConnectionContext> context)
     : m_buffer(convertedCopy(cutToLength(message))), m_rspQueue(std::move(rspQueue)), m_context(std::move(context))
 {
+    setWaiter(m_rspQueue.get());
     if (m_buffer->size() <= longestBriefRequest)
     {
         setBrief();

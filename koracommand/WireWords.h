@@ -65,7 +65,7 @@ public:
     {
         const bool fits = offset <= m_bytes.size() && words.size_bytes() <= m_bytes.size() - offset;
         assert(fits);
-        if (fits)
+        if (fits && !words.empty()) // none may lie nowhere
         {
             std::memcpy(m_bytes.data() + offset, words.data(), words.size_bytes());
         }

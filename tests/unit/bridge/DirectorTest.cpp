@@ -1,5 +1,6 @@
 #include "bridge/Director.h"
 
+#include "bridge/DayReport.h"
 #include "dds/core/Exception.hpp"
 #include "ddskorabridge/LevelContainer.h"
 #include "ddskorabridge/MacroXptMgrStatus.h"
@@ -7,6 +8,7 @@
 #include "koracommand/LevelAccess.h"
 #include "koraserver/Server.h"
 #include "runtime/apartment/Apartment.h"
+#include "runtime/apartment/ApartmentCall.h"
 #include "runtime/hwobjs/CurrentTimecodeReader.h"
 #include "runtime/misc/Console.h"
 #include "runtime/misc/TelnetIO.h"
@@ -14,11 +16,16 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <memory>
+#include <optional>
 #include <string>
 
+using namespace std::chrono_literals;
+using com::tallowcrest::apartment::AlarmClock;
 using com::tallowcrest::apartment::bridgeApartment;
+using com::tallowcrest::apartment::callOnApartment;
 using com::tallowcrest::hwobjs::currentTimecodeReader;
 using com::tallowcrest::misc::console;
 
@@ -71,6 +78,21 @@ TEST_F(DirectorTest, TheTwoFixedLevelsAreThereFromTheStart)
     EXPECT_EQ(getLevelInstance(1)->getOutputStatus(289, input, state, holder), 4U);
     EXPECT_EQ(getLevelInstance(2)->getOutputStatus(2304, input, state, holder), 3U);
     EXPECT_EQ(getLevelInstance(2)->getOutputStatus(2305, input, state, holder), 4U);
+}
+
+TEST_F(DirectorTest, FirstReportOfTheDayIsDueADayAfterTheStart)
+{
+    const auto before = AlarmClock::Clock::now();
+    start();
+    const auto apartment = bridgeApartment();
+
+    // No router is there and nobody manages the service, so no other alarm is set.
+    const auto due = callOnApartment<std::optional<AlarmClock::Clock::time_point>>(
+        *apartment, [clock = apartment->alarmClock()] { return clock->nextDue(); }, 10s);
+
+    ASSERT_TRUE(due && *due);
+    EXPECT_GE(**due, before + DayReport::day);
+    EXPECT_LE(**due, AlarmClock::Clock::now() + DayReport::day);
 }
 
 TEST_F(DirectorTest, SecondStartChangesNothing)

@@ -224,6 +224,10 @@ TEST_F(LevelImplTest, StatusOfAnOutputBeyondTheTableIsZeroes)
     LevelImpl sut(m_target, m_status, numbers);
 
     EXPECT_EQ(statusOf(sut, 20), (Status{4, 20, 0, 0, 0}));
+
+    LevelImpl withInputZero(m_target, m_status, {.numXptInputs = 9, .controllerInputStart = 5, .numXptOutputs = 9});
+
+    EXPECT_EQ(statusOf(withInputZero, 8), (Status{4, 8, 0, 0, 0}));
 }
 
 TEST_F(LevelImplTest, StatusWithASourceOutsideTheLevelKeepsHolderAndState)

@@ -182,6 +182,26 @@ TEST_F(MacroXptMgrTargetJoinTest, ReaderThatDoesNotAnswerIsWarnedOfInEveryJoinAn
     }
 }
 
+TEST_F(MacroXptMgrTargetJoinTest, MoreMembersThanAnyRouterHasAreIgnoredAndToldOf)
+{
+    RouterMemberMacroXpts member = wholeRouter;
+    for (member.memberIndex = 0; member.memberIndex < MacroXptAvailable::mostMembers; ++member.memberIndex)
+    {
+        m_members.write(member);
+    }
+    join(m_sut, "R1");
+    const auto added = [this] { return m_log.countHolding("addRouterMemberMacroXpts"); };
+    ASSERT_TRUE(m_apartment->runUntil([&] { return added() == MacroXptAvailable::mostMembers; })) << added();
+    PeerWriter<RouterMemberMacroXpts> another{m_peer, memberTopic, "R2"};
+    another.write(member);
+
+    join(m_sut, "R2");
+
+    const std::string line = "WARN TopicMacroXptOutputVideoTarget router member 256 ignored: there are 256";
+    EXPECT_TRUE(m_apartment->runUntil([&] { return m_log.count(line) == 1; }));
+    EXPECT_EQ(added(), MacroXptAvailable::mostMembers);
+}
+
 TEST_F(MacroXptMgrTargetJoinTest, TargetsFoundOnJoiningAreStampedWithTheCurrentTimecode)
 {
     joinOfferedRouter();

@@ -54,6 +54,35 @@ TEST(Mapping, CrosspointsMapBackOntoControllerNumbers)
     EXPECT_EQ(sut.xptOutputToController(221), std::nullopt);
 }
 
+/// Counted one by one.
+std::uint64_t validFrom(const Mapping& mapping, std::uint32_t number)
+{
+    std::uint64_t count = 0;
+    while (mapping.isValidControllerOutput(number))
+    {
+        ++count;
+        ++number;
+    }
+    return count;
+}
+
+TEST(Mapping, ValidNumbersInARowAreThoseThatAreValidOneByOne)
+{
+    for (const MappingNumbers& numbers :
+         {one, MappingNumbers{.numXptsPer = 3, .xptOutputStart = 7, .numXptOutputs = 20, .controllerOutputStart = 5},
+          MappingNumbers{.xptOutputStart = last - 3, .numXptOutputs = 20, .controllerOutputStart = 31},
+          MappingNumbers{.numXptsPer = 2, .xptOutputStart = last - 8, .numXptOutputs = 20, .controllerOutputStart = 1},
+          MappingNumbers{.xptOutputStart = 1, .numXptOutputs = 20, .controllerOutputStart = last - 4}})
+    {
+        const Mapping sut(numbers);
+        const std::uint32_t start = numbers.controllerOutputStart;
+        for (std::uint32_t number = start - 2; number != start + 25; ++number)
+        {
+            EXPECT_EQ(sut.outputs().controllersFrom(number), validFrom(sut, number)) << number;
+        }
+    }
+}
+
 TEST(Mapping, ValidityOfControllerNumbersAlone)
 {
     const Mapping sut(one);
@@ -92,6 +121,14 @@ TEST(Mapping, EmptyBlocksHoldNothing)
     EXPECT_FALSE(sut.isValidControllerOutput(1));
     EXPECT_EQ(sut.xptInputToController(0), std::nullopt);
     EXPECT_EQ(sut.xptOutputToController(0), std::nullopt);
+}
+
+TEST(Mapping, ABlockOfCrosspointsMayReachTheEndOf32Bits)
+{
+    const Mapping sut({.xptInputStart = last - 9, .numXptInputs = 100, .controllerInputStart = 1});
+
+    EXPECT_EQ(sut.xptInputToController(last), 10U);
+    EXPECT_EQ(sut.xptInputToController(0), std::nullopt);
 }
 
 TEST(Mapping, ABlockOfControllerNumbersMayReachTheEndOf32Bits)

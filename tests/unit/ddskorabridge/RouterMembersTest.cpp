@@ -9,6 +9,7 @@
 #include "ddskorabridge/MacroXptMgrTarget.h"
 #include "koraserver/Server.h"
 #include "runtime/apartment/ThreadPriority.h"
+#include "runtime/util/Metrics.h"
 #include "tests/fakes/ManualAlarmClock.h"
 
 #include <gtest/gtest.h>
@@ -54,6 +55,10 @@ public:
         {
             throw std::runtime_error("expected by the test");
         }
+        if (throwsAnything)
+        {
+            throw m_name;
+        }
     }
     void beginToJoin(const std::string& routerPartition, const std::function<void()>& done) override
     {
@@ -71,6 +76,7 @@ public:
 
     std::string expected; ///< the partition that was announced last
     bool throws = false;
+    bool throwsAnything = false; ///< but an exception
     bool waits = false;
     std::function<void()> joined; ///< to be called by the test, when it waits
     int nice = -20;               ///< of the thread that joined last
@@ -351,6 +357,33 @@ TEST_F(RouterMembersTest, JoinThatFailsGoesOnWithThatPartWithinASecondUntilItSuc
     EXPECT_TRUE(m_server->isConnectedToRouter());
     const std::string line = "joining router partition 'R1' failed and is tried again: expected by the test";
     EXPECT_EQ(m_log.texts(), (Calls{"WARN " + line, "INFO connected to router\n", "WARN repeated 20 times: " + line}));
+}
+
+TEST_F(RouterMembersTest, JoinThatFailsForNobodyKnowsWhatIsTakenUpAgainToo)
+{
+    m_videoStatus->throwsAnything = true;
+    m_sut.joinRouterPartition("R1");
+    ASSERT_FALSE(m_server->isConnectedToRouter());
+    m_videoStatus->throwsAnything = false;
+
+    m_clock->pass(1s);
+
+    EXPECT_TRUE(m_server->isConnectedToRouter());
+    EXPECT_EQ(m_log.count("WARN joining router partition 'R1' failed and is tried again: unknown exception"), 1U);
+}
+
+TEST_F(RouterMembersTest, JoinsAreCountedWhenTheyAreComplete)
+{
+    const auto joins = [] { return com::tallowcrest::util::countOf("korabridge_join_seconds"); };
+    const std::uint64_t before = joins();
+    m_videoStatus->throws = true;
+    m_sut.joinRouterPartition("R1");
+    EXPECT_EQ(joins(), before);
+    m_videoStatus->throws = false;
+
+    m_clock->pass(1s);
+
+    EXPECT_EQ(joins(), before + 1);
 }
 
 TEST_F(RouterMembersTest, JoinThatFailsAfterAWaitIsTakenUpAgainToo)

@@ -137,6 +137,27 @@ TEST_F(NeighbourPortTest, WhoSpeaksInTheNameOfAnotherIsNotBelieved)
     EXPECT_EQ(m_said[bridge], std::vector<NeighbourId>{1});
 }
 
+TEST_F(NeighbourPortTest, WhatWasSaidByWhoWentBeforeItCouldHearIsForgotten)
+{
+    start();
+    const dds::domain::DomainParticipant other(dds::domain::default_id());
+    {
+        auto deaf = writerOf<StatusMessage>(other, m_channel.topic + "_durable", m_channel.partition);
+        m_wake.clear();
+        deaf.write({.bridge = name(other), .status = {}});
+        ASSERT_TRUE(isWoken());
+        take(); // nobody who can be told of it yet
+        m_wake.clear();
+    }
+    ASSERT_TRUE(isWoken());
+    take();
+
+    const NeighbourPort hears(other, m_channel, "", m_wake);
+
+    ASSERT_TRUE(waitForNeighbour(name(other)));
+    EXPECT_FALSE(m_said.contains(name(other)));
+}
+
 TEST_F(NeighbourPortTest, WhoComesAndWhatIsSaidWakesTheRecorder)
 {
     start();

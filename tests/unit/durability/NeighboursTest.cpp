@@ -76,6 +76,27 @@ TEST_F(NeighboursTest, MoreContentsThanAStatusHasRoomForAreAskedForInTurns)
     EXPECT_EQ(asked.size(), buckets * Neighbours::most);
 }
 
+TEST_F(NeighboursTest, EachBucketAsksForAsMuchAsItHasRoomForAndGoesOnWhereItWas)
+{
+    constexpr std::size_t buckets = 64;
+    constexpr std::size_t room = Status::mostWants / buckets;
+    Neighbours sut(buckets);
+    for (NeighbourId id = 1; id <= room + 1; ++id)
+    {
+        Digests digests(buckets, 0);
+        digests[0] = id;
+        ASSERT_TRUE(sut.add(id) && sut.put(id, {.digests = digests, .met = {self}, .wants = {}}, Time(0)));
+    }
+    const Digests nothing(buckets, 0);
+
+    EXPECT_EQ(sut.missing(nothing, Time(0), 0).size(), room);
+    EXPECT_EQ(sut.missing(nothing, Time(0), 0).front().of, 1U);
+    // As many times as that the room leaves one over.
+    const auto wants = sut.missing(nothing, Time(0), room);
+    EXPECT_EQ(wants.size(), room);
+    EXPECT_EQ(wants.front().of, 2U);
+}
+
 TEST_F(NeighboursTest, MoreThanThereCanBeAreNotWaitedFor)
 {
     for (NeighbourId id = 1; id <= Neighbours::most; ++id)

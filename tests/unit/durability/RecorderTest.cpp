@@ -1,6 +1,7 @@
 #include "durability/Recorder.h"
 
 #include "CrowdOfNeighbours.h"
+#include "runtime/util/Metrics.h"
 #include "tests/support/LogRecorder.h"
 #include "tests/support/TempDir.h"
 #include "tests/support/WaitUntil.h"
@@ -10,6 +11,7 @@
 #include <malloc.h>
 
 #include <atomic>
+#include <cstdint>
 #include <cstdlib>
 #include <filesystem>
 #include <future>
@@ -204,6 +206,30 @@ TEST_F(RecorderTest, JoinWithNothingBringsNothing)
     EXPECT_EQ(history(), std::vector<std::string>{});
 }
 
+TEST_F(RecorderTest, OfManyDecisionsAboutEachOutputTheLastIsKeptAndNoneIsPublishedOnceMore)
+{
+    start();
+    join();
+    history();
+    constexpr std::uint32_t outputs = 5;
+    constexpr std::uint32_t decisions = 1000;
+    for (std::uint32_t input = 1; input <= decisions; ++input)
+    {
+        for (std::uint32_t number = 1; number <= outputs; ++number)
+        {
+            take(number, input);
+        }
+    }
+    handOverFew();
+    const std::lock_guard lock(m_mutex);
+    EXPECT_TRUE(m_deliveries.empty());
+    const std::string kept = testsupport::readFile(RecentRows::fileOf(m_store));
+    for (std::uint32_t number = 1; number <= outputs; ++number)
+    {
+        EXPECT_NE(kept.find(contentOf(number, decisions)), std::string::npos) << number;
+    }
+}
+
 TEST_F(RecorderTest, WhatTheStoreLacksAtTheEndStaysInMemory)
 {
     testsupport::writeFile(m_directory.path() / "place", "in the way of a directory");
@@ -277,6 +303,25 @@ TEST_F(RecorderTest, FileInMemoryThatGrewIsBegunAnewWithTheNewestOfEachInstance)
 
     EXPECT_GT(longest, RecentRows::longestFile / 2);
     EXPECT_NE(testsupport::readFile(memory).find(contentOf(9, 1)), std::string::npos);
+}
+
+TEST_F(RecorderTest, ThoseWhoWatchAreToldHowManyOthersKeepTheTargets)
+{
+    using com::tallowcrest::util::gaugeValue;
+    const auto shows = [](std::int64_t number) {
+        return waitUntil([number] { return gaugeValue("korabridge_neighbours") == number; });
+    };
+    {
+        CrowdOfNeighbours others(settings().name);
+        others.add();
+        others.add();
+        start();
+        join();
+        EXPECT_TRUE(shows(2));
+        others.add();
+        EXPECT_TRUE(shows(3));
+    }
+    EXPECT_TRUE(shows(0));
 }
 
 TEST_F(RecorderTest, MoreNeighboursThanThereCanBeAreToldOfOnce)

@@ -1,5 +1,6 @@
 #include "durability/Store.h"
 
+#include "durability/DurableSettings.h"
 #include "tests/support/FailingCall.h"
 #include "tests/support/ForcedFiles.h"
 #include "tests/support/SqliteLog.h"
@@ -9,9 +10,11 @@
 
 #include <cerrno>
 #include <cstdint>
+#include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -444,4 +447,22 @@ TEST_F(StoreTest, ValueThatIsNullReadsAsAnEmptyText)
 
     EXPECT_EQ(sut.text("SELECT NULL"), "");
     EXPECT_EQ(sut.text("SELECT 'x'"), "x");
+}
+
+TEST(StorePathTest, IsWhatTheVariableNamesAndTheSystemsWithoutOne)
+{
+    const char* const before = std::getenv("KORABRIDGE_DURABLE_STORE");
+    const auto kept = before != nullptr ? std::optional<std::string>(before) : std::nullopt;
+
+    ::setenv("KORABRIDGE_DURABLE_STORE", "/somewhere/else.db", 1);
+    EXPECT_EQ(storePath(), "/somewhere/else.db");
+    ::setenv("KORABRIDGE_DURABLE_STORE", "", 1);
+    EXPECT_EQ(storePath(), "/var/lib/korabridge/durable.db");
+    ::unsetenv("KORABRIDGE_DURABLE_STORE");
+    EXPECT_EQ(storePath(), "/var/lib/korabridge/durable.db");
+
+    if (kept)
+    {
+        ::setenv("KORABRIDGE_DURABLE_STORE", kept->c_str(), 1);
+    }
 }

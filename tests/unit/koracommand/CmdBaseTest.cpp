@@ -191,6 +191,11 @@ TEST_F(CmdBaseInRoundTest, CommandDeletedWithoutHavingRunEndsTheWaitWithTheRound
     EXPECT_EQ(onlyAnswer(), nullptr);
 }
 
+TEST_F(CmdBaseInRoundTest, ConnectionWhoseAnswerItIsWaitsForIt)
+{
+    EXPECT_EQ(command(networkRequest(0x50))->waiter(), m_queue.get());
+}
+
 TEST_F(CmdBaseInRoundTest, SixteenTakesMayShareARoundAndSeventeenMayNot)
 {
     EXPECT_TRUE(command(networkRequest(0x50, Words(1 + 16 * 4, 1)))->isBrief());

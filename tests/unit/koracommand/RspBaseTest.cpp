@@ -1,5 +1,6 @@
 #include "koracommand/RspBase.h"
 
+#include "koracommand/ResultCode.h"
 #include "tests/unit/koracommand/TestMessages.h"
 
 #include <gtest/gtest.h>
@@ -110,6 +111,18 @@ TEST_F(RspInNetworkOrderTest, IsACopyThatOutlivesItsSource)
     const RspInNetworkOrder sut(*source);
     source.reset();
     EXPECT_EQ(networkWordsOf(sut), (Words{12, 0, 24, 0x80000000, testTag, 8}));
+}
+
+TEST(ResultCodeTest, EachHasTheNumberThatControllersKnow)
+{
+    EXPECT_EQ(resultCode::done, 0U);
+    EXPECT_EQ(resultCode::esfInvalidSrc, 3U);
+    EXPECT_EQ(resultCode::esfInvalidDst, 4U);
+    EXPECT_EQ(resultCode::noSuchLevel, 5U);
+    EXPECT_EQ(resultCode::unknownMessage, 8U);
+    EXPECT_EQ(resultCode::outputLocked, 12U);
+    EXPECT_EQ(resultCode::outputProtected, 13U);
+    EXPECT_EQ(resultCode::groupDisagrees, 25U);
 }
 
 } // namespace

@@ -63,6 +63,13 @@ TEST(WireWriterTest, HostWordReadsBackAsWritten)
     EXPECT_EQ(WireReader(written).hostWordAt(1), 0xa1b2c3d4U);
 }
 
+TEST(WireWriterTest, NoWordsFitBehindTheLastByte)
+{
+    std::array<std::uint8_t, 8> written{};
+    WireWriter(written).setHostWordsAt(written.size(), {});
+    EXPECT_EQ(written, (std::array<std::uint8_t, 8>{}));
+}
+
 #ifndef NDEBUG
 TEST(WireWriterDeathTest, WordThatDoesNotFitIsABug)
 {

@@ -227,6 +227,21 @@ TEST_F(ConnectionImplTest, BrowserBeyondTheLimitIsClosedWithoutAWarning)
     EXPECT_EQ(m_browserWarnings->takeHeldBack(), 1U);
 }
 
+TEST_F(ConnectionImplTest, OfManyBrowsersTwentyInAMinuteAreWarnedOf)
+{
+    ConnectionFactoryImpl sut("KORABRIDGE", std::make_shared<FakeCmdHandlerFactory>(m_commands));
+    const auto listening = std::get<com::tallowcrest::util::UniqueFd>(openControllerPort(nullptr));
+    for (int i = 0; i < 22; ++i)
+    {
+        const auto client = testsupport::TcpSocket::connect(serverPort);
+        const auto connection = sut.createConnection(::accept(listening.get(), nullptr, nullptr), 1, 0, 0);
+        client->send("GET ");
+        EXPECT_TRUE(testsupport::waitUntil([&] { return !connection->isRunning(); })) << i;
+    }
+
+    EXPECT_EQ(m_log.countHolding("HTTP request from"), 20U);
+}
+
 TEST_F(ConnectionImplTest, WhoHasSentAMessageMaySendAnythingElse)
 {
     m_sut->start();

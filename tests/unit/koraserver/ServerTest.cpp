@@ -365,6 +365,15 @@ TEST_F(ServerTest, AcceptThatASignalCutsShortIsTriedAgainInSilence)
     EXPECT_EQ(m_log.countHolding("WARN "), 0U);
 }
 
+TEST_F(ServerTest, PortThatCannotListenIsReported)
+{
+    if (!startConnectedWithout({{SYS_listen, ENOBUFS}}))
+    {
+        GTEST_SKIP() << testsupport::noFailingCalls;
+    }
+    EXPECT_TRUE(m_log.waitForHolding("No buffer space available"));
+}
+
 TEST_F(ServerTest, TakenPortIsReportedOnceAndTakenWhenItIsFree)
 {
     auto other = std::get<UniqueFd>(openControllerPort(nullptr));
