@@ -1,4 +1,5 @@
-"""Starts the programs that are measured and reads what the system says of them. Used by bench/compare."""
+"""Starts the programs that are measured and reads what the system says of them. Used by bench/compare, bench/curves,
+bench/instructions and scripts/board-figures."""
 
 import contextlib
 import json
@@ -7,6 +8,7 @@ import resource
 import signal
 import socket
 import subprocess
+import sys
 import time
 from pathlib import Path
 
@@ -47,6 +49,14 @@ def pace_nothing():
     return "unknown"
 
 
+def enter_namespace(program):
+    """Runs `program`, the calling one, once more inside a namespace of its own, unless it is there already."""
+    if "KORABRIDGE_BENCH_INSIDE" not in os.environ:
+        os.environ["KORABRIDGE_BENCH_INSIDE"] = "1"
+        inside = ROOT / "tests/support/in-namespace"
+        os.execv(inside, [str(inside), sys.executable, program, *sys.argv[1:]])
+
+
 def await_that(condition, what, seconds=30, pause=0.02):
     end = time.monotonic() + seconds
     while not condition():
@@ -64,12 +74,12 @@ def accepts(port):
 class Process:
     """A running program with its output in a file."""
 
-    def __init__(self, scratch, name, arguments, stdin=subprocess.DEVNULL):
+    def __init__(self, scratch, name, arguments, stdin=subprocess.DEVNULL, environment=None):
         self.name = name
         self.log = Path(scratch) / f"{name}.log"
         with self.log.open("wb") as log:
             self.popen = subprocess.Popen([str(a) for a in arguments], stdin=stdin, stdout=log,
-                                          stderr=subprocess.STDOUT)
+                                          stderr=subprocess.STDOUT, env={**os.environ, **(environment or {})})
         self.pid = self.popen.pid
 
     def says(self, text):
@@ -153,6 +163,14 @@ class Reader(Process):
         self.await_text("announced")
 
 
+class Router(Process):
+    """The simulated router: a reader of the targets that shows each as the status of its output."""
+
+    def __init__(self, scratch, programs, *arguments):
+        super().__init__(scratch, "router", [programs / "korasim", *arguments], stdin=subprocess.PIPE)
+        self.await_text("announced")
+
+
 def count_of(process):
     """What a reader or subscriber has counted so far."""
     before = process.log.read_text().count("samples")
@@ -192,19 +210,20 @@ class Server:
         self.reader.stop()
 
 
-def start_bridge(scratch, programs, bridge):
-    reader = Reader(scratch, "bridge-reader", programs)
-    process = Process(scratch, "bridge", [bridge, 17, 1, "bench", "under measurement"])
+def start_bridge(scratch, programs, bridge, under=(), router=None, environment=None):
+    """`under` is a program that runs it, with its arguments. With arguments for `router` its router shows what is taken."""
+    reader = Reader(scratch, "bridge-reader", programs) if router is None else Router(scratch, programs, *router)
+    process = Process(scratch, "bridge", [*under, bridge, 17, 1, "bench", "under measurement"], environment=environment)
     process.await_text("addRouterMemberMacroXpts  TopicMacroXptOutputAudioTarget")
     process.await_text("addRouterMemberMacroXpts  TopicMacroXptOutputVideoTarget")
     await_that(lambda: accepts(BRIDGE_PORT), "the bridge's port")
     return Server("bridge", BRIDGE_PORT, process, reader)
 
 
-def start_floor(scratch, programs, *arguments, port=FLOOR_PORT, domain=FLOOR_DOMAIN):
+def start_floor(scratch, programs, *arguments, port=FLOOR_PORT, domain=FLOOR_DOMAIN, under=(), floor=None):
     name = f"floor-{port}"
     reader = Reader(scratch, f"{name}-reader", programs, "--domain", domain, "--silent")
-    process = Process(scratch, name, [programs / "bench_floor", "--port", port, "--domain", domain, *arguments])
+    process = Process(scratch, name, [*under, floor or programs / "bench_floor", "--port", port, "--domain", domain, *arguments])
     await_that(lambda: accepts(port), "the floor's port")
     return Server(name, port, process, reader)
 

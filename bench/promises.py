@@ -1,5 +1,6 @@
 """What is promised for the bridge, one row each: the only place of these numbers. docs/performance.md and docs/board.md
-say how they came about. Used by bench/compare and scripts/board-figures; bench/guard.py says when a row fails."""
+say how they came about. Used by bench/compare, bench/instructions and scripts/board-figures; bench/guard.py says when a
+row fails."""
 
 from dataclasses import dataclass
 
@@ -40,11 +41,17 @@ def long_takes(name, load, takes, cpu, stretch=1):
 
 ONE = ("--connections", 1)
 MANY = ("--connections", 16)
+POLLS = ("--mix", "take:1,changes:1")  # by turns, as a controller that shows what is on air does
 FLOOR = [
     at_most("1 controller, 1 entry: p50", ONE, "one", "latency/p50", 1.00),
     at_most("1 controller, 1 entry: p99", ONE, "one", "latency/p99", 1.10),
-    at_least("16 controllers, 1 entry: requests/s", MANY, "split", "requestsPerSecond", 1.10),
-    at_most("16 controllers, 1 entry: CPU per request", MANY, "split", "cpuPerRequest", 0.90),
+    at_least("16 controllers, 1 entry: requests/s", MANY, "split", "requestsPerSecond", 1.30),
+    at_most("16 controllers, 1 entry: p99", MANY, "split", "latency/p99", 1.00),
+    at_most("16 controllers, 1 entry: CPU per request", MANY, "split", "cpuPerRequest", 0.80),
+    at_most("1 controller, takes and polls: p50", (*ONE, *POLLS), "one", "latency/p50", 0.95),
+    at_most("1 controller, takes and polls: p99", (*ONE, *POLLS), "one", "latency/p99", 1.10),
+    at_least("16 controllers, takes and polls: requests/s", (*MANY, *POLLS), "split", "requestsPerSecond", 1.15),
+    at_most("16 controllers, takes and polls: p99", (*MANY, *POLLS), "split", "latency/p99", 1.00),
     *long_takes("1 controller, 64 entries", (*ONE, "--entries", 64), 2.6, 0.29),
     *long_takes("16 controllers, 64 entries", (*MANY, "--entries", 64), 2.4, 0.42),
     *long_takes("1 controller, 500 entries", (*ONE, "--entries", 500), 3.6, 0.27, 3),
@@ -54,6 +61,35 @@ FLOOR = [
     at_most("status of 288: p50", (*ONE, "--mix", "status"), "one", "latency/p50", 1.05),
 ]
 FLOOR_NAMES = {row.name for row in FLOOR}
+
+# Instructions of the whole process for each request, to the floor's for the same request.
+INSTRUCTIONS = [
+    Promise("take of 1 entry", "free", 1.8, load=ONE),
+    Promise("take of 64 entries", "free", 0.98, load=(*ONE, "--entries", 64)),
+    Promise("take of 500 entries", "free", 0.96, load=(*ONE, "--entries", 500)),
+    Promise("changes, none", "free", 6.3, load=(*ONE, "--mix", "changes")),  # the floor's own scatters by a sixth
+    Promise("tally of 288", "free", 3.5, load=(*ONE, "--mix", "tally")),
+    Promise("status of 288", "free", 2.1, load=(*ONE, "--mix", "status")),
+]
+# The same with a router that shows what is taken.
+INSTRUCTIONS_SHOWN = [
+    Promise("take of 1 entry, shown", "free", 3.0, load=ONE),
+    Promise("take of 64 entries, shown", "free", 2.0, load=(*ONE, "--entries", 64)),
+]
+
+# The same of the board's bridge and floor, which have 32-bit words and a compiler of their own.
+BOARD_INSTRUCTIONS = [
+    Promise("take of 1 entry", "free", 2.00, load=ONE),
+    Promise("take of 64 entries", "free", 1.04, load=(*ONE, "--entries", 64)),
+    Promise("take of 500 entries", "free", 1.01, load=(*ONE, "--entries", 500)),
+    Promise("changes, none", "free", 5.6, load=(*ONE, "--mix", "changes")),
+    Promise("tally of 288", "free", 4.5, load=(*ONE, "--mix", "tally")),
+    Promise("status of 288", "free", 2.6, load=(*ONE, "--mix", "status")),
+]
+BOARD_INSTRUCTIONS_SHOWN = [
+    Promise("take of 1 entry, shown", "free", 3.0, load=ONE),
+    Promise("take of 64 entries, shown", "free", 1.8, load=(*ONE, "--entries", 64)),
+]
 
 BESIDE = Promise("take beside 500-entry takes: p99 to one more", "split", 1.0)
 
@@ -75,8 +111,16 @@ IDLE_MEMORY = {
     "after all this": Promise("16 idle controllers, after all this: memory", "free", 20.5, unit="MiB"),
 }
 
+# Resident memory of a bridge after one controller has taken and read all of its 2592 outputs.
+USED_MEMORY = Promise("every output taken and read: memory", "free", 16.8, unit="MiB")
+
 # Resident memory with 16 idle controllers beside an empty router, by machine.
 BOARD_MEMORY = {
     "x86_64": Promise("resident, 16 idle controllers, x86-64", "free", 13.5, unit="MiB"),
     "armhf": Promise("resident, 16 idle controllers, armhf", "free", 9.5, unit="MiB"),
+}
+# The same after every output was taken, and read by all controllers.
+BOARD_MEMORY_USED = {
+    "x86_64": Promise("resident, every output taken and read, x86-64", "free", 17.3, unit="MiB"),
+    "armhf": Promise("resident, every output taken and read, armhf", "free", 12.3, unit="MiB"),
 }

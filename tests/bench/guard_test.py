@@ -62,7 +62,8 @@ class JudgementTest(unittest.TestCase):
         self.assertEqual(decide(LEAST, itertools.cycle([1.3] * 9 + [0.1])).verdict, BROKEN)
 
     def test_single_values_are_held_to_the_same_share(self):
-        for promise in (*promises.IDLE_MEMORY.values(), *promises.BOARD_MEMORY.values()):
+        for promise in (*promises.IDLE_MEMORY.values(), promises.USED_MEMORY, *promises.BOARD_MEMORY.values(),
+                        *promises.BOARD_MEMORY_USED.values()):
             self.assertEqual(guard.outcome_of_one(promise, 1.10 * promise.value).verdict, HOLDS)
             self.assertEqual(guard.outcome_of_one(promise, 1.16 * promise.value).verdict, BROKEN)
 
