@@ -1,6 +1,7 @@
 """A copy of the project in which the steps are made, built and tested. The sources of the user are only read."""
 
 import fcntl
+import hashlib
 import json
 import os
 import re
@@ -14,6 +15,7 @@ from pathlib import Path
 PLAIN = "mutate"
 SANITIZED = "mutate-tsan"
 SHARDS = 6
+MOST_STEPS = 4096  # switch.h says so too
 NOTICE = re.compile(r"^\[  FAILED  \] ([^\s,]+)|^(?:WARNING|FATAL): ThreadSanitizer: ([\w -]+)", re.MULTILINE)
 
 
@@ -23,6 +25,7 @@ class Outcome:
     result: str
     said: str
     seconds: float
+    reached: frozenset = frozenset()  # the numbers of the steps that it came by
 
 
 def _output(command, **settings):
@@ -81,6 +84,7 @@ class Workshop:
         self._jobs = jobs
         self._lock = lock
         self._running = []
+        self._build_log = root / "build" / "last-build.log"
 
     def close(self):
         """Lets another run have the copy."""
@@ -113,12 +117,14 @@ class Workshop:
                        or shutil.which(each)), "")
         _output(["cmake", "--preset", preset, f"-DCMAKE_EXE_LINKER_FLAGS={linker}"], cwd=self.root)
 
-    def build(self, preset, targets):
-        """Whether it compiles and links."""
-        command = ["nice", "-n", "5", "cmake", "--build", f"build/{preset}", f"-j{self._jobs}", "--target", *targets]
+    def build(self, preset, targets, goes_on=False):
+        """Whether it compiles and links. `goes_on`: past a source that does not compile, so that `said` has all faults."""
+        # As nice as the caller has made this already, or more than others are.
+        command = ["nice", "-n", str(max(0, 5 - os.nice(0))), "cmake", "--build", f"build/{preset}", f"-j{self._jobs}", "--target", *targets,
+                   *(("--", "-k", "0") if goes_on else ())]
         # What a step makes of a file is new to a compiler cache: it is not to preprocess it first to find that out.
         environment = {**os.environ, "CCACHE_DEPEND": "1"}
-        with (self.root / "build" / "last-build.log").open("w") as log:
+        with self._build_log.open("w") as log:
             self._running.append(subprocess.Popen(command, cwd=self.root, stdout=log, stderr=log, env=environment,
                                                   start_new_session=True))
         try:
@@ -126,15 +132,28 @@ class Workshop:
         finally:
             self.stop()
 
-    def write(self, path, text):
-        (self.root / path).write_text(text)
+    def said(self):
+        """What the last build has printed."""
+        return self._build_log.read_text(errors="replace")
 
-    def test(self, preset, program, limit):
-        """Runs a test program's cases until the first failure; `limit` in seconds. Those that wait more
-        than they compute are dealt to several processes, each with a namespace of its own."""
+    def digest(self, preset, program):
+        """Of the built program: the same as long as no step changes anything of it."""
+        return hashlib.sha256((self.root / "build" / preset / "tests" / program.name).read_bytes()).hexdigest()
+
+    def write(self, path, text):
+        if (self.root / path).read_text() != text:  # what stays as it is need not be compiled again
+            (self.root / path).write_text(text)
+
+    def test(self, preset, program, limit, number=0):
+        """Runs a test program's cases until the first failure; `limit` in seconds; with the step of that number turned on.
+        Those that wait more than they compute are dealt to several processes, each with a namespace of its own."""
         environment = {name: value for name, value in os.environ.items() if not name.startswith("GTEST_")}
         shards = SHARDS if program.waits else 1
         environment["GTEST_TOTAL_SHARDS"] = str(shards)
+        environment["KORABRIDGE_MUTATION"] = str(number)
+        reached = self.root / "build" / "reached"
+        reached.write_bytes(bytes(MOST_STEPS))
+        environment["KORABRIDGE_MUTATION_REACHED"] = str(reached)
         if preset == SANITIZED:
             environment.update(self._sanitizer_options())
         command = [str(self.root / "tests/support/in-namespace"), str(self.root / "build" / preset / "tests" / program.name),
@@ -152,7 +171,7 @@ class Workshop:
             self.stop()
         seconds = time.monotonic() - begin
         if result == "passed":
-            return Outcome("passed", "", seconds)
+            return Outcome("passed", "", seconds, frozenset(step for step, is_there in enumerate(reached.read_bytes()) if is_there))
         said = NOTICE.search(logs[first].read_text(errors="replace"))
         case = f" {(said[1] or said[2]).strip()}" if said else " without a word" if result == "failed" else ""
         return Outcome(result, program.name + case, seconds)

@@ -5,9 +5,9 @@
 #include "koracommand/ResultCode.h"
 #include "runtime/util/VisibleText.h"
 #include "tests/fuzz/support/Require.h"
-#include "tools/koractl/backup/BackupFile.h"
-#include "tools/koractl/backup/RestorePlan.h"
-#include "tools/koractl/common/FileLines.h"
+#include "tools/common/BackupFile.h"
+#include "tools/common/FileLines.h"
+#include "tools/common/RestorePlan.h"
 
 #include <algorithm>
 #include <cstddef>

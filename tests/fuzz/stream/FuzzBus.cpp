@@ -1,6 +1,7 @@
 #include "tests/fuzz/stream/FuzzBus.h"
 
 #include "bustypes/SampleText.h"
+#include "dds/core/LogSink.hpp"
 #include "dds/detail/Delegates.hpp"
 #include "dds/detail/ReaderDelegate.hpp"
 #include "dds/detail/WriterDelegate.hpp"
@@ -121,7 +122,7 @@ ParticipantWatch::ParticipantWatch(const dds::domain::DomainParticipant&, Clock:
 Recorder::Recorder(dds::domain::DomainParticipant participant, std::filesystem::path store,
                    std::chrono::milliseconds calmTime)
     : m_participant(std::move(participant)), m_store(std::move(store)), m_calmTime(calmTime),
-      m_participants(m_participant, m_participant.delegate()->started())
+      m_participants(m_participant, m_participant.delegate()->started()), m_spareMemory(m_calmTime)
 {}
 
 Recorder::~Recorder() = default;
@@ -158,6 +159,11 @@ std::string partitionOf(const core::policy::Partition& partition)
 Entity::~Entity() = default;
 
 ParticipantDelegate::ParticipantDelegate(std::uint32_t) : m_entity(1) {}
+
+std::uint32_t ParticipantDelegate::domainId() const
+{
+    return 0;
+}
 
 PublisherDelegate::PublisherDelegate(std::shared_ptr<ParticipantDelegate> participant,
                                      const pub::qos::PublisherQos& qos)
@@ -227,8 +233,14 @@ ReaderDelegate::ReaderDelegate(std::shared_ptr<SubscriberDelegate> subscriber, s
                                const sub::qos::DataReaderQos& qos)
     : m_subscriber(std::move(subscriber)), m_topic(std::move(topic)), m_qos(qos), m_entity(1)
 {
+    // All samples are those of one writer.
+    std::function<bool(const void*)> isWanted;
+    if (const auto filter = m_topic->filter())
+    {
+        isWanted = [filter](const void* sample) { return filter(sample, core::InstanceHandle(1)); };
+    }
     FuzzBus::instance().attach(this, m_topic->name(),
-                               partitionOf(m_subscriber->qos().policy<core::policy::Partition>()), m_topic->filter());
+                               partitionOf(m_subscriber->qos().policy<core::policy::Partition>()), std::move(isWanted));
 }
 
 ReaderDelegate::~ReaderDelegate()
@@ -255,3 +267,11 @@ void ReaderDelegate::listen(ReaderCallback callback, core::status::StatusMask)
 }
 
 } // namespace dds::detail
+
+namespace dds::core
+{
+
+/// There is no library that could have anything to say.
+void log_sink(LogSink) {}
+
+} // namespace dds::core
