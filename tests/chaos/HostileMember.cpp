@@ -113,6 +113,7 @@ public:
             m_neighbours.drip();
             std::this_thread::sleep_for(betweenActs);
         }
+        takeLevelsAway();
         return performed;
     }
 
@@ -147,6 +148,15 @@ private:
             {
                 m_levels.dispose(level);
             }
+        }
+    }
+
+    /// A level outlives who has described it, and so does its memory, which is bounded for all together.
+    void takeLevelsAway()
+    {
+        for (std::uint32_t i = 0; i < levels; ++i)
+        {
+            m_levels.dispose({.levelId = static_cast<std::uint16_t>(firstLevel + i)});
         }
     }
 

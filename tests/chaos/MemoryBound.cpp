@@ -36,15 +36,10 @@ std::optional<std::size_t> MemoryBound::ownMemory(pid_t process)
     return std::nullopt;
 }
 
-void MemoryBound::begin(pid_t process)
+void MemoryBound::watch(pid_t process)
 {
     m_process = process;
-    m_before = ownMemory(process).value_or(0);
-}
-
-void MemoryBound::goOn()
-{
-    m_meanwhile = ownMemory(m_process).value_or(0);
+    m_before = std::max(m_before, ownMemory(process).value_or(0));
 }
 
 void MemoryBound::end()
@@ -55,19 +50,18 @@ void MemoryBound::end()
     }
     constexpr std::size_t pretended = 100'000;
     const std::size_t extra = m_world.takesSabotage(Sabotage::Growth) ? pretended : 0;
-    const std::size_t most = std::min(m_before + m_world.bounds.visit, m_meanwhile + m_world.bounds.growth);
+    const std::size_t most = m_before + m_world.bounds.growth;
     const bool isKept = testsupport::waitUntil(
         [&] {
             m_after = ownMemory(m_process).value_or(0) + extra;
             return m_after <= most;
         },
-        m_world.bounds.change);
+        m_world.bounds.rest);
     if (!isKept)
     {
         m_world.verdict.violation("memory", "somebody hostile has gone, and the bridge takes " +
                                                 std::to_string(m_after) + " kB, where it took " +
-                                                std::to_string(m_before) + " kB before him and " +
-                                                std::to_string(m_meanwhile) + " kB meanwhile");
+                                                std::to_string(m_before) + " kB before him");
     }
 }
 

@@ -67,15 +67,20 @@ struct Bounds
     std::chrono::milliseconds connect; ///< from wanting in to the first response, while not all slots are taken
     std::chrono::milliseconds console; ///< from the leaving of one operator to the menu of the next
     std::chrono::milliseconds exit;    ///< from SIGTERM to the end of the process
-    std::size_t growth = 4096;         ///< kB of memory, from the middle of a hostile participant's visit on
-    std::size_t visit = 16384;         ///< kB of memory, from before it
+    std::chrono::milliseconds rest;    ///< until the memory of a burst is given back
+    std::size_t growth = 4096;         ///< kB of memory, from before a hostile participant's visit until after it
 
     /// What an optimised build keeps; `slowness` times as much for others.
     static Bounds times(int slowness)
     {
         using std::chrono::milliseconds;
-        return {milliseconds(2000) * slowness, milliseconds(2000) * slowness,  milliseconds(3000) * slowness,
-                milliseconds(5000) * slowness, milliseconds(10000) * slowness, milliseconds(10000) * slowness};
+        return {milliseconds(2000) * slowness,
+                milliseconds(2000) * slowness,
+                milliseconds(3000) * slowness,
+                milliseconds(5000) * slowness,
+                milliseconds(10000) * slowness,
+                milliseconds(10000) * slowness,
+                milliseconds(10000)};
     }
 };
 

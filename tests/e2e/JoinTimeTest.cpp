@@ -4,7 +4,9 @@
 #include "tests/support/TimeFactor.h"
 
 #include <algorithm>
+#include <atomic>
 #include <csignal>
+#include <thread>
 
 using namespace e2e;
 
@@ -40,4 +42,34 @@ TEST_F(JoinTimeTest, ParticipantThatHangsHoldsUpNobodyDuringAJoin)
                said.find("Back  waiting for historical data)", first + 1) != std::string::npos;
     }));
     EXPECT_LT(longest, testsupport::scaled(std::chrono::milliseconds(1500)));
+}
+
+TEST_F(JoinTimeTest, NoAnswerTakesLongerThan20MillisecondsWhileAFullRouterIsJoinedAgain)
+{
+    startJoined();
+    auto client = connectController();
+    takeEverything(client);
+    testsupport::StallMeter stalls;
+    stalls.watch(bridge().pid());
+    const std::size_t before = bridge().output().size();
+
+    std::atomic<bool> isAnnounced{false};
+    std::thread announcing([this, &isAnnounced] {
+        router().announce(); // and every status with it
+        isAnnounced = true;
+    });
+    testsupport::StallMeter::Clock::duration longest{0};
+    std::uint32_t number = 0;
+    EXPECT_TRUE(testsupport::waitUntil([&] {
+        ++number;
+        longest = std::max(longest, stalls.workedDuring([&] {
+            EXPECT_EQ(client.take({{videoLevel, 0, 1 + number % 288, 1}}), std::vector<std::uint32_t>{0});
+        }));
+        return isAnnounced && bridge().output().find("connected to router", before) != std::string::npos;
+    }));
+    announcing.join();
+    std::cerr << "LONGEST " << std::chrono::duration<double, std::milli>(longest).count() << " ms of " << number
+              << "\n";
+
+    EXPECT_LE(longest, testsupport::scaled(std::chrono::milliseconds(20)));
 }

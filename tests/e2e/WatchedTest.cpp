@@ -1,4 +1,5 @@
 // What the bridge says of itself to those who watch it: the service manager, and the collector of metrics.
+#include "tests/e2e/hostile/HostilePub.h"
 #include "tests/e2e/support/BridgeFixture.h"
 #include "tests/support/SocketAddress.h"
 #include "tests/support/TempDir.h"
@@ -19,6 +20,8 @@
 
 using namespace e2e;
 using namespace std::chrono_literals;
+using com::tallowcrest::dds_::routing::RouterMember;
+using com::tallowcrest::routing::TopicName;
 using testsupport::ChildProcess;
 using testsupport::waitUntil;
 
@@ -219,6 +222,12 @@ TEST_F(WatchedTest, WritesWhatItCounts)
         client.portPresent();
     }
     EXPECT_TRUE(waitUntil([this] { return !metrics().empty(); })) << "one is written at the start";
+    HostilePub<RouterMember> hostile(TopicName::RouterMember, "");
+    hostile.write({frameId, "*", 0});
+    EXPECT_TRUE(bridge().waitForOutput("the partition holds a wildcard"));
+    // The recorder looks a few times a second, the file follows within ten.
+    const std::string readers = R"(korabridge_target_readers_matched{topic="TopicMacroXptOutputVideoTarget"} )";
+    EXPECT_TRUE(waitUntil([&] { return hasLine(metrics(), readers + "1"); }, 30s)) << metrics();
 
     EXPECT_EQ(stopBridge(), 0);
 
@@ -238,6 +247,10 @@ TEST_F(WatchedTest, WritesWhatItCounts)
              R"(korabridge_take_entries_total{result="no_such_level"} 1)",
              R"(korabridge_lock_entries_total{result="done"} 1)",
              R"(korabridge_store_usable 1)",
+             R"(korabridge_gate_dropped_total{reason="partition_wildcard"} 1)",
+             R"(korabridge_gate_dropped_total{reason="no_place"} 0)",
+             R"(korabridge_neighbours 0)",
+             R"(korabridge_target_readers_matched{topic="TopicMacroXptOutputAudioTarget"} 1)",
          })
     {
         EXPECT_TRUE(hasLine(text, line)) << line << " is not in\n" << text;
@@ -246,6 +259,8 @@ TEST_F(WatchedTest, WritesWhatItCounts)
     EXPECT_FALSE(std::filesystem::exists(metricsFile().string() + ".new"));
     ChildProcess check("/bin/sh", {"-c", "exec promtool check metrics <" + metricsFile().string()});
     EXPECT_EQ(check.waitForExit(), 0) << check.output() << check.errors();
+    ChildProcess expressions(testsupport::sourceFolder() / "tests/monitoring/expressions.py", {metricsFile().string()});
+    EXPECT_EQ(expressions.waitForExit(), 0) << "dashboard and alerts: " << expressions.output() << expressions.errors();
 }
 
 TEST_F(WatchedTest, MetricsThatCannotBeWrittenHoldUpNobody)

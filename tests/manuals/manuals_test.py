@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Holds the manual pages and completions against what the programs say of themselves.
 
-Usage: tests/manuals/manuals_test.py FOLDER; FOLDER has the programs korabridge, koractl and korasim. Every option and
+Usage: tests/manuals/manuals_test.py FOLDER; FOLDER has the programs korabridge, koractl, korasim and korapanel. Every option and
 command that a program lists must stand in its manual page and be offered by its completion, and nothing else may.
 """
 
@@ -74,6 +74,12 @@ class PagesTest(unittest.TestCase):
         self.assertGreater(len(options), 8)
         self.assertEqual(options, set(OPTION.findall(plain(page("korasim.1")))))
 
+    def test_korapanels_page_has_its_options(self):
+        options, commands = help_of("korapanel")
+        self.assertEqual(["token"], commands)
+        options |= help_of("korapanel", "token", "add")[0]
+        self.assertEqual(options, set(OPTION.findall(plain(page("korapanel.1")))))
+
     def test_korasims_page_has_the_commands_of_its_script(self):
         listed = output(ROOT / "tests/support/in-namespace", PROGRAMS / "korasim", "--silent", "--exit-at-eof", input="help\n")
         commands = re.findall(r"^([a-z][a-z-]*)", listed, re.MULTILINE)
@@ -133,10 +139,17 @@ class CompletionTest(unittest.TestCase):
         self.assertEqual(["video:"], complete("korasim", "--refuse", "v"))
 
 
+    def test_korapanel_offers_its_options_and_those_of_a_token(self):
+        options, commands = help_of("korapanel")
+        self.assertEqual(sorted(options | set(commands)), sorted(complete("korapanel", "")))
+        of_token, _ = help_of("korapanel", "token", "add")
+        self.assertEqual(sorted(of_token | {"--tokens"}), sorted(complete("korapanel", "token", "add", "anna", "--")))
+
+
 class VersionTest(unittest.TestCase):
     def test_the_programs_tell_the_version_of_the_file(self):
         version = (ROOT / "VERSION").read_text(encoding="utf-8").strip()
-        for program in "koractl", "korasim":
+        for program in "koractl", "korasim", "korapanel":
             self.assertEqual(f"{program} {version}\n", output(PROGRAMS / program, "--version"))
 
 

@@ -2,23 +2,20 @@
 #include "buswrappers/BusRound.h"
 #include "runtime/apartment/Apartment.h"
 #include "tests/e2e/allocations/BridgeWithin.h"
-#include "tests/e2e/allocations/ThreadAllocations.h"
+#include "tests/e2e/allocations/MemoryAtRest.h"
 #include "tests/support/MeaningfulMemory.h"
 #include "tests/support/WaitUntil.h"
 
 #include <dds/dds.h>
 #include <log4cxx/appenderskeleton.h>
 #include <log4cxx/logger.h>
-#include <malloc.h>
 
-#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstdlib>
 #include <memory>
 #include <stdexcept>
 #include <string>
-#include <thread>
 
 namespace
 {
@@ -60,43 +57,6 @@ private:
     const log4cxx::LoggerPtr m_logger = log4cxx::Logger::getLogger("KORABRIDGE");
     const std::shared_ptr<Appender> m_appender = std::make_shared<Appender>();
 };
-
-long bytesInUse()
-{
-    const auto info = ::mallinfo2();
-    return static_cast<long>(info.uordblks);
-}
-
-struct Memory
-{
-    long blocks = 0; ///< from operator new, not returned
-    long bytes = 0;  ///< of the whole heap, the DDS library's too
-
-    static Memory now() { return {static_cast<long>(threadAllocations::numLive()), bytesInUse()}; }
-    Memory smaller(const Memory& other) const { return {std::min(blocks, other.blocks), std::min(bytes, other.bytes)}; }
-    Memory operator-(const Memory& other) const { return {blocks - other.blocks, bytes - other.bytes}; }
-};
-
-/// The smallest for a while: something is always under way, and a writer that has been replaced takes a second to go.
-Memory memoryAtRest()
-{
-    Memory smallest = Memory::now();
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(3);
-    while (std::chrono::steady_clock::now() < end)
-    {
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        smallest = smallest.smaller(Memory::now());
-    }
-    return smallest;
-}
-
-template <typename Work>
-Memory growth(Work&& work)
-{
-    const Memory before = memoryAtRest();
-    work();
-    return memoryAtRest() - before;
-}
 
 dds_entity_t made(dds_entity_t entity)
 {

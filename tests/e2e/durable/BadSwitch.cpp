@@ -108,7 +108,8 @@ int BadSwitch::sendDue()
             return static_cast<int>(std::chrono::ceil<std::chrono::milliseconds>(wait).count());
         }
         // An interface that cannot take it loses it, as the real one does.
-        static_cast<void>(::write(m_ports[next.port].get(), next.bytes.data(), next.bytes.size()));
+        [[maybe_unused]] const ssize_t written =
+            ::write(m_ports[next.port].get(), next.bytes.data(), next.bytes.size());
         m_planned.pop();
     }
     return -1;

@@ -22,32 +22,33 @@ constexpr const char* mountsScript =
     "mount --bind \"$scratch/log\" /var/log\n"
     "exec \"$@\"";
 
-std::string configuration()
+} // namespace
+
+std::filesystem::path shippedLogConfiguration()
 {
     return testsupport::sourceFolder() / "config/korabridge-log.xml";
 }
-
-} // namespace
 
 void ShippedLogFixture::SetUp()
 {
     const auto scratch = m_directory.path() / "probe";
     std::filesystem::create_directory(scratch);
     testsupport::ChildProcess probe("/usr/bin/unshare", {"--mount", "sh", "-c", mountsScript, "sh", scratch.string(),
-                                                         "1m", configuration(), "true"});
+                                                         "1m", shippedLogConfiguration(), "true"});
     if (probe.waitForExit() != 0)
     {
         GTEST_SKIP() << "needs a mount namespace: " << probe.errors();
     }
 }
 
-void ShippedLogFixture::startWithShippedLog(const std::string& diskSize)
+void ShippedLogFixture::startWithShippedLog(const std::string& diskSize, const std::filesystem::path& configuration,
+                                            const std::string& name)
 {
     m_bridge = std::make_unique<testsupport::ChildProcess>(
         "/usr/bin/unshare",
         std::vector<std::string>{"--mount", "sh", "-c", mountsScript, "sh", m_directory.path().string(), diskSize,
-                                 configuration(), testsupport::programPath("korabridge").string(), "17", "3",
-                                 "Bridge One", "bridge under test"});
+                                 configuration, testsupport::programPath("korabridge").string(), "17", "3", name,
+                                 "bridge under test"});
     router().announce();
     ASSERT_TRUE(testsupport::waitForPort(koraPort, 30s)) << bridge().errors();
 }

@@ -9,6 +9,8 @@
 namespace e2e
 {
 
+std::filesystem::path shippedLogConfiguration();
+
 /// The program with the shipped log configuration in its place, and its log on a disk of its own.
 class ShippedLogFixture : public FaultFixture
 {
@@ -16,7 +18,9 @@ protected:
     void SetUp() override;
 
     /// Starts the program, announces the router and waits until controllers can connect.
-    void startWithShippedLog(const std::string& diskSize);
+    void startWithShippedLog(const std::string& diskSize,
+                             const std::filesystem::path& configuration = shippedLogConfiguration(),
+                             const std::string& name = "Bridge One");
 
     /// /var/log and the log's directory below it, as the program sees them.
     std::filesystem::path logDirectory();

@@ -1,8 +1,6 @@
 #include "bustypes/TopicNames.h"
-#include "buswrappers/TopicPub.h"
 #include "dds/detail/Entity.hpp"
-#include "tests/e2e/durable/DurableFixture.h"
-#include "tests/e2e/durable/FrameNetwork.h"
+#include "tests/e2e/durable/TwoBridges.h"
 
 #include <exchange.h>
 
@@ -14,45 +12,16 @@ using namespace e2e;
 namespace
 {
 
-using com::tallowcrest::dds_::routing::RouterMember;
 using com::tallowcrest::routing::TopicName;
 using com::tallowcrest::routing::topicName;
-using com::tallowcrest::routing::TopicPub;
-using testsupport::ChildProcess;
 
-/// Two bridges in frames of their own, and participants with more companion writers than there can be bridges.
-class CompanionCrowdTest : private FrameNetwork, public DurableFixture
+/// Two bridges, and participants with more companion writers than there can be bridges.
+class CompanionCrowdTest : public TwoBridges
 {
 protected:
     static constexpr std::size_t participants = 4;
     static constexpr std::size_t writersOfEach = 260;
 
-    void SetUp() override
-    {
-        if (!problem().empty())
-        {
-            GTEST_SKIP() << problem();
-        }
-        router().announce();
-        m_memberships.joinRouterPartition("");
-        m_memberships.write({18, "R1", 1});
-    }
-    std::map<std::string, std::string> environment(const char* store) const
-    {
-        return {{"KORABRIDGE_DURABLE_STORE", (directory() / store).string()}};
-    }
-    void startNear()
-    {
-        m_bridge = std::make_unique<ChildProcess>(testsupport::programPath("korabridge"),
-                                                  std::vector<std::string>{"18", "4", "Near", "beside the router"},
-                                                  ChildProcess::Options{environment("near.db"), false});
-        waitForJoin();
-    }
-    void startFar()
-    {
-        m_far = startThere(testsupport::programPath("korabridge"), {"17", "3", "Far", "behind a cable"},
-                           environment("far.db"));
-    }
     /// Writers alone: that is all it takes.
     void beginCrowd()
     {
@@ -75,10 +44,7 @@ protected:
         }
     }
 
-    TopicPub<RouterMember> m_memberships{topicName(TopicName::RouterMember),
-                                         dds::core::policy::DurabilityKind::TRANSIENT_LOCAL};
     std::list<dds::detail::Entity> m_crowd;
-    std::unique_ptr<ChildProcess> m_far;
 };
 
 } // namespace
@@ -86,12 +52,11 @@ protected:
 TEST_F(CompanionCrowdTest, BridgeWithoutAStoreStillGetsEverythingFromTheOther)
 {
     startNear();
-    take(6, 8);
+    DurableFixture::take(6, 8);
     beginCrowd();
     record().clear();
 
     startFar();
 
-    ASSERT_TRUE(m_far->waitForOutput("Port: 5194", std::chrono::seconds(60))) << m_far->output();
     EXPECT_TRUE(hasTarget(6, 8)) << m_far->output();
 }

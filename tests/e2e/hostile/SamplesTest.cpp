@@ -166,6 +166,21 @@ TEST_F(HostileSamplesTest, StatusAndLocalTargetsOfOutputsThatNoTableHasCostNothi
     expectServed(6, 7);
 }
 
+TEST_F(HostileSamplesTest, EndsOfOutputsThatNoTableHasAreWarnedOfAndHoldUpNoController)
+{
+    HostilePub<MacroXptOutput> status(TopicName::MacroXptOutputVideoStatus, "R1");
+
+    for (std::uint32_t output = 3000; output < 13000; ++output)
+    {
+        status.dispose(xpt(output, 0));
+    }
+    handle(status);
+
+    EXPECT_TRUE(bridge().waitForOutput("TopicMacroXptOutputVideoStatus sample ignored: more ends of instances than it "
+                                       "has places for: "));
+    expectServed(6, 7);
+}
+
 TEST_F(HostileSamplesTest, TargetsOfOutputsThatNoTableHasReachNeitherMemoryNorStore)
 {
     router().setFollowing(false);

@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <csignal>
 #include <iostream>
+#include <utility>
+#include <vector>
 
 namespace e2e
 {
@@ -68,6 +70,25 @@ koraclient::KoraClient BridgeFixture::connectController()
             }
             testsupport::waitForPort(koraPort);
         }
+    }
+}
+
+void BridgeFixture::takeEverything(koraclient::KoraClient& client)
+{
+    constexpr std::uint32_t mostEntries = 500; // nearly as many as a message has room for
+    for (const auto& [level, outputs] : {std::pair{videoLevel, 288U}, std::pair{audioLevel, 2304U}})
+    {
+        std::vector<koraclient::TakeEntry> entries;
+        for (std::uint32_t output = 1; output <= outputs; ++output)
+        {
+            entries.push_back({level, 0, output, output});
+            if (entries.size() == mostEntries || output == outputs)
+            {
+                EXPECT_EQ(client.take(entries), std::vector<std::uint32_t>(entries.size(), 0));
+                entries.clear();
+            }
+        }
+        EXPECT_TRUE(waitForInput(client, level, outputs, outputs));
     }
 }
 

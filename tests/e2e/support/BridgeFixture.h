@@ -49,6 +49,8 @@ protected:
     /// A controller. Waits for a free slot when the port is closed at the moment.
     static koraclient::KoraClient connectController();
 
+    /// Takes each output of both levels to the input of its number, and waits until they show it.
+    static void takeEverything(koraclient::KoraClient& client);
     /// Waits until an output shows an input in a controller's status request.
     static bool waitForInput(koraclient::KoraClient& client, std::uint32_t level, std::uint32_t output,
                              std::uint32_t input);
