@@ -6,6 +6,24 @@ option(KORABRIDGE_UNITY "Compile the sources of a folder together: sooner from n
 option(KORABRIDGE_PRECOMPILE "Compile the headers that most sources read only once: sooner after a small change" OFF)
 option(KORABRIDGE_FUZZ "Instrument for libFuzzer (clang only)" OFF)
 option(KORABRIDGE_COVERAGE "Instrument for line and branch coverage (g++ only)" OFF)
+option(KORABRIDGE_SHIPPED "What ships: faults of memory end the program, and it is the same bytes wherever it is built" OFF)
+
+if(KORABRIDGE_SHIPPED)
+  include(CheckPIESupported)
+  check_pie_supported()
+  # For generated code as well. The level is ours, whatever a package build asks for. scripts/check-hardening looks for them.
+  add_compile_options(-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=3 -fstack-protector-strong -fstack-clash-protection)
+  if(CMAKE_SYSTEM_PROCESSOR STREQUAL "x86_64")
+    add_compile_options(-fcf-protection)
+  endif()
+  add_link_options(LINKER:-z,relro LINKER:-z,now)
+  # Places are told from the project's folder, generated ones from the build's, in the compiler's words as in ccache's, which
+  # makes them relative. Of several that match, the last counts.
+  cmake_path(RELATIVE_PATH PROJECT_SOURCE_DIR BASE_DIRECTORY ${PROJECT_BINARY_DIR} OUTPUT_VARIABLE upwards)
+  foreach(place ${upwards} ${PROJECT_SOURCE_DIR} ${PROJECT_BINARY_DIR})
+    add_compile_options(-ffile-prefix-map=${place}/=)
+  endforeach()
+endif()
 
 add_library(korabridge_flags INTERFACE)
 target_compile_options(korabridge_flags INTERFACE
@@ -14,7 +32,7 @@ target_compile_options(korabridge_flags INTERFACE
 # Source locations in logs and debug information are relative to the project; those of coverage must find the sources.
 if(KORABRIDGE_COVERAGE)
   target_compile_options(korabridge_flags INTERFACE -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=)
-else()
+elseif(NOT KORABRIDGE_SHIPPED)
   target_compile_options(korabridge_flags INTERFACE -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=)
 endif()
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
