@@ -112,7 +112,7 @@ IDLE_MEMORY = {
 }
 
 # Resident memory of a bridge after one controller has taken and read all of its 2592 outputs.
-USED_MEMORY = Promise("every output taken and read: memory", "free", 16.8, unit="MiB")
+USED_MEMORY = Promise("every output taken and read: memory", "free", 17.8, unit="MiB")
 
 # Resident memory with 16 idle controllers beside an empty router, by machine.
 BOARD_MEMORY = {

@@ -38,16 +38,11 @@ void logEndingSignal()
 /// Blocks from this size on go back to the system when they are freed.
 constexpr int largeBlock = 256 * 1024;
 
-/// With a heap for each of 30 threads a megabyte lies free in them: what one frees another does not use. Commands
-/// hardly use the heap, so that threads seldom meet there.
-constexpr int heaps = 2;
-
 /// Keeps the process as small as it was before a burst: without limits of its own the heap learns from every large
 /// block to keep the next ones.
 void limitMemory()
 {
     // Only helps: a refusal changes nothing. No other thread runs yet.
-    static_cast<void>(::mallopt(M_ARENA_MAX, heaps));           // NOLINT(concurrency-mt-unsafe)
     static_cast<void>(::mallopt(M_MMAP_THRESHOLD, largeBlock)); // NOLINT(concurrency-mt-unsafe)
     static_cast<void>(::mallopt(M_TRIM_THRESHOLD, largeBlock)); // NOLINT(concurrency-mt-unsafe)
 }
