@@ -2,17 +2,9 @@
 
 #include "bustypes/RoutingTypes.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <span>
-
-/// The route and lock of one macro crosspoint output that the router reports as in force. A plain value.
-struct XptStatus
-{
-    std::uint32_t result = 0; ///< 0, or 4 for an output beyond the table
-    std::uint32_t input = 0;  ///< 4294967295: no route is known
-    com::tallowcrest::dds_::routing::LPRState lprState = com::tallowcrest::dds_::routing::LPR_RELEASED;
-    std::uint32_t lprId = 0;
-};
 
 /// What a level asks of the crosspoint status of its signal type. Numbers are macro crosspoints. Apartment-bound.
 class IXptStatus
@@ -29,13 +21,8 @@ public:
                                     com::tallowcrest::dds_::routing::LPRState& lprState,
                                     std::uint32_t& lprId) const = 0;
 
-    /// The same for as many consecutive outputs as `statuses` holds, beginning with `firstOutput`.
-    virtual void getStatuses(std::uint32_t firstOutput, std::span<XptStatus> statuses) const
-    {
-        for (XptStatus& status : statuses)
-        {
-            status = {};
-            status.result = getStatus(firstOutput++, status.input, status.lprState, status.lprId);
-        }
-    }
+    /// The same of `firstOutput` and up to `count` - 1 that follow it, until one is beyond the table; none when the
+    /// first is. They are read where they are kept: they change with the next event.
+    virtual std::span<const com::tallowcrest::dds_::routing::MacroXptOutput> records(std::uint32_t firstOutput,
+                                                                                     std::size_t count) const = 0;
 };

@@ -5,7 +5,6 @@
 #include "runtime/util/Log.h"
 
 #include <algorithm>
-#include <array>
 #include <utility>
 
 using namespace com::tallowcrest::dds_::routing;
@@ -47,14 +46,13 @@ std::uint32_t controllerState(LPRState lprState)
 
 /// What a crosspoint's status means for the controller; the one rule of every query. Member by member into its place:
 /// a whole value that is returned and copied costs as much as all the rest.
-void setControllerStatus(OutputStatus& status, const NumberBlock& inputs, const XptStatus& xpt)
+void setControllerStatus(OutputStatus& status, bool isInputOfLevel, std::uint32_t controllerInput, LPRState lprState,
+                         std::uint32_t lprId)
 {
-    const bool isThere = xpt.result == resultCode::done;
-    const auto input = inputs.toController(xpt.input);
-    status.result = isThere && !input ? resultCode::esfInvalidSrc : xpt.result;
-    status.controllerInput = isThere ? input.value_or(0) : 0;
-    status.lprState = controllerState(xpt.lprState);
-    status.lprId = xpt.lprId;
+    status.result = isInputOfLevel ? resultCode::done : resultCode::esfInvalidSrc;
+    status.controllerInput = isInputOfLevel ? controllerInput : 0;
+    status.lprState = controllerState(lprState);
+    status.lprId = lprId;
 }
 
 } // namespace
@@ -144,12 +142,17 @@ std::uint32_t LevelImpl::getOutputStatus(std::uint32_t controllerOutput, std::ui
     OutputStatus status{.result = resultCode::esfInvalidDst};
     if (const auto xptOutput = m_mapping.controllerOutputToXpt(controllerOutput))
     {
-        XptStatus xpt;
-        xpt.result = m_status->getStatus(*xptOutput, xpt.input, xpt.lprState, xpt.lprId);
-        setControllerStatus(status, m_mapping.inputs(), xpt);
+        std::uint32_t xptInput = 0;
+        LPRState xptState = LPR_RELEASED;
+        status.result = m_status->getStatus(*xptOutput, xptInput, xptState, status.lprId);
         if (status.result == resultCode::done)
         {
-            status.result = checkGroup(*xptOutput, xpt.input);
+            const auto input = m_mapping.xptInputToController(xptInput);
+            setControllerStatus(status, input.has_value(), input.value_or(0), xptState, status.lprId);
+        }
+        if (status.result == resultCode::done)
+        {
+            status.result = checkGroup(*xptOutput, xptInput);
         }
     }
     controllerInput = status.controllerInput;
@@ -162,13 +165,15 @@ std::uint32_t LevelImpl::checkGroup(std::uint32_t xptOutput, std::uint32_t xptIn
 {
     for (std::uint32_t i = 1; i < m_mapping.numXptsPer(); ++i)
     {
-        XptStatus following;
-        following.result = m_status->getStatus(xptOutput + i, following.input, following.lprState, following.lprId);
-        if (following.result != resultCode::done)
+        std::uint32_t input = 0;
+        LPRState state = LPR_RELEASED;
+        std::uint32_t holder = 0;
+        const std::uint32_t result = m_status->getStatus(xptOutput + i, input, state, holder);
+        if (result != resultCode::done)
         {
-            return following.result;
+            return result;
         }
-        if (following.input != xptInput + i)
+        if (input != xptInput + i)
         {
             return resultCode::groupDisagrees;
         }
@@ -203,15 +208,21 @@ void LevelImpl::getOutputStatuses(std::uint32_t firstOutput, std::span<OutputSta
 
 void LevelImpl::readStatuses(std::uint32_t xptOutput, std::span<OutputStatus> statuses) const
 {
-    std::array<XptStatus, 64> xpts;
     const NumberBlock inputs = m_mapping.inputs(); // as a member it would be read again after each word that is written
     while (!statuses.empty())
     {
-        const auto count = std::min(xpts.size(), statuses.size());
-        m_status->getStatuses(xptOutput, std::span(xpts).first(count));
-        for (std::size_t i = 0; i < count; ++i)
+        const auto records = m_status->records(xptOutput, statuses.size());
+        for (std::size_t i = 0; i < records.size(); ++i)
         {
-            setControllerStatus(statuses[i], inputs, xpts[i]);
+            const auto& record = records[i];
+            setControllerStatus(statuses[i], inputs.hasController(record.macroXptInput),
+                                record.macroXptInput + inputs.shiftToController(), record.lprState, record.lprId);
+        }
+        std::size_t count = records.size();
+        if (records.empty())
+        {
+            statuses.front() = {.result = resultCode::esfInvalidDst};
+            count = 1;
         }
         xptOutput += static_cast<std::uint32_t>(count);
         statuses = statuses.subspan(count);

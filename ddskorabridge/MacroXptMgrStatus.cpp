@@ -4,20 +4,7 @@
 #include "runtime/misc/Console.h"
 #include "runtime/util/Log.h"
 
-#include <algorithm>
 #include <utility>
-
-namespace
-{
-
-constexpr XptStatus beyondTheTable{.result = resultCode::esfInvalidDst};
-
-XptStatus statusOf(const MacroXptTable::Record& record)
-{
-    return {resultCode::done, record.macroXptInput, record.lprState, record.lprId};
-}
-
-} // namespace
 
 MacroXptMgrStatus::MacroXptMgrStatus(std::shared_ptr<com::tallowcrest::apartment::SendDoItEvent> apartment,
                                      std::uint32_t maxOutput, const std::string& statusTopic,
@@ -45,25 +32,21 @@ void MacroXptMgrStatus::leaveRouterPartition()
 std::uint32_t MacroXptMgrStatus::getStatus(std::uint32_t output, std::uint32_t& input, LPRState& lprState,
                                            std::uint32_t& lprId) const
 {
-    XptStatus status;
-    getStatuses(output, {&status, 1});
-    if (status.result == resultCode::done)
+    const auto found = records(output, 1);
+    if (found.empty())
     {
-        input = status.input;
-        lprState = status.lprState;
-        lprId = status.lprId;
+        return resultCode::esfInvalidDst;
     }
-    return status.result;
+    input = found.front().macroXptInput;
+    lprState = found.front().lprState;
+    lprId = found.front().lprId;
+    return resultCode::done;
 }
 
-void MacroXptMgrStatus::getStatuses(std::uint32_t firstOutput, std::span<XptStatus> statuses) const
+std::span<const MacroXptMgrStatus::Sample> MacroXptMgrStatus::records(std::uint32_t firstOutput,
+                                                                      std::size_t count) const
 {
-    const auto records = m_status.records(firstOutput, statuses.size());
-    for (std::size_t i = 0; i < records.size(); ++i)
-    {
-        statuses[i] = statusOf(records[i]);
-    }
-    std::fill(statuses.begin() + static_cast<std::ptrdiff_t>(records.size()), statuses.end(), beyondTheTable);
+    return m_status.records(firstOutput, count);
 }
 
 void MacroXptMgrStatus::onDataAvailable()

@@ -38,7 +38,7 @@ public:
     // IXptStatus
     std::uint32_t getStatus(std::uint32_t output, std::uint32_t& input, LPRState& lprState,
                             std::uint32_t& lprId) const override;
-    void getStatuses(std::uint32_t firstOutput, std::span<XptStatus> statuses) const override;
+    std::span<const Sample> records(std::uint32_t firstOutput, std::size_t count) const override;
 
     // IXptTable
     std::string table(std::uint32_t first, std::uint32_t last) const override;

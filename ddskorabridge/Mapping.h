@@ -48,6 +48,11 @@ public:
         return offset < m_xpts ? std::optional(m_controllerStart + (m_isOneToOne ? offset : offset / m_numXptsPer))
                                : std::nullopt;
     }
+    /// Whether `toController` has a result.
+    bool hasController(std::uint32_t xpt) const { return xpt - m_xptStart < m_xpts; }
+    /// With one crosspoint for each number: what added to a crosspoint that has a controller number makes that number;
+    /// sums wrap as unsigned ones do.
+    std::uint32_t shiftToController() const { return m_controllerStart - m_xptStart; }
     /// How many consecutive numbers have crosspoints, beginning with `controller`; 0 when it has none.
     std::uint32_t controllersFrom(std::uint32_t controller) const
     {

@@ -201,10 +201,10 @@ TEST_F(LevelImplTest, LprThatTheTargetsRefuseSetsNothing)
 TEST_F(LevelImplTest, StatusIsReportedInControllerNumbersAndCodes)
 {
     LevelImpl sut(m_target, m_status, numbers);
-    m_status->records[201] = {101, LPR_RELEASED, 0};
-    m_status->records[202] = {105, LPR_PROTECTED, 7};
-    m_status->records[203] = {110, LPR_LOCKED, 8};
-    m_status->records[204] = {110, static_cast<LPRState>(3), 9};
+    m_status->outputs[201] = {101, LPR_RELEASED, 0};
+    m_status->outputs[202] = {105, LPR_PROTECTED, 7};
+    m_status->outputs[203] = {110, LPR_LOCKED, 8};
+    m_status->outputs[204] = {110, static_cast<LPRState>(3), 9};
 
     EXPECT_EQ(statusOf(sut, 1), (Status{0, 1, 1, 0, 0}));
     EXPECT_EQ(statusOf(sut, 2), (Status{0, 2, 5, 2, 7}));
@@ -233,8 +233,8 @@ TEST_F(LevelImplTest, StatusOfAnOutputBeyondTheTableIsZeroes)
 TEST_F(LevelImplTest, StatusWithASourceOutsideTheLevelKeepsHolderAndState)
 {
     LevelImpl sut(m_target, m_status, numbers);
-    m_status->records[201] = {111, LPR_LOCKED, 8};
-    m_status->records[202] = {last, LPR_PROTECTED, 9};
+    m_status->outputs[201] = {111, LPR_LOCKED, 8};
+    m_status->outputs[202] = {last, LPR_PROTECTED, 9};
 
     EXPECT_EQ(statusOf(sut, 1), (Status{3, 1, 0, 1, 8}));
     EXPECT_EQ(statusOf(sut, 2), (Status{3, 2, 0, 2, 9}));
@@ -245,18 +245,18 @@ TEST_F(LevelImplTest, StatusOfAGroupNeedsConsecutiveSources)
     LevelImpl sut(m_target, m_status, groups);
     for (std::uint32_t i = 0; i < 8; ++i)
     {
-        m_status->records[201 + i] = {105 + i % 4, LPR_RELEASED, 0};
+        m_status->outputs[201 + i] = {105 + i % 4, LPR_RELEASED, 0};
     }
 
     EXPECT_EQ(statusOf(sut, 1), (Status{0, 1, 2, 0, 0}));
 
-    m_status->records[204].input = 107;
-    m_status->records[208].lprState = LPR_LOCKED;
+    m_status->outputs[204].input = 107;
+    m_status->outputs[208].lprState = LPR_LOCKED;
 
     EXPECT_EQ(statusOf(sut, 1).result, 25U);
     EXPECT_EQ(statusOf(sut, 2).result, 0U);
 
-    m_status->records.erase(207);
+    m_status->outputs.erase(207);
 
     EXPECT_EQ(statusOf(sut, 2).result, 4U);
 }
@@ -270,7 +270,7 @@ TEST_P(LevelImplStatusesTest, StatusesOfARangeAreThoseOfItsOutputs)
     LevelImpl sut(m_target, m_status, GetParam());
     for (std::uint32_t i = 0; i < 300; i += i % 7 == 6 ? 2U : 1U) // some are beyond the table
     {
-        m_status->records[i] = {i * 5 % 330, static_cast<LPRState>(i % 3), i + 1};
+        m_status->outputs[i] = {i * 5 % 330, static_cast<LPRState>(i % 3), i + 1};
     }
     for (const std::uint32_t first : {0U, 1U, 70U, last - 3})
     {
@@ -308,7 +308,7 @@ INSTANTIATE_TEST_SUITE_P(Levels, LevelImplStatusesTest,
 TEST_F(LevelImplTest, ChangesCarryTheStatusOfTheOutput)
 {
     LevelImpl sut(m_target, m_status, numbers);
-    m_status->records[205] = {103, LPR_LOCKED, 42};
+    m_status->outputs[205] = {103, LPR_LOCKED, 42};
 
     sut.noteSourceChange(205);
     sut.noteLprChange(220);

@@ -73,18 +73,15 @@ TEST_F(MacroXptMgrStatusTest, ARangeIsReportedAsItsOutputs)
     m_sut.joinRouterPartition("R1");
     m_router.write({.macroXptOutput = maximum - 1, .macroXptInput = 7, .when = 1, .lprId = 42, .lprState = LPR_LOCKED});
     ASSERT_TRUE(waitForStatus(maximum - 1, "0: 7 42 2"));
-    std::array<XptStatus, 4> statuses;
-    statuses.fill({99, 99, LPR_PROTECTED, 99});
-
-    m_sut.getStatuses(maximum - 2, statuses);
 
     Lines range;
-    for (const auto& [result, input, lprState, lprId] : statuses)
+    for (const auto& record : m_sut.records(maximum - 2, 4)) // the last of them is beyond the table
     {
-        range.push_back(std::to_string(result) + ": " + std::to_string(input) + " " + std::to_string(lprId) + " " +
-                        std::to_string(lprState));
+        range.push_back(std::to_string(record.macroXptOutput) + ": " + std::to_string(record.macroXptInput) + " " +
+                        std::to_string(record.lprId) + " " + std::to_string(record.lprState));
     }
-    EXPECT_EQ(range, (Lines{"0: 4294967295 0 0", "0: 7 42 2", "0: 4294967295 0 0", "4: 0 0 0"}));
+    EXPECT_EQ(range, (Lines{"2302: 4294967295 0 0", "2303: 7 42 2", "2304: 4294967295 0 0"}));
+    EXPECT_TRUE(m_sut.records(maximum + 1, 4).empty());
 }
 
 TEST_F(MacroXptMgrStatusTest, OnlyWhatChangedIsNoticed)
