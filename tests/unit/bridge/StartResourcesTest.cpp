@@ -8,6 +8,8 @@
 #include <log4cxx/logger.h>
 #include <sys/resource.h>
 
+#include <chrono>
+#include <ctime>
 #include <limits>
 #include <memory>
 #include <optional>
@@ -97,6 +99,21 @@ TEST(StartResourcesTest, WaitingEndsWithWhatIsMissing)
 
     EXPECT_EQ(messageOf(few, 50ms),
               "not enough resources to start: 0 of 4 descriptors available (ulimit -n), Too many open files");
+}
+
+TEST(StartResourcesTest, WaitingLeavesTheProcessorToOthers)
+{
+    const LoweredLimit limit(RLIMIT_NOFILE, 1);
+    const auto used = [] {
+        timespec time{};
+        ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+        return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
+    };
+    const auto before = used();
+
+    EXPECT_NE(messageOf(few, 400ms), "");
+
+    EXPECT_LT(used() - before, 100ms); // a quarter of it, on a machine with nothing else to do
 }
 
 TEST(StartResourcesTest, WaitingReturnsWhenTheResourcesCome)

@@ -183,6 +183,23 @@ TEST(Watch, GivenUnknownLevelSaysSoAndGoesOn)
     EXPECT_EQ(notes.lines(), (std::vector<std::string>{"missing 9", "1:100:0"}));
 }
 
+TEST(Watch, GivenQuietRoundsSaysAndAsksNothingMore)
+{
+    FakeBridge bridge([](const Message& request, std::uint32_t sequence) {
+        return request.id() == 0x52 ? existence(request, sequence, true)
+                                    : changes(request, sequence, sequence == 1 ? 1 : 0);
+    });
+    Notes notes;
+    Watch sut(toBridge(bridge), {4}, settings, notes);
+    StopAfter stop(4);
+
+    sut.start();
+    sut.run(stop);
+
+    EXPECT_EQ(notes.lines(), std::vector<std::string>{"4:100:0"});
+    EXPECT_EQ(bridge.requests().size(), 5U); // whether the level exists, and four polls
+}
+
 TEST(Watch, GivenListenerThatTakesNoMoreThrowsWhatItThrew)
 {
     FakeBridge bridge([](const Message& request, std::uint32_t sequence) {
@@ -279,6 +296,30 @@ TEST(Watch, GivenLevelThatIsGoneAfterwardsSaysSoAndComparesOnceItIsThere)
 
     EXPECT_EQ(notes.lines(),
               (std::vector<std::string>{"1:100:0", "lost", "back", "missing 1", "1:101:1", "resynchronised 1 1"}));
+}
+
+TEST(Watch, GivenAnotherLossForgetsWhatTheLostConnectionHasSaid)
+{
+    std::atomic<int> requests = 0;
+    // Existence, one output and leave; three outputs and leave; then: nothing, no such level.
+    FakeBridge bridge([&requests](const Message& request, std::uint32_t sequence) {
+        const int number = requests++;
+        if (request.id() == 0x52)
+        {
+            return existence(request, sequence, number == 0);
+        }
+        FakeReply reply = changes(request, sequence, number == 1 ? 1 : number == 2 ? 3 : 0);
+        reply.isClosing = number < 3;
+        return reply;
+    });
+    Notes notes;
+    Watch sut(toBridge(bridge), {1}, settings, notes);
+    StopAfter stop(5);
+
+    sut.start();
+    sut.run(stop);
+
+    EXPECT_EQ(notes.lines(), (std::vector<std::string>{"1:100:0", "lost", "back", "lost", "back", "missing 1"}));
 }
 
 TEST(Watch, GivenNoReconnectingThrowsPeerClosed)

@@ -4,6 +4,9 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sys/socket.h>
 
 #include <array>
 #include <string>
@@ -50,6 +53,17 @@ TEST_F(ListeningSocketTest, WhatFailedHasTheCallersLocation)
     ASSERT_TRUE(std::holds_alternative<Failure>(opened));
     EXPECT_TRUE(std::get<Failure>(opened).text.ends_with(" to address/port 0.0.0.0, Address already in use"));
     EXPECT_EQ(std::get<Failure>(opened).where.line, line);
+}
+
+TEST_F(ListeningSocketTest, AsManyClientsMayWaitAsIsSaid)
+{
+    const auto opened = openListeningSocket({.port = port}, nullptr, nullptr);
+    tcp_info info{};
+    socklen_t size = sizeof(info);
+
+    ASSERT_EQ(::getsockopt(std::get<UniqueFd>(opened).get(), IPPROTO_TCP, TCP_INFO, &info, &size), 0);
+
+    EXPECT_EQ(info.tcpi_sacked, 4U); // of a listening socket: how many may wait
 }
 
 TEST_F(ListeningSocketTest, RefusedOptionIsAFailureWhereItIsToBe)

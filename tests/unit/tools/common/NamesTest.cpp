@@ -50,6 +50,14 @@ TEST(Names, GivenNamesBeforeTheFirstLevelHoldForEveryLevelWithoutItsOwn)
     EXPECT_EQ(sut.lastInput(2), 9U);
 }
 
+TEST(Names, GivenAnyNameIsNotEmpty)
+{
+    EXPECT_TRUE(read("# nothing\nlevel 1\n").isEmpty());
+    EXPECT_FALSE(read("level 1 video\n").isEmpty());
+    EXPECT_FALSE(read("input 5 CAM 1\n").isEmpty());
+    EXPECT_FALSE(read("output 7 MON 1\n").isEmpty());
+}
+
 TEST(Names, WidthCountsCharactersNotBytes)
 {
     EXPECT_EQ(read("input 5 K\xc3\xb6ln\n").inputWidth(1), 4U);

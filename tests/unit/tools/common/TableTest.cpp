@@ -31,3 +31,14 @@ TEST(Table, GivenMissingAndSurplusCellsKeepsItsColumns)
 
     EXPECT_EQ(out.str(), "A  B\n1\n1  2\n");
 }
+
+TEST(Table, ColumnWithoutATextHasNoWidth)
+{
+    Table sut({{"A"}, {""}, {"B"}});
+    sut.addRow({"1", "", "2"});
+    std::ostringstream out;
+
+    sut.print(out);
+
+    EXPECT_EQ(out.str(), "A    B\n1    2\n");
+}
