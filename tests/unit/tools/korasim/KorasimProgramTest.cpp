@@ -60,7 +60,8 @@ TEST(KorasimProgramTest, EndOfScriptKeepsRunningUntilASignal)
         sut.closeInput();
         ASSERT_TRUE(sut.waitForOutput("status video output 5 input 6")) << "a last line without an end counts";
         EXPECT_TRUE(sut.waitForErrors("line 2: no such command: 'nonsense' (help lists them)"));
-        EXPECT_TRUE(sut.isRunning());
+        EXPECT_FALSE(
+            sut.waitForExit(std::chrono::milliseconds(500))); // what has seen the end of the script has had time to end
 
         sut.signal(signal);
 

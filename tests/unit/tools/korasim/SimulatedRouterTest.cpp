@@ -166,6 +166,22 @@ TEST(SimulatedRouterTest, StatusComesAfterTheDelay)
     EXPECT_GE(std::chrono::steady_clock::now() - begin, options.statusDelay);
 }
 
+TEST(SimulatedRouterTest, DelayCanBeSetWhileItRuns)
+{
+    RecordedRouter sut(RouterOptions{});
+    sut.announce();
+    StatusReader status(TopicName::MacroXptOutputVideoStatus);
+    TargetWriter targets(TopicName::MacroXptOutputVideoTarget);
+    const auto delay = std::chrono::milliseconds(150);
+
+    sut.setStatusDelay(delay);
+    const auto begin = std::chrono::steady_clock::now();
+    targets.write({.macroXptOutput = 5, .macroXptInput = 1});
+
+    ASSERT_TRUE(status.waitFor(outputIs(5)));
+    EXPECT_GE(std::chrono::steady_clock::now() - begin, delay);
+}
+
 TEST(SimulatedRouterTest, TargetsAreOnlyRecordedWhileNotFollowing)
 {
     RecordedRouter sut(RouterOptions{});

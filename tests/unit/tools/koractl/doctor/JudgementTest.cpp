@@ -140,6 +140,18 @@ TEST_P(JudgementCases, FindsThatAndNothingElse)
     EXPECT_EQ(summary(judge(GetParam().facts())), GetParam().findings);
 }
 
+TEST(Judgement, PortThatIsClosedBecauseAnotherProgramHasItIsSaidSo)
+{
+    const auto findings = judge(closedWith([](MachineFacts& machine) {
+        machine.log = LogFacts{};
+        machine.log->portTaken = "failed binding socket";
+    })());
+
+    ASSERT_EQ(findings.size(), 1U);
+    EXPECT_EQ(findings.front().what,
+              "The port for controllers is closed: another program has it. The log says: failed binding socket");
+}
+
 INSTANTIATE_TEST_SUITE_P(
     Port, JudgementCases,
     testing::Values(

@@ -220,6 +220,11 @@ TEST(MatrixScreen, EveryKeyMovesThePictureItsOwnWay)
     EXPECT_TRUE(sut.readUntil("     2  " + mark)) << "inputs from 2 on: " << sut.text();
     sut.type("h");
     EXPECT_TRUE(sut.readUntil("     1  " + mark)) << "inputs from 1 on: " << sut.text();
+    sut.type("]\x1b[6~\x1b[6~\x1b[6~\x1b[6~");
+    EXPECT_TRUE(sut.readUntil("    73  " + mark))
+        << "as many inputs as there is room for, to the right: " << sut.text();
+    sut.type("g[");
+    EXPECT_TRUE(sut.readUntil("     1  " + mark)) << "and back: " << sut.text();
     sut.type("]G");
     EXPECT_TRUE(sut.readUntil("   288  ")) << "end: " << sut.text();
     sut.type("[g");
