@@ -27,6 +27,15 @@ using Types =
     testing::Types<ComponentInfo, MacroRouter, RouterMember, MacroXptOutput, MacroLevel, RouterMemberMacroXpts>;
 TYPED_TEST_SUITE(EveryTypeTest, Types);
 
+TYPED_TEST(EveryTypeTest, BeginsWithZerosAndEmptyTexts)
+{
+    const auto whole = nlohmann::json::parse(jsonText(TypeParam()));
+    for (const auto& member : whole.items())
+    {
+        EXPECT_TRUE(member.value() == 0 || member.value() == "") << member.key() << ": " << member.value();
+    }
+}
+
 TYPED_TEST(EveryTypeTest, ComesBackFromTheBusUnchanged)
 {
     EXPECT_EQ(this->throughTheBus(this->m_value), this->m_value);

@@ -37,6 +37,13 @@ TEST_F(DataWriterTest, SampleCarriesTheSourceTimestampThatItWasWrittenWith)
     EXPECT_NEAR(static_cast<double>(samples[0].info().timestamp().to_nanoseconds()), 1.6e18, 1000.0);
 }
 
+TEST_F(DataWriterTest, TimestampThatTheLibraryRefusesIsAnError)
+{
+    Writer sut = makeWriter(m_topic);
+
+    EXPECT_THROW(sut.write(output(1), dds::core::Time(-1)), dds::core::Error);
+}
+
 TEST_F(DataWriterTest, OfATimestampAfter2038TheWireCarriesTheLow32BitsOfTheSeconds)
 {
     constexpr std::int64_t nanosecondsPerSecond = 1'000'000'000;
