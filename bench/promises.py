@@ -83,8 +83,8 @@ BOARD_INSTRUCTIONS = [
     Promise("take of 64 entries", "free", 1.04, load=(*ONE, "--entries", 64)),
     Promise("take of 500 entries", "free", 1.01, load=(*ONE, "--entries", 500)),
     Promise("changes, none", "free", 5.6, load=(*ONE, "--mix", "changes")),
-    Promise("tally of 288", "free", 4.5, load=(*ONE, "--mix", "tally")),
-    Promise("status of 288", "free", 2.6, load=(*ONE, "--mix", "status")),
+    Promise("tally of 288", "free", 3.6, load=(*ONE, "--mix", "tally")),
+    Promise("status of 288", "free", 2.1, load=(*ONE, "--mix", "status")),
 ]
 BOARD_INSTRUCTIONS_SHOWN = [
     Promise("take of 1 entry, shown", "free", 3.0, load=ONE),
