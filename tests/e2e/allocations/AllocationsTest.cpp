@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <bit>
 #include <functional>
 #include <string>
 #include <vector>
@@ -23,8 +24,8 @@ class AllocationsTest : public BridgeWithin
 protected:
     static constexpr int numRequests = 5000;
     /// What waits for the recorder of durable targets lies in four vectors, which grow when a busy machine lets the
-    /// recorder wait, each time to double the size.
-    static constexpr std::size_t growthOfQueue = 24;
+    /// recorder wait, each time to double the size: no further than to all of the takes, 64 in each request at most.
+    static constexpr std::size_t growthOfQueue = 4 * std::bit_width(std::size_t{numRequests} * 64);
 
     /// Repeats a request, first until everything that grows has grown, and counts what the two threads that it passes
     /// through take from then on, over all requests together.
