@@ -25,7 +25,8 @@ class CompanionKeysTest : public BridgeFixture
 {
 protected:
     static constexpr NeighbourId names = 50'000;
-    static constexpr std::size_t mostGrowthKiB = 4096;
+    /// 0.16 KiB for each name: less than the least that an instance takes, more than what is on its way can.
+    static constexpr std::size_t mostGrowthKiB = 8192;
 
     void SetUp() override
     {
