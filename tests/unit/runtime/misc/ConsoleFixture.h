@@ -44,11 +44,13 @@ protected:
         com::tallowcrest::misc::clearConsoleStop();
     }
 
+    /// Returns once it listens and has said so.
     void start()
     {
         com::tallowcrest::misc::setConsole(m_sut);
         m_sut->start();
         ASSERT_TRUE(testsupport::waitForPort(port));
+        ASSERT_TRUE(waitForLogged("bind IP addr"));
     }
 
     /// Connects and waits until the console has announced itself, to the client and to everybody else.

@@ -135,6 +135,7 @@ TEST_F(TelnetIOTest, whenThePortIsTaken_retriesUntilItIsFreeAndLogsOnce)
     ::close(holder);
 
     ASSERT_TRUE(testsupport::waitForPort(port, std::chrono::seconds(3)));
+    ASSERT_TRUE(waitForLogged("bind IP addr"));
     EXPECT_EQ(1, countLogged("openServerSocket() failed", "WARN"));
     EXPECT_EQ(1, countLogged("failed binding socket ", "WARN"));
     EXPECT_EQ(1, countLogged(" to address/port 0.0.0.0, Address already in use", "WARN"));
