@@ -12,6 +12,10 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   # g++ 12 warns of std::string's own copies when that header comes precompiled.
   target_compile_options(korabridge_test_flags INTERFACE
     -Wno-array-bounds -Wno-restrict -Wno-stringop-overflow -Wno-stringop-overread)
+  if(KORABRIDGE_UNITY)
+    # A file that is compiled with others is an included one, and a fixture in its anonymous namespace would be warned of.
+    target_compile_options(korabridge_test_flags INTERFACE -Wno-subobject-linkage)
+  endif()
 endif()
 
 # The headers that every test reads, compiled once for all test programs. The program is never run.
@@ -34,6 +38,9 @@ function(korabridge_test_program NAME KIND)
     CROSSCOMPILING_EMULATOR "${launcher}")
   target_link_libraries(${NAME} PRIVATE ${ARG_LINKS} GTest::gtest_main korabridge_test_flags)
   target_precompile_headers(${NAME} REUSE_FROM test_headers)
+  if(KORABRIDGE_UNITY)
+    set_target_properties(${NAME} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 6)
+  endif()
   set(properties TIMEOUT ${ARG_TIMEOUT} LABELS ${KIND})
   # An empty value would be lost on the way and the next name taken for it.
   if(ARG_ENVIRONMENT)
