@@ -2,15 +2,14 @@
 
 #include "CrowdOfNeighbours.h"
 #include "runtime/util/Metrics.h"
+#include "tests/support/CountedTrims.h"
 #include "tests/support/LogRecorder.h"
 #include "tests/support/TempDir.h"
 #include "tests/support/WaitUntil.h"
 #include "tests/unit/durability/OutputCodec.h"
 
 #include <gtest/gtest.h>
-#include <malloc.h>
 
-#include <atomic>
 #include <cstdint>
 #include <cstdlib>
 #include <filesystem>
@@ -21,21 +20,8 @@
 #include <vector>
 
 using namespace com::tallowcrest::durability;
+using testsupport::numTrims;
 using testsupport::waitUntil;
-
-namespace
-{
-
-std::atomic<int> numTrims{0};
-
-} // namespace
-
-/// Stands before the system's own.
-extern "C" int malloc_trim(std::size_t /*pad*/) noexcept
-{
-    ++numTrims;
-    return 1;
-}
 
 namespace
 {

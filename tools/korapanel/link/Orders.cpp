@@ -23,17 +23,48 @@ std::optional<std::uint32_t> codeOf(const EntryOutcome& outcome)
     return outcome.isAnswered() ? std::optional(outcome.result) : std::nullopt;
 }
 
-std::string takeText(const TakeEntry& entry, const EntryOutcome& outcome, std::optional<std::uint32_t> holder)
+std::string textOf(const TakeEntry& entry, const EntryOutcome& outcome, std::optional<std::uint32_t> holder)
 {
     return outcome.isAnswered()
                ? koraclient::takeResultText(outcome.result, entry.level, entry.input, entry.output, holder)
                : outcome.missingText();
 }
 
-std::string lockText(const LprEntry& entry, const EntryOutcome& outcome, std::optional<std::uint32_t> holder)
+std::string textOf(const LprEntry& entry, const EntryOutcome& outcome, std::optional<std::uint32_t> holder)
 {
     return outcome.isAnswered() ? koraclient::lprResultText(outcome.result, entry.level, entry.output, holder)
                                 : outcome.missingText();
+}
+
+std::optional<std::uint32_t> inputOf(const TakeEntry& entry)
+{
+    return entry.input;
+}
+
+std::optional<std::uint32_t> inputOf(const LprEntry& /*entry*/)
+{
+    return std::nullopt;
+}
+
+/// What became of each entry, in the bridge's own words; who holds an output is asked for where that is the reason.
+template <typename Entry>
+OrderOutcome outcomeOf(KoraClient& client, const std::vector<Entry>& entries, const koraclient::PartsOutcome& sent)
+{
+    koraclient::HolderLookup holders(client);
+    OrderOutcome all{.results = {}, .trouble = sent.trouble};
+    for (std::size_t i = 0; i < entries.size(); ++i)
+    {
+        const Entry& entry = entries[i];
+        const EntryOutcome& outcome = sent.outcomes[i];
+        const auto holder =
+            all.trouble ? std::nullopt : holders.ask(entry.level, entry.output, codeOf(outcome).value_or(0));
+        all.results.push_back({.level = entry.level,
+                               .output = entry.output,
+                               .input = inputOf(entry),
+                               .code = codeOf(outcome),
+                               .text = textOf(entry, outcome, holder)});
+    }
+    return all;
 }
 
 /// The bridge's own words for the first part of a step that was not done.
@@ -54,15 +85,15 @@ OrderResult resultOf(const RestoreStep& step)
     };
     if (step.release.entry)
     {
-        note(step.release.outcome, lockText(*step.release.entry, step.release.outcome, std::nullopt));
+        note(step.release.outcome, textOf(*step.release.entry, step.release.outcome, std::nullopt));
     }
     if (step.take.entry)
     {
-        note(step.take.outcome, takeText(*step.take.entry, step.take.outcome, std::nullopt));
+        note(step.take.outcome, textOf(*step.take.entry, step.take.outcome, std::nullopt));
     }
     if (step.hold.entry)
     {
-        note(step.hold.outcome, lockText(*step.hold.entry, step.hold.outcome, std::nullopt));
+        note(step.hold.outcome, textOf(*step.hold.entry, step.hold.outcome, std::nullopt));
     }
     if (!step.obstacle.empty() &&
         (result.text.empty() || result.code == std::optional<std::uint32_t>(resultCode::done)))
@@ -92,44 +123,16 @@ OutputRow rowOf(const std::map<std::uint32_t, koraclient::LevelSnapshot>& levels
 
 OrderOutcome sendTakes(KoraClient& client, const std::vector<TakeEntry>& entries, bool isCoherent)
 {
-    const auto sent = koraclient::sendInParts(
-        entries, [&](const auto& part) { return isCoherent ? client.coherentTake(part) : client.take(part); });
-    koraclient::HolderLookup holders(client);
-    OrderOutcome all{.results = {}, .trouble = sent.trouble};
-    for (std::size_t i = 0; i < entries.size(); ++i)
-    {
-        const TakeEntry& entry = entries[i];
-        const EntryOutcome& outcome = sent.outcomes[i];
-        const auto holder =
-            all.trouble ? std::nullopt : holders.ask(entry.level, entry.output, codeOf(outcome).value_or(0));
-        all.results.push_back({.level = entry.level,
-                               .output = entry.output,
-                               .input = entry.input,
-                               .code = codeOf(outcome),
-                               .text = takeText(entry, outcome, holder)});
-    }
-    return all;
+    return outcomeOf(client, entries, koraclient::sendInParts(entries, [&](const auto& part) {
+                         return isCoherent ? client.coherentTake(part) : client.take(part);
+                     }));
 }
 
 OrderOutcome sendLocks(KoraClient& client, const std::vector<LprEntry>& entries)
 {
-    const auto sent =
-        koraclient::sendInParts(entries, [&](const auto& part) { return client.setOutputLpr(part).results; });
-    koraclient::HolderLookup holders(client);
-    OrderOutcome all{.results = {}, .trouble = sent.trouble};
-    for (std::size_t i = 0; i < entries.size(); ++i)
-    {
-        const LprEntry& entry = entries[i];
-        const EntryOutcome& outcome = sent.outcomes[i];
-        const auto holder =
-            all.trouble ? std::nullopt : holders.ask(entry.level, entry.output, codeOf(outcome).value_or(0));
-        all.results.push_back({.level = entry.level,
-                               .output = entry.output,
-                               .input = {},
-                               .code = codeOf(outcome),
-                               .text = lockText(entry, outcome, holder)});
-    }
-    return all;
+    return outcomeOf(client, entries, koraclient::sendInParts(entries, [&](const auto& part) {
+                         return client.setOutputLpr(part).results;
+                     }));
 }
 
 OrderOutcome sendSalvo(KoraClient& client, std::vector<RestoreStep> steps)

@@ -1,30 +1,16 @@
 #include "runtime/util/SpareMemory.h"
 
+#include "tests/support/CountedTrims.h"
 #include "tests/support/MeaningfulMemory.h"
 
 #include <gtest/gtest.h>
-#include <malloc.h>
 
-#include <atomic>
 #include <chrono>
 #include <memory>
 #include <vector>
 
 using com::tallowcrest::util::SpareMemory;
-
-namespace
-{
-
-std::atomic<int> numTrims{0};
-
-} // namespace
-
-/// Stands before the system's own.
-extern "C" int malloc_trim(std::size_t /*pad*/) noexcept
-{
-    ++numTrims;
-    return 1;
-}
+using testsupport::numTrims;
 
 namespace
 {
