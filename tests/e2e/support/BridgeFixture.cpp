@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <csignal>
+#include <cstdlib>
 #include <iostream>
 #include <utility>
 #include <vector>
@@ -17,6 +18,7 @@ using testsupport::waitUntil;
 
 BridgeFixture::BridgeFixture(korasim::RouterOptions options) : m_router(std::move(options))
 {
+    ::setenv("KORABRIDGE_DURABLE_STORE", (m_storeDirectory.path() / "durable.db").c_str(), 1);
     m_router.record().setPatience(testsupport::timeFactor());
 }
 

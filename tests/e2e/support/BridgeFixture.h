@@ -5,6 +5,7 @@
 #include "tests/support/Places.h"
 #include "tests/support/RouterRecord.h"
 #include "tests/support/TcpSocket.h"
+#include "tests/support/TempDir.h"
 #include "tests/support/WaitUntil.h"
 
 #include <gtest/gtest.h>
@@ -30,9 +31,12 @@ using korasim::Liveness;
 using korasim::Signal;
 
 /// The real program on a real bus, with a simulated router in the test's own process. Each test runs in a network
-/// namespace of its own, so the fixed ports and the domain are its own too.
+/// namespace of its own, so the fixed ports and the domain are its own too. Its bridges have a store of their own even
+/// where tests share a process.
 class BridgeFixture : public testing::Test
 {
+    const testsupport::TempDir m_storeDirectory; ///< there until the bridge has gone
+
 protected:
     explicit BridgeFixture(korasim::RouterOptions options = {});
     ~BridgeFixture() override;
