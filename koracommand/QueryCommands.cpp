@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <span>
 
 void OutputRangeRsp::writeEntries(std::size_t entries, const Range& range, EntryWords entryWords)
@@ -13,22 +14,25 @@ void OutputRangeRsp::writeEntries(std::size_t entries, const Range& range, Entry
     const auto level = getLevelInstance(range.level);
     // A block at a time: the level and its tables are asked once a block, and all of it stays in the processor's cache.
     constexpr std::uint32_t block = 64;
+    constexpr auto shortWords = static_cast<std::size_t>(EntryWords::ResultInput);
+    constexpr auto longWords = static_cast<std::size_t>(EntryWords::ResultInputLprStateLprId);
     std::array<OutputStatus, block> statuses;
-    std::array<std::uint32_t, block* static_cast<std::size_t>(EntryWords::ResultInputLprStateLprId)> words{};
+    const auto wordsPerEntry = static_cast<std::size_t>(entryWords);
     std::size_t offset = entries;
     for (std::uint32_t done = 0; done < range.count;)
     {
         const std::uint32_t count = std::min(block, range.count - done);
         level->getOutputStatuses(range.firstOutput + done, std::span(statuses).first(count));
-        std::size_t used = 0;
-        for (const OutputStatus& status : std::span(statuses).first(count))
+        // The words of the long entry, in its order; the short one is its beginning.
+        auto words = std::bit_cast<std::array<std::uint32_t, block * longWords>>(statuses);
+        if (entryWords == EntryWords::ResultInput)
         {
-            // All four, of which the next entry overwrites what this one is not to carry.
-            const std::array<std::uint32_t, 4> entry{status.result, status.controllerInput, status.lprState,
-                                                     status.lprId};
-            std::copy(entry.begin(), entry.end(), words.begin() + used);
-            used += static_cast<std::size_t>(entryWords);
+            for (std::size_t i = 1; i < count; ++i)
+            {
+                std::copy_n(words.begin() + i * longWords, shortWords, words.begin() + i * shortWords);
+            }
         }
+        const std::size_t used = count * wordsPerEntry;
         setWords(offset, std::span(words).first(used));
         offset += used * wireLayout::wordBytes;
         done += count;
