@@ -25,6 +25,7 @@ protected:
 };
 
 using SilentBridgeTest = PanelFixture;
+using NamedInputsTest = PanelFixture;
 
 } // namespace
 
@@ -220,4 +221,14 @@ TEST_F(SilentBridgeTest, SignalEndsThePanelAtOnceThoughTheBridgeAnswersNothing)
     panel().signal(SIGTERM);
 
     EXPECT_EQ(panel().waitForExit(std::chrono::milliseconds(300)), 0);
+}
+
+TEST_F(NamedInputsTest, InputsOfALevelReachToTheLastThatHasAName)
+{
+    testsupport::writeFile(file("names"), "level 2 audio\ninput 5000 FAR\n");
+    ASSERT_NO_FATAL_FAILURE(startJoined());
+    ASSERT_NO_FATAL_FAILURE(startPanel({"--names", file("names")}));
+
+    const std::string levels = httpGet(port, "/api/levels").body;
+    EXPECT_NE(levels.find("\"inputs\":5000"), std::string::npos) << levels;
 }

@@ -136,7 +136,7 @@ TEST(ParsePlace, GivenHostAndPortInAnyFormCutsThem)
     EXPECT_EQ(parsePlace("[::1]:2", 1), (Place{"::1", 2}));
     EXPECT_EQ(parsePlace("[::1]", 1), (Place{"::1", 1}));
     EXPECT_EQ(parsePlace("::1", 1), (Place{"::1", 1}));
-    for (const char* const text : {"[::1", "[::1]x", ":2", "board:", "[]:2"})
+    for (const char* const text : {"[::1", "[::1]x", "[::1]:", ":2", "board:", "[]:2"})
     {
         EXPECT_THROW((void)parsePlace(text, 1), std::invalid_argument) << text;
     }

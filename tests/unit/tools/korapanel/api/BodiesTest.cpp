@@ -112,3 +112,20 @@ TEST(NamesText, GivenNamesOfAllLevelsAndOfOneTellsBoth)
     EXPECT_EQ(namesText(names, {1, 2}), R"({"levels":[{"level":1,"inputs":{"5":"CAM 1"},"outputs":{}},)"
                                         R"({"level":2,"inputs":{"5":"MIC"},"outputs":{"7":"<b>MON</b>"}}]})");
 }
+
+TEST(DifferenceText, GivenStepsSaysWhatIsThereAndWhatComes)
+{
+    const koraclient::OutputRow before{
+        .output = 3, .result = 0, .input = 7, .lpr = koraclient::OutputLpr{.state = 1, .lprId = 42}};
+    const std::vector<koractl::RestoreStep> steps{
+        {.wish = {.level = 1, .output = 3, .route = {{8}}, .lpr = koraclient::OutputLpr{}}, .before = before},
+        {.wish = {.level = 1, .output = 3, .route = koractl::OutputWish::Route{}, .lpr = {}}, .before = before},
+        {.wish = {.level = 1, .output = 3, .route = {}, .lpr = {}}, .before = before, .obstacle = "why"}};
+
+    EXPECT_EQ(differenceText("news", 5, steps),
+              R"({"name":"news","difference":[)"
+              R"({"level":1,"output":3,"now":7,"then":8,"nowLock":"locked","thenLock":"none","text":""},)"
+              R"({"level":1,"output":3,"now":7,"then":0,"nowLock":"locked","thenLock":"locked","text":""},)"
+              R"({"level":1,"output":3,"now":7,"then":7,"nowLock":"locked","thenLock":"locked","text":"why"}],)"
+              R"("entries":5})");
+}
