@@ -68,8 +68,8 @@ INSTRUCTIONS = [
     Promise("take of 64 entries", "free", 0.98, load=(*ONE, "--entries", 64)),
     Promise("take of 500 entries", "free", 0.96, load=(*ONE, "--entries", 500)),
     Promise("changes, none", "free", 6.3, load=(*ONE, "--mix", "changes")),  # the floor's own scatters by a sixth
-    Promise("tally of 288", "free", 2.7, load=(*ONE, "--mix", "tally")),
-    Promise("status of 288", "free", 1.7, load=(*ONE, "--mix", "status")),
+    Promise("tally of 288", "free", 2.5, load=(*ONE, "--mix", "tally")),
+    Promise("status of 288", "free", 1.4, load=(*ONE, "--mix", "status")),
 ]
 # The same with a router that shows what is taken.
 INSTRUCTIONS_SHOWN = [
