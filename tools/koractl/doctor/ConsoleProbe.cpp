@@ -18,8 +18,8 @@ using Clock = ClientSocket::Clock;
 constexpr std::uint16_t consolePort = 8882;
 constexpr std::string_view menuPrompt = "Enter selection: ";
 constexpr std::string_view tablePrompt = "firstXpt: ";
-/// The table of connections comes from the server's own thread, within about a second.
-constexpr std::chrono::milliseconds connectionsTime{1500};
+/// The server's own thread prints the table of connections, when it comes to that; but then all of it at once.
+constexpr std::chrono::milliseconds tableTime{500};
 constexpr std::size_t mostText = 65536; ///< more is no console
 
 void type(ClientSocket& socket, std::string_view line, Clock::time_point deadline)
@@ -46,7 +46,7 @@ std::string readUntil(ClientSocket& socket, std::string_view end, Clock::time_po
     return text;
 }
 
-/// All that comes until nothing has for a while.
+/// All that comes within a time.
 std::string readFor(ClientSocket& socket, std::chrono::milliseconds time)
 {
     std::string text;
@@ -83,7 +83,8 @@ ConsoleFacts probeConsole(const std::string& host, std::chrono::milliseconds tim
         type(socket, "1\n", Clock::now() + timeout);
         facts.partition = partitionOf(readUntil(socket, menuPrompt, Clock::now() + timeout));
         type(socket, "0\n", Clock::now() + timeout);
-        facts.controllers = controllersOf(readFor(socket, connectionsTime));
+        const std::string heading = readUntil(socket, connectionsHeading, Clock::now() + timeout);
+        facts.controllers = controllersOf(heading + readFor(socket, tableTime));
     }
     catch (const koraclient::ConnectError& problem)
     {

@@ -13,7 +13,6 @@ namespace
 
 constexpr std::string_view tableHeading = "routerPartition  Output";
 constexpr std::size_t partitionWidth = 16;
-constexpr std::string_view connectionsHeading = "clientFd         Ip Addr";
 
 /// A descriptor, and an address of four groups of three digits.
 bool isConnection(const std::string& line)
