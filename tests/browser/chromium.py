@@ -17,6 +17,7 @@ def start(folder):
     options.set_capability("goog:loggingPrefs", {"performance": "ALL", "browser": "ALL"})
     driver = webdriver.Chrome(service=Service("/usr/bin/chromedriver"), options=options)
     driver.set_script_timeout(60)
+    driver.set_page_load_timeout(60)  # the driver's own, 300 s, is longer than all of the tests may take
     return driver
 
 
