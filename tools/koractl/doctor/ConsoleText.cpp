@@ -5,6 +5,7 @@
 #include <cctype>
 #include <sstream>
 #include <string_view>
+#include <utility>
 
 namespace koractl
 {
@@ -14,16 +15,16 @@ namespace
 constexpr std::string_view tableHeading = "routerPartition  Output";
 constexpr std::size_t partitionWidth = 16;
 
-/// A descriptor, and an address of four groups of three digits.
+/// A descriptor, and an address of four groups of three digits. The menu, which another thread prints, may have left
+/// its prompt before them.
 bool isConnection(const std::string& line)
 {
     std::istringstream words(line);
     std::string descriptor;
     std::string address;
-    std::string rest;
-    if (!(words >> descriptor >> address) || words >> rest)
+    for (std::string word; words >> word;)
     {
-        return false;
+        descriptor = std::exchange(address, word);
     }
     constexpr std::string_view pattern = "ddd.ddd.ddd.ddd";
     bool isAddress = address.size() == pattern.size();
@@ -31,7 +32,7 @@ bool isConnection(const std::string& line)
     {
         isAddress = pattern[i] == '.' ? address[i] == '.' : std::isdigit(static_cast<unsigned char>(address[i])) != 0;
     }
-    return isAddress && descriptor.find_first_not_of("0123456789") == std::string::npos;
+    return isAddress && !descriptor.empty() && descriptor.find_first_not_of("0123456789") == std::string::npos;
 }
 
 } // namespace

@@ -196,6 +196,10 @@ TEST(ConsoleText, CountsConnectionsAndNothingElse)
                             "                      5 0x00000053 ermcGetOutputChanges\n"),
               2U);
     EXPECT_EQ(controllersOf("clientFd         Ip Addr\n-------- ---------------\n"), 0U);
+    EXPECT_EQ(controllersOf("clientFd         Ip Addr\n\nEnter selection:       23 127.000.000.001\n"
+                            "      24 127.000.000.001\n127.000.000.001\n"),
+              2U)
+        << "the menu is printed meanwhile";
     EXPECT_EQ(controllersOf("\nEnter selection: "), std::nullopt);
 }
 
