@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <span>
 
-/// What a level tells of one controller output. A plain value.
+/// What a level tells of one controller output, in the order of a long entry of a status response. A plain value.
 struct OutputStatus
 {
     std::uint32_t result = 0; ///< a code of `ResultCode.h`

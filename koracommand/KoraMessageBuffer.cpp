@@ -8,7 +8,7 @@
 namespace
 {
 
-/// The same for two words that lie one after the other.
+/// `hostToBigEndian` for two words that lie one after the other.
 constexpr std::uint64_t hostToBigEndianPair(std::uint64_t pair)
 {
     // All eight bytes turned round are each word's bytes turned round, and the words themselves, which go back.
