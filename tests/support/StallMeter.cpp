@@ -1,10 +1,10 @@
 #include "tests/support/StallMeter.h"
 
+#include "tests/support/ThreadTimes.h"
+
 #include <unistd.h>
 
 #include <algorithm>
-#include <filesystem>
-#include <fstream>
 
 using namespace std::chrono_literals;
 
@@ -15,23 +15,6 @@ namespace
 {
 
 constexpr auto interval = 25ms;
-
-/// The number of a process's thread whose name begins so; empty when it has none.
-std::string threadOf(pid_t bridge, const std::string& wanted)
-{
-    std::error_code none; // an ended process has no threads
-    for (const auto& task : std::filesystem::directory_iterator("/proc/" + std::to_string(bridge) + "/task", none))
-    {
-        std::ifstream file(task.path() / "comm");
-        std::string name;
-        std::getline(file, name);
-        if (name.starts_with(wanted))
-        {
-            return task.path().filename();
-        }
-    }
-    return {};
-}
 
 } // namespace
 
@@ -66,15 +49,11 @@ void StallMeter::watch(pid_t bridge, const std::string& thread, bool isBridgeAlo
 StallMeter::Waits StallMeter::waitsOf(pid_t process)
 {
     Waits waits;
-    std::error_code none;
-    for (const auto& task : std::filesystem::directory_iterator("/proc/" + std::to_string(process) + "/task", none))
+    for (const auto& thread : threadsOf(process))
     {
-        // Time run and time waited, in nanoseconds.
-        std::int64_t ran = 0;
-        std::int64_t waited = 0;
-        if (std::ifstream(task.path() / "schedstat") >> ran >> waited)
+        if (const auto times = timesOf(thread))
         {
-            waits[task.path().filename()] = std::chrono::nanoseconds(waited);
+            waits[thread.filename()] = times->waited;
         }
     }
     return waits;
@@ -112,7 +91,8 @@ void StallMeter::look()
 {
     if (m_bridge != 0 && m_threadNumber.empty())
     {
-        m_threadNumber = threadOf(m_bridge, m_threadName);
+        const auto threads = threadsOf(m_bridge, m_threadName);
+        m_threadNumber = threads.empty() ? "" : threads.front().filename().string();
     }
     Waits bridgeNow = m_bridge != 0 ? waitsOf(m_bridge) : Waits{};
     Waits ownNow = waitsOf(getpid());

@@ -1,5 +1,6 @@
 // What keeping targets costs while takes come one after the other.
 #include "tests/e2e/durable/DurableFixture.h"
+#include "tests/support/ThreadTimes.h"
 
 #include <chrono>
 #include <cstdint>
@@ -33,19 +34,13 @@ protected:
     Used used()
     {
         Used sum;
-        for (const auto& task :
-             std::filesystem::directory_iterator("/proc/" + std::to_string(bridge().pid()) + "/task"))
+        for (const auto& thread : testsupport::threadsOf(bridge().pid(), "Durable record"))
         {
-            std::ifstream comm(task.path() / "comm");
-            std::string its;
-            if (!std::getline(comm, its) || its != "Durable record") // it may have ended meanwhile
+            if (const auto times = testsupport::timesOf(thread)) // it may have ended meanwhile
             {
-                continue;
+                sum.nanoseconds += static_cast<std::uint64_t>(times->ran.count());
+                sum.waits += waitsOf(thread);
             }
-            std::uint64_t nanoseconds = 0;
-            std::ifstream(task.path() / "schedstat") >> nanoseconds;
-            sum.nanoseconds += nanoseconds;
-            sum.waits += waitsOf(task.path());
         }
         return sum;
     }
