@@ -8,6 +8,9 @@ add_library(korabridge_test_flags INTERFACE)
 target_link_libraries(korabridge_test_flags INTERFACE korabridge_flags GTest::gtest GTest::gmock)
 target_include_directories(korabridge_test_flags INTERFACE ${PROJECT_SOURCE_DIR})
 target_compile_options(korabridge_test_flags INTERFACE $<$<CONFIG:RelWithDebInfo>:-O0;-g1;SHELL:-U_FORTIFY_SOURCE>)
+if(KORABRIDGE_SANITIZE)
+  target_compile_options(korabridge_test_flags INTERFACE -O0)
+endif()
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   # g++ 12 warns of std::string's own copies when that header comes precompiled.
   target_compile_options(korabridge_test_flags INTERFACE
