@@ -1,21 +1,8 @@
 #include "koracommand/KoraMessageBuffer.h"
 
 #include <algorithm>
-#include <bit>
 #include <cassert>
 #include <cstring>
-
-namespace
-{
-
-/// `hostToBigEndian` for two words that lie one after the other.
-constexpr std::uint64_t hostToBigEndianPair(std::uint64_t pair)
-{
-    // All eight bytes turned round are each word's bytes turned round, and the words themselves, which go back.
-    return std::endian::native == std::endian::little ? std::rotl(__builtin_bswap64(pair), 32) : pair;
-}
-
-} // namespace
 
 void KoraMessageBuffer::resize(std::size_t bytes)
 {

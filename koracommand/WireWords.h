@@ -19,6 +19,13 @@ constexpr std::uint32_t hostToBigEndian(std::uint32_t word)
     return std::endian::native == std::endian::little ? byteSwapped(word) : word;
 }
 
+/// The same for two words that lie one after the other.
+constexpr std::uint64_t hostToBigEndianPair(std::uint64_t pair)
+{
+    // All eight bytes turned round are each word's bytes turned round, and the words themselves, which go back.
+    return std::endian::native == std::endian::little ? std::rotl(__builtin_bswap64(pair), 32) : pair;
+}
+
 /// Reads 32-bit words at byte offsets of a message, which need not be aligned in memory. A word that the message does
 /// not wholly hold reads as 0. A view: the bytes belong to somebody else. A plain value.
 class WireReader
