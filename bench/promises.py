@@ -68,7 +68,7 @@ INSTRUCTIONS = [
     Promise("take of 64 entries", "free", 0.98, load=(*ONE, "--entries", 64)),
     Promise("take of 500 entries", "free", 0.96, load=(*ONE, "--entries", 500)),
     Promise("changes, none", "free", 6.3, load=(*ONE, "--mix", "changes")),  # the floor's own scatters by a sixth
-    Promise("tally of 288", "free", 2.5, load=(*ONE, "--mix", "tally")),
+    Promise("tally of 288", "free", 1.9, load=(*ONE, "--mix", "tally")),
     Promise("status of 288", "free", 1.4, load=(*ONE, "--mix", "status")),
 ]
 # The same with a router that shows what is taken.
@@ -83,7 +83,7 @@ BOARD_INSTRUCTIONS = [
     Promise("take of 64 entries", "free", 1.04, load=(*ONE, "--entries", 64)),
     Promise("take of 500 entries", "free", 1.01, load=(*ONE, "--entries", 500)),
     Promise("changes, none", "free", 6.4, load=(*ONE, "--mix", "changes")),  # the floor's own scatters by a quarter
-    Promise("tally of 288", "free", 3.6, load=(*ONE, "--mix", "tally")),
+    Promise("tally of 288", "free", 2.9, load=(*ONE, "--mix", "tally")),
     Promise("status of 288", "free", 2.1, load=(*ONE, "--mix", "status")),
 ]
 BOARD_INSTRUCTIONS_SHOWN = [

@@ -44,16 +44,22 @@ std::uint32_t controllerState(LPRState lprState)
     }
 }
 
-/// What a crosspoint's status means for the controller; the one rule of every query. Member by member into its place:
-/// a whole value that is returned and copied costs as much as all the rest.
-void setControllerStatus(OutputStatus& status, bool isInputOfLevel, std::uint32_t controllerInput, LPRState lprState,
-                         std::uint32_t lprId)
+/// What a crosspoint's source means for the controller; the one rule of every query. Member by member into its place: a
+/// whole value that is returned and copied costs as much as all the rest.
+template <typename Entry>
+void setSource(Entry& entry, bool isInputOfLevel, std::uint32_t controllerInput)
 {
-    status.result = isInputOfLevel ? resultCode::done : resultCode::esfInvalidSrc;
-    status.controllerInput = isInputOfLevel ? controllerInput : 0;
+    entry.result = isInputOfLevel ? resultCode::done : resultCode::esfInvalidSrc;
+    entry.controllerInput = isInputOfLevel ? controllerInput : 0;
+}
+
+/// The same for its lock, as far as the entry carries it.
+void setLock(OutputStatus& status, LPRState lprState, std::uint32_t lprId)
+{
     status.lprState = controllerState(lprState);
     status.lprId = lprId;
 }
+void setLock(OutputSource& /*source*/, LPRState /*lprState*/, std::uint32_t /*lprId*/) {}
 
 } // namespace
 
@@ -148,7 +154,8 @@ std::uint32_t LevelImpl::getOutputStatus(std::uint32_t controllerOutput, std::ui
         if (status.result == resultCode::done)
         {
             const auto input = m_mapping.xptInputToController(xptInput);
-            setControllerStatus(status, input.has_value(), input.value_or(0), xptState, status.lprId);
+            setSource(status, input.has_value(), input.value_or(0));
+            setLock(status, xptState, status.lprId);
         }
         if (status.result == resultCode::done)
         {
@@ -183,49 +190,62 @@ std::uint32_t LevelImpl::checkGroup(std::uint32_t xptOutput, std::uint32_t xptIn
 
 void LevelImpl::getOutputStatuses(std::uint32_t firstOutput, std::span<OutputStatus> statuses)
 {
+    readOutputs(firstOutput, statuses);
+}
+
+void LevelImpl::getOutputStatuses(std::uint32_t firstOutput, std::span<OutputSource> sources)
+{
+    readOutputs(firstOutput, sources);
+}
+
+template <typename Entry>
+void LevelImpl::readOutputs(std::uint32_t firstOutput, std::span<Entry> entries)
+{
     if (m_mapping.numXptsPer() != 1)
     {
-        ILevel::getOutputStatuses(firstOutput, statuses);
+        ILevel::getOutputStatuses(firstOutput, entries);
         return;
     }
-    while (!statuses.empty())
+    while (!entries.empty())
     {
         const auto xptOutput = m_mapping.controllerOutputToXpt(firstOutput);
         std::size_t count = 1;
         if (xptOutput)
         {
-            count = std::min<std::size_t>(statuses.size(), m_mapping.outputs().controllersFrom(firstOutput));
-            readStatuses(*xptOutput, statuses.first(count));
+            count = std::min<std::size_t>(entries.size(), m_mapping.outputs().controllersFrom(firstOutput));
+            readCrosspoints(*xptOutput, entries.first(count));
         }
         else
         {
-            statuses.front() = {.result = resultCode::esfInvalidDst};
+            entries.front() = {.result = resultCode::esfInvalidDst};
         }
         firstOutput += static_cast<std::uint32_t>(count);
-        statuses = statuses.subspan(count);
+        entries = entries.subspan(count);
     }
 }
 
-void LevelImpl::readStatuses(std::uint32_t xptOutput, std::span<OutputStatus> statuses) const
+template <typename Entry>
+void LevelImpl::readCrosspoints(std::uint32_t xptOutput, std::span<Entry> entries) const
 {
     const NumberBlock inputs = m_mapping.inputs(); // as a member it would be read again after each word that is written
-    while (!statuses.empty())
+    while (!entries.empty())
     {
-        const auto records = m_status->records(xptOutput, statuses.size());
+        const auto records = m_status->records(xptOutput, entries.size());
         for (std::size_t i = 0; i < records.size(); ++i)
         {
             const auto& record = records[i];
-            setControllerStatus(statuses[i], inputs.hasController(record.macroXptInput),
-                                record.macroXptInput + inputs.shiftToController(), record.lprState, record.lprId);
+            setSource(entries[i], inputs.hasController(record.macroXptInput),
+                      record.macroXptInput + inputs.shiftToController());
+            setLock(entries[i], record.lprState, record.lprId);
         }
         std::size_t count = records.size();
         if (records.empty())
         {
-            statuses.front() = {.result = resultCode::esfInvalidDst};
+            entries.front() = {.result = resultCode::esfInvalidDst};
             count = 1;
         }
         xptOutput += static_cast<std::uint32_t>(count);
-        statuses = statuses.subspan(count);
+        entries = entries.subspan(count);
     }
 }
 

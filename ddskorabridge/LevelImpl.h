@@ -29,6 +29,7 @@ public:
     std::uint32_t getOutputStatus(std::uint32_t controllerOutput, std::uint32_t& controllerInput,
                                   std::uint32_t& lprState, std::uint32_t& lprId) override;
     void getOutputStatuses(std::uint32_t firstOutput, std::span<OutputStatus> statuses) override;
+    void getOutputStatuses(std::uint32_t firstOutput, std::span<OutputSource> sources) override;
     void beginOutputChanges(std::uint32_t connectionIndex) override;
     bool getNextOutputChange(std::uint32_t& statusResult, std::uint32_t& controllerOutput,
                              std::uint32_t& controllerInput, std::uint32_t& lprState, std::uint32_t& lprId) override;
@@ -40,8 +41,12 @@ public:
 private:
     /// `done` when all crosspoints of an output show consecutive sources, the first of which is known.
     std::uint32_t checkGroup(std::uint32_t xptOutput, std::uint32_t xptInput) const;
-    /// The status of consecutive outputs that all are in the block, one crosspoint each, from that crosspoint on.
-    void readStatuses(std::uint32_t xptOutput, std::span<OutputStatus> statuses) const;
+    /// Fills an `OutputStatus` or an `OutputSource` for each of consecutive outputs.
+    template <typename Entry>
+    void readOutputs(std::uint32_t firstOutput, std::span<Entry> entries);
+    /// The same for those that all are in the block, one crosspoint each, from that crosspoint on.
+    template <typename Entry>
+    void readCrosspoints(std::uint32_t xptOutput, std::span<Entry> entries) const;
 
     const std::shared_ptr<IXptTarget> m_target;
     const std::shared_ptr<IXptStatus> m_status;

@@ -3,7 +3,17 @@
 #include <cstdint>
 #include <span>
 
-/// What a level tells of one controller output, in the order of a long entry of a status response. A plain value.
+/// What a level tells of the source of one controller output, in the order of a short entry of a status response. A
+/// plain value.
+struct OutputSource
+{
+    std::uint32_t result = 0; ///< a code of `ResultCode.h`
+    std::uint32_t controllerInput = 0;
+
+    bool operator==(const OutputSource&) const = default;
+};
+
+/// The same and the lock, in the order of a long entry. A plain value.
 struct OutputStatus
 {
     std::uint32_t result = 0; ///< a code of `ResultCode.h`
@@ -48,6 +58,17 @@ public:
         {
             status = {};
             status.result = getOutputStatus(firstOutput++, status.controllerInput, status.lprState, status.lprId);
+        }
+    }
+
+    /// The sources alone.
+    virtual void getOutputStatuses(std::uint32_t firstOutput, std::span<OutputSource> sources)
+    {
+        for (OutputSource& source : sources)
+        {
+            source = {};
+            OutputStatus unused;
+            source.result = getOutputStatus(firstOutput++, source.controllerInput, unused.lprState, unused.lprId);
         }
     }
 

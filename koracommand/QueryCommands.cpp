@@ -9,32 +9,22 @@
 #include <bit>
 #include <span>
 
-void OutputRangeRsp::writeEntries(std::size_t entries, const Range& range, EntryWords entryWords)
+template <typename Entry>
+void OutputRangeRsp::writeEntries(std::size_t entries, const Range& range)
 {
     const auto level = getLevelInstance(range.level);
     // A block at a time: the level and its tables are asked once a block, and all of it stays in the processor's cache.
     constexpr std::uint32_t block = 64;
-    constexpr auto shortWords = static_cast<std::size_t>(EntryWords::ResultInput);
-    constexpr auto longWords = static_cast<std::size_t>(EntryWords::ResultInputLprStateLprId);
-    std::array<OutputStatus, block> statuses;
-    const auto wordsPerEntry = static_cast<std::size_t>(entryWords);
+    constexpr std::size_t wordsPerEntry = sizeof(Entry) / wireLayout::wordBytes;
+    std::array<Entry, block> statuses;
     std::size_t offset = entries;
     for (std::uint32_t done = 0; done < range.count;)
     {
         const std::uint32_t count = std::min(block, range.count - done);
         level->getOutputStatuses(range.firstOutput + done, std::span(statuses).first(count));
-        // The words of the long entry, in its order; the short one is its beginning.
-        auto words = std::bit_cast<std::array<std::uint32_t, block * longWords>>(statuses);
-        if (entryWords == EntryWords::ResultInput)
-        {
-            for (std::size_t i = 1; i < count; ++i)
-            {
-                std::copy_n(words.begin() + i * longWords, shortWords, words.begin() + i * shortWords);
-            }
-        }
-        const std::size_t used = count * wordsPerEntry;
-        setWords(offset, std::span(words).first(used));
-        offset += used * wireLayout::wordBytes;
+        const auto words = std::bit_cast<std::array<std::uint32_t, block * wordsPerEntry>>(statuses);
+        setWords(offset, std::span(words).first(count * wordsPerEntry));
+        offset += count * sizeof(Entry);
         done += count;
     }
 }
@@ -51,7 +41,7 @@ TallyRsp::TallyRsp(const WireReader& request, ConnectionContext& context) : Pool
     setWord(rsp::level, range.level);
     setWord(rsp::firstOutput, range.firstOutput);
     setWord(rsp::count, range.count);
-    writeEntries(rsp::entries, range, EntryWords::ResultInput);
+    writeEntries<OutputSource>(rsp::entries, range);
 }
 
 std::unique_ptr<Rsp> TallyCmd::createRsp()
@@ -74,8 +64,14 @@ GetOutputStatusRsp::GetOutputStatusRsp(const WireReader& request, ConnectionCont
     setWord(rsp::level, range.level);
     setWord(rsp::firstOutput, range.firstOutput);
     setWord(rsp::count, range.count);
-    writeEntries(rsp::entries, range,
-                 format == rsp::shortFormat ? EntryWords::ResultInput : EntryWords::ResultInputLprStateLprId);
+    if (format == rsp::shortFormat)
+    {
+        writeEntries<OutputSource>(rsp::entries, range);
+    }
+    else
+    {
+        writeEntries<OutputStatus>(rsp::entries, range);
+    }
 }
 
 std::unique_ptr<Rsp> GetOutputStatusCmd::createRsp()

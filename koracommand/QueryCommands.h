@@ -27,15 +27,10 @@ protected:
         std::uint32_t count;
     };
 
-    /// How much of each output's status an entry carries.
-    enum class EntryWords : std::size_t
-    {
-        ResultInput = 2,
-        ResultInputLprStateLprId = 4
-    };
-
-    /// Queries each output of the range and writes one entry for it, back to back from offset `entries`.
-    void writeEntries(std::size_t entries, const Range& range, EntryWords entryWords);
+    /// Queries each output of the range and writes one entry for it, back to back from offset `entries`: the words of an
+    /// `OutputSource` or of an `OutputStatus`.
+    template <typename Entry>
+    void writeEntries(std::size_t entries, const Range& range);
 };
 
 /// Carries the result and the input of each output of a range. Built on the bridge apartment.

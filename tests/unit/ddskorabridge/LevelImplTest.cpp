@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <limits>
 #include <memory>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -277,13 +278,17 @@ TEST_P(LevelImplStatusesTest, StatusesOfARangeAreThoseOfItsOutputs)
         for (const std::uint32_t count : {0U, 1U, 64U, 65U, 300U})
         {
             std::vector<OutputStatus> statuses(count, OutputStatus{99, 99, 99, 99});
+            std::vector<OutputSource> sources(count, OutputSource{99, 99});
 
-            sut.getOutputStatuses(first, statuses);
+            sut.getOutputStatuses(first, std::span(statuses));
+            sut.getOutputStatuses(first, std::span(sources));
 
             for (std::uint32_t i = 0; i < count; ++i)
             {
                 const Status alone = statusOf(sut, first + i);
                 ASSERT_EQ(statuses[i], (OutputStatus{alone.result, alone.input, alone.lprState, alone.lprId}))
+                    << "output " << first + i << " of " << count << " from " << first;
+                ASSERT_EQ(sources[i], (OutputSource{alone.result, alone.input}))
                     << "output " << first + i << " of " << count << " from " << first;
             }
         }
