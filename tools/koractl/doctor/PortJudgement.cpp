@@ -84,6 +84,7 @@ void Judge::closedPort()
     const double metered = freshMetrics() != nullptr ? freshMetrics()->controllers.value_or(0) : 0;
     const bool isFull = (isOperatorThere && console->controllers.value_or(0) >= numSlots) || metered >= numSlots ||
                         statusSays(", 16 controllers");
+    const bool isInRouter = isOperatorThere && console->partition && !console->partition->empty();
     const bool hasNoRouter = (isOperatorThere && console->partition && console->partition->empty()) ||
                              statusSays("no router for frame") ||
                              (logFacts() != nullptr && logFacts()->isConnected == false);
@@ -113,10 +114,16 @@ void Judge::closedPort()
             "network.",
             section::cannotConnect);
     }
-    else if (statusSays("joining ") || (isOperatorThere && console->partition && !console->partition->empty()))
+    else if (statusSays("joining ") || (isInRouter && console->controllers))
     {
         add(Severity::error, "joining", closed + "the bridge is joining its router.",
             "Look again in half a minute; if it stays, read the end of the log.", section::cannotConnect);
+    }
+    else if (isInRouter)
+    {
+        add(Severity::error, "port-closed",
+            closed + "all 16 slots are taken, or the bridge is joining its router; its console did not say in time.",
+            "Look again in half a minute.", section::cannotConnect);
     }
     else
     {

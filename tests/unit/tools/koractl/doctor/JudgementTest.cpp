@@ -175,7 +175,9 @@ INSTANTIATE_TEST_SUITE_P(
              "error:slots-full"},
         Case{"consoleShowsFewerAndARouter",
              [] { return closedElsewhere({.state = Console::answers, .partition = "R1", .controllers = 15}); },
-             "error:joining"}),
+             "error:joining"},
+        Case{"consoleShowsARouterAndNoConnections",
+             [] { return closedElsewhere({.state = Console::answers, .partition = "R1"}); }, "error:port-closed"}),
     &nameOf);
 
 INSTANTIATE_TEST_SUITE_P(
