@@ -27,8 +27,8 @@ protected:
         std::uint32_t count;
     };
 
-    /// Queries each output of the range and writes one entry for it, back to back from offset `entries`: the words of an
-    /// `OutputSource` or of an `OutputStatus`.
+    /// Queries each output of the range and writes one entry for it, back to back from offset `entries`: the words of
+    /// an `OutputSource` or of an `OutputStatus`.
     template <typename Entry>
     void writeEntries(std::size_t entries, const Range& range);
 };
