@@ -42,7 +42,6 @@ void DurableController::load(koraclient::KoraClient client, const std::atomic<bo
 {
     m_released.clear();
     m_done = {};
-    m_hasDoneEverything = false;
     m_firstOfLoad = s_nextNumber;
     try
     {
@@ -59,6 +58,7 @@ void DurableController::load(koraclient::KoraClient client, const std::atomic<bo
     {
         m_failure = error.what();
     }
+    m_hasDoneEverything = false; // who waits for the next load may look before that has begun
 }
 
 void DurableController::loadUntilClosed(koraclient::KoraClient& client)

@@ -42,7 +42,7 @@ public:
 
     /// Returns when the connection ends. That is a failure before `isKilled`, and so is a refusal and anything else.
     void load(koraclient::KoraClient client, const std::atomic<bool>& isKilled);
-    /// Whether some of everything has been acknowledged since the load began; thread-safe.
+    /// Whether some of everything has been acknowledged since the load began; false while nobody loads. Thread-safe.
     bool hasDoneEverything() const { return m_hasDoneEverything; }
     /// What has gone wrong while loading; empty when nothing has.
     const std::string& failure() const { return m_failure; }
