@@ -31,6 +31,16 @@ target_precompile_headers(test_headers PRIVATE
 
 add_custom_target(pure_tests)
 
+# What ctest has to know of a kind: how much may run beside it, and when it begins.
+function(korabridge_company OUT KIND)
+  set(${OUT} "" PARENT_SCOPE)
+  if(KIND STREQUAL "timing")
+    set(${OUT} RUN_SERIAL TRUE PARENT_SCOPE)
+  elseif(KIND STREQUAL "long")
+    set(${OUT} PROCESSORS 2 COST 60 PARENT_SCOPE)
+  endif()
+endfunction()
+
 # One test program of one kind; see korabridge_test.
 function(korabridge_test_program NAME KIND)
   cmake_parse_arguments(ARG "" "TIMEOUT;ENVIRONMENT" "SOURCES;LINKS" ${ARGN})
@@ -56,21 +66,20 @@ function(korabridge_test_program NAME KIND)
     add_dependencies(pure_tests ${NAME})
     return()
   endif()
-  if(KIND STREQUAL "timing")
-    list(APPEND properties RUN_SERIAL TRUE)
-  endif()
-  gtest_discover_tests(${NAME} TEST_PREFIX "${NAME}." NO_PRETTY_VALUES DISCOVERY_TIMEOUT 120 PROPERTIES ${properties})
+  korabridge_company(company ${KIND})
+  gtest_discover_tests(${NAME} TEST_PREFIX "${NAME}." NO_PRETTY_VALUES DISCOVERY_TIMEOUT 120 PROPERTIES ${properties} ${company})
 endfunction()
 
-# korabridge_test(NAME [PURE a.cpp ...] [WAITS b.cpp ...] [TIMING c.cpp ...] [SOURCES support.cpp ...] LINKS lib ...
-#                 [TIMEOUT s] [ENVIRONMENT NAME=value]): GoogleTest cases by kind, each kind a program and a label.
+# korabridge_test(NAME [PURE a.cpp ...] [WAITS b.cpp ...] [LONG c.cpp ...] [TIMING d.cpp ...] [SOURCES support.cpp ...]
+#                 LINKS lib ... [TIMEOUT s] [ENVIRONMENT NAME=value]): GoogleTest cases by kind, each kind a program and a label.
 #   PURE    neither processes nor clocks nor threads that meet: the whole program is one test.
 #   WAITS   for something to happen, with a deadline: a process a case, in a network and IPC namespace of its own
 #           (tests/support/in-namespace), many at a time.
+#   LONG    as WAITS, but many seconds of load on several programs: begun first, with less beside it.
 #   TIMING  bounds how long something takes: as WAITS, but nothing else runs beside it.
-# The program of the first kind given is NAME, the others are NAME_waits and NAME_timing; SOURCES are shared by all.
+# The program of the first kind given is NAME, the others are NAME_waits, NAME_long and NAME_timing; SOURCES are shared by all.
 function(korabridge_test NAME)
-  cmake_parse_arguments(ARG "" "TIMEOUT;ENVIRONMENT" "PURE;WAITS;TIMING;SOURCES;LINKS" ${ARGN})
+  cmake_parse_arguments(ARG "" "TIMEOUT;ENVIRONMENT" "PURE;WAITS;LONG;TIMING;SOURCES;LINKS" ${ARGN})
   if(NOT ARG_TIMEOUT)
     set(ARG_TIMEOUT 60)
   endif()
@@ -80,20 +89,19 @@ function(korabridge_test NAME)
     target_link_libraries(${NAME}_shared PRIVATE ${ARG_LINKS} korabridge_test_flags)
     list(APPEND ARG_LINKS ${NAME}_shared)
   endif()
-  set(suffix "")
-  foreach(kind PURE WAITS TIMING)
+  set(program ${NAME})
+  foreach(kind PURE WAITS LONG TIMING)
     if(ARG_${kind})
       string(TOLOWER ${kind} label)
+      if(program STREQUAL "")
+        set(program ${NAME}_${label})
+      endif()
       # Where no threads meet, the thread sanitizer has nothing to find.
       if(NOT (KORABRIDGE_SANITIZE STREQUAL "thread" AND kind STREQUAL "PURE"))
-        korabridge_test_program(${NAME}${suffix} ${label} SOURCES ${ARG_${kind}} LINKS ${ARG_LINKS} TIMEOUT ${ARG_TIMEOUT}
+        korabridge_test_program(${program} ${label} SOURCES ${ARG_${kind}} LINKS ${ARG_LINKS} TIMEOUT ${ARG_TIMEOUT}
           ENVIRONMENT ${ARG_ENVIRONMENT})
       endif()
-      # The next kind's program, if there is one.
-      set(suffix _waits)
-      if(kind STREQUAL "WAITS" OR NOT ARG_WAITS)
-        set(suffix _timing)
-      endif()
+      set(program "") # the name is given away
     endif()
   endforeach()
 endfunction()
@@ -107,7 +115,8 @@ function(korabridge_script_test NAME KIND)
   if(ARG_ENVIRONMENT)
     set_tests_properties(${NAME} PROPERTIES ENVIRONMENT "${ARG_ENVIRONMENT}")
   endif()
-  if(KIND STREQUAL "timing")
-    set_tests_properties(${NAME} PROPERTIES RUN_SERIAL TRUE)
+  korabridge_company(company ${KIND})
+  if(company)
+    set_tests_properties(${NAME} PROPERTIES ${company})
   endif()
 endfunction()
