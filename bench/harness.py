@@ -16,6 +16,8 @@ ROOT = Path(__file__).resolve().parent.parent
 FLOOR_DOMAIN = 1
 BRIDGE_PORT = 5194
 FLOOR_PORT = 5195
+GATHERING_DOMAIN = 2
+GATHERING_PORT = 5196
 TICKS = os.sysconf("SC_CLK_TCK")
 # Two are enough, and of no more it is known what else they did.
 CPUS = sorted({min(os.sched_getaffinity(0)), max(os.sched_getaffinity(0))})

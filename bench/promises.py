@@ -52,15 +52,19 @@ FLOOR = [
     at_most("1 controller, takes and polls: p99", (*ONE, *POLLS), "one", "latency/p99", 1.10),
     at_least("16 controllers, takes and polls: requests/s", (*MANY, *POLLS), "split", "requestsPerSecond", 1.15),
     at_most("16 controllers, takes and polls: p99", (*MANY, *POLLS), "split", "latency/p99", 1.00),
-    *long_takes("1 controller, 64 entries", (*ONE, "--entries", 64), 2.6, 0.29),
-    *long_takes("16 controllers, 64 entries", (*MANY, "--entries", 64), 2.4, 0.42),
-    *long_takes("1 controller, 500 entries", (*ONE, "--entries", 500), 3.6, 0.27, 3),
-    *long_takes("16 controllers, 500 entries", (*MANY, "--entries", 500), 3.8, 0.33, 3),
     at_most("changes, none: p50", (*ONE, "--mix", "changes"), "one", "latency/p50", 1.02),
     at_most("tally of 288: p50", (*ONE, "--mix", "tally"), "one", "latency/p50", 1.02),
     at_most("status of 288: p50", (*ONE, "--mix", "status"), "one", "latency/p50", 1.05),
 ]
-FLOOR_NAMES = {row.name for row in FLOOR}
+# To a floor that sends the entries of a message together, as the bridge does: to one that does not, they tell what a send
+# costs the machine and little of the bridge.
+GATHERING = [
+    *long_takes("1 controller, 64 entries", (*ONE, "--entries", 64), 0.90, 1.15),
+    *long_takes("16 controllers, 64 entries", (*MANY, "--entries", 64), 0.90, 1.25),
+    *long_takes("1 controller, 500 entries", (*ONE, "--entries", 500), 1.05, 0.95, 3),
+    *long_takes("16 controllers, 500 entries", (*MANY, "--entries", 500), 1.10, 0.90, 3),
+]
+FLOOR_NAMES = {row.name for row in (*FLOOR, *GATHERING)}
 
 # Instructions of the whole process for each request, to the floor's for the same request.
 INSTRUCTIONS = [

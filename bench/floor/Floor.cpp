@@ -49,6 +49,7 @@ void FloorApartment::run()
             m_queue.pop_front();
         }
         exchange->responseBytes = answer(exchange->request, exchange->response, m_targets);
+        m_targets.flush();
         exchange->push();
     }
 }

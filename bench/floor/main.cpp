@@ -40,6 +40,7 @@ struct Options
     std::string partition = "R1";
     bool isVideo = false;
     bool isBlocking = false;
+    bool isGathering = false;
 };
 
 void applyOptions(int socket, std::span<const SocketOption> options)
@@ -95,7 +96,8 @@ void run(const Options& options, const sigset_t& signals)
         bench::FloorApartment apartment(bench::Writer<bench::Output>(
             participant,
             topicName(options.isVideo ? TopicName::MacroXptOutputVideoTarget : TopicName::MacroXptOutputAudioTarget),
-            options.partition, DDS_DURABILITY_PERSISTENT));
+            options.partition, DDS_DURABILITY_PERSISTENT,
+            options.isGathering ? bench::Sending::Together : bench::Sending::AtOnce));
         const UniqueFd listening = listenOn(options.port);
         std::thread accepting([&] {
             acceptControllers(listening.get(), apartment,
@@ -119,6 +121,7 @@ int main(int argc, char** argv)
     app.add_option("--domain", options.domain, "DDS domain [as configured]");
     app.add_option("--partition", options.partition, "Router partition")->capture_default_str();
     app.add_flag("--video", options.isVideo, "Write video targets instead of audio targets");
+    app.add_flag("--gathering", options.isGathering, "Send the entries of a message together");
     app.add_flag("--blocking", options.isBlocking, "Receive without the timer of 10 ms");
     CLI11_PARSE(app, argc, argv);
 

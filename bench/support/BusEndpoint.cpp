@@ -1,6 +1,7 @@
 #include "bench/support/BusEndpoint.h"
 
 #include "bustypes/TopicNames.h"
+#include "dds/detail/NativeQos.hpp"
 
 #include <memory>
 
@@ -35,7 +36,7 @@ dds_qos_t* busQos(dds_durability_kind_t durability)
 }
 
 dds_entity_t makeWriter(dds_entity_t participant, const dds_topic_descriptor_t& type, const char* topic,
-                        const std::string& routerPartition, dds_durability_kind_t durability)
+                        const std::string& routerPartition, dds_durability_kind_t durability, Sending sending)
 {
     const Qos qos(busQos(durability));
     const dds_entity_t topicEntity =
@@ -43,6 +44,10 @@ dds_entity_t makeWriter(dds_entity_t participant, const dds_topic_descriptor_t& 
     const dds_entity_t publisher =
         check(dds_create_publisher(participant, partitionQos(routerPartition).get(), nullptr), "creating a publisher");
     dds_qset_writer_data_lifecycle(qos.get(), false);
+    if (sending == Sending::Together)
+    {
+        dds::detail::gatherSamples(*qos);
+    }
     return check(dds_create_writer(publisher, topicEntity, qos.get(), nullptr), "creating a writer");
 }
 

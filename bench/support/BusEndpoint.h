@@ -20,8 +20,15 @@ using BusOutput = OutputSupport::BusType;
 /// RELIABLE with 100 ms max blocking time, and no autodispose, as on the whole bus.
 dds_qos_t* busQos(dds_durability_kind_t durability);
 
+/// When samples leave the process.
+enum class Sending
+{
+    AtOnce,  ///< each as it is written
+    Together ///< all that were written since, when the writer is flushed
+};
+
 dds_entity_t makeWriter(dds_entity_t participant, const dds_topic_descriptor_t& type, const char* topic,
-                        const std::string& routerPartition, dds_durability_kind_t durability);
+                        const std::string& routerPartition, dds_durability_kind_t durability, Sending sending);
 /// `listener` may be null; it is copied.
 dds_entity_t makeReader(dds_entity_t participant, const dds_topic_descriptor_t& type, const char* topic,
                         const std::string& routerPartition, dds_durability_kind_t durability,
@@ -35,8 +42,9 @@ public:
     using Support = com::tallowcrest::dds_::routing::TypeSupport<T>;
 
     Writer(dds_entity_t participant, const char* topic, const std::string& routerPartition,
-           dds_durability_kind_t durability)
-        : m_writer(makeWriter(participant, Support::descriptor(), topic, routerPartition, durability))
+           dds_durability_kind_t durability, Sending sending = Sending::AtOnce)
+        : m_writer(makeWriter(participant, Support::descriptor(), topic, routerPartition, durability, sending)),
+          m_sending(sending)
     {}
 
     void write(const T& value) { write(Support::toBus(value)); }
@@ -47,9 +55,18 @@ public:
             dds::detail::check(code, "writing");
         }
     }
+    /// Sends what was written since, unless it has left already.
+    void flush()
+    {
+        if (m_sending == Sending::Together)
+        {
+            dds_write_flush(m_writer);
+        }
+    }
 
 private:
     dds_entity_t m_writer;
+    Sending m_sending;
 };
 
 } // namespace bench

@@ -66,6 +66,15 @@ void NativeQos::set(const policy::IgnoreLocal& policy)
     dds_qset_ignorelocal(m_qos.get(), policy.ignores() ? DDS_IGNORELOCAL_PARTICIPANT : DDS_IGNORELOCAL_NONE);
 }
 
+void gatherSamples([[maybe_unused]] dds_qos_t& qos)
+{
+#ifdef KORABRIDGE_HAS_WRITER_BATCHING
+    dds_qset_writer_batching(&qos, true);
+#else
+    dds_write_set_batch(true);
+#endif
+}
+
 policy::Durability durabilityOf(const dds_qos_t& qos)
 {
     dds_durability_kind_t kind = DDS_DURABILITY_VOLATILE;

@@ -40,6 +40,11 @@ private:
     std::unique_ptr<dds_qos_t, Deleter> m_qos;
 };
 
+/// For a writer that is about to be made: the library sends nothing by itself, but keeps samples until it is told to
+/// send them. Earlier releases of the library have no policy for it, but a switch for all writers that the process
+/// makes from then on, which works once there is a participant.
+void gatherSamples(dds_qos_t& qos);
+
 /// The policies of an entity that was discovered; the standard's default for what it has not told.
 core::policy::Durability durabilityOf(const dds_qos_t& qos);
 core::policy::UserData userDataOf(const dds_qos_t& qos);

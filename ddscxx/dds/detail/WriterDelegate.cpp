@@ -14,17 +14,11 @@ namespace dds::detail
 namespace
 {
 
-/// The library sends nothing by itself: WriterDelegate does, once for each change or batch of changes. Later releases
-/// of the library have a policy for it. Earlier ones know a switch for all writers that the process makes from then on,
-/// which is meant as well; it works once the participant is there.
+/// WriterDelegate sends, once for each change or batch of changes.
 NativeQos gathering(const pub::qos::DataWriterQos& qos)
 {
     NativeQos native(qos);
-#ifdef KORABRIDGE_HAS_WRITER_BATCHING
-    dds_qset_writer_batching(native.get(), true);
-#else
-    dds_write_set_batch(true);
-#endif
+    gatherSamples(*native.get());
     return native;
 }
 
