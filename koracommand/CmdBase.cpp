@@ -46,13 +46,23 @@ CmdBase::~CmdBase()
 {
     if (!m_answered)
     {
-        answer(nullptr);
+        CmdBase::afterRound();
     }
 }
 
 void CmdBase::doIt()
 {
-    answer(createRspOrError());
+    m_rsp = createRspOrError();
+    if (Round::current() == nullptr)
+    {
+        CmdBase::afterRound();
+    }
+}
+
+void CmdBase::afterRound()
+{
+    m_answered = true;
+    deliver(std::move(m_rsp), *m_rspQueue, *m_context);
 }
 
 const std::uint8_t* CmdBase::getData() const
@@ -103,21 +113,4 @@ std::unique_ptr<Rsp> CmdBase::createErrorRsp() noexcept
         REPORT_ERROR_F(m_context->logger(), "No error response: %s", error.what());
         return nullptr;
     }
-}
-
-void CmdBase::answer(std::unique_ptr<Rsp> rsp) noexcept
-{
-    m_answered = true;
-    if (Round* const round = Round::current())
-    {
-        std::unique_ptr<RspDelivery> delivery(new (std::nothrow) RspDelivery(m_rspQueue, m_context));
-        if (delivery != nullptr)
-        {
-            delivery->setRsp(std::move(rsp));
-            round->putOff(std::move(delivery));
-            return;
-        }
-        round->end(); // what the command wrote leaves before the response, even so
-    }
-    deliver(std::move(rsp), *m_rspQueue, *m_context);
 }

@@ -27,8 +27,11 @@ public:
             std::shared_ptr<ConnectionContext> context);
     ~CmdBase() override;
 
-    /// Answers the request. Lets no exception out.
+    /// Makes the response, and hands it over at once if no round is under way. Lets no exception out.
     void doIt() override;
+    /// Hands the response over: only now is what the command wrote on the bus, and the controller may hear of it. Lets
+    /// no exception out.
+    void afterRound() override;
     /// The host-order message.
     virtual const std::uint8_t* getData() const;
     virtual std::uint32_t getLength() const;
@@ -43,9 +46,9 @@ protected:
 private:
     std::unique_ptr<Rsp> createRspOrError() noexcept;
     std::unique_ptr<Rsp> createErrorRsp() noexcept;
-    void answer(std::unique_ptr<Rsp> rsp) noexcept;
 
     std::unique_ptr<KoraMessageBuffer> m_buffer;
+    std::unique_ptr<Rsp> m_rsp;
     std::shared_ptr<RspQueue> m_rspQueue;
     std::shared_ptr<ConnectionContext> m_context;
     bool m_answered = false;

@@ -71,8 +71,9 @@ std::unique_ptr<Rsp> CmdHandlerImpl::runCmd(std::span<const std::uint8_t> messag
 std::unique_ptr<CmdBase> CmdHandlerImpl::createCmd(std::span<const std::uint8_t> message)
 {
     const std::uint32_t id = WireReader(message).bigEndianWordAt(wireLayout::header::msgId);
-    countRequest(id);
-    if (const CmdTableEntry* const known = findCmd(id))
+    const CmdTableEntry* const known = findCmd(id);
+    countRequest(known);
+    if (known != nullptr)
     {
         addCmd(m_processedCmds, "Processed Cmd", id, known->name, LogCmd::No);
         return known->create(message, m_rspQueue, m_context);

@@ -55,9 +55,8 @@ Counter unknownRequests(requestsName, requestsHelp, R"(request="unknown")");
 
 } // namespace
 
-void countRequest(std::uint32_t msgId)
+void countRequest(const CmdTableEntry* entry)
 {
-    const CmdTableEntry* const entry = findCmd(msgId);
     (entry != nullptr ? requests[static_cast<std::size_t>(entry - entries.data())] : unknownRequests).add();
 }
 

@@ -22,8 +22,8 @@ struct CmdTableEntry
 /// All message ids that have a command.
 std::span<const CmdTableEntry> cmdTable();
 
-/// One more request of a message id, known or not, for the metrics.
-void countRequest(std::uint32_t msgId);
+/// One more request, for the metrics; null when no command has its message id.
+void countRequest(const CmdTableEntry* entry);
 
 /// The entry of a message id; null when no command has it.
 const CmdTableEntry* findCmd(std::uint32_t msgId);

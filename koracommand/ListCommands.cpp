@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <optional>
 #include <string_view>
 
 using com::tallowcrest::util::Counter;
@@ -32,19 +33,33 @@ class LevelFinder
 public:
     ILevel& level(std::uint32_t number)
     {
-        if (m_level == nullptr || number != m_number || m_isInvalid)
+        if (m_level == nullptr || number != m_number)
         {
             m_level = getLevelInstance(number);
             m_number = number;
-            m_isInvalid = dynamic_cast<const LevelInvalid*>(m_level.get()) != nullptr;
+            m_isInvalid.reset();
+        }
+        else if (isInvalid())
+        {
+            m_level = getLevelInstance(number);
         }
         return *m_level;
     }
 
 private:
+    /// Asked only when the level is wanted once more: the cast costs more than the rest of the search.
+    bool isInvalid()
+    {
+        if (!m_isInvalid)
+        {
+            m_isInvalid = dynamic_cast<const LevelInvalid*>(m_level.get()) != nullptr;
+        }
+        return *m_isInvalid;
+    }
+
     std::shared_ptr<ILevel> m_level;
     std::uint32_t m_number = 0;
-    bool m_isInvalid = false;
+    std::optional<bool> m_isInvalid;
 };
 
 /// Entries of one kind of request by what became of them.

@@ -2,13 +2,14 @@
 
 #include "koracommand/WireLayout.h"
 
+#include <array>
+
 RspBase::RspBase(const WireReader& request, std::uint32_t rspId) : m_buffer(std::make_unique<KoraMessageBuffer>())
 {
-    setWord(wireLayout::header::protocolType, wireLayout::routerControlProtocol);
-    setWord(wireLayout::header::sequence, 0);
-    setWord(wireLayout::header::length, 0);
-    setWord(wireLayout::header::msgId, rspId);
-    setWord(wireLayout::rsp::tag, request.hostWordAt(wireLayout::header::sequence));
+    // Protocol type, sequence, length, message id and the tag that is echoed.
+    const std::array<std::uint32_t, 5> words{wireLayout::routerControlProtocol, 0, 0, rspId,
+                                             request.hostWordAt(wireLayout::header::sequence)};
+    setWords(wireLayout::header::protocolType, words);
 }
 
 void RspBase::setSequence(std::uint32_t sequence)

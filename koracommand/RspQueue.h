@@ -38,24 +38,5 @@ private:
     std::vector<std::unique_ptr<Rsp>> m_rsps;
 };
 
-/// A finished response that waits for the end of its round on the bridge apartment: only then is what its command wrote
-/// on the bus, and the controller may hear of it. Owned by the round.
-class RspDelivery final : public com::tallowcrest::util::Pooled<RspDelivery, com::tallowcrest::apartment::DoItEvent>
-{
-public:
-    static constexpr const char* poolName = "RspDelivery";
-
-    RspDelivery(std::shared_ptr<RspQueue> rspQueue, std::shared_ptr<ConnectionContext> context);
-
-    void setRsp(std::unique_ptr<Rsp> rsp) { m_rsp = std::move(rsp); }
-    /// Lets no exception out.
-    void doIt() override;
-
-private:
-    const std::shared_ptr<RspQueue> m_rspQueue;
-    const std::shared_ptr<ConnectionContext> m_context;
-    std::unique_ptr<Rsp> m_rsp;
-};
-
 /// Pushes the response into the queue at once. A failure is logged.
 void deliver(std::unique_ptr<Rsp> rsp, RspQueue& rspQueue, ConnectionContext& context) noexcept;

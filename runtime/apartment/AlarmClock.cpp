@@ -6,35 +6,29 @@
 namespace com::tallowcrest::apartment
 {
 
-std::optional<AlarmClock::Clock::time_point> AlarmClock::nextDue() const
-{
-    const std::lock_guard lock(m_mutex);
-    std::optional<Clock::time_point> next;
-    for (const Alarm* const alarm : m_alarms)
-    {
-        if (alarm->m_due && (!next || *alarm->m_due < *next))
-        {
-            next = alarm->m_due;
-        }
-    }
-    return next;
-}
-
 Alarm* AlarmClock::takeDue()
 {
-    const auto next = nextDue();
-    if (!next || now() < *next)
+    if (!m_nextDue || now() < *m_nextDue)
     {
         return nullptr;
     }
     const std::lock_guard lock(m_mutex);
-    const auto due = std::find_if(m_alarms.begin(), m_alarms.end(), [&](Alarm* alarm) { return alarm->m_due == next; });
-    if (due == m_alarms.end())
+    const auto isSooner = [](const Alarm* left, const Alarm* right) {
+        return left->m_due && (!right->m_due || *left->m_due < *right->m_due);
+    };
+    const auto first = std::min_element(m_alarms.begin(), m_alarms.end(), isSooner);
+    if (first == m_alarms.end())
+    {
+        m_nextDue.reset();
+        return nullptr;
+    }
+    m_nextDue = (*first)->m_due; // of which there may be more
+    if (!m_nextDue || now() < *m_nextDue)
     {
         return nullptr;
     }
-    (*due)->clear();
-    return *due;
+    (*first)->clear();
+    return *first;
 }
 
 Alarm::Alarm(std::shared_ptr<AlarmClock> clock, std::function<void()> call)
@@ -42,6 +36,15 @@ Alarm::Alarm(std::shared_ptr<AlarmClock> clock, std::function<void()> call)
 {
     const std::lock_guard lock(m_clock->m_mutex);
     m_clock->m_alarms.push_back(this);
+}
+
+void Alarm::set(AlarmClock::Clock::time_point due) noexcept
+{
+    m_due = due;
+    if (!m_clock->m_nextDue || due < *m_clock->m_nextDue)
+    {
+        m_clock->m_nextDue = due;
+    }
 }
 
 Alarm::~Alarm()

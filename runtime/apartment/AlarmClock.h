@@ -26,17 +26,21 @@ public:
 
     /// Replaced by tests.
     virtual Clock::time_point now() const { return Clock::now(); }
+    /// What the machine's clock shows when this one shows `due`.
+    virtual Clock::time_point wakeUpTime(Clock::time_point due) const { return due; }
 
-    /// When the next one is due; empty when none is set.
-    std::optional<Clock::time_point> nextDue() const;
+    /// When to look at them again, which is when the next one is due, or before that when one has been cleared or put
+    /// off; empty when none is set. Costs nothing: asked between any two events.
+    std::optional<Clock::time_point> nextDue() const { return m_nextDue; }
     /// The one that has been due for the longest time, which is not set any more; null when none is due.
     Alarm* takeDue();
 
 private:
     friend class Alarm;
 
-    mutable std::mutex m_mutex; ///< guards the list
+    std::mutex m_mutex; ///< guards the list
     std::vector<Alarm*> m_alarms;
+    std::optional<Clock::time_point> m_nextDue; ///< not after any that is set
 };
 
 /// One call on an apartment at a time that can be set. Owned by whom it calls. Made on any thread; it ends on the
@@ -52,7 +56,7 @@ public:
 
     AlarmClock::Clock::time_point now() const { return m_clock->now(); }
     /// Calls once, at `due` or as soon as the apartment can, and not at a time that was set before.
-    void set(AlarmClock::Clock::time_point due) noexcept { m_due = due; }
+    void set(AlarmClock::Clock::time_point due) noexcept;
     void clear() noexcept { m_due.reset(); }
 
     /// What is to be called, by the apartment. An exception of it goes there.

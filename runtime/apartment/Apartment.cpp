@@ -47,6 +47,7 @@ void Apartment::send(DoItEvent* event)
     {
         const std::lock_guard lock(m_mutex);
         m_events.push_back(event);
+        m_hasEvents.store(true, std::memory_order_relaxed);
     }
     m_eventQueued.notify_one();
 }
@@ -90,12 +91,16 @@ void Apartment::run()
 {
     while (isRunning())
     {
-        ringAlarms();
         auto event = takeEvent();
-        if (event == nullptr)
+        const bool hasWaited = event == nullptr;
+        if (hasWaited)
         {
             m_round.end();
             event = waitForEvent();
+        }
+        if (event == nullptr || !hasWaited) // else no alarm was due, and whoever has sent the event waits
+        {
+            ringAlarms();
         }
         if (event != nullptr)
         {
@@ -117,8 +122,7 @@ void Apartment::runInRound(std::unique_ptr<DoItEvent> event)
         m_round.end(); // what was done before shall not wait for it
         letAnswersOut();
     }
-    m_round.enter();
-    runEvent(std::move(event));
+    m_round.run(std::move(event));
     if (!isBrief || m_round.isFull())
     {
         m_round.end();
@@ -131,8 +135,7 @@ void Apartment::ringAlarms()
     {
         m_round.end();
         letAnswersOut();
-        m_round.enter();
-        runCall(alarm->call());
+        m_round.run(alarm->call());
         m_round.end();
     }
 }
@@ -142,7 +145,7 @@ void Apartment::letAnswersOut()
     // Whoever was answered is awake, but on the same processor it would run only after the long event: this thread goes
     // before others. A wait since then does not help, because it ends as soon as the first of them sends the next
     // event.
-    if (m_round.takeHasDelivered())
+    if (m_round.takeHasAnswered())
     {
         std::this_thread::yield();
     }
@@ -151,22 +154,29 @@ void Apartment::letAnswersOut()
 std::unique_ptr<DoItEvent> Apartment::waitForEvent()
 {
     const auto isOver = [this] { return !m_events.empty() || !m_running; };
-    const auto due = m_alarmClock->nextDue();
+    if (const auto due = m_alarmClock->nextDue())
+    {
+        const auto now = AlarmClock::Clock::now();
+        const auto wakeUp = m_alarmClock->wakeUpTime(*due);
+        if (wakeUp <= now)
+        {
+            return nullptr;
+        }
+        std::unique_lock lock(m_mutex);
+        m_eventQueued.wait_until(lock, std::min(wakeUp, now + m_waitTimeout), isOver);
+        return popEvent();
+    }
     std::unique_lock lock(m_mutex);
-    if (due)
-    {
-        const auto left = std::min<AlarmClock::Clock::duration>(*due - m_alarmClock->now(), m_waitTimeout);
-        m_eventQueued.wait_until(lock, AlarmClock::Clock::now() + left, isOver);
-    }
-    else
-    {
-        m_eventQueued.wait_until(lock, std::chrono::system_clock::now() + m_waitTimeout, isOver);
-    }
+    m_eventQueued.wait_until(lock, std::chrono::system_clock::now() + m_waitTimeout, isOver);
     return popEvent();
 }
 
 std::unique_ptr<DoItEvent> Apartment::takeEvent()
 {
+    if (!m_hasEvents.load(std::memory_order_relaxed))
+    {
+        return nullptr; // one that is on its way is found by waitForEvent
+    }
     const std::lock_guard lock(m_mutex);
     return popEvent();
 }
@@ -179,6 +189,7 @@ std::unique_ptr<DoItEvent> Apartment::popEvent()
     }
     std::unique_ptr<DoItEvent> event(m_events.front());
     m_events.pop_front();
+    m_hasEvents.store(!m_events.empty(), std::memory_order_relaxed);
     return event;
 }
 

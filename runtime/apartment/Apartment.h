@@ -7,6 +7,7 @@
 #include "runtime/apartment/Task.h"
 #include "runtime/util/RingQueue.h"
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <memory>
@@ -53,7 +54,7 @@ private:
     /// Gives way once, if anybody has been answered since the last time.
     void letAnswersOut();
     /// Waits for an event until the wait timeout has passed, an alarm is due or the apartment stops; null when none
-    /// came.
+    /// came. Whoever gets one may take it that no alarm is due.
     std::unique_ptr<DoItEvent> waitForEvent();
     std::unique_ptr<DoItEvent> takeEvent();
     /// Takes the front of the queue, with the mutex held; null when the queue is empty.
@@ -63,6 +64,7 @@ private:
     std::thread m_thread;
     util::RingQueue<DoItEvent*> m_events;
     std::mutex m_mutex;
+    std::atomic<bool> m_hasEvents{false}; ///< written with the mutex held, so that the thread need not take it in vain
     std::condition_variable m_eventQueued;
     const std::shared_ptr<AlarmClock> m_alarmClock;
     const std::string m_name;

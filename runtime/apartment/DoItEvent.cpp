@@ -7,7 +7,11 @@
 namespace com::tallowcrest::apartment
 {
 
-void runCall(const std::function<void()>& call) noexcept
+namespace
+{
+
+template <typename Call>
+void runLoggingFailure(const Call& call) noexcept
 {
     try
     {
@@ -23,9 +27,21 @@ void runCall(const std::function<void()>& call) noexcept
     }
 }
 
-void runEvent(std::unique_ptr<DoItEvent> event) noexcept
+} // namespace
+
+void runCall(const std::function<void()>& call) noexcept
 {
-    runCall([&event] { event->doIt(); });
+    runLoggingFailure(call);
+}
+
+void runEvent(DoItEvent& event) noexcept
+{
+    runLoggingFailure([&event] { event.doIt(); });
+}
+
+void runAfterRound(DoItEvent& event) noexcept
+{
+    runLoggingFailure([&event] { event.afterRound(); });
 }
 
 } // namespace com::tallowcrest::apartment

@@ -7,7 +7,8 @@ namespace com::tallowcrest::apartment
 {
 
 /// One unit of work for an apartment. The sender allocates it; once it is sent, the apartment owns it, runs `doIt` on
-/// its own thread and deletes it. An exception thrown by `doIt` is logged by the apartment and ends nothing.
+/// its own thread, `afterRound` when the round is over in which that was (see Round), and deletes it. An exception
+/// thrown by either is logged by the apartment and ends nothing.
 class DoItEvent
 {
 public:
@@ -18,6 +19,9 @@ public:
 
     /// Runs the work, on the thread of the apartment to which the event was sent.
     virtual void doIt() = 0;
+    /// Does what must wait until all that the round's events wrote on the bus has left: tells whoever waits. On the
+    /// same thread.
+    virtual void afterRound() {}
 
     /// Done within some microseconds and waits for nothing: others may wait for it. See Round.
     bool isBrief() const { return m_isBrief; }
@@ -44,8 +48,9 @@ public:
 /// Runs a piece of an apartment's work. An exception is logged at ERROR to "KORABRIDGE" and goes no further.
 void runCall(const std::function<void()>& call) noexcept;
 
-/// Runs the event and deletes it. An exception is logged at ERROR to "KORABRIDGE" and goes no further.
-void runEvent(std::unique_ptr<DoItEvent> event) noexcept;
+/// The same for the two halves of an event.
+void runEvent(DoItEvent& event) noexcept;
+void runAfterRound(DoItEvent& event) noexcept;
 
 /// Accepts events for later execution. Senders hold an apartment through this interface.
 class SendDoItEvent

@@ -26,21 +26,23 @@ Round* Round::current()
     return threadsRound;
 }
 
-void Round::enter() noexcept
+void Round::run(const std::function<void()>& call) noexcept
 {
-    if (m_numEvents++ == 0)
-    {
-        threadsRound = this;
-        if (m_bracket != nullptr)
-        {
-            m_bracket->begin();
-        }
-    }
+    enter();
+    runCall(call);
+}
+
+void Round::run(std::unique_ptr<DoItEvent> event) noexcept
+{
+    enter();
+    DoItEvent& running = *event;
+    m_events[m_numEvents++] = std::move(event);
+    runEvent(running);
 }
 
 void Round::end() noexcept
 {
-    if (m_numEvents == 0)
+    if (!m_isUnderWay)
     {
         return;
     }
@@ -48,24 +50,28 @@ void Round::end() noexcept
     {
         m_bracket->end();
     }
-    m_numEvents = 0;
+    m_isUnderWay = false;
     threadsRound = nullptr;
-    const std::size_t numPutOff = std::exchange(m_numPutOff, 0);
-    m_hasDelivered = m_hasDelivered || numPutOff > 0;
-    for (std::size_t i = 0; i < numPutOff; ++i)
+    const std::size_t numEvents = std::exchange(m_numEvents, 0);
+    for (std::size_t i = 0; i < numEvents; ++i)
     {
-        runEvent(std::move(m_putOff[i]));
+        const std::unique_ptr<DoItEvent> event = std::move(m_events[i]);
+        m_hasAnswered = m_hasAnswered || event->waiter() != nullptr;
+        runAfterRound(*event);
     }
 }
 
-void Round::putOff(std::unique_ptr<DoItEvent> event) noexcept
+void Round::enter() noexcept
 {
-    if (m_numPutOff == m_putOff.size())
+    if (!m_isUnderWay)
     {
-        end();
-        enter(); // for the event that is still running
+        m_isUnderWay = true;
+        threadsRound = this;
+        if (m_bracket != nullptr)
+        {
+            m_bracket->begin();
+        }
     }
-    m_putOff[m_numPutOff++] = std::move(event);
 }
 
 } // namespace com::tallowcrest::apartment

@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <utility>
 
@@ -21,13 +22,14 @@ public:
 
     /// Before the first event of a round.
     virtual void begin() noexcept = 0;
-    /// After its last event, before what the events have put off is done.
+    /// After its last event, before anybody hears of it.
     virtual void end() noexcept = 0;
 };
 
 /// Events that an apartment runs one directly after the other: a single one, or brief ones that were waiting together.
-/// What they send off, they send off once for all of them when the round ends: first the bracket ends, then what they
-/// put off runs, in order. So whoever is answered at the end knows that all effects of the answered event are out.
+/// What they send off, they send off once for all of them when the round ends: first the bracket ends, then the second
+/// half of each event runs and the event is deleted, in order. So whoever is answered at the end knows that all effects
+/// of the answered event are out.
 ///
 /// Owned by the apartment and bound to its thread. Never allocates.
 class Round
@@ -46,23 +48,25 @@ public:
     /// The round that is under way on the calling thread; null when there is none.
     static Round* current();
 
-    /// An event is about to run: begins a round if none is under way.
-    void enter() noexcept;
-    bool isFull() const { return m_numEvents >= maxEvents; }
+    /// Runs a piece of work that is no event: begins a round if none is under way.
+    void run(const std::function<void()>& call) noexcept;
+    /// The same with an event, which it keeps until the round ends. Not when the round is full.
+    void run(std::unique_ptr<DoItEvent> event) noexcept;
+    bool isFull() const { return m_numEvents == maxEvents; }
     /// Nothing when no round is under way.
     void end() noexcept;
 
-    /// Runs `event` when the round ends; an exception is logged. When no more fits, the round ends and begins anew.
-    void putOff(std::unique_ptr<DoItEvent> event) noexcept;
-    /// Whether anything that had been put off has run since the last call.
-    bool takeHasDelivered() noexcept { return std::exchange(m_hasDelivered, false); }
+    /// Whether anybody who waited for an event has been answered since the last call.
+    bool takeHasAnswered() noexcept { return std::exchange(m_hasAnswered, false); }
 
 private:
+    void enter() noexcept;
+
     const std::shared_ptr<RoundBracket> m_bracket;
-    std::size_t m_numEvents = 0; ///< 0 while no round is under way
-    std::array<std::unique_ptr<DoItEvent>, maxEvents> m_putOff;
-    std::size_t m_numPutOff = 0;
-    bool m_hasDelivered = false;
+    bool m_isUnderWay = false;
+    std::array<std::unique_ptr<DoItEvent>, maxEvents> m_events; ///< those that have run
+    std::size_t m_numEvents = 0;
+    bool m_hasAnswered = false;
 };
 
 } // namespace com::tallowcrest::apartment

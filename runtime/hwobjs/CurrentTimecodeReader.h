@@ -23,7 +23,8 @@ public:
 /// The timecode of a station without one: midnight in drop-frame.
 inline util::Timecode defaultTimecode()
 {
-    return util::Timecode::parse("00:00:00:00.0", util::Timecode::Code::Fps2997Drop);
+    static const auto midnight = util::Timecode::parse("00:00:00:00.0", util::Timecode::Code::Fps2997Drop);
+    return midnight;
 }
 
 /// The process-wide slot of the timecode reader in use. Thread-safe: guarded by a mutex of its own.

@@ -40,9 +40,10 @@ void writeGuard(std::byte* buffer, std::uint32_t guard)
     std::memcpy(buffer - MemPool::guardSize, &guard, sizeof(guard));
 }
 
+/// With the pool's mutex held, which makes the addition one; readers take whatever they find.
 void add(std::atomic<std::int32_t>& counter, std::int32_t change)
 {
-    counter.fetch_add(change, std::memory_order_relaxed);
+    counter.store(counter.load(std::memory_order_relaxed) + change, std::memory_order_relaxed);
 }
 
 } // namespace

@@ -23,7 +23,10 @@ public:
                 break;
             }
             m_now = std::max(m_now, *next);
-            takeDue()->call()();
+            if (const auto* const alarm = takeDue())
+            {
+                alarm->call()();
+            }
         }
         m_now = end;
     }

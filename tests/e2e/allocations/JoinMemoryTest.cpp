@@ -111,9 +111,14 @@ private:
 class FastClock final : public com::tallowcrest::apartment::AlarmClock
 {
 public:
-    Clock::time_point now() const override { return m_begin + 1000 * (Clock::now() - m_begin); }
+    Clock::time_point now() const override { return m_begin + factor * (Clock::now() - m_begin); }
+    Clock::time_point wakeUpTime(Clock::time_point due) const override
+    {
+        return m_begin + (due - m_begin) / factor + Clock::duration(1);
+    }
 
 private:
+    static constexpr int factor = 1000;
     const Clock::time_point m_begin = Clock::now();
 };
 

@@ -27,11 +27,18 @@ namespace
 class BriefEvent final : public DoItEvent
 {
 public:
-    explicit BriefEvent(std::function<void()> work) : m_work(std::move(work)) { setBrief(); }
+    explicit BriefEvent(
+        std::function<void()> work, std::function<void()> afterwards = [] {})
+        : m_work(std::move(work)), m_afterwards(std::move(afterwards))
+    {
+        setBrief();
+    }
     void doIt() override { m_work(); }
+    void afterRound() override { m_afterwards(); }
 
 private:
     std::function<void()> m_work;
+    std::function<void()> m_afterwards;
 };
 
 class BusRoundTest : public testing::Test
@@ -57,7 +64,7 @@ protected:
     Apartment m_sut{"sut", std::make_shared<BusRound>()};
 };
 
-TEST_F(BusRoundTest, EventsOfARoundShareTheirPacketsWhichAreOutBeforeWhatWasPutOffRuns)
+TEST_F(BusRoundTest, EventsOfARoundShareTheirPacketsWhichAreOutBeforeTheirSecondHalvesRun)
 {
     constexpr std::uint16_t events = 640; // far more than packets of other threads in that time
     write(events);
@@ -69,9 +76,7 @@ TEST_F(BusRoundTest, EventsOfARoundShareTheirPacketsWhichAreOutBeforeWhatWasPutO
     {
         send([this, i] { write(i); });
     }
-    send([&sent] {
-        Round::current()->putOff(std::make_unique<BriefEvent>([&sent] { sent.set_value(packetsSent()); }));
-    });
+    post(m_sut, std::make_unique<BriefEvent>([] {}, [&sent] { sent.set_value(packetsSent()); }));
     m_sut.start();
 
     const long after = sent.get_future().get();

@@ -48,7 +48,9 @@ public:
         Brief,
         Long
     };
-    Event(Length length, std::function<void()> work) : m_work(std::move(work))
+    Event(
+        Length length, std::function<void()> work, std::function<void()> afterwards = [] {})
+        : m_work(std::move(work)), m_afterwards(std::move(afterwards))
     {
         if (length == Length::Brief)
         {
@@ -56,25 +58,25 @@ public:
         }
     }
     void doIt() override { m_work(); }
+    void afterRound() override { m_afterwards(); }
+    void setWaiter(const void* waiter) { DoItEvent::setWaiter(waiter); }
 
 private:
     std::function<void()> m_work;
+    std::function<void()> m_afterwards;
 };
 
 class RoundTest : public testing::Test
 {
 protected:
-    std::unique_ptr<DoItEvent> note(const std::string& text)
+    std::function<void()> note(const std::string& text)
     {
-        return std::make_unique<Event>(Event::Length::Long, [this, text] { m_diary.push_back(text); });
+        return [this, text] { m_diary.push_back(text); };
     }
-    /// An event that notes its name and puts a note of its name off.
+    /// An event that notes its name, and that the round is over.
     void send(const std::string& name, Event::Length length)
     {
-        post(m_apartment, std::make_unique<Event>(length, [this, name] {
-                 m_diary.push_back(name);
-                 Round::current()->putOff(note(name + " later"));
-             }));
+        post(m_apartment, std::make_unique<Event>(length, note(name), note(name + " later")));
     }
     /// Runs what has been sent.
     void runAll()
@@ -100,7 +102,7 @@ TEST_F(RoundTest, ThereIsNoneOutsideAnApartment)
     EXPECT_EQ(Round::current(), nullptr);
 }
 
-TEST_F(RoundTest, BriefEventsThatWaitTogetherShareARoundAndWhatTheyPutOffComesAfterItsEnd)
+TEST_F(RoundTest, BriefEventsThatWaitTogetherShareARoundAndTheirSecondHalvesComeAfterItsEnd)
 {
     send("a", brief);
     send("b", brief);
@@ -134,28 +136,43 @@ TEST_F(RoundTest, ARoundHoldsSoManyEventsAndNoMore)
     EXPECT_THAT(m_diary, ElementsAre("begin", "end", "begin", "end"));
 }
 
-TEST_F(RoundTest, TellsOnceThatWhatWasPutOffHasRun)
+TEST_F(RoundTest, TellsOnceThatSomebodyWhoWaitedHasBeenAnswered)
 {
     Round sut(nullptr);
-    sut.enter();
+    sut.run(std::make_unique<Event>(brief, [] {}));
     sut.end();
-    EXPECT_FALSE(sut.takeHasDelivered());
+    EXPECT_FALSE(sut.takeHasAnswered());
 
-    sut.enter();
-    sut.putOff(note("later"));
-    EXPECT_FALSE(sut.takeHasDelivered());
+    auto awaited = std::make_unique<Event>(brief, [] {});
+    awaited->setWaiter(this);
+    sut.run(std::move(awaited));
+    EXPECT_FALSE(sut.takeHasAnswered());
     sut.end();
-    EXPECT_TRUE(sut.takeHasDelivered());
-    EXPECT_FALSE(sut.takeHasDelivered());
+    EXPECT_TRUE(sut.takeHasAnswered());
+    EXPECT_FALSE(sut.takeHasAnswered());
 }
 
-TEST_F(RoundTest, WhatIsPutOffWaitsForNothingThatComesLater)
+TEST_F(RoundTest, EventIsKeptUntilItsSecondHalfHasRunAndNoLonger)
+{
+    const auto held = std::make_shared<int>();
+    Round sut(nullptr);
+    long countAfterwards = 0;
+    sut.run(std::make_unique<Event>(
+        brief, [held] {}, [&] { countAfterwards = held.use_count(); }));
+    EXPECT_EQ(held.use_count(), 2);
+
+    sut.end();
+
+    EXPECT_EQ(countAfterwards, 2);
+    EXPECT_EQ(held.use_count(), 1);
+}
+
+TEST_F(RoundTest, ASecondHalfWaitsForNothingThatComesLater)
 {
     // The apartment has nothing more to do, so the round ends although no further event comes.
     std::promise<void> heard;
-    post(m_apartment, std::make_unique<Event>(brief, [&heard] {
-             Round::current()->putOff(std::make_unique<Event>(brief, [&heard] { heard.set_value(); }));
-         }));
+    post(m_apartment, std::make_unique<Event>(
+                          brief, [] {}, [&heard] { heard.set_value(); }));
 
     m_apartment.start();
 
@@ -163,62 +180,48 @@ TEST_F(RoundTest, WhatIsPutOffWaitsForNothingThatComesLater)
     m_apartment.stop();
 }
 
-TEST_F(RoundTest, AnExceptionEndsNeitherTheRoundNorWhatWasPutOff)
+TEST_F(RoundTest, AnExceptionEndsNeitherTheRoundNorASecondHalf)
 {
     const testsupport::LogRecorder log;
-    post(m_apartment, std::make_unique<Event>(brief, [this] {
-             Round::current()->putOff(std::make_unique<Event>(brief, [] { throw std::runtime_error("put off"); }));
-             Round::current()->putOff(note("later"));
-             throw std::runtime_error("event");
-         }));
+    post(m_apartment, std::make_unique<Event>(
+                          brief, [] { throw std::runtime_error("event"); }, note("later")));
+    post(m_apartment, std::make_unique<Event>(brief, note("a"), [] { throw std::runtime_error("later"); }));
     send("b", brief);
 
     runAll();
 
-    EXPECT_THAT(m_diary, ElementsAre("begin", "b", "end", "later", "b later"));
+    EXPECT_THAT(m_diary, ElementsAre("begin", "a", "b", "end", "later", "b later"));
     EXPECT_EQ(log.lines().size(), 2U);
 }
 
-TEST_F(RoundTest, WhatIsPutOffRunsOutsideTheRound)
+TEST_F(RoundTest, SecondHalvesRunOutsideTheRound)
 {
-    const Round* seen = nullptr;
-    post(m_apartment, std::make_unique<Event>(brief, [&seen] {
-             seen = Round::current();
-             Round::current()->putOff(std::make_unique<Event>(brief, [&seen] { seen = Round::current(); }));
-         }));
+    const Round* inside = nullptr;
+    const Round* outside = nullptr;
+    post(m_apartment, std::make_unique<Event>(
+                          brief, [&inside] { inside = Round::current(); },
+                          [&outside, &inside] {
+                              ASSERT_NE(inside, nullptr);
+                              outside = Round::current();
+                          }));
 
     runAll();
 
-    EXPECT_EQ(seen, nullptr);
-}
-
-TEST_F(RoundTest, MoreThanFitsIsPutOffByEndingTheRoundInBetween)
-{
-    post(m_apartment, std::make_unique<Event>(brief, [this] {
-             for (std::size_t i = 0; i < Round::maxEvents + 1; ++i)
-             {
-                 Round::current()->putOff(note("later"));
-             }
-             m_diary.emplace_back("event");
-         }));
-
-    runAll();
-
-    EXPECT_EQ(std::count(m_diary.begin(), m_diary.end(), "later"), static_cast<int>(Round::maxEvents) + 1);
-    EXPECT_THAT(m_diary[0], "begin");
-    EXPECT_THAT(m_diary[1], "end");
-    EXPECT_THAT(std::vector(m_diary.end() - 3, m_diary.end()), ElementsAre("event", "end", "later"));
+    EXPECT_NE(inside, nullptr);
+    EXPECT_EQ(outside, nullptr);
 }
 
 TEST_F(RoundTest, StopEndsTheRoundThatIsUnderWay)
 {
     std::promise<void> running;
     std::promise<void> release;
-    post(m_apartment, std::make_unique<Event>(brief, [&] {
-             Round::current()->putOff(note("later"));
-             running.set_value();
-             release.get_future().wait();
-         }));
+    post(m_apartment, std::make_unique<Event>(
+                          brief,
+                          [&] {
+                              running.set_value();
+                              release.get_future().wait();
+                          },
+                          note("later")));
     m_apartment.start();
     running.get_future().wait();
     post(m_apartment, std::make_unique<Event>(brief, [] {}));

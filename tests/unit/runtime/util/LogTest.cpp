@@ -137,7 +137,8 @@ TEST(ReportErrorTest, EventThatThrowsWhileNothingCanBeLoggedEndsNothing)
     const testsupport::BrokenLogger logger("KORABRIDGE");
     testing::internal::CaptureStderr();
 
-    com::tallowcrest::apartment::runEvent(std::make_unique<ThrowingEvent>());
+    ThrowingEvent event;
+    com::tallowcrest::apartment::runEvent(event);
 
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "Apartment event failed, no memory (not logged: no space)\n");
 }
