@@ -5,6 +5,7 @@
 #include "koracommand/WireLayout.h"
 #include "koracommand/WireWords.h"
 #include "runtime/apartment/Apartment.h"
+#include "runtime/apartment/ThreadPriority.h"
 #include "runtime/misc/Console.h"
 #include "runtime/util/Log.h"
 
@@ -63,6 +64,8 @@ std::unique_ptr<Rsp> CmdHandlerImpl::runCmd(std::span<const std::uint8_t> messag
     {
         return nullptr;
     }
+    // The calling thread is the connection's own.
+    com::tallowcrest::apartment::interruptOthers(!apartment->isCrowded());
     com::tallowcrest::apartment::post(*apartment, std::move(cmd));
     const auto rsp = waitForRsp(*apartment);
     return rsp != nullptr ? std::make_unique<RspInNetworkOrder>(*rsp) : nullptr;

@@ -15,7 +15,7 @@ namespace com::tallowcrest::apartment
 
 Apartment::Apartment(const std::string& name, std::shared_ptr<RoundBracket> bracket,
                      std::shared_ptr<AlarmClock> alarmClock)
-    : Task(name), m_alarmClock(std::move(alarmClock)), m_name(name), m_round(std::move(bracket))
+    : Task(name), m_alarmClock(std::move(alarmClock)), m_name(name), m_round(std::move(bracket)), m_crowd(*m_alarmClock)
 {}
 
 Apartment::~Apartment()
@@ -112,11 +112,8 @@ void Apartment::run()
 
 void Apartment::runInRound(std::unique_ptr<DoItEvent> event)
 {
+    noteWaiter(*event);
     const bool isBrief = event->isBrief();
-    if (m_preference.note(event->waiter(), isBrief))
-    {
-        preferThisThread(m_preference.isPreferred());
-    }
     if (!isBrief)
     {
         m_round.end(); // what was done before shall not wait for it
@@ -126,6 +123,19 @@ void Apartment::runInRound(std::unique_ptr<DoItEvent> event)
     if (!isBrief || m_round.isFull())
     {
         m_round.end();
+    }
+}
+
+void Apartment::noteWaiter(const DoItEvent& event)
+{
+    if (m_preference.note(event.waiter(), event.isBrief()))
+    {
+        preferThisThread(m_preference.isPreferred());
+    }
+    if (event.waiter() != nullptr && m_crowd.note(event.isBrief() && m_round.isUnderWay()))
+    {
+        interruptOthers(!m_crowd.isThere());
+        m_isCrowded.store(m_crowd.isThere(), std::memory_order_relaxed);
     }
 }
 

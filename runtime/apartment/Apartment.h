@@ -1,6 +1,7 @@
 #pragma once
 
 #include "runtime/apartment/AlarmClock.h"
+#include "runtime/apartment/Crowd.h"
 #include "runtime/apartment/DoItEvent.h"
 #include "runtime/apartment/Preference.h"
 #include "runtime/apartment/Round.h"
@@ -40,6 +41,8 @@ public:
     /// Ends the loop after the event that runs, and joins the thread. Events behind it stay queued. Idempotent.
     void stop() override;
     bool isRunning() const override;
+    /// Whether so many wait for it that whoever waits had better not interrupt others. Any thread.
+    bool isCrowded() const { return m_isCrowded.load(std::memory_order_relaxed); }
     /// For alarms that ring on this apartment.
     const std::shared_ptr<AlarmClock>& alarmClock() const { return m_alarmClock; }
 
@@ -48,6 +51,8 @@ protected:
     virtual void run();
 
 private:
+    /// Adapts the thread's priority to those who wait for the event that is about to run.
+    void noteWaiter(const DoItEvent& event);
     /// Runs the event in the round that is under way or in a new one.
     void runInRound(std::unique_ptr<DoItEvent> event);
     void ringAlarms();
@@ -70,6 +75,8 @@ private:
     const std::string m_name;
     Round m_round;           ///< the thread's
     Preference m_preference; ///< the same
+    Crowd m_crowd;           ///< the same
+    std::atomic<bool> m_isCrowded{false};
 };
 
 // The process-wide slot of the one apartment on which all bridge logic runs. Thread-safe.

@@ -52,6 +52,7 @@ public:
     void run(const std::function<void()>& call) noexcept;
     /// The same with an event, which it keeps until the round ends. Not when the round is full.
     void run(std::unique_ptr<DoItEvent> event) noexcept;
+    bool isUnderWay() const { return m_isUnderWay; }
     bool isFull() const { return m_numEvents == maxEvents; }
     /// Nothing when no round is under way.
     void end() noexcept;

@@ -1,5 +1,6 @@
 #include "runtime/apartment/ThreadPriority.h"
 
+#include <sched.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -17,6 +18,7 @@ constexpr int preferredNice = -10;
 /// What a thread had before it was preferred for the first time; empty on the others.
 thread_local std::optional<int> niceBefore;
 thread_local bool isPreferredNow = false;
+thread_local bool interruptsNow = true;
 
 /// On Linux a thread's own, when its id is given.
 bool setNice(int nice)
@@ -46,14 +48,31 @@ void preferThisThread(bool isPreferred) noexcept
     }
 }
 
-OrdinaryPriority::OrdinaryPriority() noexcept : m_wasPreferred(isPreferredNow)
+void interruptOthers(bool interrupts) noexcept
+{
+    if (interrupts == interruptsNow)
+    {
+        return;
+    }
+    const int before = interruptsNow ? SCHED_OTHER : SCHED_BATCH;
+    const sched_param none{};
+    if (::sched_getscheduler(0) == before &&
+        ::sched_setscheduler(0, interrupts ? SCHED_OTHER : SCHED_BATCH, &none) == 0)
+    {
+        interruptsNow = interrupts;
+    }
+}
+
+OrdinaryPriority::OrdinaryPriority() noexcept : m_wasPreferred(isPreferredNow), m_interrupted(interruptsNow)
 {
     preferThisThread(false);
+    interruptOthers(true);
 }
 
 OrdinaryPriority::~OrdinaryPriority()
 {
     preferThisThread(m_wasPreferred);
+    interruptOthers(m_interrupted);
 }
 
 } // namespace com::tallowcrest::apartment

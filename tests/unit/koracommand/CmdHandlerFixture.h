@@ -2,6 +2,7 @@
 
 #include "koracommand/CmdHandlerImpl.h"
 #include "runtime/apartment/Apartment.h"
+#include "tests/fakes/ManualAlarmClock.h"
 #include "tests/unit/koracommand/LevelFixture.h"
 
 #include <gtest/gtest.h>
@@ -30,8 +31,9 @@ protected:
         return rsp != nullptr ? networkWordsOf(*rsp) : Words{};
     }
 
+    std::shared_ptr<ManualAlarmClock> m_clock = std::make_shared<ManualAlarmClock>();
     std::shared_ptr<com::tallowcrest::apartment::Apartment> m_apartment =
-        std::make_shared<com::tallowcrest::apartment::Apartment>("Test Apartment");
+        std::make_shared<com::tallowcrest::apartment::Apartment>("Test Apartment", nullptr, m_clock);
     CmdHandlerFactoryImpl m_factory{"KORABRIDGE", &fixedClock};
     std::unique_ptr<CmdHandler> m_sut = m_factory.createCmdHandler(3);
 };

@@ -1,15 +1,22 @@
 #include "koracommand/CmdHandlerImpl.h"
 
 #include "koracommand/CmdTable.h"
+#include "runtime/apartment/Crowd.h"
 #include "tests/support/LogRecorder.h"
 #include "tests/unit/koracommand/CmdHandlerFixture.h"
 
 #include <gtest/gtest.h>
+#include <sched.h>
 
 #include <atomic>
+#include <cstdint>
+#include <functional>
+#include <future>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <thread>
+#include <utility>
 
 namespace
 {
@@ -40,6 +47,47 @@ TEST_F(CmdHandlerImplTest, CommandRunsOnTheApartmentsThread)
     handle(networkRequest(0x50, {1, 1, 7, 3, 5}));
     EXPECT_NE(runner, std::thread::id());
     EXPECT_NE(runner, std::this_thread::get_id());
+}
+
+/// Somebody else's request.
+class OthersEvent final : public com::tallowcrest::apartment::DoItEvent
+{
+public:
+    explicit OthersEvent(std::function<void()> work) : m_work(std::move(work))
+    {
+        setWaiter(this);
+        setBrief();
+    }
+    void doIt() override { m_work(); }
+
+private:
+    std::function<void()> m_work;
+};
+
+TEST_F(CmdHandlerImplTest, ConnectionsThreadInterruptsNobodyWhileTheApartmentIsCrowded)
+{
+    using com::tallowcrest::apartment::Crowd;
+    const int before = sched_getscheduler(0);
+    std::promise<void> release;
+    std::promise<void> done;
+    com::tallowcrest::apartment::post(*m_apartment,
+                                      std::make_unique<OthersEvent>([&] { release.get_future().wait(); }));
+    for (std::uint32_t i = 0; i < 2 * Crowd::numJudged; ++i)
+    {
+        com::tallowcrest::apartment::post(*m_apartment, std::make_unique<OthersEvent>([] {}));
+    }
+    com::tallowcrest::apartment::post(*m_apartment, std::make_unique<OthersEvent>([&] { done.set_value(); }));
+    release.set_value();
+    done.get_future().wait();
+    ASSERT_TRUE(m_apartment->isCrowded());
+
+    handle(networkRequest(0x4000));
+    EXPECT_EQ(sched_getscheduler(0), before == SCHED_OTHER ? SCHED_BATCH : before);
+
+    m_clock->pass(2 * Crowd::judgedTime);
+    handle(networkRequest(0x4000)); // the one after which nobody is there any more
+    handle(networkRequest(0x4000));
+    EXPECT_EQ(sched_getscheduler(0), before);
 }
 
 TEST_F(CmdHandlerImplTest, ChangesAreThoseOfTheHandlersConnection)

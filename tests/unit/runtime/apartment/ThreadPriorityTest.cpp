@@ -1,10 +1,13 @@
 #include "runtime/apartment/ThreadPriority.h"
 
 #include "runtime/apartment/Apartment.h"
+#include "runtime/apartment/Crowd.h"
 #include "runtime/apartment/DoItEvent.h"
 #include "runtime/apartment/Preference.h"
+#include "tests/fakes/ManualAlarmClock.h"
 
 #include <gtest/gtest.h>
+#include <sched.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -23,6 +26,11 @@ using namespace com::tallowcrest::apartment;
 int niceOfThisThread()
 {
     return getpriority(PRIO_PROCESS, static_cast<id_t>(gettid()));
+}
+
+int policyOfThisThread()
+{
+    return sched_getscheduler(0);
 }
 
 /// Runs on a thread of its own, so that the test's stays as it is.
@@ -112,25 +120,121 @@ TEST(ThreadPriorityTest, aThreadThatWasNeverPreferredIsNot)
               before);
 }
 
+/// The ordinary way, if this process has that.
+const bool isOrdinary = policyOfThisThread() == SCHED_OTHER;
+const int waiting = isOrdinary ? SCHED_BATCH : policyOfThisThread();
+
+TEST(ThreadPriorityTest, aThreadCanLeaveOffInterruptingOthersAndKeepsItsPriority)
+{
+    const int policy = policyOfThisThread();
+    const int nice = niceOfThisThread();
+    int niceMeanwhile = -20;
+    int afterwards = -1;
+
+    const int meanwhile = onThread([&] {
+        interruptOthers(false);
+        const int seen = policyOfThisThread();
+        niceMeanwhile = niceOfThisThread();
+        interruptOthers(true);
+        afterwards = policyOfThisThread();
+        return seen;
+    });
+
+    EXPECT_EQ(meanwhile, waiting);
+    EXPECT_EQ(niceMeanwhile, nice);
+    EXPECT_EQ(afterwards, policy);
+}
+
+TEST(ThreadPriorityTest, whatSomebodyElseHasChosenStays)
+{
+    const sched_param none{};
+    EXPECT_EQ(onThread([&] {
+                  sched_setscheduler(0, SCHED_IDLE, &none);
+                  interruptOthers(false);
+                  return policyOfThisThread();
+              }),
+              SCHED_IDLE);
+    EXPECT_EQ(onThread([&] {
+                  interruptOthers(false);
+                  sched_setscheduler(0, SCHED_IDLE, &none);
+                  interruptOthers(true);
+                  return policyOfThisThread();
+              }),
+              SCHED_IDLE);
+}
+
+TEST(ThreadPriorityTest, threadsStartedUnderTheOrdinaryPriorityInterruptOthers)
+{
+    const int before = policyOfThisThread();
+    int started = -1;
+
+    const int after = onThread([&started] {
+        interruptOthers(false);
+        {
+            const OrdinaryPriority sut;
+            started = onThread(policyOfThisThread);
+        }
+        return policyOfThisThread();
+    });
+
+    EXPECT_EQ(started, before);
+    EXPECT_EQ(after, waiting);
+}
+
+/// Asks the apartment's thread something, on behalf of a waiter who hears of it as others do: when the round is over.
+class Ask final : public DoItEvent
+{
+public:
+    Ask(std::promise<int>& answer, int (*question)(), const void* waiter) : m_answer(answer), m_question(question)
+    {
+        setWaiter(waiter);
+        setBrief();
+    }
+    void doIt() override { m_found = m_question(); }
+    void afterRound() override { m_answer.set_value(m_found); }
+
+private:
+    std::promise<int>& m_answer;
+    int (*const m_question)();
+    int m_found = 0;
+};
+
+TEST(ThreadPriorityTest, anApartmentInterruptsNobodyWhileManyWaitForIt)
+{
+    const int before = policyOfThisThread();
+    static constexpr int waiter = 0;
+    const auto clock = std::make_shared<ManualAlarmClock>();
+    Apartment sut("sut", nullptr, clock);
+    const auto ask = [&sut](std::promise<int>& answer) {
+        post(sut, std::make_unique<Ask>(answer, policyOfThisThread, &waiter));
+    };
+    // The first ones come long after whatever was judged before, so it takes as many again.
+    std::array<std::promise<int>, 2 * Crowd::numJudged + 1> together;
+    for (auto& one : together)
+    {
+        ask(one);
+    }
+    EXPECT_FALSE(sut.isCrowded());
+
+    sut.start();
+    EXPECT_EQ(together.front().get_future().get(), before);
+    EXPECT_EQ(together.back().get_future().get(), waiting);
+    EXPECT_TRUE(sut.isCrowded());
+
+    clock->pass(2 * Crowd::judgedTime);
+    std::promise<int> alone;
+    ask(alone);
+    EXPECT_EQ(alone.get_future().get(), before);
+    EXPECT_FALSE(sut.isCrowded());
+    sut.stop();
+}
+
 TEST(ThreadPriorityTest, theBridgeApartmentIsPreferredUnlessSeveralWaitForIt)
 {
-    class Ask final : public DoItEvent
-    {
-    public:
-        Ask(std::promise<int>& nice, const void* waiter) : m_nice(nice)
-        {
-            setWaiter(waiter);
-            setBrief();
-        }
-        void doIt() override { m_nice.set_value(niceOfThisThread()); }
-
-    private:
-        std::promise<int>& m_nice;
-    };
     constexpr std::array<int, 2> waiters{};
     const auto ask = [](const void* waiter) {
         std::promise<int> nice;
-        post(*bridgeApartment(), std::make_unique<Ask>(nice, waiter));
+        post(*bridgeApartment(), std::make_unique<Ask>(nice, niceOfThisThread, waiter));
         return nice.get_future().get();
     };
     const int before = niceOfThisThread();
