@@ -80,8 +80,8 @@ def burst(options, bridge, floor, scratch):
                 number, lambda: measure_burst(number),
                 lambda: harness.measure(options.programs, floor, BURST_YARDSTICK, "free", options.seconds,
                                         options.warm_up))
-        values = [complete / (1e3 * BURST / yardstick["requestsPerSecond"]), longest / complete]
-        return Pair(values, others.share, f"the last took {complete:.0f} ms, longest command {longest:.1f} ms")
+        floors = 1e3 * BURST / yardstick["requestsPerSecond"]
+        return Pair([complete / floors, longest / floors], others.share, f"the last took {complete:.0f} ms, longest command {longest:.1f} ms")
 
     try:
         sim.await_text("announced")
