@@ -54,12 +54,13 @@ void interruptOthers(bool interrupts) noexcept
     {
         return;
     }
-    const int before = interruptsNow ? SCHED_OTHER : SCHED_BATCH;
-    const sched_param none{};
-    if (::sched_getscheduler(0) == before &&
-        ::sched_setscheduler(0, interrupts ? SCHED_OTHER : SCHED_BATCH, &none) == 0)
+    // Tried once for each change, also where it is forbidden: it only costs time then.
+    interruptsNow = interrupts;
+    const int before = interrupts ? SCHED_BATCH : SCHED_OTHER;
+    if (::sched_getscheduler(0) == before)
     {
-        interruptsNow = interrupts;
+        const sched_param none{};
+        static_cast<void>(::sched_setscheduler(0, interrupts ? SCHED_OTHER : SCHED_BATCH, &none));
     }
 }
 
