@@ -7,8 +7,8 @@
 #include "runtime/util/Metrics.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <memory>
-#include <optional>
 #include <string_view>
 
 using com::tallowcrest::util::Counter;
@@ -37,7 +37,7 @@ public:
         {
             m_level = getLevelInstance(number);
             m_number = number;
-            m_isInvalid.reset();
+            m_kind = Kind::NotLookedAt;
         }
         else if (isInvalid())
         {
@@ -47,19 +47,26 @@ public:
     }
 
 private:
+    enum class Kind : std::uint8_t
+    {
+        NotLookedAt,
+        Level,
+        Invalid
+    };
+
     /// Asked only when the level is wanted once more: the cast costs more than the rest of the search.
     bool isInvalid()
     {
-        if (!m_isInvalid)
+        if (m_kind == Kind::NotLookedAt)
         {
-            m_isInvalid = dynamic_cast<const LevelInvalid*>(m_level.get()) != nullptr;
+            m_kind = dynamic_cast<const LevelInvalid*>(m_level.get()) != nullptr ? Kind::Invalid : Kind::Level;
         }
-        return *m_isInvalid;
+        return m_kind == Kind::Invalid;
     }
 
     std::shared_ptr<ILevel> m_level;
     std::uint32_t m_number = 0;
-    std::optional<bool> m_isInvalid;
+    Kind m_kind = Kind::NotLookedAt;
 };
 
 /// Entries of one kind of request by what became of them.
