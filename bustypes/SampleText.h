@@ -4,6 +4,7 @@
 
 #include <nlohmann/json_fwd.hpp>
 
+#include <cstddef>
 #include <cstdint>
 #include <limits>
 #include <memory>
@@ -84,8 +85,10 @@ std::uint32_t keyNumber(const T& value)
 template <typename T>
 std::string jsonText(const T& value)
 {
-    // Written straight into the text: this runs for every take.
+    // Written straight into the text, with room for most: this runs for every take.
+    constexpr std::size_t usualLength = 256;
     std::string text;
+    text.reserve(usualLength);
     visitMembers<T>([&](const auto& member) {
         text += text.empty() ? "{\"" : ",\"";
         text += member.name;

@@ -63,16 +63,18 @@ bool writeAll(int fd, const std::string& text)
 void addLine(std::string& text, const StoredRow& row)
 {
     const std::array<const std::string*, 4> names{&row.channel.partition, &row.channel.topic, &row.instance, &row.type};
-    std::string line;
+    const std::size_t before = text.size();
     for (const std::string* const name : names)
     {
-        if (name->find_first_of("\t\n") != std::string::npos)
+        if (name->find('\t') != std::string::npos || name->find('\n') != std::string::npos)
         {
+            text.resize(before);
             return;
         }
-        line += *name + '\t';
+        text.append(*name).push_back('\t');
     }
-    text += line + std::to_string(row.written) + '\t' + row.payload + '\n';
+    text.append(std::to_string(row.written)).push_back('\t');
+    text.append(row.payload).push_back('\n');
 }
 
 bool parseLine(const std::string& line, StoredRow& row)
