@@ -85,12 +85,12 @@ INSTRUCTIONS_SHOWN = [
 
 # The same of the board's bridge and floor, which have 32-bit words and a compiler of their own.
 BOARD_INSTRUCTIONS = [
-    Promise("take of 1 entry", "free", 2.00, load=ONE),
+    Promise("take of 1 entry", "free", 1.85, load=ONE),
     Promise("take of 64 entries", "free", 1.04, load=(*ONE, "--entries", 64)),
     Promise("take of 500 entries", "free", 1.01, load=(*ONE, "--entries", 500)),
     Promise("changes, none", "free", 6.4, load=(*ONE, "--mix", "changes")),  # the floor's own scatters by a quarter
-    Promise("tally of 288", "free", 2.9, load=(*ONE, "--mix", "tally")),
-    Promise("status of 288", "free", 2.1, load=(*ONE, "--mix", "status")),
+    Promise("tally of 288", "free", 2.5, load=(*ONE, "--mix", "tally")),
+    Promise("status of 288", "free", 1.85, load=(*ONE, "--mix", "status")),
 ]
 BOARD_INSTRUCTIONS_SHOWN = [
     Promise("take of 1 entry, shown", "free", 3.0, load=ONE),
