@@ -135,7 +135,6 @@ void Apartment::noteWaiter(const DoItEvent& event)
     if (event.waiter() != nullptr && m_crowd.note(event.isBrief() && m_round.isUnderWay()))
     {
         interruptOthers(!m_crowd.isThere());
-        m_isCrowded.store(m_crowd.isThere(), std::memory_order_relaxed);
     }
 }
 

@@ -42,7 +42,7 @@ public:
     void stop() override;
     bool isRunning() const override;
     /// Whether so many wait for it that whoever waits had better not interrupt others. Any thread.
-    bool isCrowded() const { return m_isCrowded.load(std::memory_order_relaxed); }
+    bool isCrowded() const { return m_crowd.isThere(); }
     /// For alarms that ring on this apartment.
     const std::shared_ptr<AlarmClock>& alarmClock() const { return m_alarmClock; }
 
@@ -75,8 +75,7 @@ private:
     const std::string m_name;
     Round m_round;           ///< the thread's
     Preference m_preference; ///< the same
-    Crowd m_crowd;           ///< the same
-    std::atomic<bool> m_isCrowded{false};
+    Crowd m_crowd;           ///< the thread notes
 };
 
 // The process-wide slot of the one apartment on which all bridge logic runs. Thread-safe.

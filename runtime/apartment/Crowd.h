@@ -2,6 +2,7 @@
 
 #include "runtime/apartment/AlarmClock.h"
 
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 
@@ -10,7 +11,8 @@ namespace com::tallowcrest::apartment
 
 /// Whether so many wait for an apartment that its events mostly find others to share a round with. Then whoever goes on
 /// without being interrupted does most: the apartment finds more events together, and those whom it answers send their
-/// answers one after the other instead of each in the middle of the round. See interruptOthers. Bound to one thread.
+/// answers one after the other instead of each in the middle of the round. See interruptOthers. Bound to one thread,
+/// but any may ask whether it is there.
 class Crowd
 {
 public:
@@ -30,7 +32,8 @@ public:
         ++m_numNoted;
         m_numShared += isShared ? 1 : 0;
         const bool isFull = m_numNoted == numJudged;
-        if (!isFull && (isShared || !m_isThere))
+        const bool wasThere = isThere();
+        if (!isFull && (isShared || !wasThere))
         {
             return false;
         }
@@ -41,21 +44,21 @@ public:
         {
             return false;
         }
-        const bool wasThere = m_isThere;
-        m_isThere = isFast && m_numShared >= (wasThere ? lasts : begins);
+        const bool isThereNow = isFast && m_numShared >= (wasThere ? lasts : begins);
+        m_isThere.store(isThereNow, std::memory_order_relaxed);
         m_begin = now;
         m_numNoted = 0;
         m_numShared = 0;
-        return m_isThere != wasThere;
+        return isThereNow != wasThere;
     }
-    bool isThere() const { return m_isThere; }
+    bool isThere() const { return m_isThere.load(std::memory_order_relaxed); }
 
 private:
     const AlarmClock& m_clock;
     AlarmClock::Clock::time_point m_begin{};
     std::uint32_t m_numNoted = 0;
     std::uint32_t m_numShared = 0;
-    bool m_isThere = false;
+    std::atomic<bool> m_isThere{false};
 };
 
 } // namespace com::tallowcrest::apartment

@@ -180,6 +180,16 @@ TEST_F(CmdBaseInRoundTest, TheResponseIsHandedOverWhenTheRoundEnds)
     EXPECT_EQ(hostWordsOf(*answer), errorWords());
 }
 
+TEST_F(CmdBaseInRoundTest, CommandDeletedWithoutHavingRunEndsTheWaitWithTheRound)
+{
+    m_round.run([] {});
+    command(networkRequest(0x50)).reset();
+
+    m_round.end();
+
+    EXPECT_EQ(onlyAnswer(), nullptr);
+}
+
 TEST_F(CmdBaseInRoundTest, ConnectionWhoseAnswerItIsWaitsForIt)
 {
     EXPECT_EQ(command(networkRequest(0x50))->waiter(), m_queue.get());
