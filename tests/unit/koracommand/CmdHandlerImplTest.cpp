@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <functional>
 #include <future>
+#include <latch>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -199,13 +200,17 @@ TEST_F(CmdHandlerImplTest, MessageShorterThanAHeaderIsAnsweredWithTheError)
 TEST_F(CmdHandlerImplTest, CountsMayBeShownWhileCommandsRun)
 {
     std::atomic<bool> done{false};
+    std::latch begun(1);
     ::testing::internal::CaptureStdout();
     std::thread console([&] {
+        m_sut->show();
+        begun.count_down();
         while (!done)
         {
             m_sut->show();
         }
     });
+    begun.wait();
     for (std::uint32_t id = 0; id < 200; ++id)
     {
         handle(networkRequest(id));
