@@ -11,18 +11,20 @@ option(KORABRIDGE_SHIPPED "What ships: faults of memory end the program, and it 
 if(KORABRIDGE_SHIPPED)
   include(CheckPIESupported)
   check_pie_supported()
-  # For generated code as well. The level is ours, whatever a package build asks for. scripts/check-hardening looks for them.
-  add_compile_options(-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=3 -fstack-protector-strong -fstack-clash-protection)
+  # For generated code as well, and for what is compiled when it is linked. The level is ours, whatever a package build asks
+  # for. scripts/check-hardening looks for them.
+  set(shipped -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=3 -fstack-protector-strong -fstack-clash-protection)
   if(CMAKE_SYSTEM_PROCESSOR STREQUAL "x86_64")
-    add_compile_options(-fcf-protection)
+    list(APPEND shipped -fcf-protection)
   endif()
-  add_link_options(LINKER:-z,relro LINKER:-z,now)
   # Places are told from the project's folder, generated ones from the build's, in the compiler's words as in ccache's, which
   # makes them relative. Of several that match, the last counts.
   cmake_path(RELATIVE_PATH PROJECT_SOURCE_DIR BASE_DIRECTORY ${PROJECT_BINARY_DIR} OUTPUT_VARIABLE upwards)
   foreach(place ${upwards} ${PROJECT_SOURCE_DIR} ${PROJECT_BINARY_DIR})
-    add_compile_options(-ffile-prefix-map=${place}/=)
+    list(APPEND shipped -ffile-prefix-map=${place}/=)
   endforeach()
+  add_compile_options(${shipped})
+  add_link_options(${shipped} LINKER:-z,relro LINKER:-z,now)
 endif()
 
 add_library(korabridge_flags INTERFACE)
@@ -38,6 +40,10 @@ endif()
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   # g++ 12 reports notes about the ARM calling convention that concern no code of ours.
   target_compile_options(korabridge_flags INTERFACE -Wno-psabi)
+endif()
+if(KORABRIDGE_SHIPPED)
+  # One of them excludes the other, wherever it stands.
+  target_link_options(korabridge_flags INTERFACE $<IF:$<BOOL:$<TARGET_PROPERTY:KORABRIDGE_WHOLE>>,-flto=auto,-fno-lto>)
 endif()
 if(KORABRIDGE_SANITIZE)
   target_compile_options(korabridge_flags INTERFACE -fsanitize=${KORABRIDGE_SANITIZE} -fno-omit-frame-pointer
@@ -115,6 +121,10 @@ function(korabridge_library NAME)
     if(KORABRIDGE_SANITIZE)
       target_link_options(${NAME} PUBLIC -fsanitize=${KORABRIDGE_SANITIZE})
     endif()
+    if(KORABRIDGE_WHOLE)
+      # The compiler writes line tables itself: the assembler, which it leaves them to here, knows of no prefix map.
+      target_compile_options(${NAME} PRIVATE -flto=auto -ffat-lto-objects -gno-as-loc-support)
+    endif()
   else()
     add_library(${NAME} INTERFACE)
     target_include_directories(${NAME} INTERFACE ${PROJECT_SOURCE_DIR})
@@ -128,4 +138,5 @@ function(korabridge_program NAME)
   add_executable(${NAME} ${ARG_SOURCES})
   target_include_directories(${NAME} PRIVATE ${PROJECT_SOURCE_DIR})
   target_link_libraries(${NAME} PRIVATE ${ARG_LINKS} korabridge_flags)
+  set_target_properties(${NAME} PROPERTIES KORABRIDGE_WHOLE "${KORABRIDGE_WHOLE}")
 endfunction()
