@@ -5,11 +5,13 @@
 #include "bench/floor/Floor.h"
 #include "bustypes/TopicNames.h"
 #include "koraserver/ControllerSocket.h"
+#include "runtime/apartment/ThreadPriority.h"
 #include "runtime/util/SystemError.h"
 
 #include <CLI/CLI.hpp>
 #include <arpa/inet.h>
 #include <netinet/in.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 
 #include <algorithm>
@@ -40,6 +42,7 @@ struct Options
     std::string partition = "R1";
     bool isVideo = false;
     bool isBlocking = false;
+    bool isPreferred = false;
     bool isGathering = false;
 };
 
@@ -88,16 +91,32 @@ void acceptControllers(int listening, bench::FloorApartment& apartment, bench::R
     }
 }
 
+/// Gives the calling thread the bridge's preference. A floor without it would be measured for one that has it.
+void preferThisThread()
+{
+    const int before = ::getpriority(PRIO_PROCESS, 0);
+    com::tallowcrest::apartment::preferThisThread();
+    if (::getpriority(PRIO_PROCESS, 0) >= before)
+    {
+        throw std::runtime_error("--preferred needs the right to go before others (CAP_SYS_NICE or RLIMIT_NICE)");
+    }
+}
+
 void run(const Options& options, const sigset_t& signals)
 {
     const dds_entity_t participant =
         dds::detail::check(dds_create_participant(options.domain, nullptr, nullptr), "creating the participant");
     {
+        if (options.isPreferred)
+        {
+            preferThisThread(); // which the apartment's thread inherits
+        }
         bench::FloorApartment apartment(bench::Writer<bench::Output>(
             participant,
             topicName(options.isVideo ? TopicName::MacroXptOutputVideoTarget : TopicName::MacroXptOutputAudioTarget),
             options.partition, DDS_DURABILITY_PERSISTENT,
             options.isGathering ? bench::Sending::Together : bench::Sending::AtOnce));
+        com::tallowcrest::apartment::preferThisThread(false);
         const UniqueFd listening = listenOn(options.port);
         std::thread accepting([&] {
             acceptControllers(listening.get(), apartment,
@@ -123,6 +142,7 @@ int main(int argc, char** argv)
     app.add_flag("--video", options.isVideo, "Write video targets instead of audio targets");
     app.add_flag("--gathering", options.isGathering, "Send the entries of a message together");
     app.add_flag("--blocking", options.isBlocking, "Receive without the timer of 10 ms");
+    app.add_flag("--preferred", options.isPreferred, "The apartment goes before other threads, as the bridge's does");
     CLI11_PARSE(app, argc, argv);
 
     // Before any thread is made, so that the signals reach sigwait alone.
