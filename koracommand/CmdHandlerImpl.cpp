@@ -5,7 +5,7 @@
 #include "koracommand/WireLayout.h"
 #include "koracommand/WireWords.h"
 #include "runtime/apartment/Apartment.h"
-#include "runtime/apartment/ThreadPriority.h"
+#include "runtime/apartment/ThreadTurns.h"
 #include "runtime/misc/Console.h"
 #include "runtime/util/Log.h"
 
@@ -64,8 +64,9 @@ std::unique_ptr<Rsp> CmdHandlerImpl::runCmd(std::span<const std::uint8_t> messag
     {
         return nullptr;
     }
-    // The calling thread is the connection's own.
-    com::tallowcrest::apartment::interruptOthers(!apartment->isCrowded());
+    // The calling thread is the connection's own. An answer is quickly sent, but not in the middle of a crowd's round.
+    using com::tallowcrest::apartment::Turns;
+    com::tallowcrest::apartment::takeTurns(apartment->isCrowded() ? Turns::Patient : Turns::Short);
     com::tallowcrest::apartment::post(*apartment, std::move(cmd));
     const auto rsp = waitForRsp(*apartment);
     return rsp != nullptr ? std::make_unique<RspInNetworkOrder>(*rsp) : nullptr;

@@ -2,6 +2,7 @@
 
 #include "runtime/apartment/DoItEvent.h"
 #include "runtime/apartment/ThreadPriority.h"
+#include "runtime/apartment/ThreadTurns.h"
 #include "runtime/util/Log.h"
 #include "runtime/util/Slot.h"
 #include "runtime/util/ThreadName.h"
@@ -134,7 +135,7 @@ void Apartment::noteWaiter(const DoItEvent& event)
     }
     if (event.waiter() != nullptr && m_crowd.note(event.isBrief() && m_round.isUnderWay()))
     {
-        interruptOthers(!m_crowd.isThere());
+        takeTurns(m_crowd.isThere() ? Turns::Patient : Turns::Ordinary);
     }
 }
 

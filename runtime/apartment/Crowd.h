@@ -11,7 +11,7 @@ namespace com::tallowcrest::apartment
 
 /// Whether so many wait for an apartment that its events mostly find others to share a round with. Then whoever goes on
 /// without being interrupted does most: the apartment finds more events together, and those whom it answers send their
-/// answers one after the other instead of each in the middle of the round. See interruptOthers. Bound to one thread,
+/// answers one after the other instead of each in the middle of the round. See Turns::Patient. Bound to one thread,
 /// but any may ask whether it is there.
 class Crowd
 {

@@ -1,6 +1,5 @@
 #include "runtime/apartment/ThreadPriority.h"
 
-#include <sched.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -18,7 +17,6 @@ constexpr int preferredNice = -10;
 /// What a thread had before it was preferred for the first time; empty on the others.
 thread_local std::optional<int> niceBefore;
 thread_local bool isPreferredNow = false;
-thread_local bool interruptsNow = true;
 
 /// On Linux a thread's own, when its id is given.
 bool setNice(int nice)
@@ -48,32 +46,16 @@ void preferThisThread(bool isPreferred) noexcept
     }
 }
 
-void interruptOthers(bool interrupts) noexcept
-{
-    if (interrupts == interruptsNow)
-    {
-        return;
-    }
-    // Tried once for each change, also where it is forbidden: it only costs time then.
-    interruptsNow = interrupts;
-    const int before = interrupts ? SCHED_BATCH : SCHED_OTHER;
-    if (::sched_getscheduler(0) == before)
-    {
-        const sched_param none{};
-        static_cast<void>(::sched_setscheduler(0, interrupts ? SCHED_OTHER : SCHED_BATCH, &none));
-    }
-}
-
-OrdinaryPriority::OrdinaryPriority() noexcept : m_wasPreferred(isPreferredNow), m_interrupted(interruptsNow)
+OrdinaryPriority::OrdinaryPriority() noexcept : m_wasPreferred(isPreferredNow), m_turns(turnsTaken())
 {
     preferThisThread(false);
-    interruptOthers(true);
+    takeTurns(Turns::Ordinary);
 }
 
 OrdinaryPriority::~OrdinaryPriority()
 {
     preferThisThread(m_wasPreferred);
-    interruptOthers(m_interrupted);
+    takeTurns(m_turns);
 }
 
 } // namespace com::tallowcrest::apartment

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "runtime/apartment/DoItEvent.h"
+#include "runtime/apartment/ThreadTurns.h"
 
 namespace com::tallowcrest::apartment
 {
@@ -11,13 +12,8 @@ void preferThisThread() noexcept;
 /// Takes that back for now, or gives it again. Nothing on a thread that was never preferred.
 void preferThisThread(bool isPreferred) noexcept;
 
-/// Whether the calling thread interrupts another one of its priority when it is woken, as is ordinary, or waits until
-/// that one waits or has had its turn, at most some milliseconds (SCHED_BATCH). Needs no right. Does nothing on a
-/// thread whose way of being scheduled somebody else has chosen.
-void interruptOthers(bool interrupts) noexcept;
-
-/// While one lives, its thread has the priority that it had before `preferThisThread`, and interrupts others: for long
-/// work and for starting threads, which inherit both. Afterwards it is as before. On the stack of its thread.
+/// While one lives, its thread has the priority that it had before `preferThisThread`, and takes ordinary turns: for
+/// long work and for starting threads, which inherit both. Afterwards it is as before. On the stack of its thread.
 class OrdinaryPriority
 {
 public:
@@ -28,7 +24,7 @@ public:
 
 private:
     const bool m_wasPreferred;
-    const bool m_interrupted;
+    const Turns m_turns;
 };
 
 /// Gives the apartment that runs it preference over ordinary threads. Sent once, first.

@@ -3,10 +3,10 @@
 #include "koracommand/CmdTable.h"
 #include "runtime/apartment/Crowd.h"
 #include "tests/support/LogRecorder.h"
+#include "tests/support/ScheduledTurns.h"
 #include "tests/unit/koracommand/CmdHandlerFixture.h"
 
 #include <gtest/gtest.h>
-#include <sched.h>
 
 #include <atomic>
 #include <cstdint>
@@ -64,10 +64,13 @@ private:
     std::function<void()> m_work;
 };
 
-TEST_F(CmdHandlerImplTest, ConnectionsThreadInterruptsNobodyWhileTheApartmentIsCrowded)
+TEST_F(CmdHandlerImplTest, ConnectionsThreadTakesShortTurnsAndPatientOnesInACrowd)
 {
     using com::tallowcrest::apartment::Crowd;
-    const int before = sched_getscheduler(0);
+    const auto brief = testsupport::shortTurns();
+    const auto patient = testsupport::patientTurns();
+    handle(networkRequest(0x4000));
+    EXPECT_EQ(testsupport::turnsOfThisThread(), brief);
     std::promise<void> release;
     std::promise<void> done;
     com::tallowcrest::apartment::post(*m_apartment,
@@ -82,12 +85,12 @@ TEST_F(CmdHandlerImplTest, ConnectionsThreadInterruptsNobodyWhileTheApartmentIsC
     ASSERT_TRUE(m_apartment->isCrowded());
 
     handle(networkRequest(0x4000));
-    EXPECT_EQ(sched_getscheduler(0), before == SCHED_OTHER ? SCHED_BATCH : before);
+    EXPECT_EQ(testsupport::turnsOfThisThread(), patient);
 
     m_clock->pass(2 * Crowd::judgedTime);
     handle(networkRequest(0x4000)); // the one after which nobody is there any more
     handle(networkRequest(0x4000));
-    EXPECT_EQ(sched_getscheduler(0), before);
+    EXPECT_EQ(testsupport::turnsOfThisThread(), brief);
 }
 
 TEST_F(CmdHandlerImplTest, ChangesAreThoseOfTheHandlersConnection)

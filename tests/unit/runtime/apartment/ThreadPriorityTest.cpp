@@ -4,6 +4,7 @@
 #include "runtime/apartment/Crowd.h"
 #include "runtime/apartment/DoItEvent.h"
 #include "runtime/apartment/Preference.h"
+#include "runtime/apartment/ThreadTurns.h"
 #include "tests/fakes/ManualAlarmClock.h"
 
 #include <gtest/gtest.h>
@@ -120,56 +121,16 @@ TEST(ThreadPriorityTest, aThreadThatWasNeverPreferredIsNot)
               before);
 }
 
-/// The ordinary way, if this process has that.
-const bool isOrdinary = policyOfThisThread() == SCHED_OTHER;
-const int waiting = isOrdinary ? SCHED_BATCH : policyOfThisThread();
+/// The patient way, if this process has the ordinary one.
+const int patientPolicy = policyOfThisThread() == SCHED_OTHER ? SCHED_BATCH : policyOfThisThread();
 
-TEST(ThreadPriorityTest, aThreadCanLeaveOffInterruptingOthersAndKeepsItsPriority)
-{
-    const int policy = policyOfThisThread();
-    const int nice = niceOfThisThread();
-    int niceMeanwhile = -20;
-    int afterwards = -1;
-
-    const int meanwhile = onThread([&] {
-        interruptOthers(false);
-        const int seen = policyOfThisThread();
-        niceMeanwhile = niceOfThisThread();
-        interruptOthers(true);
-        afterwards = policyOfThisThread();
-        return seen;
-    });
-
-    EXPECT_EQ(meanwhile, waiting);
-    EXPECT_EQ(niceMeanwhile, nice);
-    EXPECT_EQ(afterwards, policy);
-}
-
-TEST(ThreadPriorityTest, whatSomebodyElseHasChosenStays)
-{
-    const sched_param none{};
-    EXPECT_EQ(onThread([&] {
-                  sched_setscheduler(0, SCHED_IDLE, &none);
-                  interruptOthers(false);
-                  return policyOfThisThread();
-              }),
-              SCHED_IDLE);
-    EXPECT_EQ(onThread([&] {
-                  interruptOthers(false);
-                  sched_setscheduler(0, SCHED_IDLE, &none);
-                  interruptOthers(true);
-                  return policyOfThisThread();
-              }),
-              SCHED_IDLE);
-}
-
-TEST(ThreadPriorityTest, threadsStartedUnderTheOrdinaryPriorityInterruptOthers)
+TEST(ThreadPriorityTest, threadsStartedUnderTheOrdinaryPriorityTakeOrdinaryTurns)
 {
     const int before = policyOfThisThread();
     int started = -1;
 
     const int after = onThread([&started] {
-        interruptOthers(false);
+        takeTurns(Turns::Patient);
         {
             const OrdinaryPriority sut;
             started = onThread(policyOfThisThread);
@@ -178,7 +139,7 @@ TEST(ThreadPriorityTest, threadsStartedUnderTheOrdinaryPriorityInterruptOthers)
     });
 
     EXPECT_EQ(started, before);
-    EXPECT_EQ(after, waiting);
+    EXPECT_EQ(after, patientPolicy);
 }
 
 /// Asks the apartment's thread something, on behalf of a waiter who hears of it as others do: when the round is over.
@@ -218,7 +179,7 @@ TEST(ThreadPriorityTest, anApartmentInterruptsNobodyWhileManyWaitForIt)
 
     sut.start();
     EXPECT_EQ(together.front().get_future().get(), before);
-    EXPECT_EQ(together.back().get_future().get(), waiting);
+    EXPECT_EQ(together.back().get_future().get(), patientPolicy);
     EXPECT_TRUE(sut.isCrowded());
 
     clock->pass(2 * Crowd::judgedTime);
