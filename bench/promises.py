@@ -43,7 +43,7 @@ ONE = ("--connections", 1)
 MANY = ("--connections", 16)
 POLLS = ("--mix", "take:1,changes:1")  # by turns, as a controller that shows what is on air does
 FLOOR = [
-    at_most("1 controller, 1 entry: p50", ONE, "one", "latency/p50", 1.00),
+    at_most("1 controller, 1 entry: p50", ONE, "one", "latency/p50", 0.98),
     at_most("1 controller, 1 entry: p99", ONE, "one", "latency/p99", 1.10),
     at_least("16 controllers, 1 entry: requests/s", MANY, "split", "requestsPerSecond", 1.45),
     at_most("16 controllers, 1 entry: p99", MANY, "split", "latency/p99", 0.90),
@@ -70,12 +70,12 @@ FLOOR_NAMES = {row.name for row in (*FLOOR, *GATHERING)}
 
 # Instructions of the whole process for each request, to the floor's for the same request.
 INSTRUCTIONS = [
-    Promise("take of 1 entry", "free", 1.7, load=ONE),
+    Promise("take of 1 entry", "free", 1.6, load=ONE),
     Promise("take of 64 entries", "free", 0.98, load=(*ONE, "--entries", 64)),
     Promise("take of 500 entries", "free", 0.96, load=(*ONE, "--entries", 500)),
-    Promise("changes, none", "free", 5.5, load=(*ONE, "--mix", "changes")),  # the floor's own scatters by a sixth
-    Promise("tally of 288", "free", 1.75, load=(*ONE, "--mix", "tally")),
-    Promise("status of 288", "free", 1.3, load=(*ONE, "--mix", "status")),
+    Promise("changes, none", "free", 5.0, load=(*ONE, "--mix", "changes")),  # the floor's own scatters by a sixth
+    Promise("tally of 288", "free", 1.65, load=(*ONE, "--mix", "tally")),
+    Promise("status of 288", "free", 1.25, load=(*ONE, "--mix", "status")),
 ]
 # The same with a router that shows what is taken.
 INSTRUCTIONS_SHOWN = [
@@ -113,7 +113,7 @@ BURST_LONGEST = Promise("burst of 2304: longest command", "free", 0.13)
 IDLE_CPU = {when: Promise(f"16 idle controllers, {when}: CPU", "free", 0.1) for when in ("new", "after all this")}
 IDLE_MEMORY = {
     "new": Promise("16 idle controllers, new: memory", "free", 15.0, unit="MiB"),
-    "after all this": Promise("16 idle controllers, after all this: memory", "free", 20.5, unit="MiB"),
+    "after all this": Promise("16 idle controllers, after all this: memory", "free", 19.5, unit="MiB"),
 }
 
 # Resident memory of a bridge after one controller has taken and read all of its 2592 outputs.
