@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <functional>
 #include <future>
+#include <initializer_list>
 #include <vector>
 
 namespace
@@ -29,6 +30,16 @@ ScheduledTurns afterOnThread(const std::function<void()>& work)
         .get();
 }
 
+ScheduledTurns afterTurns(std::initializer_list<Turns> taken)
+{
+    return afterOnThread([&taken] {
+        for (const Turns turns : taken)
+        {
+            takeTurns(turns);
+        }
+    });
+}
+
 /// What is to be expected where this process runs, found out without the code under test.
 class ThreadTurnsTest : public ::testing::Test
 {
@@ -40,34 +51,18 @@ protected:
 
 TEST_F(ThreadTurnsTest, AThreadTakesTheTurnsThatItIsTold)
 {
-    EXPECT_EQ(afterOnThread([] { takeTurns(Turns::Patient); }), m_patient);
-    EXPECT_EQ(afterOnThread([] { takeTurns(Turns::Short); }), m_short);
-    EXPECT_EQ(afterOnThread([] { takeTurns(Turns::Ordinary); }), m_ordinary);
+    EXPECT_EQ(afterTurns({Turns::Patient}), m_patient);
+    EXPECT_EQ(afterTurns({Turns::Short}), m_short);
+    EXPECT_EQ(afterTurns({Turns::Ordinary}), m_ordinary);
     EXPECT_EQ(testsupport::turnsOfThisThread(), m_ordinary);
 }
 
 TEST_F(ThreadTurnsTest, EachKindFollowsUponEachOther)
 {
-    EXPECT_EQ(afterOnThread([] {
-                  takeTurns(Turns::Short);
-                  takeTurns(Turns::Patient);
-              }),
-              m_patient);
-    EXPECT_EQ(afterOnThread([] {
-                  takeTurns(Turns::Patient);
-                  takeTurns(Turns::Short);
-              }),
-              m_short);
-    EXPECT_EQ(afterOnThread([] {
-                  takeTurns(Turns::Short);
-                  takeTurns(Turns::Ordinary);
-              }),
-              m_ordinary);
-    EXPECT_EQ(afterOnThread([] {
-                  takeTurns(Turns::Patient);
-                  takeTurns(Turns::Ordinary);
-              }),
-              m_ordinary);
+    EXPECT_EQ(afterTurns({Turns::Short, Turns::Patient}), m_patient);
+    EXPECT_EQ(afterTurns({Turns::Patient, Turns::Short}), m_short);
+    EXPECT_EQ(afterTurns({Turns::Short, Turns::Ordinary}), m_ordinary);
+    EXPECT_EQ(afterTurns({Turns::Patient, Turns::Ordinary}), m_ordinary);
 }
 
 TEST_F(ThreadTurnsTest, ThePriorityStays)
