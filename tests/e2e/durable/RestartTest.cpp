@@ -3,7 +3,9 @@
 #include "tests/e2e/durable/DurableFixture.h"
 #include "tests/support/WaitUntil.h"
 
+#include <algorithm>
 #include <csignal>
+#include <cstdint>
 
 using namespace e2e;
 using com::tallowcrest::dds_::routing::LPR_LOCKED;
@@ -142,15 +144,16 @@ TEST_F(RestartTest, BridgeThatMovesKeepsThePartitionsApart)
     ASSERT_TRUE(testsupport::waitUntil([&] {
         return client.take({{videoLevel, 1, 8, 3}}) == std::vector<std::uint32_t>{0};
     }));
-    ASSERT_TRUE(record().waitForTarget(Signal::Video, 3, [](const auto& target) { return target.macroXptInput == 8; }));
-    // Nothing of the first partition was published in the second.
-    EXPECT_EQ(record().targetCount(Signal::Video), 1U);
+    const auto hasInput = [](std::uint32_t input) {
+        return [input](const auto& target) { return target.macroXptInput == input; };
+    };
+    ASSERT_TRUE(record().waitForTarget(Signal::Video, 3, hasInput(8)));
+    // Nothing of the first partition was published in the second; what was may come again, for the router's new reader.
+    const auto published = record().targets(Signal::Video);
+    EXPECT_TRUE(std::all_of(published.begin(), published.end(), hasInput(8)));
 
-    record().clear();
     router().reAnnounce("R1");
-    const auto back = record().waitForTarget(Signal::Video, 3);
-    ASSERT_TRUE(back);
-    EXPECT_EQ(back->macroXptInput, 9U);
+    EXPECT_TRUE(record().waitForTarget(Signal::Video, 3, hasInput(9)));
     bridge().signal(SIGTERM);
     ASSERT_EQ(bridge().waitForExit(), 0);
     EXPECT_EQ(storeText("SELECT group_concat(substr(partition, -2) || ' ' || json_extract(payload, '$.macroXptInput')) "
