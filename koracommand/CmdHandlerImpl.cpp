@@ -16,6 +16,7 @@
 
 using namespace std::chrono_literals;
 using com::tallowcrest::apartment::Apartment;
+using com::tallowcrest::apartment::Turns;
 
 namespace
 {
@@ -65,8 +66,7 @@ std::unique_ptr<Rsp> CmdHandlerImpl::runCmd(std::span<const std::uint8_t> messag
         return nullptr;
     }
     // The calling thread is the connection's own. An answer is quickly sent, but not in the middle of a crowd's round.
-    using com::tallowcrest::apartment::Turns;
-    com::tallowcrest::apartment::takeTurns(apartment->isCrowded() ? Turns::Patient : Turns::Short);
+    takeTurns(apartment->isCrowded() ? Turns::Patient : Turns::Short);
     com::tallowcrest::apartment::post(*apartment, std::move(cmd));
     const auto rsp = waitForRsp(*apartment);
     return rsp != nullptr ? std::make_unique<RspInNetworkOrder>(*rsp) : nullptr;

@@ -6,6 +6,7 @@
 #include "bustypes/TopicNames.h"
 #include "koraserver/ControllerSocket.h"
 #include "runtime/apartment/ThreadPriority.h"
+#include "runtime/apartment/ThreadTurns.h"
 #include "runtime/util/SystemError.h"
 
 #include <CLI/CLI.hpp>
@@ -29,6 +30,7 @@
 namespace
 {
 
+using com::tallowcrest::apartment::Turns;
 using com::tallowcrest::routing::topicName;
 using com::tallowcrest::routing::TopicName;
 using com::tallowcrest::util::SocketOption;
@@ -119,6 +121,10 @@ void run(const Options& options, const sigset_t& signals)
         com::tallowcrest::apartment::preferThisThread(false);
         const UniqueFd listening = listenOn(options.port);
         std::thread accepting([&] {
+            if (options.isPreferred)
+            {
+                takeTurns(Turns::Short); // which the connections' threads inherit
+            }
             acceptControllers(listening.get(), apartment,
                               options.isBlocking ? bench::Receive::Blocking : bench::Receive::Timed);
         });
@@ -142,7 +148,8 @@ int main(int argc, char** argv)
     app.add_flag("--video", options.isVideo, "Write video targets instead of audio targets");
     app.add_flag("--gathering", options.isGathering, "Send the entries of a message together");
     app.add_flag("--blocking", options.isBlocking, "Receive without the timer of 10 ms");
-    app.add_flag("--preferred", options.isPreferred, "The apartment goes before other threads, as the bridge's does");
+    app.add_flag("--preferred", options.isPreferred,
+                 "The apartment goes first and connections take short turns, as the bridge's do");
     CLI11_PARSE(app, argc, argv);
 
     // Before any thread is made, so that the signals reach sigwait alone.
