@@ -53,6 +53,7 @@ FLOOR = [
     at_least("16 controllers, takes and polls: requests/s", (*MANY, *POLLS), "split", "requestsPerSecond", 1.30),
     at_most("16 controllers, takes and polls: p99", (*MANY, *POLLS), "split", "latency/p99", 0.90),
     at_least("16 controllers, tally of 288: requests/s", (*MANY, "--mix", "tally"), "split", "requestsPerSecond", 1.00),
+    at_most("16 controllers, tally of 288: p99", (*MANY, "--mix", "tally"), "split", "latency/p99", 1.00),
     at_most("16 controllers, tally of 288: CPU per request", (*MANY, "--mix", "tally"), "split", "cpuPerRequest", 1.00),
     at_most("changes, none: p50", (*ONE, "--mix", "changes"), "one", "latency/p50", 1.02),
     at_most("tally of 288: p50", (*ONE, "--mix", "tally"), "one", "latency/p50", 1.02),

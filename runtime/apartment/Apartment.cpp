@@ -98,6 +98,7 @@ void Apartment::run()
         {
             m_round.end();
             event = waitForEvent();
+            letOthersJoin();
         }
         if (event == nullptr || !hasWaited) // else no alarm was due, and whoever has sent the event waits
         {
@@ -147,6 +148,16 @@ void Apartment::ringAlarms()
         letAnswersOut();
         m_round.run(alarm->call());
         m_round.end();
+    }
+}
+
+void Apartment::letOthersJoin()
+{
+    // On the same processor those who were answered last run before this thread, or else beside it: the wait ended with
+    // the first of them who had another event, and the others would wait for a round more than he does.
+    if (m_crowd.isThere())
+    {
+        std::this_thread::yield();
     }
 }
 

@@ -56,6 +56,8 @@ private:
     /// Runs the event in the round that is under way or in a new one.
     void runInRound(std::unique_ptr<DoItEvent> event);
     void ringAlarms();
+    /// Gives way once in a crowd, before a round begins.
+    void letOthersJoin();
     /// Gives way once, if anybody has been answered since the last time.
     void letAnswersOut();
     /// Waits for an event until the wait timeout has passed, an alarm is due or the apartment stops; null when none

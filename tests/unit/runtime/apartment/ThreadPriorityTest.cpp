@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 #include <sched.h>
 #include <sys/resource.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <array>
@@ -18,6 +19,21 @@
 #include <future>
 #include <memory>
 #include <thread>
+#include <utility>
+
+namespace
+{
+
+thread_local int numYields = 0;
+
+} // namespace
+
+/// Instead of the C library's, so that it is known who gives way and how often.
+extern "C" int sched_yield() noexcept
+{
+    ++numYields;
+    return static_cast<int>(syscall(SYS_sched_yield));
+}
 
 namespace
 {
@@ -160,34 +176,73 @@ private:
     int m_found = 0;
 };
 
-TEST(ThreadPriorityTest, anApartmentInterruptsNobodyWhileManyWaitForIt)
+/// An apartment that many wait for at its start.
+class CrowdedApartmentTest : public testing::Test
+{
+protected:
+    ~CrowdedApartmentTest() override { m_sut.stop(); }
+
+    /// Starts it with more waiting events than it needs to find a crowd; what the first and the last were answered.
+    std::pair<int, int> startCrowded(int (*question)())
+    {
+        // The first ones come long after whatever was judged before, so it takes as many again.
+        std::array<std::promise<int>, 2 * Crowd::numJudged + 1> together;
+        for (auto& one : together)
+        {
+            send(one, question);
+        }
+        m_sut.start();
+        const int first = together.front().get_future().get();
+        return {first, together.back().get_future().get()};
+    }
+    /// What it answers to one who comes when all others have been answered.
+    int ask(int (*question)())
+    {
+        std::promise<int> alone;
+        send(alone, question);
+        return alone.get_future().get();
+    }
+    void endCrowd()
+    {
+        m_clock->pass(2 * Crowd::judgedTime);
+        ask(policyOfThisThread);
+    }
+
+    const std::shared_ptr<ManualAlarmClock> m_clock = std::make_shared<ManualAlarmClock>();
+    Apartment m_sut{"sut", nullptr, m_clock};
+
+private:
+    void send(std::promise<int>& answer, int (*question)())
+    {
+        static constexpr int waiter = 0;
+        post(m_sut, std::make_unique<Ask>(answer, question, &waiter));
+    }
+};
+
+TEST_F(CrowdedApartmentTest, interruptsNobody)
 {
     const int before = policyOfThisThread();
-    static constexpr int waiter = 0;
-    const auto clock = std::make_shared<ManualAlarmClock>();
-    Apartment sut("sut", nullptr, clock);
-    const auto ask = [&sut](std::promise<int>& answer) {
-        post(sut, std::make_unique<Ask>(answer, policyOfThisThread, &waiter));
-    };
-    // The first ones come long after whatever was judged before, so it takes as many again.
-    std::array<std::promise<int>, 2 * Crowd::numJudged + 1> together;
-    for (auto& one : together)
-    {
-        ask(one);
-    }
-    EXPECT_FALSE(sut.isCrowded());
+    EXPECT_FALSE(m_sut.isCrowded());
 
-    sut.start();
-    EXPECT_EQ(together.front().get_future().get(), before);
-    EXPECT_EQ(together.back().get_future().get(), patientPolicy);
-    EXPECT_TRUE(sut.isCrowded());
+    EXPECT_EQ(startCrowded(policyOfThisThread), std::pair(before, patientPolicy));
+    EXPECT_TRUE(m_sut.isCrowded());
 
-    clock->pass(2 * Crowd::judgedTime);
-    std::promise<int> alone;
-    ask(alone);
-    EXPECT_EQ(alone.get_future().get(), before);
-    EXPECT_FALSE(sut.isCrowded());
-    sut.stop();
+    endCrowd();
+    EXPECT_EQ(ask(policyOfThisThread), before);
+    EXPECT_FALSE(m_sut.isCrowded());
+}
+
+TEST_F(CrowdedApartmentTest, givesWayBeforeEachRoundSoThatOthersJoinIt)
+{
+    const auto yieldsSoFar = [] { return numYields; };
+    startCrowded(yieldsSoFar);
+    const int before = ask(yieldsSoFar);
+    EXPECT_EQ(ask(yieldsSoFar), before + 1);
+    EXPECT_EQ(ask(yieldsSoFar), before + 2);
+
+    endCrowd();
+    const int after = ask(yieldsSoFar);
+    EXPECT_EQ(ask(yieldsSoFar), after);
 }
 
 TEST(ThreadPriorityTest, theBridgeApartmentIsPreferredUnlessSeveralWaitForIt)
