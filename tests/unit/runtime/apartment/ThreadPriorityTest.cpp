@@ -202,10 +202,11 @@ protected:
         send(alone, question);
         return alone.get_future().get();
     }
-    void endCrowd()
+    /// What it answers to the first one who comes alone after some time.
+    int askAfterCrowd(int (*question)())
     {
         m_clock->pass(2 * Crowd::judgedTime);
-        ask(policyOfThisThread);
+        return ask(question);
     }
 
     const std::shared_ptr<ManualAlarmClock> m_clock = std::make_shared<ManualAlarmClock>();
@@ -227,8 +228,7 @@ TEST_F(CrowdedApartmentTest, interruptsNobody)
     EXPECT_EQ(startCrowded(policyOfThisThread), std::pair(before, patientPolicy));
     EXPECT_TRUE(m_sut.isCrowded());
 
-    endCrowd();
-    EXPECT_EQ(ask(policyOfThisThread), before);
+    EXPECT_EQ(askAfterCrowd(policyOfThisThread), before);
     EXPECT_FALSE(m_sut.isCrowded());
 }
 
@@ -240,8 +240,7 @@ TEST_F(CrowdedApartmentTest, givesWayBeforeEachRoundSoThatOthersJoinIt)
     EXPECT_EQ(ask(yieldsSoFar), before + 1);
     EXPECT_EQ(ask(yieldsSoFar), before + 2);
 
-    endCrowd();
-    const int after = ask(yieldsSoFar);
+    const int after = askAfterCrowd(yieldsSoFar);
     EXPECT_EQ(ask(yieldsSoFar), after);
 }
 
